@@ -1,0 +1,110 @@
+#ifndef TESSELU_COMPOSITE_ZANCOMPOSITOR_H
+#define TESSELU_COMPOSITE_ZANCOMPOSITOR_H
+
+#include <TesselU/foundation/CPUcapabilities.h>
+#include <TesselU/foundation/ProcessingStyle.h>
+#include <TesselU/foundation/Status.h>
+#include <TesselU/foundation/Types.h>
+
+namespace Zan {
+
+class ImageView;
+
+/// Blends, wipes, fills and memory passes.
+///
+/// The object is its MMX-only flag; operations keep nothing between calls and may run on several threads.
+///
+/// Raw-pointer operations take pixels as 32-bit words of four 8-bit samples (byte 0 lowest), sizes in pixels
+/// and rows, and signed pitches in bytes from one row to the next. They trust their caller: nothing but the
+/// code path is checked. `codePath` is 0 (`kFlp`), 1 (`kFP`) or 2 (`kInt_MMXorSIMD`); a path that the
+/// operation lacks returns 100 with no pixel touched. Pitches of image planes are taken in whole pixels
+/// unless an operation says otherwise. Paths may differ by one code value, and some leave the last pixels
+/// of a row, beyond their last whole block, unwritten; each operation says where.
+///
+/// View operations work on the smallest width and height among their views and never touch memory outside
+/// an image: a selection that leaves its plane returns 98.
+class TESSELU_API ZanCompositor {
+public:
+    ZanCompositor() noexcept = default;
+    ZanCompositor(const ZanCompositor&) noexcept = default;
+    ZanCompositor& operator=(const ZanCompositor&) noexcept = default;
+    ~ZanCompositor() = default;
+
+    /// Keeps the operations away from their integer-SSE kernels. An SSE2 kernel is not held back.
+    void SetMMXonlyStyle(bool only) noexcept { mmxOnly = only; }
+
+    /// Mixes two pictures: `fade`, limited to 0...1, is the weight of `srcA`. All four samples of a word are
+    /// blended alike. Path 0 rounds in double precision, path 1 and SSE2 use weights of 256, the SSE and MMX
+    /// forms weights of 255 (and come out up to one lower in the columns beyond their last block).
+    Long32 CrossDissolve(ULong32* srcA, ULong32* srcB, ULong32* dst, ULong32 width, ULong32 height, Long32 pitchA,
+                         Long32 pitchB, Long32 pitchDst, double fade, unsigned int codePath);
+
+    /// Puts `srcB` over `srcA` by the alpha in byte 3 of `srcB`. Path 2 only; the last width mod 4 pixels of
+    /// a row stay unwritten.
+    Long32 CompositeTwoSources(ULong32* srcA, ULong32* srcB, ULong32* dst, ULong32 width, ULong32 height,
+                               Long32 pitchA, Long32 pitchB, Long32 pitchDst, unsigned int codePath);
+
+    /// Blends by a plane of one alpha byte per pixel: 0 gives `srcA`, 255 gives `srcB`. Paths 1 and 2; path 2
+    /// leaves the last width mod 8 pixels of a row unwritten and takes all pitches in bytes.
+    Long32 CompositeTwoSrcAndAlpha(ULong32* srcA, ULong32* srcB, ULong32* alpha, ULong32* dst, ULong32 width,
+                                   ULong32 height, Long32 pitchA, Long32 pitchB, Long32 pitchAlpha,
+                                   Long32 pitchDst, unsigned int codePath);
+
+    /// Blends by a gradient plane of one byte per pixel through alpha = (g - threshold) * gain, both nominally
+    /// 0...1 and not limited. Paths 1 and 2; path 2 leaves the last width mod 8 pixels of a row unwritten
+    /// where it has its SSE form. All pitches in bytes.
+    Long32 CompositeTwoSrcAndAlphaGradient(ULong32* srcA, ULong32* srcB, ULong32* alpha, ULong32* dst,
+                                           ULong32 width, ULong32 height, Long32 pitchA, Long32 pitchB,
+                                           Long32 pitchAlpha, Long32 pitchDst, double threshold, double gain,
+                                           unsigned int codePath);
+
+    /// Writes min(255, |a0-b0| + |a1-b1| + |a2-b2|) for every pixel to a byte plane; byte 3 is not looked at.
+    /// Path 1, and path 2 with integer SSE (100 without); path 2 leaves the last width mod 8 pixels unwritten.
+    Long32 SumOfAbsDiffs(ULong32* srcA, ULong32* srcB, unsigned char* dst, ULong32 width, ULong32 height,
+                         Long32 pitchA, Long32 pitchB, Long32 pitchDst, ULong32 codePath);
+
+    /// Shifts rows by a fraction of a pixel: `position` 0 moves the picture one whole pixel to the left, near
+    /// 1 leaves it in place. The picture fades to zero beyond the right edge. Path 1 only.
+    Long32 XSubPixelPosition(ULong32* src, ULong32* dst, ULong32 width, ULong32 height, Long32 pitchSrc,
+                             Long32 pitchDst, double position, ULong32 codePath);
+
+    /// Paints a view with a constant, or under a bit mask: (old & ~mask) | (colour & mask).
+    ///
+    /// `colour` is the value as it stands in memory: one pixel of a 4-byte format, two pixels of a 4:2:2 plane,
+    /// the low byte on an 8-bit grey plane. `mask` is all ones for a plain fill. A 4:2:2 view of odd width
+    /// takes the pair fill, which writes every second word of the row and three bytes at its end.
+    /// Formats: packed `k4444`, `k422`, `k4224`, and `kAlphaOnly`. Returns 4 for another format, 1 without
+    /// memory.
+    Long32 Fill(ImageView& dst, ULong32 colour, ULong32 mask, ProcessingStyleEnum style);
+
+    /// Paints the separate alpha plane of a `k4224` view with the low byte of `value`. Returns 4 for another
+    /// sampling, 1 without memory.
+    Long32 FillAlpha(ImageView& dst, ULong32 value, ProcessingStyleEnum style);
+
+    /// Reads a view once at full speed; `result` keeps the reads alive and has no other meaning.
+    /// Returns 100, with `result` as it was, unless `style` is `kInt_MMXorSIMD` or `kBestAvailable` on SSE2.
+    Long32 ReadOnlySingleSource(ImageView& src, ULong32& result, ProcessingStyleEnum style);
+
+    /// Reads two views; as `ReadOnlySingleSource`. The first view's size serves both.
+    Long32 ReadOnlyTwoSources(ImageView& srcA, ImageView& srcB, ULong32& result, ProcessingStyleEnum style);
+
+    /// Writes the bitwise or of two views; statuses as `ReadOnlySingleSource`.
+    Long32 ReadTwoSourcesWriteDst(ImageView& srcA, ImageView& srcB, ImageView& dst, ProcessingStyleEnum style);
+
+    /// The soft-edged wipe from `srcB` (position 0) to `srcA` (position 1) along the gradient in `key`.
+    ///
+    /// `position` is limited to 0...1, `softness` is the width of the edge in code values of the key, limited to
+    /// 0...32768. Formats: `srcA`, `srcB` and `dst` all `k4444`, or all `k422` or `k4224` (whose alpha planes
+    /// are wiped too); `key` is `kAlphaOnly` of one byte per pixel. Returns 4 for another format.
+    Long32 CompositeTwoSrcAndAlphaGradient(ImageView& srcA, ImageView& srcB, ImageView& key, ImageView& dst,
+                                           double position, double softness, ProcessingStyleEnum style);
+
+private:
+    static CPUcapabilities& CPUinstructionSet;
+
+    bool mmxOnly = false;
+};
+
+}  // namespace Zan
+
+#endif  // TESSELU_COMPOSITE_ZANCOMPOSITOR_H
