@@ -6,13 +6,13 @@ namespace Zan {
 /// The caller's choice of code path, the last argument of most operations. The numbers are part of the
 /// interface; raw-pointer operations take the first three of them as a plain number.
 enum ProcessingStyleEnum : int {
-    kFlp = 0,                ///< scalar floating point
-    kFP = 1,                 ///< scalar fixed point or integer
-    kInt_MMXorSIMD = 2,      ///< integer on the best of MMX, SSE and SSE2
-    kFlp_SIMD = 3,           ///< floating point on SSE
-    kStyle4 = 4,             ///< no path of its own: the default branch of each operation
-    kBestAvailable = 5,      ///< the fastest path that the operation has for the case
-    kGeneralFormat = 6       ///< `ColorSpaceConverter` only: its most general path
+    kFlp = 0,            ///< scalar floating point
+    kFP = 1,             ///< scalar fixed point or integer
+    kInt_MMXorSIMD = 2,  ///< integer on the best of MMX, SSE and SSE2
+    kFlp_SIMD = 3,       ///< floating point on SSE
+    kStyle4 = 4,         ///< no path of its own: the default branch of each operation
+    kBestAvailable = 5,  ///< the fastest path that the operation has for the case
+    kGeneralFormat = 6   ///< `ColorSpaceConverter` only: its most general path
 };
 
 /// What a processor offers to the code paths; each value includes those below it.
