@@ -1,0 +1,22 @@
+#ifndef TESSELU_TESSELU_H
+#define TESSELU_TESSELU_H
+
+/// \file
+/// Everything that the library offers.
+
+#include <TesselU/composite/ZanCompositor.h>
+#include <TesselU/foundation/AlignedMemoryBuffer.h>
+#include <TesselU/foundation/CPUcapabilities.h>
+#include <TesselU/foundation/Export.h>
+#include <TesselU/foundation/ProcessingStyle.h>
+#include <TesselU/foundation/RCObject.h>
+#include <TesselU/foundation/Status.h>
+#include <TesselU/foundation/Types.h>
+#include <TesselU/image/FieldHelpers.h>
+#include <TesselU/image/Image.h>
+#include <TesselU/image/ImageDescriptor.h>
+#include <TesselU/image/ImageFormat.h>
+#include <TesselU/image/ImageView.h>
+#include <TesselU/image/Rectangle.h>
+
+#endif  // TESSELU_TESSELU_H
