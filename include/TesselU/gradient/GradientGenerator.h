@@ -1,0 +1,49 @@
+#ifndef TESSELU_GRADIENT_GRADIENTGENERATOR_H
+#define TESSELU_GRADIENT_GRADIENTGENERATOR_H
+
+#include <TesselU/foundation/Types.h>
+
+/// Wipe maps by pattern number, drawn into plain memory. Free functions without state.
+namespace GradientGenerator {
+
+/// The buffer that a map is drawn into, and how the pattern is to see it. Filled by the host, never written
+/// by the library.
+///
+/// Hosts fill the record by its layout, which is that of the fields in this order: on 32-bit targets `pixels`
+/// stands at byte 28 and the record has 44 bytes; where pointers have 64 bits, `pixels` stands at byte 32 and
+/// the natural layout is larger. The least `structSize` is 44 on every target, as a version mark: the record
+/// itself must always be a whole one of this declaration.
+struct WgrGradientData {
+    Zan::ULong32 structSize;       ///< size of the record as the caller knows it, at least 44
+    Zan::ULong32 width;            ///< pixels per row, at least 8
+    Zan::ULong32 height;           ///< rows, at least 8
+    Zan::Long32 pitch;             ///< bytes from one row to the next, negative for an upside-down buffer
+    Zan::ULong32 bitsPerSample;    ///< width of a sample in memory, 8 or 16
+    Zan::ULong32 significantBits;  ///< bits of a sample that carry value, at most `bitsPerSample`
+    Zan::ULong32 peakValue;        ///< sample that stands for 1.0, at most 2^`significantBits` - 1
+    void* pixels;                  ///< first sample of the top row, at any address
+    float aspectRatio;  ///< picture width over height as the pattern sees it; limited to 0.01...100. 1.0
+                        ///< fills the buffer's shape
+    float cellFraction;  ///< one repeat of a repeating pattern over the height; limited to 0.001...1
+    Zan::ULong32 flags;  ///< bit 0: check everything, draw nothing
+};
+
+/// Draws the map of a wipe: a sample per pixel that says when the pixel changes. Samples of 16 bits have the
+/// byte order of the machine.
+///
+/// `patternType` is a wipe code of SMPTE 258M: 1 to 74 edge and diagonal wipes, 101 to 131 shapes, 201 to 264
+/// rotary, 301 to 353 matrix wipes. 501 to 504 draw one of each of these groups at random with `std::rand`,
+/// 409 one of all four; the host seeds. A random choice may fall on a number without a generator.
+///
+/// Returns 0, or, tested in this order and with nothing drawn:
+/// - 1: `data` is null
+/// - 2: `structSize` is below 44
+/// - 3: `bitsPerSample` is neither 8 nor 16
+/// - 4: `significantBits` is above `bitsPerSample`, or `peakValue` above what it can hold
+/// - 5: `width` or `height` is below 8, or `pitch` is shorter than a row
+/// - 9: no generator for `patternType`
+TESSELU_API int WgrGenerateGradient(WgrGradientData* data, Zan::ULong32 patternType);
+
+}  // namespace GradientGenerator
+
+#endif  // TESSELU_GRADIENT_GRADIENTGENERATOR_H

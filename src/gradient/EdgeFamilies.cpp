@@ -1,0 +1,136 @@
+#include "gradient/EdgeFamilies.h"
+
+#include "gradient/Profiles.h"
+
+#include <cmath>
+
+namespace GradientGenerator {
+
+using Zan::ULong32;
+
+namespace {
+
+// One axis of a map as a profile that `Draw` takes.
+template <double (*profile)(ULong32, ULong32)>
+auto Axis(ULong32 n) noexcept {
+    return [n](ULong32 i) { return profile(i, n); };
+}
+
+double DistanceFromCentre(ULong32 i, ULong32 n) noexcept {
+    return std::fabs(Centred(i, n));
+}
+double CentredTent(ULong32 i, ULong32 n) noexcept {
+    return 1.0 - std::fabs(Centred(i, n));
+}
+double Rising(ULong32 i, ULong32 n) noexcept {
+    return Along(i, n);
+}
+double FallingFromOne(ULong32 i, ULong32 n) noexcept {
+    return 1.0 - Along(i, n);
+}
+double RisingToOne(ULong32 i, ULong32 n) noexcept {
+    return (i + 1.0) / n;
+}
+
+// Each half has a tent of its own, and the second half is the image of the first.
+double TwoTents(ULong32 i, ULong32 n) noexcept {
+    const ULong32 half = FirstHalf(n);
+    return SteppedTent(i < half ? i : n - 1 - i, half);
+}
+
+// What a pixel makes of its column and its row.
+constexpr auto kSmaller = [](double column, double row) { return Smaller(column, row); };
+constexpr auto kMean = [](double column, double row) { return (column + row) / 2.0; };
+constexpr auto kRidge = [](double column, double row) { return 1.0 - std::fabs(column - row); };
+constexpr auto kRidgeOfSum = [](double column, double row) { return 1.0 - std::fabs(column + row - 1.0); };
+
+}  // namespace
+
+void HorizontalBar(const GradientMap& map) noexcept {
+    map.DrawColumns(Axis<Falling>(map.Width()));
+}
+
+void VerticalBar(const GradientMap& map) noexcept {
+    map.DrawRows(Axis<Falling>(map.Height()));
+}
+
+void CornerBox(const GradientMap& map) noexcept {
+    map.Draw(Axis<FallingFromOne>(map.Width()), Axis<FallingFromOne>(map.Height()), kSmaller);
+}
+
+void FourCorners(const GradientMap& map) noexcept {
+    map.Draw(Axis<DistanceFromCentre>(map.Width()), Axis<DistanceFromCentre>(map.Height()), kSmaller);
+}
+
+void FourBoxes(const GradientMap& map) noexcept {
+    map.Draw(Axis<TwoTents>(map.Width()), Axis<TwoTents>(map.Height()), kSmaller);
+}
+
+void VerticalBarnDoor(const GradientMap& map) noexcept {
+    map.DrawColumns(Axis<SteppedTent>(map.Width()));
+}
+
+void HorizontalBarnDoor(const GradientMap& map) noexcept {
+    map.DrawRows(Axis<SteppedTent>(map.Height()));
+}
+
+void TopEdgeBox(const GradientMap& map) noexcept {
+    map.Draw(Axis<SteppedTent>(map.Width()), Axis<FallingFromOne>(map.Height()), kSmaller);
+}
+
+void RightEdgeBox(const GradientMap& map) noexcept {
+    map.Draw(Axis<RisingToOne>(map.Width()), Axis<SteppedTent>(map.Height()), kSmaller);
+}
+
+void Diagonal(const GradientMap& map) noexcept {
+    map.Draw(Axis<Rising>(map.Width()), Axis<Rising>(map.Height()),
+             [](double column, double row) { return 1.0 - (column + row) / 2.0; });
+}
+
+void VerticalBowTie(const GradientMap& map) noexcept {
+    map.Draw(Axis<CentredTent>(map.Width()), Axis<DistanceFromCentre>(map.Height()), kMean);
+}
+
+void HorizontalBowTie(const GradientMap& map) noexcept {
+    map.Draw(Axis<DistanceFromCentre>(map.Width()), Axis<CentredTent>(map.Height()), kMean);
+}
+
+void RisingDiagonalBarnDoor(const GradientMap& map) noexcept {
+    map.Draw(Axis<Rising>(map.Width()), Axis<Rising>(map.Height()), kRidgeOfSum);
+}
+
+void FallingDiagonalBarnDoor(const GradientMap& map) noexcept {
+    map.Draw(Axis<Rising>(map.Width()), Axis<Rising>(map.Height()), kRidge);
+}
+
+void DiagonalCross(const GradientMap& map) noexcept {
+    map.Draw(Axis<DistanceFromCentre>(map.Width()), Axis<DistanceFromCentre>(map.Height()), kRidge);
+}
+
+void DiagonalDiamond(const GradientMap& map) noexcept {
+    map.Draw(Axis<DistanceFromCentre>(map.Width()), Axis<DistanceFromCentre>(map.Height()), kRidgeOfSum);
+}
+
+void VeeDown(const GradientMap& map) noexcept {
+    map.Draw(Axis<CentredTent>(map.Width()), Axis<Rising>(map.Height()),
+             [](double column, double row) { return (column + 1.0 - row) / 2.0; });
+}
+
+void VeeLeft(const GradientMap& map) noexcept {
+    map.Draw(Axis<Rising>(map.Width()), Axis<CentredTent>(map.Height()), kMean);
+}
+
+void BarnVeeDown(const GradientMap& map) noexcept {
+    const ULong32 height = map.Height();
+    map.Draw(
+        Axis<DistanceFromCentre>(map.Width()),
+        [height](ULong32 y) { return (1.0 - Centred(y, height)) / 2.0; }, kRidge);
+}
+
+void BarnVeeLeft(const GradientMap& map) noexcept {
+    const ULong32 width = map.Width();
+    map.Draw([width](ULong32 x) { return (1.0 + Centred(x, width)) / 2.0; },
+             Axis<DistanceFromCentre>(map.Height()), kRidge);
+}
+
+}  // namespace GradientGenerator
