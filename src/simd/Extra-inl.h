@@ -1,0 +1,117 @@
+// What the kernels need and Highway lacks. All of it works within 128-bit blocks, as interleaving does, so that
+// Interleave..., then one of these, then Pack... leaves bytes in their order.
+
+#if defined(TESSELU_SRC_SIMD_EXTRA_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef TESSELU_SRC_SIMD_EXTRA_INL_H
+#undef TESSELU_SRC_SIMD_EXTRA_INL_H
+#else
+#define TESSELU_SRC_SIMD_EXTRA_INL_H
+#endif
+
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace Zan::simd {
+namespace HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+#if HWY_TARGET != HWY_SCALAR
+
+using DU8 = hn::ScalableTag<std::uint8_t>;
+using DI8 = hn::ScalableTag<std::int8_t>;
+using DU16 = hn::ScalableTag<std::uint16_t>;
+using DI16 = hn::ScalableTag<std::int16_t>;
+using DU32 = hn::ScalableTag<std::uint32_t>;
+using DI32 = hn::ScalableTag<std::int32_t>;
+using DU64 = hn::ScalableTag<std::uint64_t>;
+using VU8 = hn::Vec<DU8>;
+using VI8 = hn::Vec<DI8>;
+using VU16 = hn::Vec<DU16>;
+using VI16 = hn::Vec<DI16>;
+using VU32 = hn::Vec<DU32>;
+using VI32 = hn::Vec<DI32>;
+using VU64 = hn::Vec<DU64>;
+
+/// a[2i] * b[2i] + a[2i+1] * b[2i+1] in 16 bits. The sums must fit: what happens beyond differs by target.
+HWY_INLINE HWY_ATTR VI16 MulAddPairs(VU8 a, VI8 b) {
+#if HWY_TARGET == HWY_AVX3
+    return VI16{_mm512_maddubs_epi16(a.raw, b.raw)};
+#elif HWY_TARGET == HWY_AVX2
+    return VI16{_mm256_maddubs_epi16(a.raw, b.raw)};
+#elif HWY_TARGET == HWY_SSSE3
+    return VI16{_mm_maddubs_epi16(a.raw, b.raw)};
+#else
+    const DI16 d;
+    const VI16 a16 = hn::BitCast(d, a), b16 = hn::BitCast(d, b);
+    const VI16 evenA = hn::And(a16, hn::Set(d, 0xFF)), evenB = hn::ShiftRight<8>(hn::ShiftLeft<8>(b16));
+    const VI16 oddA = hn::BitCast(d, hn::ShiftRight<8>(hn::BitCast(DU16(), a16))), oddB = hn::ShiftRight<8>(b16);
+    return hn::Add(hn::Mul(evenA, evenB), hn::Mul(oddA, oddB));
+#endif
+}
+
+/// a[2i] * b[2i] + a[2i+1] * b[2i+1] in 32 bits.
+HWY_INLINE HWY_ATTR VI32 MulAddPairs(VI16 a, VI16 b) {
+#if HWY_TARGET == HWY_AVX3
+    return VI32{_mm512_madd_epi16(a.raw, b.raw)};
+#elif HWY_TARGET == HWY_AVX2
+    return VI32{_mm256_madd_epi16(a.raw, b.raw)};
+#elif HWY_TARGET == HWY_SSSE3
+    return VI32{_mm_madd_epi16(a.raw, b.raw)};
+#else
+    const DI32 d;
+    const VI32 a32 = hn::BitCast(d, a), b32 = hn::BitCast(d, b);
+    const VI32 evenA = hn::ShiftRight<16>(hn::ShiftLeft<16>(a32)), evenB = hn::ShiftRight<16>(hn::ShiftLeft<16>(b32));
+    return hn::Add(hn::Mul(evenA, evenB), hn::Mul(hn::ShiftRight<16>(a32), hn::ShiftRight<16>(b32)));
+#endif
+}
+
+/// Limits to 0...255; each 128-bit block holds the block of `low`, then the block of `high`.
+HWY_INLINE HWY_ATTR VU8 PackToBytes(VI16 low, VI16 high) {
+#if HWY_TARGET == HWY_AVX3
+    return VU8{_mm512_packus_epi16(low.raw, high.raw)};
+#elif HWY_TARGET == HWY_AVX2
+    return VU8{_mm256_packus_epi16(low.raw, high.raw)};
+#elif HWY_TARGET == HWY_SSSE3
+    return VU8{_mm_packus_epi16(low.raw, high.raw)};
+#else
+    const hn::Half<DU8> h;
+    return hn::Combine(DU8(), hn::DemoteTo(h, high), hn::DemoteTo(h, low));
+#endif
+}
+
+/// Limits to signed 16 bits; blocks as above.
+HWY_INLINE HWY_ATTR VI16 PackToShorts(VI32 low, VI32 high) {
+#if HWY_TARGET == HWY_AVX3
+    return VI16{_mm512_packs_epi32(low.raw, high.raw)};
+#elif HWY_TARGET == HWY_AVX2
+    return VI16{_mm256_packs_epi32(low.raw, high.raw)};
+#elif HWY_TARGET == HWY_SSSE3
+    return VI16{_mm_packs_epi32(low.raw, high.raw)};
+#else
+    const hn::Half<DI16> h;
+    return hn::Combine(DI16(), hn::DemoteTo(h, high), hn::DemoteTo(h, low));
+#endif
+}
+
+/// The even 16-bit lanes of `even` and the odd ones of `odd`.
+HWY_INLINE HWY_ATTR VI16 MergeEvenOdd(VI16 even, VI16 odd) {
+#if HWY_TARGET == HWY_AVX3
+    return VI16{_mm512_mask_blend_epi16(0xAAAAAAAAU, even.raw, odd.raw)};
+#elif HWY_TARGET == HWY_AVX2
+    return VI16{_mm256_blend_epi16(even.raw, odd.raw, 0xAA)};
+#else
+    return hn::OddEven(odd, even);
+#endif
+}
+
+/// One 16-byte pattern in every block.
+HWY_INLINE HWY_ATTR VU8 InEveryBlock(const std::uint8_t* pattern) { return hn::LoadDup128(DU8(), pattern); }
+
+#endif  // HWY_TARGET
+
+}  // namespace HWY_NAMESPACE
+}  // namespace Zan::simd
+HWY_AFTER_NAMESPACE();
+
+#endif  // include guard
