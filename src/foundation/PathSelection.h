@@ -47,7 +47,7 @@ struct VectorRule {
 };
 
 inline Path ChoosePath(const StyleRule& styles, const VectorRule& vectors, unsigned style,
-                          const CPUcapabilities& processor, bool mmxOnly) noexcept {
+                       const CPUcapabilities& processor, bool mmxOnly) noexcept {
     switch (styles(style)) {
         case Ask::kFloat:
             return Path::kFloat;

@@ -1,5 +1,5 @@
-// What the kernels need and Highway lacks. All of it works within 128-bit blocks, as interleaving does, so that
-// Interleave..., then one of these, then Pack... leaves bytes in their order.
+// What the kernels need and Highway lacks. All of it works within 128-bit blocks, as interleaving does, so
+// that Interleave..., then one of these, then Pack... leaves bytes in their order.
 
 #if defined(TESSELU_SRC_SIMD_EXTRA_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef TESSELU_SRC_SIMD_EXTRA_INL_H
@@ -45,7 +45,8 @@ HWY_INLINE HWY_ATTR VI16 MulAddPairs(VU8 a, VI8 b) {
     const DI16 d;
     const VI16 a16 = hn::BitCast(d, a), b16 = hn::BitCast(d, b);
     const VI16 evenA = hn::And(a16, hn::Set(d, 0xFF)), evenB = hn::ShiftRight<8>(hn::ShiftLeft<8>(b16));
-    const VI16 oddA = hn::BitCast(d, hn::ShiftRight<8>(hn::BitCast(DU16(), a16))), oddB = hn::ShiftRight<8>(b16);
+    const VI16 oddA = hn::BitCast(d, hn::ShiftRight<8>(hn::BitCast(DU16(), a16))),
+               oddB = hn::ShiftRight<8>(b16);
     return hn::Add(hn::Mul(evenA, evenB), hn::Mul(oddA, oddB));
 #endif
 }
@@ -61,7 +62,8 @@ HWY_INLINE HWY_ATTR VI32 MulAddPairs(VI16 a, VI16 b) {
 #else
     const DI32 d;
     const VI32 a32 = hn::BitCast(d, a), b32 = hn::BitCast(d, b);
-    const VI32 evenA = hn::ShiftRight<16>(hn::ShiftLeft<16>(a32)), evenB = hn::ShiftRight<16>(hn::ShiftLeft<16>(b32));
+    const VI32 evenA = hn::ShiftRight<16>(hn::ShiftLeft<16>(a32)),
+               evenB = hn::ShiftRight<16>(hn::ShiftLeft<16>(b32));
     return hn::Add(hn::Mul(evenA, evenB), hn::Mul(hn::ShiftRight<16>(a32), hn::ShiftRight<16>(b32)));
 #endif
 }
@@ -106,7 +108,9 @@ HWY_INLINE HWY_ATTR VI16 MergeEvenOdd(VI16 even, VI16 odd) {
 }
 
 /// One 16-byte pattern in every block.
-HWY_INLINE HWY_ATTR VU8 InEveryBlock(const std::uint8_t* pattern) { return hn::LoadDup128(DU8(), pattern); }
+HWY_INLINE HWY_ATTR VU8 InEveryBlock(const std::uint8_t* pattern) {
+    return hn::LoadDup128(DU8(), pattern);
+}
 
 #endif  // HWY_TARGET
 

@@ -1,8 +1,8 @@
-// Include in a kernel file after defining HWY_TARGET_INCLUDE as the file itself: compiles the rest of the file
-// once per target. No include guard, since Highway includes the file again for each target.
+// Include in a kernel file after defining HWY_TARGET_INCLUDE as the file itself: compiles the rest of the
+// file once per target. No include guard, since Highway includes the file again for each target.
 
-// The portable formula stands where Highway would emulate vectors, on every compiler. The targets left out add
-// nothing to those below them for 8- and 16-bit arithmetic.
+// The portable formula stands where Highway would emulate vectors, on every compiler. The targets left out
+// add nothing to those below them for 8- and 16-bit arithmetic.
 #ifndef HWY_BROKEN_EMU128
 #define HWY_BROKEN_EMU128 1
 #define HWY_COMPILE_ALL_ATTAINABLE

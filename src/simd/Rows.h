@@ -17,8 +17,8 @@ struct WritePlane {
     std::ptrdiff_t pitch = 0;
 };
 
-/// A rectangle of work for a row kernel: `units` times `rows` of whatever the kernel makes in one go (a byte, a
-/// pixel, a pair of pixels), out of `Sources` planes into one.
+/// A rectangle of work for a row kernel: `units` times `rows` of whatever the kernel makes in one go (a byte,
+/// a pixel, a pair of pixels), out of `Sources` planes into one.
 template <std::size_t Sources>
 struct RowJob {
     std::array<ReadPlane, Sources> source;

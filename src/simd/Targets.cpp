@@ -33,8 +33,12 @@ std::uint32_t SavedStates() {
     return low;
 }
 
-constexpr bool All(std::uint32_t word, std::uint32_t bits) { return (word & bits) == bits; }
-constexpr std::uint32_t Bit(int n) { return std::uint32_t{1} << n; }
+constexpr bool All(std::uint32_t word, std::uint32_t bits) {
+    return (word & bits) == bits;
+}
+constexpr std::uint32_t Bit(int n) {
+    return std::uint32_t{1} << n;
+}
 
 // The bits are those that Highway's targets of the same name are compiled with.
 Target Detect() {
@@ -49,14 +53,19 @@ Target Detect() {
     // Kernels have no bodies above SSSE3 on 32-bit x86.
     if (!avx2 || sizeof(void*) == 4)
         return kSSSE3;
-    const bool avx512 = All(SavedStates(), 0xE6) && All(seven.ebx, Bit(16) | Bit(17) | Bit(28) | Bit(30) | Bit(31));
+    const bool avx512 =
+        All(SavedStates(), 0xE6) && All(seven.ebx, Bit(16) | Bit(17) | Bit(28) | Bit(30) | Bit(31));
     return avx512 ? kAVX512 : kAVX2;
 }
 
 #elif defined(__aarch64__)
-Target Detect() { return kNEON; }
+Target Detect() {
+    return kNEON;
+}
 #else
-Target Detect() { return kPortable; }
+Target Detect() {
+    return kPortable;
+}
 #endif
 
 std::atomic<int> current{-1};
@@ -83,7 +92,8 @@ bool IsTargetAvailable(Target target) noexcept {
 }
 
 void LimitTarget(Target target) noexcept {
-    current.store(static_cast<int>(IsTargetAvailable(target) ? target : BestTarget()), std::memory_order_relaxed);
+    current.store(static_cast<int>(IsTargetAvailable(target) ? target : BestTarget()),
+                  std::memory_order_relaxed);
 }
 
 const char* TargetName(Target target) noexcept {

@@ -5,8 +5,8 @@
 
 namespace Zan::simd {
 
-/// The instruction sets that vector bodies are compiled for, worst first. Which one runs is never visible in a
-/// result: every body equals its portable formula.
+/// The instruction sets that vector bodies are compiled for, worst first. Which one runs is never visible in
+/// a result: every body equals its portable formula.
 enum Target : std::size_t {
     kPortable,  ///< no vector body: the formula, pixel by pixel
     kSSSE3,
@@ -16,7 +16,8 @@ enum Target : std::size_t {
     kTargetCount
 };
 
-/// The target that kernels run on: the best that the processor and the operating system offer, below the limit.
+/// The target that kernels run on: the best that the processor and the operating system offer, below the
+/// limit.
 Target CurrentTarget() noexcept;
 
 /// The best target of this machine, whatever the limit.

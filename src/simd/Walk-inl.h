@@ -32,8 +32,9 @@ template <class Layout, std::size_t Sources>
 HWY_INLINE Pointers<Sources> At(const RowJob<Sources>& job, std::size_t row) {
     Pointers<Sources> p;
     for (std::size_t i = 0; i < Sources; ++i)
-        p[i] = job.source[i].row == nullptr ? nullptr
-                                            : job.source[i].row + static_cast<std::ptrdiff_t>(row) * job.source[i].pitch;
+        p[i] = job.source[i].row == nullptr
+                   ? nullptr
+                   : job.source[i].row + static_cast<std::ptrdiff_t>(row) * job.source[i].pitch;
     return p;
 }
 
@@ -51,7 +52,8 @@ void Walk(const K& kernel, const RowJob<Sources>& job) {
     using Layout = typename K::Layout;
     for (std::size_t y = 0; y < job.rows; ++y) {
         Pointers<Sources> source = At<Layout>(job, y);
-        std::uint8_t* destination = job.destination.row + static_cast<std::ptrdiff_t>(y) * job.destination.pitch;
+        std::uint8_t* destination =
+            job.destination.row + static_cast<std::ptrdiff_t>(y) * job.destination.pitch;
         for (std::size_t x = 0; x < job.units; ++x) {
             kernel.Unit(source, destination);
             Advance<Layout>(source, 1);
@@ -78,8 +80,8 @@ struct PutAroundCache {
 
 /// Fewer units than a step: through buffers, so that nothing beyond them is read or written.
 template <class K, std::size_t Sources>
-HWY_NOINLINE HWY_ATTR void PartialStep(const K& kernel, const Pointers<Sources>& source, std::uint8_t* destination,
-                              std::size_t units) {
+HWY_NOINLINE HWY_ATTR void PartialStep(const K& kernel, const Pointers<Sources>& source,
+                                       std::uint8_t* destination, std::size_t units) {
     using Layout = typename K::Layout;
     constexpr std::size_t kWidest = 256;
     alignas(64) std::uint8_t in[Sources][kWidest];
@@ -104,7 +106,8 @@ HWY_INLINE HWY_ATTR void WalkWith(const K& kernel, const RowJob<Sources>& job, P
     constexpr std::size_t kUnit = Layout::kDestinationBytes;
     for (std::size_t y = 0; y < job.rows; ++y) {
         Pointers<Sources> source = At<Layout>(job, y);
-        std::uint8_t* destination = job.destination.row + static_cast<std::ptrdiff_t>(y) * job.destination.pitch;
+        std::uint8_t* destination =
+            job.destination.row + static_cast<std::ptrdiff_t>(y) * job.destination.pitch;
         std::size_t left = job.units;
         // Stores that straddle cache lines cost twice; streaming ones are not possible at all.
         const std::size_t off = reinterpret_cast<std::uintptr_t>(destination) % kVector;

@@ -21,7 +21,9 @@ constexpr std::size_t kVector = 1;
 constexpr std::size_t kVector = HWY_LANES(std::uint8_t);
 
 /// x ^ 0x80: a byte as a signed number around 128, which the signed operand of a multiply-add can hold.
-HWY_INLINE HWY_ATTR VI8 Centred(VU8 v) { return hn::BitCast(DI8(), hn::Xor(v, hn::Set(DU8(), 0x80))); }
+HWY_INLINE HWY_ATTR VI8 Centred(VU8 v) {
+    return hn::BitCast(DI8(), hn::Xor(v, hn::Set(DU8(), 0x80)));
+}
 
 /// Div255Round for t - 32640, t being (255 - alpha) * a + alpha * b. With u = t + 128,
 /// (u + (u >> 8)) >> 8 is (u * 257) >> 16.
@@ -80,7 +82,8 @@ HWY_INLINE HWY_ATTR VU8 MapKeys(const KeyMap32& map, VU8 keys) {
     const VU16 high = hn::BitCast(d16, hn::InterleaveUpper(d, none, keys));
     return PackToBytes(
         PackToShorts(alpha(hn::InterleaveLower(d16, low, zero)), alpha(hn::InterleaveUpper(d16, low, zero))),
-        PackToShorts(alpha(hn::InterleaveLower(d16, high, zero)), alpha(hn::InterleaveUpper(d16, high, zero))));
+        PackToShorts(alpha(hn::InterleaveLower(d16, high, zero)),
+                     alpha(hn::InterleaveUpper(d16, high, zero))));
 }
 
 /// Vector `index` of alphas for 32-bit words out of one key a word.
@@ -103,7 +106,8 @@ HWY_INLINE HWY_ATTR VU8 AlphasOfPixels(VU8 keys, std::size_t index) {
 #endif
 }
 
-/// Vector `index` of alphas for pairs of 4:2:2 pixels: the first key for three bytes, the second for the last.
+/// Vector `index` of alphas for pairs of 4:2:2 pixels: the first key for three bytes, the second for the
+/// last.
 HWY_INLINE HWY_ATTR VU8 AlphasOfPairs(VU8 keys, std::size_t index) {
     alignas(16) static constexpr std::uint8_t kPairs[16] = {0, 0, 0, 1, 2, 2, 2, 3, 4, 4, 4, 5, 6, 6, 6, 7};
 #if HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_NEON
@@ -145,14 +149,16 @@ struct Of256 {
             put(d, weight == 0 ? b : a, out);
             return;
         }
-        const VU8 weights = hn::BitCast(d, hn::Set(DU16(), static_cast<std::uint16_t>(weight | (256 - weight) << 8)));
+        const VU8 weights =
+            hn::BitCast(d, hn::Set(DU16(), static_cast<std::uint16_t>(weight | (256 - weight) << 8)));
         const VI8 ca = Centred(a), cb = Centred(b);
         // The sums lie 32768 too low; so does 128 less 32768, whose high byte is 0x80 less.
         const VI16 half = hn::Set(DI16(), 128);
         const VI16 low = hn::Add(MulAddPairs(weights, hn::InterleaveLower(di, ca, cb)), half);
         const VI16 high = hn::Add(MulAddPairs(weights, hn::InterleaveUpper(di, ca, cb)), half);
         const VI16 centre = hn::Set(DI16(), 128);
-        put(d, PackToBytes(hn::Add(hn::ShiftRight<8>(low), centre), hn::Add(hn::ShiftRight<8>(high), centre)), out);
+        put(d, PackToBytes(hn::Add(hn::ShiftRight<8>(low), centre), hn::Add(hn::ShiftRight<8>(high), centre)),
+            out);
     }
 #endif
 };
@@ -174,7 +180,8 @@ struct Of255 {
         const DU8 d;
         const DI8 di;
         const DU16 d16;
-        const VU8 weights = hn::BitCast(d, hn::Set(d16, static_cast<std::uint16_t>(weight | (255 - weight) << 8)));
+        const VU8 weights =
+            hn::BitCast(d, hn::Set(d16, static_cast<std::uint16_t>(weight | (255 - weight) << 8)));
         const VI8 ca = Centred(hn::LoadU(d, s[0])), cb = Centred(hn::LoadU(d, s[1]));
         const auto last = [](VI16 sum) HWY_ATTR {
             const DU16 du;
@@ -220,7 +227,9 @@ struct ByOwnAlpha {
 struct AsItStands {
     std::uint8_t operator()(std::uint8_t key) const { return key; }
 #if HWY_TARGET != HWY_SCALAR
-    HWY_INLINE HWY_ATTR VU8 Vector(const std::uint8_t* keys) const { return hn::LoadU(DU8(), keys); }
+    HWY_INLINE HWY_ATTR VU8 Vector(const std::uint8_t* keys) const {
+        return hn::LoadU(DU8(), keys);
+    }
 #endif
 };
 template <class Map>
@@ -228,7 +237,9 @@ struct Mapped {
     Map map;
     std::uint8_t operator()(std::uint8_t key) const { return map(key); }
 #if HWY_TARGET != HWY_SCALAR
-    HWY_INLINE HWY_ATTR VU8 Vector(const std::uint8_t* keys) const { return MapKeys(map, hn::LoadU(DU8(), keys)); }
+    HWY_INLINE HWY_ATTR VU8 Vector(const std::uint8_t* keys) const {
+        return MapKeys(map, hn::LoadU(DU8(), keys));
+    }
 #endif
 };
 struct Looked {
@@ -351,7 +362,8 @@ struct Difference {
         alignas(64) std::uint32_t from[kVector / 4];
         for (std::size_t i = 0; i < kVector / 4; ++i)
             from[i] = static_cast<std::uint32_t>(i % kBlocks * 4 + i / kBlocks);
-        put(d, hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(d32, packed), hn::SetTableIndices(d32, from))), out);
+        put(d, hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(d32, packed), hn::SetTableIndices(d32, from))),
+            out);
 #endif
     }
 #endif
@@ -359,25 +371,43 @@ struct Difference {
 
 // ---- Kernels ---------------------------------------------------------------------------------------------
 
-void RunDissolveOf256(const TwoSourceJob& job, const BlendSettings& set) { Walk(Of256{set.weight}, job); }
-void RunDissolveOf255(const TwoSourceJob& job, const BlendSettings& set) { Walk(Of255<false>{set.weight}, job); }
-void RunDissolveOf255Tail(const TwoSourceJob& job, const BlendSettings& set) { Walk(Of255<true>{set.weight}, job); }
-void RunByOwnAlpha(const TwoSourceJob& job, const BlendSettings&) { Walk(ByOwnAlpha{}, job); }
-void RunDifference(const TwoSourceJob& job, const BlendSettings&) { Walk(Difference{}, job); }
+void RunDissolveOf256(const TwoSourceJob& job, const BlendSettings& set) {
+    Walk(Of256{set.weight}, job);
+}
+void RunDissolveOf255(const TwoSourceJob& job, const BlendSettings& set) {
+    Walk(Of255<false>{set.weight}, job);
+}
+void RunDissolveOf255Tail(const TwoSourceJob& job, const BlendSettings& set) {
+    Walk(Of255<true>{set.weight}, job);
+}
+void RunByOwnAlpha(const TwoSourceJob& job, const BlendSettings&) {
+    Walk(ByOwnAlpha{}, job);
+}
+void RunDifference(const TwoSourceJob& job, const BlendSettings&) {
+    Walk(Difference{}, job);
+}
 
-void RunByPlane(const KeyedJob& job, const BlendSettings&) { Walk(ByKeyOfPixel<AsItStands>{{}}, job); }
+void RunByPlane(const KeyedJob& job, const BlendSettings&) {
+    Walk(ByKeyOfPixel<AsItStands>{{}}, job);
+}
 void RunPixels16(const KeyedJob& job, const BlendSettings& set) {
     Walk(ByKeyOfPixel<Mapped<KeyMap16>>{{set.map16}}, job);
 }
-void RunPixelsTable(const KeyedJob& job, const BlendSettings& set) { Walk(ByKeyOfPixel<Looked>{{set.table}}, job); }
+void RunPixelsTable(const KeyedJob& job, const BlendSettings& set) {
+    Walk(ByKeyOfPixel<Looked>{{set.table}}, job);
+}
 void RunPairs32(const KeyedJob& job, const BlendSettings& set) {
     Walk(ByKeysOfPair<Mapped<KeyMap32>>{{set.map32}}, job);
 }
-void RunPairsTable(const KeyedJob& job, const BlendSettings& set) { Walk(ByKeysOfPair<Looked>{{set.table}}, job); }
+void RunPairsTable(const KeyedJob& job, const BlendSettings& set) {
+    Walk(ByKeysOfPair<Looked>{{set.table}}, job);
+}
 void RunBytes32(const KeyedJob& job, const BlendSettings& set) {
     Walk(ByKeyOfByte<Mapped<KeyMap32>>{{set.map32}}, job);
 }
-void RunBytesTable(const KeyedJob& job, const BlendSettings& set) { Walk(ByKeyOfByte<Looked>{{set.table}}, job); }
+void RunBytesTable(const KeyedJob& job, const BlendSettings& set) {
+    Walk(ByKeyOfByte<Looked>{{set.table}}, job);
+}
 
 }  // namespace HWY_NAMESPACE
 }  // namespace Zan

@@ -9,7 +9,9 @@
 namespace Zan {
 
 /// t / 255 rounded to the nearest, for t from 0 to 65025 (255 is odd: there are no halves to decide).
-constexpr unsigned Div255Round(unsigned t) noexcept { return ((2 * t) / 255 + 1) >> 1; }
+constexpr unsigned Div255Round(unsigned t) noexcept {
+    return ((2 * t) / 255 + 1) >> 1;
+}
 
 /// `b` over `a` by `alpha` of 255.
 constexpr std::uint8_t BlendByAlpha(unsigned a, unsigned b, unsigned alpha) noexcept {
@@ -41,7 +43,8 @@ constexpr std::int32_t TruncateTo32(double value) noexcept {
 
 /// The low 16 bits of a truncated value, as a signed number.
 constexpr std::int16_t TruncateTo16(double value) noexcept {
-    return static_cast<std::int16_t>(static_cast<std::uint16_t>(static_cast<std::uint32_t>(TruncateTo32(value))));
+    return static_cast<std::int16_t>(
+        static_cast<std::uint16_t>(static_cast<std::uint32_t>(TruncateTo32(value))));
 }
 
 /// The wipe's mapping of a key value to alpha with a unit of 32640 (255 * 128), all in 16-bit lanes.
@@ -64,7 +67,9 @@ struct KeyMapFloat {
     double threshold;
     double gain;
 
-    static constexpr KeyMapFloat From(double threshold, double gain) noexcept { return {threshold * 255, gain * 255}; }
+    static constexpr KeyMapFloat From(double threshold, double gain) noexcept {
+        return {threshold * 255, gain * 255};
+    }
 
     constexpr std::uint8_t operator()(unsigned key) const noexcept {
         double d = static_cast<double>(key) - threshold;
@@ -103,7 +108,8 @@ constexpr std::uint8_t SumOfDifferences(const std::uint8_t* a, const std::uint8_
 }
 
 /// One sample between two pixels, weights of 512.
-constexpr std::uint8_t SubPixel(unsigned current, unsigned next, unsigned weightCurrent, unsigned weightNext) noexcept {
+constexpr std::uint8_t SubPixel(unsigned current, unsigned next, unsigned weightCurrent,
+                                unsigned weightNext) noexcept {
     return static_cast<std::uint8_t>((((next * weightNext + current * weightCurrent) >> 8) + 1) >> 1);
 }
 

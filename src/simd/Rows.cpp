@@ -1,0 +1,26 @@
+#include "simd/Rows.h"
+
+#include <atomic>
+
+#include "platform/Platform.h"
+
+namespace Zan::simd {
+namespace {
+
+std::atomic<int> forced{-1};
+
+}  // namespace
+
+bool ExceedsCache(std::size_t bytes) noexcept {
+    const int mode = forced.load(std::memory_order_relaxed);
+    if (mode >= 0) [[unlikely]]
+        return mode != 0;
+    static const std::size_t cache = LastLevelCacheBytes();
+    return cache != 0 && bytes > cache;
+}
+
+void ForceStreaming(int mode) noexcept {
+    forced.store(mode, std::memory_order_relaxed);
+}
+
+}  // namespace Zan::simd
