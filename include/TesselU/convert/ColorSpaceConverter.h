@@ -11,6 +11,7 @@
 namespace Zan {
 
 class ImageView;
+struct FixedPointCoefficients;
 
 /// Converts pictures from one pixel format to another: between RGB and YCrCb, between packings and chroma
 /// samplings, between level conventions, between shaped and unshaped alpha.
@@ -29,19 +30,19 @@ public:
     /// Converts the picture of `source` to the format of `destination`, over the smaller of the two widths
     /// and heights. Views on the same memory are converted in place without any check.
     ///
-    /// `matrix` is null or 16 doubles, row after row; `offset` is null or 8 doubles, first the row added
-    /// before the matrix, then the row added after it, in code values. Samples are in memory order (B, G, R,
-    /// A or Cb, Y, Cr, A). A null pointer asks for the default of the pair, each by itself.
+    /// `callMatrix` is null or 16 doubles, row after row; `callOffset` is null or 8 doubles, first the row
+    /// added before the matrix, then the row added after it, in code values. Samples are in memory order (B,
+    /// G, R, A or Cb, Y, Cr, A). A null pointer asks for the default of the pair, each by itself.
     ///
-    /// `style` picks the path: `kFlp`, `kFP` and `kFlp_SIMD` their own, `kGeneralFormat` the general one,
+    /// `callStyle` picks the path: `kFlp`, `kFP` and `kFlp_SIMD` their own, `kGeneralFormat` the general one,
     /// `kBestAvailable` the integer path, then the floating-point path, then the general path for a pair that
     /// the one before lacks; everything else the integer path.
     ///
     /// Returns 0; 1 when a channel of either image has no memory; 2 for a pitch that the path cannot step by;
     /// 3 for a negative width; 4 when the path does not have the pair; 5 for an unknown plus function, or a
     /// processor without the instructions of the path; 98 when a selection leaves the memory of its image.
-    Long32 Do(ImageView& source, ImageView& destination, ProcessingStyleEnum style, double* matrix,
-              double* offset);
+    Long32 Do(ImageView& source, ImageView& destination, ProcessingStyleEnum callStyle, double* callMatrix,
+              double* callOffset);
 
     /// The alpha that conversions from a format without alpha write.
     void SetAlphaChannel(unsigned char value) noexcept { alphaFill = value; }
@@ -79,9 +80,9 @@ private:
     Long32 ColorSpaceConvertInt_MMXorSIMD();
     Long32 ColorSpaceConvertFlp_SIMD();
     Long32 ConvertGeneral();
-    bool HasKnownPlusFunction() const noexcept;
-
-    friend class ConversionFrame;
+    void FillCoefficients(FixedPointCoefficients& block);
+    bool HasPlanes() const noexcept;
+    bool LacksPlusFunction() const noexcept;
 
     unsigned char* sourcePlane[4] = {};
     unsigned char* destinationPlane[4] = {};
