@@ -1,0 +1,747 @@
+#include <TesselU/image/Image.h>
+
+#include <array>
+#include <limits>
+#include <new>
+#include <optional>
+
+#include "foundation/ClassCapabilities.h"
+
+namespace Zan {
+
+namespace {
+
+constexpr float kVideoBlack = 16.0F / 255.0F;
+constexpr float kVideoLumaWhite = 235.0F / 255.0F;
+constexpr float kVideoChromaWhite = 240.0F / 255.0F;
+
+using BufferPtr = Tuk::RCPtr<AlignedMemoryBuffer>;
+
+enum class Role { kUndescribed, kRgb, kLuma, kChroma, kAlpha };
+
+struct PlaneLayout {
+    std::uint64_t bytesPerLine = 0;
+    ULong32 lines = 0;
+};
+
+struct ChannelLayout {
+    Role role = Role::kUndescribed;
+    std::size_t plane = 0;
+    ULong32 width = 0;
+    ULong32 height = 0;
+    ChannelSamplingEnum sampling = kFullSampling;
+    ULong32 bits = 8;
+};
+
+/// How a format lies in memory.
+struct Layout {
+    std::size_t planeCount = 0;
+    std::array<PlaneLayout, 3> planes;
+    std::size_t channelCount = 0;
+    std::array<ChannelLayout, 4> channels;
+
+    void AddPlane(std::uint64_t bytesPerLine, ULong32 lines) { planes[planeCount++] = {bytesPerLine, lines}; }
+    /// Puts a channel on the plane added last.
+    void AddChannel(Role role, ULong32 width, ULong32 height, ChannelSamplingEnum sampling,
+                    ULong32 bits = 8) {
+        channels[channelCount++] = {role, planeCount - 1, width, height, sampling, bits};
+    }
+    /// Channels that exist without a description.
+    void AddUndescribed(std::size_t count) { channelCount += count; }
+};
+
+constexpr ULong32 UpToEven(ULong32 size) noexcept {
+    return (size + 1U) & ~ULong32{1};
+}
+
+constexpr ULong32 BytesOfSample(AggregateBitsPerChannelEnum bits) noexcept {
+    switch (bits) {
+        case k16Bits:
+            return 2;
+        case k32Bits:
+            return 4;
+        default:
+            return 1;
+    }
+}
+
+Layout PackedRgbLayout(ImageDescriptor& format) {
+    format.componentOrder = kBGRA;
+    const ULong32 w = format.width;
+    const ULong32 h = format.height;
+    Layout layout;
+    if (format.channelSampling == k4444) {
+        const ULong32 sampleBytes = BytesOfSample(format.aggregateBits);
+        layout.AddPlane(std::uint64_t{4} * sampleBytes * w, h);
+        for (int color = 0; color < 3; ++color) {
+            layout.AddChannel(Role::kRgb, w, h, kFullSampling, 8 * sampleBytes);
+        }
+        layout.AddChannel(Role::kAlpha, w, h, kFullSampling, 8 * sampleBytes);
+    } else if (format.channelSampling == k444) {
+        layout.AddPlane(std::uint64_t{3} * w, h);
+        for (int color = 0; color < 3; ++color) {
+            layout.AddChannel(Role::kRgb, w, h, kFullSampling);
+        }
+    } else {
+        layout.AddPlane(0, h);
+    }
+    return layout;
+}
+
+// Full-rate samples of YCrCb, with alpha or without.
+Layout PackedFullRateLayout(const ImageDescriptor& format) {
+    const ULong32 w = format.width;
+    const ULong32 h = format.height;
+    const std::size_t samples = format.channelSampling == k4444 ? 4 : 3;
+    Layout layout;
+    layout.AddPlane(std::uint64_t{samples} * w, h);
+    if (format.componentOrder != kCbYCrA && format.componentOrder != kYCbCrA) {
+        layout.AddUndescribed(samples);
+        return layout;
+    }
+    const std::size_t luma = format.componentOrder == kCbYCrA ? 1 : 0;
+    for (std::size_t channel = 0; channel < 3; ++channel) {
+        layout.AddChannel(channel == luma ? Role::kLuma : Role::kChroma, w, h, kFullSampling);
+    }
+    if (samples == 4) {
+        layout.AddChannel(Role::kAlpha, w, h, kFullSampling);
+    }
+    return layout;
+}
+
+// 4:2:2 in pixel pairs, with an alpha plane of its own or without.
+Layout PackedPairsLayout(ImageDescriptor& format) {
+    format.width = UpToEven(format.width);
+    const ULong32 w = format.width;
+    const ULong32 h = format.height;
+    const bool hasAlpha = format.channelSampling == k4224;
+    const bool lumaFirst = format.componentOrder == kYCbYCr && !hasAlpha;
+    Layout layout;
+    layout.AddPlane(std::uint64_t{2} * w, h);
+    const bool described = format.componentOrder == kCbYCrA || lumaFirst;
+    if (described) {
+        const std::size_t luma = lumaFirst ? 0 : 1;
+        for (std::size_t channel = 0; channel < 3; ++channel) {
+            if (channel == luma) {
+                layout.AddChannel(Role::kLuma, w, h, kFullSampling);
+            } else {
+                layout.AddChannel(Role::kChroma, w / 2, h, kHalfHorizontal);
+            }
+        }
+    } else {
+        layout.AddUndescribed(hasAlpha ? 4 : 3);
+    }
+    if (hasAlpha) {
+        layout.AddPlane(w, h);
+        if (described) {
+            layout.AddChannel(Role::kAlpha, w, h, kFullSampling);
+        }
+    }
+    return layout;
+}
+
+Layout PackedYCrCbLayout(ImageDescriptor& format) {
+    switch (format.channelSampling) {
+        case k4444:
+        case k444:
+            return PackedFullRateLayout(format);
+        case k422:
+        case k4224:
+            return PackedPairsLayout(format);
+        default: {
+            Layout layout;
+            layout.AddPlane(0, format.height);
+            return layout;
+        }
+    }
+}
+
+// Nothing when the order cannot be laid out in planes.
+std::optional<Layout> PlanarYCrCbLayout(ImageDescriptor& format) {
+    Layout layout;
+    ULong32 chromaDivisor = 2;
+    ULong32 chromaLineDivisor = 1;
+    ChannelSamplingEnum chromaSampling = kHalfHorizontal;
+    switch (format.channelSampling) {
+        case k422:
+            if (format.componentOrder != kYCbCrPlanes && format.componentOrder != kYPlaneCbCrPlane) {
+                return std::nullopt;
+            }
+            format.width = UpToEven(format.width);
+            break;
+        case k420:
+            format.width = UpToEven(format.width);
+            format.height = UpToEven(format.height);
+            chromaLineDivisor = 2;
+            chromaSampling = kHalfBoth;
+            break;
+        case k411:
+            // Widths of 4:1:1 are refused rather than rounded: the picture then has no columns.
+            format.width = format.width % 4 == 0 ? format.width : 0;
+            chromaDivisor = 4;
+            chromaSampling = kQuarterHorizontal;
+            break;
+        default:
+            return layout;
+    }
+    const ULong32 w = format.width;
+    const ULong32 h = format.height;
+    const ULong32 chromaWidth = w / chromaDivisor;
+    const ULong32 chromaHeight = h / chromaLineDivisor;
+    layout.AddPlane(w, h);
+    layout.AddChannel(Role::kLuma, w, h, kFullSampling);
+    if (format.channelSampling == k422 && format.componentOrder == kYPlaneCbCrPlane) {
+        layout.AddPlane(w, h);
+        layout.AddChannel(Role::kChroma, chromaWidth, chromaHeight, chromaSampling);
+        layout.AddChannel(Role::kChroma, chromaWidth, chromaHeight, chromaSampling);
+        return layout;
+    }
+    for (int plane = 0; plane < 2; ++plane) {
+        layout.AddPlane(chromaWidth, chromaHeight);
+        layout.AddChannel(Role::kChroma, chromaWidth, chromaHeight, chromaSampling);
+    }
+    return layout;
+}
+
+Layout AlphaOnlyLayout(ImageDescriptor& format) {
+    format.componentOrder = kBGRA;
+    format.channelSampling = k4444;
+    format.pixelPacking = kPacked;
+    const ULong32 sampleBytes = BytesOfSample(format.aggregateBits);
+    Layout layout;
+    layout.AddPlane(std::uint64_t{sampleBytes} * format.width, format.height);
+    layout.AddChannel(Role::kAlpha, format.width, format.height, kFullSampling, 8 * sampleBytes);
+    return layout;
+}
+
+/// The layout of `format`, which is adjusted to what can be had. Without planes for a format that has no
+/// layout; nothing when the image must not come to be.
+std::optional<Layout> LayoutOf(ImageDescriptor& format) {
+    switch (format.colorSpace) {
+        case kRGB:
+            return format.pixelPacking == kPacked ? PackedRgbLayout(format) : Layout();
+        case kYCrCb:
+            if (format.pixelPacking == kPacked) {
+                return PackedYCrCbLayout(format);
+            }
+            return format.pixelPacking == kPlanar ? PlanarYCrCbLayout(format) : Layout();
+        case kAlphaOnly:
+            return AlphaOnlyLayout(format);
+        default:
+            return Layout();
+    }
+}
+
+/// Where the planes of an image come from: memory of the host's, callbacks of the host's, or the library.
+struct MemorySource {
+    unsigned char** memory;
+    ULong32* pitches;
+    void* context;
+    Image::AllocCallback allocCallback;
+    Image::FreeCallback freeCallback;
+    ULong32 bufferAlignment;
+    ULong32 lineAlignment;
+
+    bool HasCallbacks() const noexcept { return context && allocCallback && freeCallback; }
+};
+
+// Alignments that do not go together are how a buffer without memory is asked for.
+AlignedMemoryBuffer* NewEmptyBuffer() noexcept {
+    return new (std::nothrow) AlignedMemoryBuffer(0, 0, 1, 2, kNoAliasWorkAround);
+}
+
+/// A buffer for the plane `index`; a size beyond 32 bits, or memory that cannot be had, leaves it empty.
+AlignedMemoryBuffer* NewPlane(const MemorySource& source, std::size_t index,
+                              const PlaneLayout& plane) noexcept {
+    if (source.memory) {
+        return new (std::nothrow)
+            AlignedMemoryBuffer(source.memory[index], source.pitches[index], plane.lines,
+                                source.bufferAlignment, source.lineAlignment, kNoAliasWorkAround);
+    }
+    const bool pitchGiven = source.HasCallbacks() && source.pitches;
+    if (!pitchGiven && plane.bytesPerLine > std::numeric_limits<ULong32>::max()) {
+        return NewEmptyBuffer();
+    }
+    const ULong32 bytesPerLine =
+        pitchGiven ? source.pitches[index] : static_cast<ULong32>(plane.bytesPerLine);
+    if (source.HasCallbacks()) {
+        return new (std::nothrow) AlignedMemoryBuffer(
+            source.context, source.allocCallback, source.freeCallback, bytesPerLine, plane.lines,
+            source.bufferAlignment, source.lineAlignment, kNoAliasWorkAround);
+    }
+    return new (std::nothrow) AlignedMemoryBuffer(bytesPerLine, plane.lines, source.bufferAlignment,
+                                                  source.lineAlignment, kAliasWorkAround);
+}
+
+// Planes of the host's must all be given, but for the alpha plane of 4:2:2:4.
+bool GivesPlane(const MemorySource& source, std::size_t index, const ImageDescriptor& format) noexcept {
+    if (!source.memory) {
+        return true;
+    }
+    const bool mayBeMissing = format.channelSampling == k4224 && index == 1;
+    return source.pitches && (source.memory[index] || mayBeMissing);
+}
+
+void Describe(ChannelDescriptor& record, const ChannelLayout& channel, const BufferPtr& memory,
+              const ImageDescriptor& format) {
+    switch (channel.role) {
+        case Role::kUndescribed:
+            break;
+        case Role::kAlpha:
+            record.SetAlpha(0.0F, memory, channel.width, channel.height, format.scanStyle,
+                            format.fieldPacking, channel.bits);
+            break;
+        default: {
+            const bool isRgb = channel.role == Role::kRgb;
+            const float black = isRgb ? 0.0F : kVideoBlack;
+            const float white = isRgb                         ? 1.0F
+                                : channel.role == Role::kLuma ? kVideoLumaWhite
+                                                              : kVideoChromaWhite;
+            record.SetColor(0.0F, memory, channel.width, channel.height, format.scanStyle,
+                            format.fieldPacking, channel.bits, channel.sampling, kGammaVideo, black, white,
+                            0.0F, 1.0F);
+        }
+    }
+}
+
+/// Builds the channels of `format` and their memory.
+Long32 BuildChannels(ImageDescriptor& format, const MemorySource& source) {
+    const std::optional<Layout> layout = LayoutOf(format);
+    if (!layout) {
+        return kStatusBadArgument;
+    }
+    std::array<BufferPtr, 3> planes;
+    for (std::size_t plane = 0; plane < layout->planeCount; ++plane) {
+        if (!GivesPlane(source, plane, format)) {
+            return kStatusBadArgument;
+        }
+        planes[plane] = NewPlane(source, plane, layout->planes[plane]);
+    }
+    format.channels.resize(layout->channelCount);
+    for (std::size_t channel = 0; channel < layout->channelCount; ++channel) {
+        const ChannelLayout& channelLayout = layout->channels[channel];
+        Describe(format.channels[channel], channelLayout, planes[channelLayout.plane], format);
+    }
+    return kStatusOk;
+}
+
+float ShareOfPixel(ChannelSamplingEnum sampling) noexcept {
+    switch (sampling) {
+        case kFullSampling:
+            return 1.0F;
+        case kHalfHorizontal:
+            return 0.5F;
+        case kQuarterHorizontal:
+        case kHalfBoth:
+            return 0.25F;
+        default:
+            return 0.0F;
+    }
+}
+
+ChannelDescriptor* ChannelOf(ImageDescriptor* descriptor, ULong32 channel) noexcept {
+    return descriptor && channel < descriptor->channels.size() ? &descriptor->channels[channel] : nullptr;
+}
+
+const AlignedMemoryBuffer* MemoryOf(ImageDescriptor* descriptor, ULong32 channel) noexcept {
+    const ChannelDescriptor* const record = ChannelOf(descriptor, channel);
+    return record ? record->memory.get() : nullptr;
+}
+
+ChannelDescriptor* FirstAlphaOf(ImageDescriptor* descriptor) noexcept {
+    if (descriptor) {
+        for (ChannelDescriptor& record : descriptor->channels) {
+            if (record.isAlpha) {
+                return &record;
+            }
+        }
+    }
+    return nullptr;
+}
+
+Long32 SetLevels(ChannelDescriptor* record, float ChannelDescriptor::*lowField, float low,
+                 float ChannelDescriptor::*highField, float high) noexcept {
+    if (!record) {
+        return kStatusUnsupportedKind;
+    }
+    const auto isLevel = [](float level) { return level >= 0.0F && level <= 1.0F; };
+    if (!isLevel(low) || !isLevel(high)) {
+        return kStatusNullPointer;
+    }
+    record->*lowField = low;
+    record->*highField = high;
+    return kStatusOk;
+}
+
+bool HaveLevel(ImageDescriptor* descriptor, float ChannelDescriptor::*field, float level, ULong32 first,
+               ULong32 end) noexcept {
+    const ChannelDescriptor* record = ChannelOf(descriptor, first);
+    if (!record || record->*field != level) {
+        return false;
+    }
+    for (ULong32 channel = first + 1; channel < end && (record = ChannelOf(descriptor, channel)); ++channel) {
+        if (record->*field != level) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// The bytes of a line of samples. Samples of part of a byte take whole ones.
+std::uint64_t LineBytes(const ChannelDescriptor& record) noexcept {
+    const ULong32 bits = record.bitsPerSample;
+    return std::uint64_t{record.width} * (bits / 8 + (bits % 8 != 0 ? 1 : 0));
+}
+
+/// Appends `record` with `memory` to the channels and returns its index.
+Long32 AppendChannel(ImageDescriptor& descriptor, const ChannelDescriptor& record,
+                     const BufferPtr& memory) noexcept {
+    try {
+        descriptor.channels.push_back(record);
+    } catch (const std::bad_alloc&) {
+        return kStatusNoPixelMemory;
+    }
+    descriptor.channels.back().memory = memory;
+    if (descriptor.channelSampling == k422) {
+        descriptor.channelSampling = k4224;
+    }
+    return static_cast<Long32>(descriptor.channels.size() - 1);
+}
+
+ULong32 DefaultLineAlignment(ULong32 withSSE2) noexcept {
+    return Image::CPUinstructionSet.IsSSE2supported() ? withSSE2 : 32;
+}
+
+}  // namespace
+
+constinit CPUcapabilities& Image::CPUinstructionSet = classCapabilities[kOwnerImage];
+
+Image::Image(const ImageDescriptor& format, ULong32 bufferAlignment) noexcept
+    : Image(format, bufferAlignment, DefaultLineAlignment(64)) {}
+
+Image::Image(const ImageDescriptor& format, ULong32 bufferAlignment, ULong32 lineAlignment) noexcept {
+    CreateNew(nullptr, nullptr, nullptr, nullptr, nullptr, format, bufferAlignment, lineAlignment);
+}
+
+Image::Image(unsigned char* memory, ULong32 pitch, const ImageDescriptor& format, ULong32 bufferAlignment,
+             ULong32 lineAlignment) noexcept {
+    if (memory && pitch != 0) {
+        unsigned char* planes[] = {memory, nullptr, nullptr};
+        ULong32 pitches[] = {pitch, pitch, pitch};
+        CreateNew(planes, pitches, nullptr, nullptr, nullptr, format, bufferAlignment, lineAlignment);
+    }
+}
+
+Image::Image(unsigned char** memory, ULong32* pitches, const ImageDescriptor& format, ULong32 bufferAlignment,
+             ULong32 lineAlignment) noexcept {
+    if (memory && pitches) {
+        CreateNew(memory, pitches, nullptr, nullptr, nullptr, format, bufferAlignment, lineAlignment);
+    }
+}
+
+Image::Image(void* context, AllocCallback allocCallback, FreeCallback freeCallback,
+             const ImageDescriptor& format, ULong32 bufferAlignment, ULong32 lineAlignment) noexcept
+    : Image(context, allocCallback, freeCallback, nullptr, format, bufferAlignment, lineAlignment) {}
+
+Image::Image(void* context, AllocCallback allocCallback, FreeCallback freeCallback, ULong32* pitches,
+             const ImageDescriptor& format, ULong32 bufferAlignment, ULong32 lineAlignment) noexcept {
+    if (context && allocCallback && freeCallback) {
+        CreateNew(nullptr, pitches, context, allocCallback, freeCallback, format, bufferAlignment,
+                  lineAlignment);
+    }
+}
+
+Image::Image(void* context, AllocCallback allocCallback, FreeCallback freeCallback, ULong32 pitch,
+             const ImageDescriptor& format, ULong32 bufferAlignment, ULong32 lineAlignment) noexcept {
+    if (context && allocCallback && freeCallback) {
+        ULong32 pitches[] = {pitch, pitch, pitch};
+        CreateNew(nullptr, pitches, context, allocCallback, freeCallback, format, bufferAlignment,
+                  lineAlignment);
+    }
+}
+
+Image::~Image() {
+    delete descriptor;
+    ClearAll();
+}
+
+void Image::ClearAll() noexcept {
+    descriptor = nullptr;
+}
+
+Long32 Image::CreateNew(unsigned char** memory, ULong32* pitches, void* context, AllocCallback allocCallback,
+                        FreeCallback freeCallback, const ImageDescriptor& format, ULong32 bufferAlignment,
+                        ULong32 lineAlignment) noexcept {
+    ClearAll();
+    Long32 status = kStatusBadArgument;
+    try {
+        descriptor = new ImageDescriptor(format);
+        descriptor->version = 0.0F;
+        descriptor->channels.clear();
+        status = BuildChannels(*descriptor, {memory, pitches, context, allocCallback, freeCallback,
+                                             bufferAlignment, lineAlignment});
+    } catch (const std::bad_alloc&) {
+        status = kStatusBadArgument;
+    }
+    if (status != kStatusOk) {
+        delete descriptor;
+        ClearAll();
+    }
+    return status;
+}
+
+Long32 Image::AddChannel(const ChannelDescriptor& channel, ULong32 bufferAlignment) noexcept {
+    return AddChannel(channel, bufferAlignment, DefaultLineAlignment(128));
+}
+
+Long32 Image::AddChannel(const ChannelDescriptor& channel, ULong32 bufferAlignment,
+                         ULong32 lineAlignment) noexcept {
+    if (!descriptor || !channel.isAlpha) {
+        return kStatusBadArgument;
+    }
+    const std::uint64_t bytesPerLine = LineBytes(channel);
+    if (bytesPerLine > std::numeric_limits<ULong32>::max()) {
+        return kStatusNoPixelMemory;
+    }
+    const BufferPtr memory(new (std::nothrow)
+                               AlignedMemoryBuffer(static_cast<ULong32>(bytesPerLine), channel.height,
+                                                   bufferAlignment, lineAlignment, kNoAliasWorkAround));
+    if (!memory || !memory->GetAlignedPointer()) {
+        return kStatusNoPixelMemory;
+    }
+    return AppendChannel(*descriptor, channel, memory);
+}
+
+Long32 Image::AddChannel(unsigned char* memory, ULong32 pitch, const ChannelDescriptor& channel,
+                         ULong32 bufferAlignment, ULong32 lineAlignment) noexcept {
+    if (!descriptor || !channel.isAlpha) {
+        return kStatusBadArgument;
+    }
+    if (!memory) {
+        return kStatusNoPixelMemory;
+    }
+    const BufferPtr plane(new (std::nothrow) AlignedMemoryBuffer(
+        memory, pitch, channel.height, bufferAlignment, lineAlignment, kNoAliasWorkAround));
+    return plane ? AppendChannel(*descriptor, channel, plane) : kStatusNoPixelMemory;
+}
+
+Long32 Image::AddChannel(void* context, AllocCallback allocCallback, FreeCallback freeCallback,
+                         const ChannelDescriptor& channel, ULong32 bufferAlignment,
+                         ULong32 lineAlignment) noexcept {
+    if (!descriptor || !channel.isAlpha) {
+        return kStatusBadArgument;
+    }
+    if (!context || !allocCallback || !freeCallback) {
+        return kStatusNoPixelMemory;
+    }
+    const std::uint64_t bytesPerLine = LineBytes(channel);
+    const BufferPtr plane(bytesPerLine > std::numeric_limits<ULong32>::max()
+                              ? NewEmptyBuffer()
+                              : new (std::nothrow) AlignedMemoryBuffer(
+                                    context, allocCallback, freeCallback, static_cast<ULong32>(bytesPerLine),
+                                    channel.height, bufferAlignment, lineAlignment, kNoAliasWorkAround));
+    return plane ? AppendChannel(*descriptor, channel, plane) : kStatusNoPixelMemory;
+}
+
+Long32 Image::DeleteChannel(ULong32 channel) noexcept {
+    const ChannelDescriptor* const record = ChannelOf(descriptor, channel);
+    if (record && record->isAlpha) {
+        descriptor->channels.erase(descriptor->channels.begin() + static_cast<std::ptrdiff_t>(channel));
+        if (descriptor->channelSampling == k4224) {
+            descriptor->channelSampling = k422;
+        }
+    }
+    return kStatusOk;
+}
+
+float Image::GetVersion() const noexcept {
+    return descriptor ? descriptor->version : 0.0F;
+}
+ULong32 Image::GetWidth() const noexcept {
+    return descriptor ? descriptor->width : 0;
+}
+ULong32 Image::GetHeight() const noexcept {
+    return descriptor ? descriptor->height : 0;
+}
+float Image::GetAspectRatio() const noexcept {
+    return descriptor ? descriptor->aspectRatio : 0.0F;
+}
+ColorSpaceEnum Image::GetColorSpace() const noexcept {
+    return descriptor ? descriptor->colorSpace : kRGB;
+}
+AggregateChannelSamplingEnum Image::GetChannelSampling() const noexcept {
+    return descriptor ? descriptor->channelSampling : k4444;
+}
+ComponentOrderEnum Image::GetComponentOrder() const noexcept {
+    return descriptor ? descriptor->componentOrder : kBGRA;
+}
+PixelPackingEnum Image::GetPixelPacking() const noexcept {
+    return descriptor ? descriptor->pixelPacking : kPacked;
+}
+ShapedEnum Image::GetPixelShaping() const noexcept {
+    return descriptor ? descriptor->shaped : kUnshaped;
+}
+ScanStyleEnum Image::GetScanStyle() const noexcept {
+    return descriptor ? descriptor->scanStyle : kProgressive;
+}
+FieldPackingEnum Image::GetFieldPacking() const noexcept {
+    return descriptor ? descriptor->fieldPacking : kInterleavedFields;
+}
+OriginEnum Image::GetOrigin() const noexcept {
+    return descriptor ? descriptor->origin : kTopLeft;
+}
+ColorEnum Image::GetColor() const noexcept {
+    return descriptor ? descriptor->color : kFullColor;
+}
+MemoryTypeEnum Image::GetMemoryType() const noexcept {
+    return descriptor ? descriptor->memoryType : kMemoryType0;
+}
+ULong32 Image::GetNumberOfChannels() const noexcept {
+    return descriptor ? static_cast<ULong32>(descriptor->channels.size()) : 0;
+}
+
+void Image::SetOrigin(OriginEnum origin) noexcept {
+    if (descriptor) {
+        descriptor->origin = origin;
+    }
+}
+
+void Image::SetPixelShaping(ShapedEnum shaped) noexcept {
+    if (descriptor) {
+        descriptor->shaped = shaped;
+    }
+}
+
+void Image::SetColor(ColorEnum color) noexcept {
+    if (descriptor) {
+        descriptor->color = color;
+    }
+}
+
+void Image::SetMemoryType(MemoryTypeEnum memoryType) noexcept {
+    if (descriptor) {
+        descriptor->memoryType = memoryType;
+    }
+}
+
+void* Image::GetMemoryPointer(ULong32 channel) const noexcept {
+    const AlignedMemoryBuffer* const memory = MemoryOf(descriptor, channel);
+    return memory ? memory->GetAlignedPointer() : nullptr;
+}
+
+ULong32 Image::GetBufferAlignment(ULong32 channel) const noexcept {
+    const AlignedMemoryBuffer* const memory = MemoryOf(descriptor, channel);
+    return memory ? memory->GetBufferAlignment() : 0;
+}
+
+ULong32 Image::GetLineAlignment(ULong32 channel) const noexcept {
+    const AlignedMemoryBuffer* const memory = MemoryOf(descriptor, channel);
+    return memory ? memory->GetLineAlignment() : 0;
+}
+
+ULong32 Image::GetWidth(ULong32 channel) const noexcept {
+    const ChannelDescriptor* const record = ChannelOf(descriptor, channel);
+    return record ? record->width : 0;
+}
+
+ULong32 Image::GetHeight(ULong32 channel) const noexcept {
+    const ChannelDescriptor* const record = ChannelOf(descriptor, channel);
+    return record ? record->height : 0;
+}
+
+ULong32 Image::GetPitch(ULong32 channel) const noexcept {
+    const AlignedMemoryBuffer* const memory = MemoryOf(descriptor, channel);
+    return memory ? memory->GetPitch() : 0;
+}
+
+ULong32 Image::GetMemorySize(ULong32 channel) const noexcept {
+    const AlignedMemoryBuffer* const memory = MemoryOf(descriptor, channel);
+    return memory ? memory->size() : 0;
+}
+
+float Image::GetBytesPerChannel(ULong32 channel) const noexcept {
+    const ChannelDescriptor* const record = ChannelOf(descriptor, channel);
+    return record ? static_cast<float>(record->bitsPerSample) / 8.0F : 0.0F;
+}
+
+float Image::GetBytesPerPixel() const noexcept {
+    float bytes = 0.0F;
+    if (descriptor) {
+        for (const ChannelDescriptor& record : descriptor->channels) {
+            bytes += static_cast<float>(record.bitsPerSample) * ShareOfPixel(record.sampling) / 8.0F;
+        }
+    }
+    return bytes;
+}
+
+AlphaDescriptionEnum Image::GetAlphaChannelDescription() const noexcept {
+    const ChannelDescriptor* const alpha = FirstAlphaOf(descriptor);
+    return alpha ? alpha->alphaDescription : kNoAlpha;
+}
+
+Long32 Image::SetAlphaChannelDescription(AlphaDescriptionEnum description) noexcept {
+    ChannelDescriptor* const alpha = FirstAlphaOf(descriptor);
+    if (!alpha) {
+        return kStatusBadArgument;
+    }
+    alpha->alphaDescription = description;
+    return kStatusOk;
+}
+
+Long32 Image::SetBlackAndWhiteLevel(float black, float white, ULong32 channel) noexcept {
+    return SetLevels(ChannelOf(descriptor, channel), &ChannelDescriptor::blackLevel, black,
+                     &ChannelDescriptor::whiteLevel, white);
+}
+
+Long32 Image::SetClampLowAndHighLevel(float low, float high, ULong32 channel) noexcept {
+    return SetLevels(ChannelOf(descriptor, channel), &ChannelDescriptor::clampLowLevel, low,
+                     &ChannelDescriptor::clampHighLevel, high);
+}
+
+bool Image::IsBlackLevelAtZero(ULong32 first, ULong32 end) const noexcept {
+    return HaveLevel(descriptor, &ChannelDescriptor::blackLevel, 0.0F, first, end);
+}
+
+bool Image::IsWhiteLevelAtMax(ULong32 first, ULong32 end) const noexcept {
+    return HaveLevel(descriptor, &ChannelDescriptor::whiteLevel, 1.0F, first, end);
+}
+
+bool Image::IsClampLowLevelAtZero(ULong32 first, ULong32 end) const noexcept {
+    return HaveLevel(descriptor, &ChannelDescriptor::clampLowLevel, 0.0F, first, end);
+}
+
+bool Image::IsClampHighLevelAtMax(ULong32 first, ULong32 end) const noexcept {
+    return HaveLevel(descriptor, &ChannelDescriptor::clampHighLevel, 1.0F, first, end);
+}
+
+bool Image::AreYCrCbBlackAndWhiteLevelsAtITU601() const noexcept {
+    ULong32 luma = 0;
+    switch (GetComponentOrder()) {
+        case kCbYCrA:
+            luma = 1;
+            break;
+        case kYCbYCr:
+        case kYCbCrPlanes:
+        case kYPlaneCbCrPlane:
+        case kYCbCrA:
+            break;
+        default:
+            return false;
+    }
+    for (ULong32 channel = 0; channel < 3; ++channel) {
+        const ChannelDescriptor* const record = ChannelOf(descriptor, channel);
+        if (!record) {
+            return false;
+        }
+        const double black = record->blackLevel;
+        const double white = record->whiteLevel;
+        const double code = channel == luma ? 235.0 : 240.0;
+        if (!(black > 15.5 / 255.0 && black < 16.5 / 255.0 && white > (code - 0.5) / 255.0 &&
+              white < (code + 0.5) / 255.0)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace Zan

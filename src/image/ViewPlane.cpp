@@ -1,0 +1,148 @@
+#include "image/ViewPlane.h"
+
+#include <TesselU/image/FieldHelpers.h>
+#include <TesselU/image/Image.h>
+#include <TesselU/image/ImageView.h>
+
+#include <algorithm>
+#include <limits>
+
+namespace Zan {
+
+namespace {
+
+// Offsets are worked out in 64 bits on every target. A buffer never exceeds 32 bits, so that a pitch and its
+// product with a frame's height stay far below the limit; only lines and columns that lie outside the frame
+// can come near it, and the sums stop there.
+std::int64_t SaturatedSum(std::int64_t a, std::int64_t b) noexcept {
+    constexpr std::int64_t highest = std::numeric_limits<std::int64_t>::max();
+    constexpr std::int64_t lowest = std::numeric_limits<std::int64_t>::min();
+    if (b > 0 && a > highest - b) {
+        return highest;
+    }
+    if (b < 0 && a < lowest - b) {
+        return lowest;
+    }
+    return a + b;
+}
+
+// An address outside the address space stops at its ends, where no memory is.
+std::uint8_t* AddressAt(std::uint8_t* base, std::int64_t offset) noexcept {
+    const auto address = reinterpret_cast<std::uintptr_t>(base);
+    constexpr std::uintptr_t last = std::numeric_limits<std::uintptr_t>::max();
+    const std::uint64_t distance = offset < 0 ? std::uint64_t{0} - static_cast<std::uint64_t>(offset)
+                                              : static_cast<std::uint64_t>(offset);
+    if (offset < 0) {
+        return reinterpret_cast<std::uint8_t*>(
+            distance < address ? address - static_cast<std::uintptr_t>(distance) : std::uintptr_t{1});
+    }
+    return reinterpret_cast<std::uint8_t*>(
+        distance < last - address ? address + static_cast<std::uintptr_t>(distance) : last);
+}
+
+std::int64_t SignedPitch(const Image& image, ULong32 channel, bool isField) noexcept {
+    std::int64_t pitch = image.GetPitch(channel);
+    if (image.GetOrigin() == kBottomLeft) {
+        pitch = -pitch;
+    }
+    return isField ? 2 * pitch : pitch;
+}
+
+// Bytes from the start of a line to its column `left`. Planes of sub-sampled chroma are addressed as if they
+// had full width.
+std::int64_t ColumnOffset(const Image& image, ULong32 channel, Long32 left) noexcept {
+    double bytes = 0.0;
+    if (image.GetPixelPacking() == kPlanar) {
+        bytes = image.GetBytesPerChannel(channel);
+    } else if (image.GetChannelSampling() == k4224) {
+        bytes = (channel < 3 ? 2.0 : 1.0) * image.GetBytesPerChannel(channel);
+    } else {
+        bytes = image.GetBytesPerPixel();
+    }
+    constexpr double limit = 4611686018427387904.0;  // 2^62, beyond every memory
+    return static_cast<std::int64_t>(std::clamp(left * bytes, -limit, limit));
+}
+
+// Bytes from the top of the picture to the first selected line. A field starts on the first line at or below
+// `top` that belongs to it.
+std::int64_t LineOffset(const ImageView& view, std::int64_t top, std::int64_t pitch) noexcept {
+    if (view.GetFieldOfInterest() == kFrame) {
+        return top * pitch;
+    }
+    const bool fieldIsOdd = GetSpatialField(view.GetImage(), view.GetFieldOfInterest()) != kUpperField;
+    const bool topIsOdd = (top & 1) != 0;
+    return (top + (topIsOdd == fieldIsOdd ? 0 : 1)) * (pitch / 2);
+}
+
+}  // namespace
+
+bool ViewPlane::Holds(std::size_t rowBytes, std::size_t rows) const noexcept {
+    if (rowBytes == 0 || rows == 0) {
+        return true;
+    }
+    if (!first || first < begin || first >= end) {
+        return false;
+    }
+    const auto before = static_cast<std::size_t>(first - begin);
+    const auto after = static_cast<std::size_t>(end - first);
+    if (rowBytes > after) {
+        return false;
+    }
+    const std::size_t steps = rows - 1;
+    if (pitch > 0) {
+        return steps <= (after - rowBytes) / static_cast<std::size_t>(pitch);
+    }
+    if (pitch < 0) {
+        return steps <= before / (std::size_t{0} - static_cast<std::size_t>(pitch));
+    }
+    return true;
+}
+
+std::size_t ViewPlane::Clip(std::size_t rowBytes, std::size_t row) const noexcept {
+    if (!Holds(1, 1)) {
+        return 0;
+    }
+    const auto before = static_cast<std::size_t>(first - begin);
+    const auto after = static_cast<std::size_t>(end - first);
+    if (pitch >= 0) {
+        const auto step = static_cast<std::size_t>(pitch);
+        if (step != 0 && row > (after - 1) / step) {
+            return 0;
+        }
+        return std::min(rowBytes, after - row * step);
+    }
+    const std::size_t step = std::size_t{0} - static_cast<std::size_t>(pitch);
+    if (row > before / step) {
+        return 0;
+    }
+    return std::min(rowBytes, after + row * step);
+}
+
+ViewPlane PlaneOf(const ImageView& view, ULong32 channel) noexcept {
+    const Image* const image = view.GetImage();
+    if (!image || !image->GetMemoryPointer(channel)) {
+        return {};
+    }
+    auto* const base = static_cast<std::uint8_t*>(image->GetMemoryPointer(channel));
+    const ChannelDescriptor& record = image->GetImageDescriptor()->channels[channel];
+    const Rectangle region = view.GetRegionOfInterest();
+    const std::int64_t pitch = SignedPitch(*image, channel, view.GetFieldOfInterest() != kFrame);
+    const int halving = record.sampling == kHalfBoth ? 2 : 1;
+    const std::int64_t frameHeight = image->GetHeight() / static_cast<ULong32>(halving);
+
+    std::int64_t offset = LineOffset(view, region.getTop() / halving, pitch);
+    if (image->GetOrigin() == kBottomLeft && frameHeight >= 1) {
+        offset = SaturatedSum(offset, -(frameHeight - 1) * pitch);
+    }
+    offset = SaturatedSum(offset, ColumnOffset(*image, channel, region.getLeft()));
+
+    ViewPlane plane;
+    plane.first = AddressAt(base, offset);
+    plane.pitch = static_cast<std::ptrdiff_t>(std::clamp<std::int64_t>(
+        pitch, std::numeric_limits<std::ptrdiff_t>::min(), std::numeric_limits<std::ptrdiff_t>::max()));
+    plane.begin = base;
+    plane.end = base + record.memory->GetPixelBytes();
+    return plane;
+}
+
+}  // namespace Zan
