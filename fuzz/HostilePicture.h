@@ -1,0 +1,49 @@
+#ifndef TESSELU_FUZZ_HOSTILEPICTURE_H
+#define TESSELU_FUZZ_HOSTILEPICTURE_H
+
+#include "Input.h"
+
+#include <TesselU/image/Image.h>
+#include <TesselU/image/ImageView.h>
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+namespace fuzz {
+
+/// An image of any format, good or bad, whose planes end exactly where the image believes: every byte that it
+/// does not own is poisoned, so that the sanitizer stops at the first one touched.
+class HostilePicture {
+public:
+    explicit HostilePicture(Input& input);
+    ~HostilePicture();
+    HostilePicture(const HostilePicture&) = delete;
+    HostilePicture& operator=(const HostilePicture&) = delete;
+
+    /// A view of it with any region and field.
+    Zan::ImageView View(Input& input);
+
+private:
+    struct Block {
+        unsigned char* memory;
+        std::size_t size;
+    };
+
+    static unsigned char* Allocate(void* context, Zan::ULong32 totalSize, Zan::ULong32 bufferAlignment,
+                                   Zan::ULong32 lineAlignment);
+    static void Free(void* context, void* memory);
+
+    unsigned char* HostPlane(std::size_t size, unsigned misaligned);
+    void AddAlpha(Input& input);
+    void Disturb(Input& input);
+    void FillAndGuard(unsigned char seed);
+
+    std::vector<Block> blocks;
+    std::vector<std::unique_ptr<unsigned char[]>> hostMemory;
+    std::unique_ptr<Zan::Image> image;
+};
+
+}  // namespace fuzz
+
+#endif  // TESSELU_FUZZ_HOSTILEPICTURE_H
