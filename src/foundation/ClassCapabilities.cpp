@@ -1,0 +1,7 @@
+#include "foundation/ClassCapabilities.h"
+
+namespace Zan {
+
+CPUcapabilities classCapabilities[kCapabilityOwners];
+
+}  // namespace Zan
