@@ -5,13 +5,19 @@
 /// Everything that the library offers.
 
 #include <TesselU/composite/ZanCompositor.h>
+#include <TesselU/convert/ColorSpaceConverter.h>
+#include <TesselU/convert/ConversionMatrix.h>
+#include <TesselU/convert/ConverterFormat.h>
 #include <TesselU/foundation/AlignedMemoryBuffer.h>
 #include <TesselU/foundation/CPUcapabilities.h>
+#include <TesselU/foundation/CPUfeatures.h>
 #include <TesselU/foundation/Export.h>
 #include <TesselU/foundation/ProcessingStyle.h>
 #include <TesselU/foundation/RCObject.h>
 #include <TesselU/foundation/Status.h>
 #include <TesselU/foundation/Types.h>
+#include <TesselU/foundation/Version.h>
+#include <TesselU/gradient/GradientGenerator.h>
 #include <TesselU/image/FieldHelpers.h>
 #include <TesselU/image/Image.h>
 #include <TesselU/image/ImageDescriptor.h>

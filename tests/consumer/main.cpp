@@ -1,15 +1,40 @@
-#include <TesselU/composite/ZanCompositor.h>
+#include <TesselU/TesselU.h>
 
 #include <cstdio>
 
-// A dissolve of two pixels through the installed library.
+// Half of a wipe from red to blue, through the installed library.
 int main() {
-    Zan::ULong32 a[2] = {0xFFFFFFFFu, 0x00000000u};
-    Zan::ULong32 b[2] = {0x00000000u, 0xFFFFFFFFu};
-    Zan::ULong32 mixed[2] = {};
+    const Zan::ULong32 width = 64, height = 48;
+    Zan::ImageDescriptor rgb(width, height, Zan::kRGB, Zan::kProgressive, Zan::kNoFields, Zan::kTopLeft,
+                             1.0F);
+    Zan::ImageDescriptor grey(width, height, Zan::kAlphaOnly, Zan::kProgressive, Zan::kNoFields,
+                              Zan::kTopLeft, 1.0F);
+    Zan::Image red(rgb, 16), blue(rgb, 16), map(grey, 16), mixed(rgb, 16);
+    Zan::ImageView redView(&red), blueView(&blue), mapView(&map), mixedView(&mixed);
+
     Zan::ZanCompositor compositor;
-    const Zan::Long32 status = compositor.CrossDissolve(a, b, mixed, 2, 1, 8, 8, 8, 1.0, 0);
-    std::printf("status %d: %08x %08x\n", static_cast<int>(status), static_cast<unsigned>(mixed[0]),
-                static_cast<unsigned>(mixed[1]));
-    return status == 0 && mixed[0] == a[0] && mixed[1] == a[1] ? 0 : 1;
+    compositor.Fill(redView, 0xFFFF0000U, 0xFFFFFFFFU, Zan::kBestAvailable);
+    compositor.Fill(blueView, 0xFF0000FFU, 0xFFFFFFFFU, Zan::kBestAvailable);
+
+    GradientGenerator::WgrGradientData record{};
+    record.structSize = sizeof record;
+    record.width = width;
+    record.height = height;
+    record.pitch = mapView.GetPitch(0);
+    record.bitsPerSample = 8;
+    record.significantBits = 8;
+    record.peakValue = 255;
+    record.pixels = mapView.GetMemoryPointer(0);
+    record.aspectRatio = 1.0F;
+    record.cellFraction = 0.1F;
+    const int drawn = GradientGenerator::WgrGenerateGradient(&record, 1);
+
+    // Position 0 shows the second source where the map is above 0, position 1 the first everywhere.
+    const Zan::Long32 wiped = compositor.CompositeTwoSrcAndAlphaGradient(
+        redView, blueView, mapView, mixedView, 1.0, 0.0, Zan::kBestAvailable);
+    const auto* pixels = static_cast<const Zan::ULong32*>(mixedView.GetMemoryPointer(0));
+    std::printf("gradient %d, wipe %d, first pixel %08x, SSE2 %d\n", drawn, static_cast<int>(wiped),
+                static_cast<unsigned>(pixels[0]),
+                static_cast<int>(Zan::Image::CPUinstructionSet.IsSSE2supported()));
+    return drawn == 0 && wiped == 0 && pixels[0] == 0xFFFF0000U ? 0 : 1;
 }
