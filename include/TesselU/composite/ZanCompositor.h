@@ -36,8 +36,8 @@ public:
     /// Mixes two pictures: `fade`, limited to 0...1, is the weight of `srcA`. All four samples of a word are
     /// blended alike. Path 0 rounds in double precision, path 1 and SSE2 use weights of 256, the SSE and MMX
     /// forms weights of 255 (and come out up to one lower in the columns beyond their last block).
-    Long32 CrossDissolve(ULong32* srcA, ULong32* srcB, ULong32* dst, ULong32 width, ULong32 height, Long32 pitchA,
-                         Long32 pitchB, Long32 pitchDst, double fade, unsigned int codePath);
+    Long32 CrossDissolve(ULong32* srcA, ULong32* srcB, ULong32* dst, ULong32 width, ULong32 height,
+                         Long32 pitchA, Long32 pitchB, Long32 pitchDst, double fade, unsigned int codePath);
 
     /// Puts `srcB` over `srcA` by the alpha in byte 3 of `srcB`. Path 2 only; the last width mod 4 pixels of
     /// a row stay unwritten.
@@ -50,16 +50,17 @@ public:
                                    ULong32 height, Long32 pitchA, Long32 pitchB, Long32 pitchAlpha,
                                    Long32 pitchDst, unsigned int codePath);
 
-    /// Blends by a gradient plane of one byte per pixel through alpha = (g - threshold) * gain, both nominally
-    /// 0...1 and not limited. Paths 1 and 2; path 2 leaves the last width mod 8 pixels of a row unwritten
-    /// where it has its SSE form. All pitches in bytes.
+    /// Blends by a gradient plane of one byte per pixel through alpha = (g - threshold) * gain, both
+    /// nominally 0...1 and not limited. Paths 1 and 2; path 2 leaves the last width mod 8 pixels of a row
+    /// unwritten where it has its SSE form. All pitches in bytes.
     Long32 CompositeTwoSrcAndAlphaGradient(ULong32* srcA, ULong32* srcB, ULong32* alpha, ULong32* dst,
                                            ULong32 width, ULong32 height, Long32 pitchA, Long32 pitchB,
                                            Long32 pitchAlpha, Long32 pitchDst, double threshold, double gain,
                                            unsigned int codePath);
 
     /// Writes min(255, |a0-b0| + |a1-b1| + |a2-b2|) for every pixel to a byte plane; byte 3 is not looked at.
-    /// Path 1, and path 2 with integer SSE (100 without); path 2 leaves the last width mod 8 pixels unwritten.
+    /// Path 1, and path 2 with integer SSE (100 without); path 2 leaves the last width mod 8 pixels
+    /// unwritten.
     Long32 SumOfAbsDiffs(ULong32* srcA, ULong32* srcB, unsigned char* dst, ULong32 width, ULong32 height,
                          Long32 pitchA, Long32 pitchB, Long32 pitchDst, ULong32 codePath);
 
@@ -70,9 +71,9 @@ public:
 
     /// Paints a view with a constant, or under a bit mask: (old & ~mask) | (colour & mask).
     ///
-    /// `colour` is the value as it stands in memory: one pixel of a 4-byte format, two pixels of a 4:2:2 plane,
-    /// the low byte on an 8-bit grey plane. `mask` is all ones for a plain fill. A 4:2:2 view of odd width
-    /// takes the pair fill, which writes every second word of the row and three bytes at its end.
+    /// `colour` is the value as it stands in memory: one pixel of a 4-byte format, two pixels of a 4:2:2
+    /// plane, the low byte on an 8-bit grey plane. `mask` is all ones for a plain fill. A 4:2:2 view of odd
+    /// width takes the pair fill, which writes every second word of the row and three bytes at its end.
     /// Formats: packed `k4444`, `k422`, `k4224`, and `kAlphaOnly`. Returns 4 for another format, 1 without
     /// memory.
     Long32 Fill(ImageView& dst, ULong32 colour, ULong32 mask, ProcessingStyleEnum style);
@@ -89,13 +90,14 @@ public:
     Long32 ReadOnlyTwoSources(ImageView& srcA, ImageView& srcB, ULong32& result, ProcessingStyleEnum style);
 
     /// Writes the bitwise or of two views; statuses as `ReadOnlySingleSource`.
-    Long32 ReadTwoSourcesWriteDst(ImageView& srcA, ImageView& srcB, ImageView& dst, ProcessingStyleEnum style);
+    Long32 ReadTwoSourcesWriteDst(ImageView& srcA, ImageView& srcB, ImageView& dst,
+                                  ProcessingStyleEnum style);
 
     /// The soft-edged wipe from `srcB` (position 0) to `srcA` (position 1) along the gradient in `key`.
     ///
-    /// `position` is limited to 0...1, `softness` is the width of the edge in code values of the key, limited to
-    /// 0...32768. Formats: `srcA`, `srcB` and `dst` all `k4444`, or all `k422` or `k4224` (whose alpha planes
-    /// are wiped too); `key` is `kAlphaOnly` of one byte per pixel. Returns 4 for another format.
+    /// `position` is limited to 0...1, `softness` is the width of the edge in code values of the key, limited
+    /// to 0...32768. Formats: `srcA`, `srcB` and `dst` all `k4444`, or all `k422` or `k4224` (whose alpha
+    /// planes are wiped too); `key` is `kAlphaOnly` of one byte per pixel. Returns 4 for another format.
     Long32 CompositeTwoSrcAndAlphaGradient(ImageView& srcA, ImageView& srcB, ImageView& key, ImageView& dst,
                                            double position, double softness, ProcessingStyleEnum style);
 

@@ -22,8 +22,8 @@ struct WgrGradientData {
     Zan::ULong32 significantBits;  ///< bits of a sample that carry value, at most `bitsPerSample`
     Zan::ULong32 peakValue;        ///< sample that stands for 1.0, at most 2^`significantBits` - 1
     void* pixels;                  ///< first sample of the top row, at any address
-    float aspectRatio;  ///< picture width over height as the pattern sees it; limited to 0.01...100. 1.0
-                        ///< fills the buffer's shape
+    float aspectRatio;   ///< picture width over height as the pattern sees it; limited to 0.01...100. 1.0
+                         ///< fills the buffer's shape
     float cellFraction;  ///< one repeat of a repeating pattern over the height; limited to 0.001...1
     Zan::ULong32 flags;  ///< bit 0: check everything, draw nothing
 };
