@@ -2,6 +2,8 @@
 
 #include <TesselU/image/Image.h>
 
+#include <limits>
+
 namespace Zan {
 namespace {
 
@@ -188,10 +190,15 @@ bool PlanesHold(std::uint32_t format, const ViewPlane (&planes)[4], std::size_t 
         return true;
     }
     const auto halfUp = [](std::size_t n) { return n / 2 + n % 2; };
+    // A row longer than the address space lies in no memory.
+    const auto times = [](std::size_t factor, std::size_t n) {
+        constexpr std::size_t most = std::numeric_limits<std::size_t>::max();
+        return n > most / factor ? most : factor * n;
+    };
     const auto chromaHolds = [&](std::size_t rowBytes, std::size_t rows) {
         return planes[1].Holds(rowBytes, rows) && planes[2].Holds(rowBytes, rows);
     };
-    const std::size_t pairBytes = 4 * halfUp(width);
+    const std::size_t pairBytes = times(4, halfUp(width));
     switch (format) {
         case kFmtCbYCrY:
         case kFmtYCbYCr:
@@ -215,11 +222,11 @@ bool PlanesHold(std::uint32_t format, const ViewPlane (&planes)[4], std::size_t 
         case kFmtRGB24:
         case kFmtCbYCr24:
         case kFmtYCbCr24:
-            return planes[0].Holds(3 * width, height);
+            return planes[0].Holds(times(3, width), height);
         case kFmtAlpha8:
             return planes[0].Holds(width, height);
         default:
-            return planes[0].Holds(4 * width, height);
+            return planes[0].Holds(times(4, width), height);
     }
 }
 
