@@ -1,0 +1,58 @@
+#include "media/RgbConversion.h"
+
+#include <string>
+
+#include "Errors.h"
+#include "Stopwatch.h"
+
+namespace tool {
+namespace {
+
+/// YCrCb at video levels to full RGB with the luma weights of ITU-R BT.709, in memory order (Cb, Y, Cr, A to
+/// B, G, R, A). The library's own default is BT.601.
+struct Bt709Matrix {
+    static constexpr double kRed = 0.2126, kBlue = 0.0722, kGreen = 1 - kRed - kBlue;
+    static constexpr double kLuma = 255.0 / 219, kChroma = 255.0 / 224;
+
+    // clang-format off
+    double values[16] = {
+        kChroma * 2 * (1 - kBlue),                  kLuma, 0,                                        0,
+        -kChroma * 2 * (1 - kBlue) * kBlue / kGreen, kLuma, -kChroma * 2 * (1 - kRed) * kRed / kGreen, 0,
+        0,                                          kLuma, kChroma * 2 * (1 - kRed),                 0,
+        0,                                          0,     0,                                        1};
+    // clang-format on
+};
+
+}  // namespace
+
+RgbConversion::RgbConversion(const PictureFormat& format)
+    : weights(format.weights), rgb(NewRgb(format.width, format.height)) {}
+
+Raster RgbConversion::Convert(Zan::Image& picture) {
+    Bt709Matrix bt709;
+    double* const matrix = weights == LumaWeights::kBt709 ? bt709.values : nullptr;
+    Zan::ImageView source = Whole(picture);
+    Zan::ImageView destination = Whole(*rgb);
+    Zan::Long32 status = Zan::kStatusOk;
+    {
+        const Stopwatch running(seconds);
+        status = converter.Do(source, destination, Zan::kBestAvailable, matrix, nullptr);
+    }
+    if (status != Zan::kStatusOk)
+        throw Failure("conversion to RGB: the library returned status " + std::to_string(status));
+    ++pictures;
+
+    Raster raster(rgb->GetWidth(), rgb->GetHeight());
+    for (unsigned y = 0; y < raster.height; ++y) {
+        const std::uint8_t* bgra = Line(*rgb, y);
+        std::uint8_t* out = raster.At(0, y);
+        for (unsigned x = 0; x < raster.width; ++x, bgra += 4, out += 3) {
+            out[0] = bgra[2];
+            out[1] = bgra[1];
+            out[2] = bgra[0];
+        }
+    }
+    return raster;
+}
+
+}  // namespace tool
