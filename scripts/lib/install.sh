@@ -16,9 +16,13 @@ as_root() {
     fi
 }
 
+apt_get() {
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get -q -y -o Dpkg::Use-Pty=0 -o DPkg::Lock::Timeout=120 "$@"
+}
+
 # need_packages NAME...: installs those that are missing; returns non-zero when one cannot be had.
 need_packages() {
-    local name missing=()
+    local name missing=() log status=0
     for name in "$@"; do
         have_package "$name" || missing+=("$name")
     done
@@ -28,17 +32,13 @@ need_packages() {
         return 1
     fi
     echo "installing: ${missing[*]}"
-    local quiet=(env DEBIAN_FRONTEND=noninteractive apt-get -q -y -o Dpkg::Use-Pty=0
-        -o DPkg::Lock::Timeout=120)
-    # The lists may be absent (a fresh container) or old; they are fetched once, when the first try fails.
-    if ! as_root "${quiet[@]}" install --no-install-recommends "${missing[@]}" >/tmp/tesselu-install.$$ 2>&1; then
-        as_root "${quiet[@]}" update >/dev/null || true
-        if ! as_root "${quiet[@]}" install --no-install-recommends "${missing[@]}" \
-            >/tmp/tesselu-install.$$ 2>&1; then
-            tail -n 5 /tmp/tesselu-install.$$ >&2
-            rm -f /tmp/tesselu-install.$$
-            return 1
-        fi
+    log=$(mktemp) || return 1
+    # The lists may be absent (a fresh container) or old; they are fetched when the first try fails.
+    if ! apt_get install --no-install-recommends "${missing[@]}" >"$log" 2>&1; then
+        apt_get update >/dev/null 2>&1 || true
+        apt_get install --no-install-recommends "${missing[@]}" >"$log" 2>&1 || status=1
+        [ $status -eq 0 ] || tail -n 5 "$log" >&2
     fi
-    rm -f /tmp/tesselu-install.$$
+    rm -f "$log"
+    return $status
 }
