@@ -1,0 +1,253 @@
+#include <TesselU/composite/ZanCompositor.h>
+#include <TesselU/image/Image.h>
+#include <TesselU/image/ImageView.h>
+
+#include <memory>
+
+#include "kernels/Operations.h"
+
+namespace kernelcheck {
+
+namespace {
+
+using namespace Zan;
+
+ULong32* Words(std::uint8_t* p) {
+    return reinterpret_cast<ULong32*>(p);
+}
+ULong32 Size(std::size_t n) {
+    return static_cast<ULong32>(n);
+}
+Long32 Pitch(const Plane& plane) {
+    return static_cast<Long32>(plane.pitch());
+}
+
+/// A destination of its own, or one of the sources.
+Plane& Destination(Case& c, Plane& source) {
+    return Pick(c.random, 0, 3) == 0 ? source : c.Add(4 * c.width, c.height, 4);
+}
+
+double Fraction(Random& random) {
+    static constexpr double kSpecial[] = {0,         1,           0.5,       -0.5,       1.5,
+                                          1.0 / 255, 254.0 / 255, 1.0 / 256, 255.0 / 256};
+    const std::size_t n = Pick(random, 0, 2 * std::size(kSpecial));
+    return n < std::size(kSpecial) ? kSpecial[n] : std::uniform_real_distribution<double>(0, 1)(random);
+}
+
+Operation Dissolve(CPUinstructionSetEnum set, unsigned path) {
+    return {"CrossDissolve, path " + std::to_string(path),
+            [path](Case& c) -> Operation::Run {
+                Plane &a = c.Add(4 * c.width, c.height, 4), &b = c.Add(4 * c.width, c.height, 4);
+                Plane& out = Destination(c, b);
+                const double fade = Fraction(c.random);
+                return [=, &a, &b, &out, w = Size(c.width), h = Size(c.height)] {
+                    ZanCompositor compositor;
+                    return compositor.CrossDissolve(Words(a.row()), Words(b.row()), Words(out.row()), w, h,
+                                                    Pitch(a), Pitch(b), Pitch(out), fade, path);
+                };
+            },
+            set};
+}
+
+Operation TwoSources(CPUinstructionSetEnum set) {
+    return {"CompositeTwoSources",
+            [](Case& c) -> Operation::Run {
+                Plane &a = c.Add(4 * c.width, c.height, 4), &b = c.Add(4 * c.width, c.height, 4);
+                Plane& out = Destination(c, a);
+                return [&a, &b, &out, w = Size(c.width), h = Size(c.height)] {
+                    ZanCompositor compositor;
+                    return compositor.CompositeTwoSources(Words(a.row()), Words(b.row()), Words(out.row()), w,
+                                                          h, Pitch(a), Pitch(b), Pitch(out), 2);
+                };
+            },
+            set};
+}
+
+Operation Alpha(CPUinstructionSetEnum set, unsigned path) {
+    return {"CompositeTwoSrcAndAlpha, path " + std::to_string(path),
+            [path](Case& c) -> Operation::Run {
+                Plane &a = c.Add(4 * c.width, c.height, 4), &b = c.Add(4 * c.width, c.height, 4);
+                Plane& key = c.Add(c.width, c.height);
+                Plane& out = Destination(c, b);
+                return [=, &a, &b, &key, &out, w = Size(c.width), h = Size(c.height)] {
+                    ZanCompositor compositor;
+                    return compositor.CompositeTwoSrcAndAlpha(
+                        Words(a.row()), Words(b.row()), Words(key.row()), Words(out.row()), w, h, Pitch(a),
+                        Pitch(b), Pitch(key), Pitch(out), path);
+                };
+            },
+            set};
+}
+
+Operation Gradient(CPUinstructionSetEnum set, unsigned path) {
+    return {"CompositeTwoSrcAndAlphaGradient, path " + std::to_string(path),
+            [path](Case& c) -> Operation::Run {
+                Plane &a = c.Add(4 * c.width, c.height, 4), &b = c.Add(4 * c.width, c.height, 4);
+                Plane& key = c.Add(c.width, c.height);
+                Plane& out = Destination(c, a);
+                // Thresholds and gains beyond the nominal range wrap in 16 bits, alike on every target.
+                const double threshold = Fraction(c.random) * (Pick(c.random, 0, 4) == 0 ? -300 : 1);
+                const double gain = Fraction(c.random) * (Pick(c.random, 0, 4) == 0 ? 20 : 1);
+                return [=, &a, &b, &key, &out, w = Size(c.width), h = Size(c.height)] {
+                    ZanCompositor compositor;
+                    return compositor.CompositeTwoSrcAndAlphaGradient(
+                        Words(a.row()), Words(b.row()), Words(key.row()), Words(out.row()), w, h, Pitch(a),
+                        Pitch(b), Pitch(key), Pitch(out), threshold, gain, path);
+                };
+            },
+            set};
+}
+
+Operation Differences(CPUinstructionSetEnum set, unsigned path) {
+    return {"SumOfAbsDiffs, path " + std::to_string(path),
+            [path](Case& c) -> Operation::Run {
+                Plane &a = c.Add(4 * c.width, c.height, 4), &b = c.Add(4 * c.width, c.height, 4);
+                Plane& out = c.Add(c.width, c.height);
+                return [=, &a, &b, &out, w = Size(c.width), h = Size(c.height)] {
+                    ZanCompositor compositor;
+                    return compositor.SumOfAbsDiffs(Words(a.row()), Words(b.row()), out.row(), w, h, Pitch(a),
+                                                    Pitch(b), Pitch(out), path);
+                };
+            },
+            set};
+}
+
+/// An image on memory of a case, whose rows run downwards.
+std::shared_ptr<Image> ImageOn(const std::vector<Plane*>& planes, ColorSpaceEnum space,
+                               AggregateChannelSamplingEnum sampling, std::size_t width, std::size_t height) {
+    const ImageDescriptor format(Size(width), Size(height), space, sampling,
+                                 space == kYCrCb ? kCbYCrA : kBGRA, kPacked, kProgressive, kNoFields,
+                                 kTopLeft, 1.0F, kUnshaped);
+    std::vector<unsigned char*> memory;
+    std::vector<ULong32> pitches;
+    for (const Plane* plane : planes) {
+        memory.push_back(plane->row());
+        pitches.push_back(static_cast<ULong32>(plane->pitch()));
+    }
+    return std::make_shared<Image>(memory.data(), pitches.data(), format, 1U, 1U);
+}
+
+Operation WordFill(CPUinstructionSetEnum set) {
+    return {"Fill of words",
+            [](Case& c) -> Operation::Run {
+                // The alignment step may run over the end of a short row.
+                Plane& out = c.Add(4 * c.width, c.height, 4, 16, Plane::Kind::kImage);
+                auto image = ImageOn({&out}, kRGB, k4444, c.width, c.height);
+                const auto colour = static_cast<ULong32>(c.random());
+                const ULong32 mask =
+                    Pick(c.random, 0, 2) == 0 ? static_cast<ULong32>(c.random()) : 0xFFFFFFFFU;
+                return [=] {
+                    ImageView view(image.get());
+                    ZanCompositor compositor;
+                    return compositor.Fill(view, colour, mask, kBestAvailable);
+                };
+            },
+            set};
+}
+
+Operation ByteFill(CPUinstructionSetEnum set) {
+    return {"Fill of bytes",
+            [](Case& c) -> Operation::Run {
+                Plane& out = c.Add(c.width, c.height, 1, 16, Plane::Kind::kImage);
+                auto image = ImageOn({&out}, kAlphaOnly, k4444, c.width, c.height);
+                const auto colour = static_cast<ULong32>(c.random());
+                const ULong32 mask = Pick(c.random, 0, 2) == 0 ? static_cast<ULong32>(c.random()) : 255U;
+                return [=] {
+                    ImageView view(image.get());
+                    ZanCompositor compositor;
+                    return compositor.Fill(view, colour, mask, kBestAvailable);
+                };
+            },
+            set};
+}
+
+Operation ReadPass(bool two) {
+    return {two ? "ReadOnlyTwoSources" : "ReadOnlySingleSource", [two](Case& c) -> Operation::Run {
+                Plane &a = c.Add(4 * c.width, c.height, 4, 0, Plane::Kind::kImage),
+                      &b = c.Add(4 * c.width, c.height, 4, 0, Plane::Kind::kImage);
+                auto first = ImageOn({&a}, kRGB, k4444, c.width, c.height);
+                auto second = ImageOn({&b}, kRGB, k4444, c.width, c.height);
+                return [=] {
+                    ImageView viewA(first.get()), viewB(second.get());
+                    ZanCompositor compositor;
+                    ULong32 result = 0;
+                    if (two)
+                        compositor.ReadOnlyTwoSources(viewA, viewB, result, kBestAvailable);
+                    else
+                        compositor.ReadOnlySingleSource(viewA, result, kBestAvailable);
+                    return static_cast<Long32>(result);
+                };
+            }};
+}
+
+Operation OrPass() {
+    return {"ReadTwoSourcesWriteDst", [](Case& c) -> Operation::Run {
+                Plane &a = c.Add(4 * c.width, c.height, 4, 0, Plane::Kind::kImage),
+                      &b = c.Add(4 * c.width, c.height, 4, 0, Plane::Kind::kImage);
+                Plane& out = c.Add(4 * c.width, c.height, 4, 0, Plane::Kind::kImage);
+                std::shared_ptr<Image> images[3];
+                for (int i = 0; Plane * plane : {&a, &b, &out})
+                    images[i++] = ImageOn({plane}, kRGB, k4444, c.width, c.height);
+                return [=] {
+                    ImageView viewA(images[0].get()), viewB(images[1].get()), viewOut(images[2].get());
+                    ZanCompositor compositor;
+                    return compositor.ReadTwoSourcesWriteDst(viewA, viewB, viewOut, kBestAvailable);
+                };
+            }};
+}
+
+Operation Wipe(ProcessingStyleEnum style, AggregateChannelSamplingEnum sampling) {
+    static constexpr const char* kSamplings[] = {"k4444", "k444", "k422", "k4224"};
+    return {"soft wipe, " + std::string(kSamplings[sampling]) + ", style " + std::to_string(style),
+            [=](Case& c) -> Operation::Run {
+                // Images of 4:2:2 have an even width; a view need not.
+                const bool pairs = sampling != k4444;
+                const std::size_t even = pairs ? (c.width + 1) / 2 * 2 : c.width;
+                std::shared_ptr<Image> images[3];
+                for (auto& image : images) {
+                    std::vector<Plane*> planes = {
+                        &c.Add(pairs ? 2 * even : 4 * even, c.height, 4, 0, Plane::Kind::kImage)};
+                    if (sampling == k4224)
+                        planes.push_back(&c.Add(even, c.height, 1, 0, Plane::Kind::kImage));
+                    image = ImageOn(planes, pairs ? kYCrCb : kRGB, sampling, even, c.height);
+                }
+                Plane& keyPlane = c.Add(even, c.height, 1, 0, Plane::Kind::kImage);
+                auto key = ImageOn({&keyPlane}, kAlphaOnly, k4444, even, c.height);
+                const double position = Fraction(c.random), softness = Fraction(c.random) * 300;
+                return [=, w = static_cast<Long32>(c.width), h = static_cast<Long32>(c.height)] {
+                    const Rectangle region(0, 0, w, h);
+                    ImageView a(images[0].get(), region, kFrame), b(images[1].get(), region, kFrame);
+                    ImageView out(images[2].get(), region, kFrame), keys(key.get(), region, kFrame);
+                    ZanCompositor compositor;
+                    return compositor.CompositeTwoSrcAndAlphaGradient(a, b, keys, out, position, softness,
+                                                                      style);
+                };
+            }};
+}
+
+}  // namespace
+
+std::vector<Operation> CompositeOperations() {
+    std::vector<Operation> all;
+    for (const CPUinstructionSetEnum set : {kMMX, kSSE_MMX, kSSE2}) {
+        for (const unsigned path : {0U, 1U, 2U})
+            all.push_back(Dissolve(set, path));
+        all.push_back(TwoSources(set));
+        for (const unsigned path : {1U, 2U}) {
+            all.push_back(Alpha(set, path));
+            all.push_back(Gradient(set, path));
+            all.push_back(Differences(set, path));
+        }
+        all.push_back(WordFill(set));
+        all.push_back(ByteFill(set));
+    }
+    all.push_back(ReadPass(false));
+    all.push_back(ReadPass(true));
+    all.push_back(OrPass());
+    for (const AggregateChannelSamplingEnum sampling : {k4444, k422, k4224})
+        for (const ProcessingStyleEnum style : {kFlp, kBestAvailable})
+            all.push_back(Wipe(style, sampling));
+    return all;
+}
+
+}  // namespace kernelcheck
