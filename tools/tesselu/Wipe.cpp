@@ -93,8 +93,8 @@ void PrintSummary(const PictureFormat& format, long pictures, double wipe, doubl
     const double whole = wipe + conversion;
     std::printf("%ld frames of %ux%u%s at %.4g a second\n", pictures, format.width, format.height, scan,
                 rate);
-    std::printf("library: %.3f ms a frame (wipe %.3f", whole * 1e3 / static_cast<double>(pictures),
-                wipe * 1e3 / static_cast<double>(pictures));
+    std::printf("library: %.3f ms of processor time a frame (wipe %.3f",
+                whole * 1e3 / static_cast<double>(pictures), wipe * 1e3 / static_cast<double>(pictures));
     if (conversion > 0)
         std::printf(", conversion to RGB %.3f", conversion * 1e3 / static_cast<double>(pictures));
     std::printf("), %.0f times real time\n", static_cast<double>(pictures) / rate / whole);
@@ -159,6 +159,10 @@ void RunWipe(const WipeOptions& options) {
     writer->Finish();
     const double conversion = writer->LibrarySeconds();
     PrintSummary(format, pictures, wiper.Seconds(), conversion);
+    if (sheet)
+        std::printf(
+            "sheet: %ld pictures converted to RGB, %.3f ms each\n", sheet->Conversion().Pictures(),
+            sheet->Conversion().Seconds() * 1e3 / static_cast<double>(sheet->Conversion().Pictures()));
 }
 
 }  // namespace tool

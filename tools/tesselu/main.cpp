@@ -133,7 +133,7 @@ int Run(int argc, char** argv) {
         "Real-time video image processing: wipes between clips, wipe patterns, and what this machine "
         "offers."};
     app.name("tesselu");
-    app.require_subcommand(1);
+    app.require_subcommand(0, 1);
     app.fallthrough();
     app.add_flag("--verbose", line.verbose, "let the media libraries speak too");
     AddWipe(app, line, run);
@@ -151,6 +151,8 @@ int Run(int argc, char** argv) {
             return app.exit(error);
         throw UsageError(error.what());
     }
+    if (!run)
+        throw UsageError("a command is needed: wipe, patterns, info or testcard");
     av_log_set_level(line.verbose ? AV_LOG_INFO : AV_LOG_QUIET);
     run();
     if (std::fflush(stdout) != 0)
