@@ -16,7 +16,7 @@ bool ExceedsCache(std::size_t bytes) noexcept {
     if (mode >= 0) [[unlikely]]
         return mode != 0;
     static const std::size_t cache = LastLevelCacheBytes();
-    return cache != 0 && bytes > cache - cache / 4;
+    return cache != 0 && bytes > cache / 2;
 }
 
 void ForceStreaming(int mode) noexcept {

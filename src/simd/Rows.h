@@ -57,9 +57,9 @@ struct RowJob {
     }
 };
 
-/// True when a call that moves `bytes` in all should write around the cache. Up to three quarters of the
-/// last-level cache the next operation still finds there what this one wrote, and loses a third of its time if
-/// not; beyond that the lines are gone by then, and fetching them only to overwrite them is wasted.
+/// True when a call that moves `bytes` in all should write around the cache. Up to half of the last-level
+/// cache the next operation still finds there what this one wrote, and loses a third of its time if not;
+/// beyond that the lines are gone by then, and fetching them only to overwrite them is wasted.
 bool ExceedsCache(std::size_t bytes) noexcept;
 
 /// Overrides the answer of `ExceedsCache` (tests): 0 never, 1 always, -1 by size.
