@@ -503,6 +503,16 @@ TEST(Image, DropsRecordsThatComeWithTheFormat) {
     format = Format(16, 8, kColorSpace2, k4444, kBGRA);
     format.channels.resize(2);
     EXPECT_EQ(Image(format, 64).GetNumberOfChannels(), 0U);
+
+    // Where no row of the table describes the channels, nothing of the given records shows through either.
+    format = Format(16, 8, kYCrCb, k4444, kYCbYCr);
+    format.channels.resize(4);
+    format.channels[2].SetAlpha(5.0F, 99, 98, kUpperFieldFirst, kNoFields, 16);
+    Image undescribed(format, 64);
+    ASSERT_EQ(undescribed.GetNumberOfChannels(), 4U);
+    EXPECT_EQ(undescribed.GetWidth(2), 0U);
+    EXPECT_EQ(undescribed.GetImageDescriptor()->channels[2].isAlpha, 0U);
+    EXPECT_EQ(undescribed.GetImageDescriptor()->channels[2].version, -1.0F);
 }
 
 TEST(Image, KeepsACopyOfTheFormat) {

@@ -151,6 +151,21 @@ TEST(ViewPlane, HoldsSeesThroughAnySize) {
     }
 }
 
+TEST(ViewPlane, RowsThatWouldWrapAroundTheAddressSpace) {
+    std::vector<unsigned char> memory(64 * 8);
+    ImageDescriptor format = Alpha(64, 8);
+    for (const OriginEnum origin : {kTopLeft, kBottomLeft}) {
+        format.origin = origin;
+        Image image(memory.data(), 64, format, 1, 1);
+        ImageView view(&image);
+        const ViewPlane plane = PlaneOf(view, 0);
+        const std::size_t around = kHuge / 64 + 1;  // this many rows come back to the first one
+        EXPECT_FALSE(plane.Holds(64, around + 1));
+        EXPECT_FALSE(plane.Holds(1, around + 2));
+        EXPECT_EQ(plane.Clip(64, around), 0U);
+    }
+}
+
 TEST(ViewPlane, ClipsAtTheEndOfTheMemory) {
     std::vector<unsigned char> memory(70 * 10);
     Image image(memory.data(), 70, Rgb24(20, 10), 1, 1);
