@@ -107,6 +107,32 @@ HWY_INLINE HWY_ATTR VI16 MergeEvenOdd(VI16 even, VI16 odd) {
 #endif
 }
 
+/// Each block holds the even lanes of the block of `low`, then those of `high`.
+HWY_INLINE HWY_ATTR VU32 EvenLanes(VU32 low, VU32 high) {
+#if HWY_TARGET == HWY_AVX3
+    return VU32{_mm512_castps_si512(
+        _mm512_shuffle_ps(_mm512_castsi512_ps(low.raw), _mm512_castsi512_ps(high.raw), 0x88))};
+#elif HWY_TARGET == HWY_AVX2
+    return VU32{_mm256_castps_si256(
+        _mm256_shuffle_ps(_mm256_castsi256_ps(low.raw), _mm256_castsi256_ps(high.raw), 0x88))};
+#else
+    return hn::ConcatEven(DU32(), high, low);
+#endif
+}
+
+/// The same with the odd lanes.
+HWY_INLINE HWY_ATTR VU32 OddLanes(VU32 low, VU32 high) {
+#if HWY_TARGET == HWY_AVX3
+    return VU32{_mm512_castps_si512(
+        _mm512_shuffle_ps(_mm512_castsi512_ps(low.raw), _mm512_castsi512_ps(high.raw), 0xDD))};
+#elif HWY_TARGET == HWY_AVX2
+    return VU32{_mm256_castps_si256(
+        _mm256_shuffle_ps(_mm256_castsi256_ps(low.raw), _mm256_castsi256_ps(high.raw), 0xDD))};
+#else
+    return hn::ConcatOdd(DU32(), high, low);
+#endif
+}
+
 /// One 16-byte pattern in every block.
 HWY_INLINE HWY_ATTR VU8 InEveryBlock(const std::uint8_t* pattern) {
     return hn::LoadDup128(DU8(), pattern);

@@ -47,6 +47,10 @@ void CopyPairsAndAlpha(const ConversionJob& job) {
     CopyBytes(job, 3, job.width);
 }
 
+void CopyAlphaPlane(const ConversionJob& job) {
+    CopyBytes(job, 3, job.width);
+}
+
 void CopyTriples(const ConversionJob& job) {
     CopyBytes(job, 0, 3 * job.width);
 }

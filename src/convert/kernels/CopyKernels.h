@@ -14,6 +14,9 @@ void CopyWordsPerPair(const ConversionJob& job);
 /// Copies a 4:2:2 plane as `CopyWordsPerPair`, then the alpha plane.
 void CopyPairsAndAlpha(const ConversionJob& job);
 
+/// Copies the alpha plane alone, one byte a column.
+void CopyAlphaPlane(const ConversionJob& job);
+
 /// Copies 24-bit pixels.
 void CopyTriples(const ConversionJob& job);
 

@@ -3,6 +3,7 @@
 #include <array>
 
 #include "convert/ConversionPairs.h"
+#include "convert/kernels/ConversionKernels.h"
 #include "convert/kernels/CopyKernels.h"
 
 namespace Zan {
@@ -21,6 +22,12 @@ constexpr KernelRow Row(int source, int destination, NamedKernel withoutSse2, Na
 // A copy has one body whatever its name.
 constexpr KernelRow Copy(int format, ConversionKernel lines) {
     return Row(format, format, {lines, "CopyLines_MMX"}, {lines, "CopyLines_SSE2"});
+}
+
+// One composition under the names of its MMX and SSE forms.
+constexpr KernelRow Row(int source, int destination, ConversionKernel kernel, const char* mmx,
+                        const char* sse) {
+    return Row(source, destination, {kernel, mmx}, {kernel, sse});
 }
 
 // A kernel that does not exist yet.
@@ -54,9 +61,9 @@ constexpr KernelRow kernelRows[] = {
     Row(5, 1, Later("ConvertRGB32ToCbYCrA_MMX"), Later("ConvertRGB32ToCbYCrA_SSE2")),
     Row(3, 1, Later("ConvertPlus0")),
     Row(4, 1, Later("ConvertPlus0")),
-    Row(2, 0, Later("ConvertCbYCrYToRGB32_MMX"), Later("ConvertCbYCrYToRGB32_SSE")),
-    Row(2, 5, Later("ConvertCbYCrYToRGB32_MMX"), Later("ConvertCbYCrYToRGB32_SSE")),
-    Row(2, 14, Later("ConvertCbYCrYToRGB32_MMX"), Later("ConvertCbYCrYToRGB32_SSE")),
+    Row(2, 0, ConvertCbYCrYToRGB32, "ConvertCbYCrYToRGB32_MMX", "ConvertCbYCrYToRGB32_SSE"),
+    Row(2, 5, ConvertCbYCrYToRGB32, "ConvertCbYCrYToRGB32_MMX", "ConvertCbYCrYToRGB32_SSE"),
+    Row(2, 14, ConvertCbYCrYToRGB32, "ConvertCbYCrYToRGB32_MMX", "ConvertCbYCrYToRGB32_SSE"),
     Row(11, 0, Later("ConvertYCbYCrToRGB32")),
     Row(11, 5, Later("ConvertYCbYCrToRGB32")),
     Row(2, 10, Later("ConvertCbYCrYToRGB24")),
@@ -70,9 +77,9 @@ constexpr KernelRow kernelRows[] = {
     Row(17, 14, Later("ConvertCbYCrY4ToRGB32Shaped")),
 
     // Eight-bit input.
-    Row(0, 2, Later("ConvertRGB32ToCbYCrY")),
-    Row(5, 2, Later("ConvertRGB32ToCbYCrY")),
-    Row(14, 2, Later("ConvertRGB32ToCbYCrY")),
+    Row(0, 2, {ConvertRGB32ToCbYCrY, "ConvertRGB32ToCbYCrY"}),
+    Row(5, 2, {ConvertRGB32ToCbYCrY, "ConvertRGB32ToCbYCrY"}),
+    Row(14, 2, {ConvertRGB32ToCbYCrY, "ConvertRGB32ToCbYCrY"}),
     Row(10, 2, Later("ConvertRGB24ToCbYCrY")),
     Row(10, 11, Later("ConvertRGB24ToYCbYCr")),
     Row(0, 6, Later("ConvertRGB32ToPlanar420")),
@@ -89,8 +96,8 @@ constexpr KernelRow kernelRows[] = {
     Row(14, 17, Later("ConvertRGB32ShapedToCbYCrY4")),
 
     // Planes with subsampled chroma.
-    Row(6, 0, Later("ConvertPlanar420ToRGB32_MMX"), Later("ConvertPlanar420ToRGB32_SSE")),
-    Row(6, 5, Later("ConvertPlanar420ToRGB32_MMX"), Later("ConvertPlanar420ToRGB32_SSE")),
+    Row(6, 0, ConvertPlanar420ToRGB32, "ConvertPlanar420ToRGB32_MMX", "ConvertPlanar420ToRGB32_SSE"),
+    Row(6, 5, ConvertPlanar420ToRGB32, "ConvertPlanar420ToRGB32_MMX", "ConvertPlanar420ToRGB32_SSE"),
     Row(8, 0, Later("ConvertPlanar420InterlacedToRGB32")),
     Row(8, 5, Later("ConvertPlanar420InterlacedToRGB32")),
     Row(9, 0, Later("ConvertPlanar411ToRGB32")),
@@ -103,8 +110,8 @@ constexpr KernelRow kernelRows[] = {
     Row(10, 20, Later("UnpackRGB24ToRGB32")),
     Row(1, 2, Later("PackCbYCrAToCbYCrY")),
     Row(2, 1, Later("UnpackCbYCrYToCbYCrA")),
-    Row(2, 11, Later("SwapCbYCrYWithYCbYCr")),
-    Row(11, 2, Later("SwapCbYCrYWithYCbYCr")),
+    Row(2, 11, {SwapCbYCrYToYCbYCr, "SwapCbYCrYWithYCbYCr"}),
+    Row(11, 2, {SwapYCbYCrToCbYCrY, "SwapCbYCrYWithYCbYCr"}),
     Row(2, 6, Later("PackCbYCrYToPlanar420")),
     Row(2, 7, Later("PackCbYCrYToPlanar422")),
     Row(2, 12, Later("PackCbYCrYToPlanarGrouped")),
@@ -115,11 +122,11 @@ constexpr KernelRow kernelRows[] = {
     Row(15, 16, Later("PackCbYCrAToCbYCrY4")),
     Row(16, 15, Later("UnpackCbYCrY4ToCbYCrA")),
     Row(17, 1, Later("UnpackCbYCrY4ToCbYCrA")),
-    Row(2, 18, Later("MakeMonochromeLines")),
-    Row(16, 22, Later("MakeMonochromeLines")),
-    Row(17, 19, Later("MakeMonochromeLines")),
-    Row(18, 18, Later("MakeMonochromeLines")),
-    Row(19, 19, Later("MakeMonochromeLines")),
+    Row(2, 18, {MakeMonochromeLines, "MakeMonochromeLines"}),
+    Row(16, 22, {MakeMonochromeLinesAndCopyAlpha, "MakeMonochromeLines"}),
+    Row(17, 19, {MakeMonochromeLinesAndCopyAlpha, "MakeMonochromeLines"}),
+    Row(18, 18, {MakeMonochromeLines, "MakeMonochromeLines"}),
+    Row(19, 19, {MakeMonochromeLinesAndCopyAlpha, "MakeMonochromeLines"}),
 
     // Shaping.
     Row(0, 14, Later("ShapeRGB32")),
