@@ -342,7 +342,7 @@ ConversionJob JobOf(Size size, const FixedPointCoefficients* c, std::uint8_t fil
 }
 
 // Runs the kernel as the converter does: not on an empty rectangle.
-void Run(int source, int destination, const ConversionJob& job, bool sse2 = true) {
+void RunKernel(int source, int destination, const ConversionJob& job, bool sse2 = true) {
     const NamedKernel kernel =
         FindIntegerKernel(static_cast<std::uint32_t>(source), static_cast<std::uint32_t>(destination), sse2);
     ASSERT_NE(kernel.run, nullptr);
@@ -385,7 +385,7 @@ TEST(ConversionKernels, PairsToRgb32) {
                 ConversionJob job = JobOf(size, &c, fill);
                 job.source[0] = from.View();
                 job.destination[0] = to.View();
-                Run(2, kDestinations[round % 3], job, round % 2 == 0);
+                RunKernel(2, kDestinations[round % 3], job, round % 2 == 0);
                 ASSERT_TRUE(to.memory == expected);
             });
             if (HasFatalFailure()) {
@@ -426,7 +426,7 @@ TEST(ConversionKernels, Rgb32ToPairs) {
                 ConversionJob job = JobOf(size, &c, 255);
                 job.source[0] = from.View();
                 job.destination[0] = to.View();
-                Run(round % 2 == 0 ? 0 : 5, 2, job, round % 2 == 0);
+                RunKernel(round % 2 == 0 ? 0 : 5, 2, job, round % 2 == 0);
                 ASSERT_TRUE(to.memory == expected);
             });
             if (HasFatalFailure()) {
@@ -471,7 +471,7 @@ TEST(ConversionKernels, Planar420ToRgb32) {
                 job.source[1] = cb.View();
                 job.source[2] = cr.View();
                 job.destination[0] = to.View();
-                Run(6, round % 2 == 0 ? 0 : 5, job, round % 2 == 0);
+                RunKernel(6, round % 2 == 0 ? 0 : 5, job, round % 2 == 0);
                 ASSERT_TRUE(to.memory == expected);
             });
             if (HasFatalFailure()) {
@@ -542,7 +542,7 @@ TEST(ConversionKernels, Repacks) {
                     job.source[3] = alphaFrom.View();
                     job.destination[0] = to.View();
                     job.destination[3] = alphaTo.View();
-                    Run(repack.source, repack.destination, job);
+                    RunKernel(repack.source, repack.destination, job);
                     ASSERT_TRUE(to.memory == expected);
                     ASSERT_TRUE(alphaTo.memory == expectedAlpha);
                 });
@@ -563,8 +563,16 @@ Bytes OneLine(int source, int destination, const FixedPointCoefficients& c, Byte
     ConversionJob job = JobOf({width, 1}, &c, 255);
     job.source[0] = {from.data(), 0, from.data(), from.data() + from.size()};
     job.destination[0] = {to.data(), 0, to.data(), to.data() + to.size()};
-    Run(source, destination, job);
+    RunKernel(source, destination, job);
     return to;
+}
+
+Bytes Repeated(const Bytes& four, std::size_t times) {
+    Bytes made(4 * times);
+    for (std::size_t i = 0; i < made.size(); ++i) {
+        made[i] = four[i % 4];
+    }
+    return made;
 }
 
 TEST(ConversionKernels, GroupAndTailDifferByOne) {
@@ -572,10 +580,7 @@ TEST(ConversionKernels, GroupAndTailDifferByOne) {
     // 504285952; >> 16 is 7694; >> 4 is 480, limited to 255. Green: -3210 * 14336 + 9538 * 28032 =
     // 221350656; >> 16 is 3377; >> 4 is 211. In doubles: (-1605 * 112 + 4769 * 219) / 4096 = 211.09.
     const FixedPointCoefficients c = Block(MatrixOfKind(kKindYCrCbToFullRGB), 128, 16, false);
-    Bytes from;
-    for (int i = 0; i < 9; ++i) {
-        from.insert(from.end(), {240, 235, 128, 16});
-    }
+    const Bytes from = Repeated({240, 235, 128, 16}, 9);
     const Bytes to = OneLine(2, 0, c, from, 17, 4 * 17);
     EXPECT_EQ(Bytes(to.begin(), to.begin() + 4), (Bytes{255, 211, 254, 255}));
     EXPECT_EQ(Bytes(to.begin() + 64, to.end()), (Bytes{255, 211, 254, 255}));
@@ -598,10 +603,7 @@ TEST(ConversionKernels, PrimariesToPairs) {
     // Blue, full RGB: luma 802 * 255 >> 13 = 24, + 16; Cb 3598 * 510 >> 14 = 111.99, + 128; Cr
     // -586 * 510 >> 14 = -18.24 down to -19, + 128.
     const FixedPointCoefficients c = Block(MatrixOfKind(kKindFullRGBToYCrCb), 128, 1, false);
-    Bytes from;
-    for (int i = 0; i < 4; ++i) {
-        from.insert(from.end(), {255, 0, 0, 9});
-    }
+    const Bytes from = Repeated({255, 0, 0, 9}, 4);
     EXPECT_EQ(OneLine(0, 2, c, from, 4, 8), (Bytes{239, 40, 109, 40, 239, 40, 109, 40}));
     // A single pixel is a tail: 1799 * 255 / 4096 + 128 = 239.99, 401 * 255 / 4096 + 16 = 40.96,
     // 128 - 293 * 255 / 4096 = 109.76. The place of the second luma stays.
@@ -620,7 +622,7 @@ TEST(ConversionKernels, PlanesShareChromaOverTwoLinesAndColumns) {
     job.source[1] = {cb.data(), 8, cb.data(), cb.data() + cb.size()};
     job.source[2] = {cr.data(), 8, cr.data(), cr.data() + cr.size()};
     job.destination[0] = {to.data(), 64, to.data(), to.data() + to.size()};
-    Run(6, 0, job);
+    RunKernel(6, 0, job);
     // Luma: 9538 * 110 * 128 >> 16 = 2049. Chroma 240: blue 16526 * 112 * 128 >> 16 = 3615, green
     // -3210 * 112 * 128 >> 16 = -703. Sixteenths; alpha is its offset alone.
     for (std::size_t line = 0; line < 3; ++line) {
