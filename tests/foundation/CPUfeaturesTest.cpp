@@ -494,8 +494,8 @@ TEST_P(CPUfeaturesMovesTest, CopyBytesCopiesExactlyTheBytesAskedFor) {
     for (std::size_t i = 0; i < kRoom + 64; ++i) {
         source[i] = static_cast<unsigned char>(i * 7 + i / 256);
     }
-    for (const std::size_t dstOffset : {0, 1, 3, 4, 8, 15}) {
-        for (const std::size_t srcOffset : {0, 1, 2, 8, 12}) {
+    for (const std::size_t dstOffset : std::initializer_list<std::size_t>{0, 1, 3, 4, 8, 15}) {
+        for (const std::size_t srcOffset : std::initializer_list<std::size_t>{0, 1, 2, 8, 12}) {
             for (const Long32 length : lengths) {
                 unsigned char* const src = aligned(source.get()) + srcOffset;
                 unsigned char* const block = aligned(target.get());
@@ -534,7 +534,7 @@ TEST_P(CPUfeaturesMovesTest, FillWordsFillsExactlyTheWordsAskedFor) {
     std::vector<ULong32> counts(73);
     std::iota(counts.begin(), counts.end(), 0U);
     counts.push_back(200);
-    for (const std::size_t offset : {0, 1, 2, 3, 4}) {
+    for (const std::size_t offset : std::initializer_list<std::size_t>{0, 1, 2, 3, 4}) {
         for (const ULong32 count : counts) {
             std::fill(std::begin(memory), std::end(memory), kGuardWord);
             ULong32* const dst = memory + kGuardWords + offset;
