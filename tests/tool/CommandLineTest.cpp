@@ -1,0 +1,105 @@
+#include "ProgramRun.h"
+
+namespace tool::test {
+namespace {
+
+using CommandLineTest = ProgramTest;
+
+TEST_F(CommandLineTest, HelpSucceeds) {
+    const Outcome help = Run("--help");
+    EXPECT_EQ(help.status, 0);
+    for (const char* word : {"wipe", "patterns", "info", "testcard"})
+        EXPECT_NE(help.out.find(word), std::string::npos) << word;
+    EXPECT_EQ(Run("wipe --help").status, 0);
+}
+
+TEST_F(CommandLineTest, WrongCallsAreUsageErrors) {
+    WriteFlat("a.y4m", 4);
+    ExpectOneLine(Run(""), 2, "a command is needed");
+    ExpectOneLine(Run("swipe"), 2, "swipe");
+    ExpectOneLine(Run("wipe a.y4m"), 2, "");
+    ExpectOneLine(Run("wipe a.y4m a.y4m"), 2, "-o");
+    ExpectOneLine(Run("wipe a.y4m a.y4m -o out.y4m --frobnicate"), 2, "frobnicate");
+    EXPECT_FALSE(Exists("out.y4m"));
+}
+
+TEST_F(CommandLineTest, EveryBadOptionIsNamed) {
+    WriteFlat("a.y4m", 4);
+    const struct {
+        const char *options, *named;
+    } cases[] = {
+        {"--size 0x0", "--size 0x0"},           {"--size 31x16", "--size 31x16"},
+        {"--size 32x17", "--size 32x17"},       {"--size 16386x16", "--size 16386x16"},
+        {"--size 4294967298x16", "--size"},     {"--size 32", "--size 32"},
+        {"--size 32x16x2", "--size 32x16x2"},   {"--size -32x16", "--size"},
+        {"--size axb", "--size axb"},           {"--style fast", "--style fast"},
+        {"--scan sideways", "--scan sideways"}, {"--softness nan", "--softness"},
+        {"--softness inf", "--softness"},       {"--softness -1", "--softness"},
+        {"--softness soft", "--softness"},      {"--frames 0", "--frames 0"},
+        {"--frames -3", "--frames -3"},         {"--frames 99999999999", "--frames"},
+        {"--pattern 0", "--pattern 0"},         {"--pattern 9", "--pattern 9"},
+        {"--pattern 124", "--pattern 124"},     {"--pattern 409", "--pattern 409"},
+        {"--pattern -1", "--pattern"},          {"--pattern x", "--pattern"},
+    };
+    for (const auto& [options, named] : cases) {
+        SCOPED_TRACE(options);
+        ExpectOneLine(Run(std::string("wipe a.y4m a.y4m -o out.y4m ") + options), 2, named);
+        EXPECT_FALSE(Exists("out.y4m"));
+    }
+}
+
+TEST_F(CommandLineTest, AMissingPatternListsThoseThatExist) {
+    WriteFlat("a.y4m", 4);
+    ExpectOneLine(Run("wipe a.y4m a.y4m -o out.y4m --pattern 9"), 2, "1-8, 21-26, 41-48, 61-68, 71-74");
+}
+
+TEST_F(CommandLineTest, OutputNamesThatSayNothingAreRefused) {
+    WriteFlat("a.y4m", 4);
+    ExpectOneLine(Run("wipe a.y4m a.y4m -o out.gif"), 2, "out.gif");
+    ExpectOneLine(Run("wipe a.y4m a.y4m -o out"), 2, "-o out");
+    ExpectOneLine(Run("wipe a.y4m a.y4m -o out.png"), 2, "out.png");
+    ExpectOneLine(Run("wipe a.y4m a.y4m -o out-%d-%d.png"), 2, "out-%d-%d.png");
+    ExpectOneLine(Run("wipe a.y4m a.y4m -o out-%s.png"), 2, "out-%s.png");
+}
+
+TEST_F(CommandLineTest, AnInputIsNeverOverwritten) {
+    WriteFlat("a.y4m", 4);
+    const std::string before = Contents(In("a.y4m"));
+    ExpectOneLine(Run("wipe a.y4m a.y4m -o a.y4m"), 2, "a.y4m");
+    ExpectOneLine(Run("wipe a.y4m a.y4m -o ./a.y4m"), 2, "./a.y4m");
+    ExpectOneLine(Run("wipe a.y4m a.y4m -o out.y4m --sheet a.y4m"), 2, "--sheet a.y4m");
+    ExpectOneLine(Run("wipe a.y4m a.y4m -o out.y4m --sheet out.y4m"), 2, "--sheet out.y4m");
+    EXPECT_EQ(Contents(In("a.y4m")), before);
+}
+
+TEST_F(CommandLineTest, InputsThatCannotBeReadAreNamed) {
+    WriteFlat("a.y4m", 4);
+    std::ofstream(In("text.mp4")) << "no film at all\n";
+    std::ofstream(In("empty.mkv")) << "";
+    std::ofstream(In("cut.y4m")) << "YUV4MPEG2 W32 H16 F50:1 Ip C422\nFRAME\nshort";
+    ExpectOneLine(Run("wipe a.y4m missing.mp4 -o out.y4m"), 1, "missing.mp4");
+    ExpectOneLine(Run("wipe missing.mp4 a.y4m -o out.y4m"), 1, "missing.mp4");
+    ExpectOneLine(Run("wipe a.y4m text.mp4 -o out.y4m"), 1, "text.mp4");
+    ExpectOneLine(Run("wipe a.y4m empty.mkv -o out.y4m"), 1, "empty.mkv");
+    ExpectOneLine(Run("wipe a.y4m cut.y4m -o out.y4m"), 1, "cut.y4m");
+    ExpectOneLine(Run("wipe a.y4m . -o out.y4m"), 1, ".: not a file");
+    EXPECT_FALSE(Exists("out.y4m"));
+}
+
+TEST_F(CommandLineTest, InfoTellsVersionAndPaths) {
+    const Outcome info = Run("info");
+    EXPECT_EQ(info.status, 0);
+    for (const char* word : {"TesselU ", "build: ", "detected: ", "SIMD target: ", "ZanCompositor"})
+        EXPECT_NE(info.out.find(word), std::string::npos) << word;
+}
+
+TEST_F(CommandLineTest, PatternsMarksWhatIsDrawn) {
+    const Outcome patterns = Run("patterns");
+    EXPECT_EQ(patterns.status, 0);
+    EXPECT_NE(patterns.out.find("*  41  diagonal, from the top left\n"), std::string::npos);
+    EXPECT_NE(patterns.out.find(" 353  waterfall, rows from the right\n"), std::string::npos);
+    EXPECT_EQ(patterns.out.find(" 124  "), std::string::npos);
+}
+
+}  // namespace
+}  // namespace tool::test
