@@ -114,7 +114,7 @@ TEST_F(OutputTest, WhatCannotBeFinishedIsRemoved) {
     // A limit of some 16 KB stands for a full disk.
     for (const char* name : {"out.y4m", "out.mkv", "out-%d.png"}) {
         SCOPED_TRACE(name);
-        const Outcome outcome = Run(std::string("testcard --size 640x480 ") + name, "ulimit -f 16;");
+        const Outcome outcome = Run(std::string("testcard --kind 2 --size 640x480 ") + name, "ulimit -f 16;");
         ExpectOneLine(outcome, 1, "out");
     }
     for (const auto& entry : std::filesystem::directory_iterator(directory))
