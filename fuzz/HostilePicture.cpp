@@ -164,9 +164,9 @@ void HostilePicture::Disturb(Input& input) {
         // The record is in the host's reach.
         ImageDescriptor& record = *image->GetImageDescriptor();
         if (input.Flip())
-            record.width = Side(input);
+            record.width = std::min<ULong32>(Side(input), 4096);
         if (input.Flip())
-            record.height = Side(input);
+            record.height = std::min<ULong32>(Side(input), 4096);
         if (input.Once(4))
             record.channelSampling = input.Enumeration<AggregateChannelSamplingEnum>(6);
         if (input.Once(4))
