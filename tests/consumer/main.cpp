@@ -9,8 +9,11 @@ int main() {
                              1.0F);
     Zan::ImageDescriptor grey(width, height, Zan::kAlphaOnly, Zan::kProgressive, Zan::kNoFields,
                               Zan::kTopLeft, 1.0F);
-    Zan::Image red(rgb, 16), blue(rgb, 16), map(grey, 16), mixed(rgb, 16);
+    Zan::Image red(rgb, 64), blue(rgb, 64), map(grey, 64), mixed(rgb, 64);
     Zan::ImageView redView(&red), blueView(&blue), mapView(&map), mixedView(&mixed);
+
+    if (mixedView.GetMemoryPointer(0) == nullptr)
+        return 1;
 
     Zan::ZanCompositor compositor;
     compositor.Fill(redView, 0xFFFF0000U, 0xFFFFFFFFU, Zan::kBestAvailable);
