@@ -1,7 +1,7 @@
-// Half way through a soft wipe from yellow to blue, in 4:2:2, written as first_wipe.ppm.
+// Half way through a soft wipe from orange to blue, in 4:2:2, written as first_wipe.ppm.
 #include <TesselU/TesselU.h>
 
-#include <cstdio>
+#include <fstream>
 
 int main() {
     using namespace Zan;
@@ -14,8 +14,8 @@ int main() {
     ImageView fromView(&from), toView(&to), keyView(&key), mixedView(&mixed), rgbView(&rgb);
 
     ZanCompositor compositor;  // two pixels are one word: Cb, Y, Cr, Y from the low byte
-    compositor.Fill(fromView, 0xA28EA22C, 0xFFFFFFFF, kBestAvailable);
-    compositor.Fill(toView, 0x297023F0, 0xFFFFFFFF, kBestAvailable);
+    compositor.Fill(fromView, 0x98B39845, 0xFFFFFFFF, kBestAvailable);
+    compositor.Fill(toView, 0x3E6B3E9C, 0xFFFFFFFF, kBestAvailable);
 
     GradientGenerator::WgrGradientData map = {sizeof map, width, height, Long32(key.GetPitch(0)),
                                               8,          8,     255,    key.GetMemoryPointer(0),
@@ -27,16 +27,12 @@ int main() {
                                                kBestAvailable);
     ColorSpaceConverter().Do(mixedView, rgbView, kBestAvailable, nullptr, nullptr);
 
-    std::FILE* file = std::fopen("first_wipe.ppm", "wb");
-    if (file == nullptr)
-        return 1;
-    std::fprintf(file, "P6 %u %u 255\n", unsigned(width), unsigned(height));
+    std::ofstream file("first_wipe.ppm", std::ios::binary);
+    file << "P6 " << width << ' ' << height << " 255\n";
     for (ULong32 y = 0; y < height; ++y)
         for (ULong32 x = 0; x < width; ++x) {
-            const auto* bgra =
-                static_cast<unsigned char*>(rgb.GetMemoryPointer(0)) + y * rgb.GetPitch(0) + 4 * x;
-            const unsigned char pixel[] = {bgra[2], bgra[1], bgra[0]};
-            std::fwrite(pixel, 1, 3, file);
+            const char* bgra = static_cast<char*>(rgb.GetMemoryPointer(0)) + y * rgb.GetPitch(0) + 4 * x;
+            file.put(bgra[2]).put(bgra[1]).put(bgra[0]);
         }
-    return std::fclose(file);
+    return file.flush() ? 0 : 1;
 }
