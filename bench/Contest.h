@@ -1,0 +1,107 @@
+#ifndef TESSELU_BENCH_CONTEST_H
+#define TESSELU_BENCH_CONTEST_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+struct Size {
+    std::size_t width, height;
+
+    std::size_t pixels() const { return width * height; }
+    std::string Text() const { return std::to_string(width) + "x" + std::to_string(height); }
+};
+
+/// The columns of the table. Several entrants may share one; it shows the fastest of them.
+enum Column : std::size_t { kOurs, kPlain, kLibyuv, kSwscale, kOpenCV, kPixman, kCopy, kColumnCount };
+
+const char* ColumnName(Column column);
+
+/// What an entrant promises of its result, held against ours before anything is timed.
+enum class Promise {
+    kSameBytes,    ///< the very bytes of ours, or there is no table
+    kApproximate,  ///< the same picture, by a formula of its own
+    kNone          ///< it only moves as many bytes
+};
+
+/// One who does the work of a contest.
+struct Entrant {
+    Column column;
+    std::string name;  ///< as in "operation/size/name"
+    Promise promise;
+    std::function<int()> run;  ///< does the work once; a status other than 0 says that it cannot
+
+    bool isHere = true;
+    int farthest = -1;  ///< from our result, in code values; -1 if not compared
+};
+
+enum class Operation : std::size_t {
+    kDissolvePixels,
+    kDissolvePairs,
+    kCompositeTwoSources,
+    kCompositeByPlane,
+    kWipePixelsRaw,
+    kWipePixels,
+    kWipePairs,
+    kSumOfAbsDiffs,
+    kFill,
+    kCopyPixels,
+    kCopyPairs,
+    kPairsToPixels,
+    kPixelsToPairs,
+    kPlanarToPixels,
+    kSwapPairs,
+    kGradient,
+    kCount
+};
+
+/// One operation at one size, and all who can do it.
+struct Contest {
+    const char* operation;    ///< in the names of benchmarks
+    const char* title;        ///< in the table
+    double target;            ///< how many times faster than the best peer we want to be; 0: no matter
+    double bytesRead;         ///< a pixel
+    double bytesWritten;      ///< a pixel
+    std::size_t resultBytes;  ///< a pixel, at the start of the picture that all write to
+    bool hasAlpha;            ///< byte 3 of a pixel may come out as an approximate entrant likes
+
+    std::vector<Entrant> entrants;  ///< ours first
+
+    void Enter(Column column, const char* name, Promise promise, std::function<int()> run) {
+        entrants.push_back({column, name, promise, std::move(run)});
+    }
+    /// An entrant that always succeeds.
+    template <class Work>
+    void EnterWork(Column column, const char* name, Promise promise, Work work) {
+        Enter(column, name, promise, [work] {
+            work();
+            return 0;
+        });
+    }
+};
+
+/// All operations at one size, without entrants.
+class Contests {
+public:
+    Contests();
+
+    Contest& operator[](Operation operation) { return all[static_cast<std::size_t>(operation)]; }
+    auto begin() { return all.begin(); }
+    auto end() { return all.end(); }
+
+private:
+    std::array<Contest, static_cast<std::size_t>(Operation::kCount)> all;
+};
+
+/// Runs every entrant once and notes who is here and how far from ours its result lies. Returns the name of
+/// an entrant whose promise does not hold, or nothing.
+std::string Compare(Contest& contest, const Size& size, std::uint8_t* result);
+
+}  // namespace bench
+
+#endif  // TESSELU_BENCH_CONTEST_H

@@ -1,0 +1,220 @@
+#include "Ours.h"
+
+#include <TesselU/TesselU.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "plain/Plain.h"
+
+namespace bench {
+
+namespace {
+
+using namespace Zan;
+
+/// A picture in plain memory with the views that operations want. Lives as long as the entrants that use it.
+class Wrapped {
+public:
+    Wrapped(const Size& size, ColorSpaceEnum space, AggregateChannelSamplingEnum sampling,
+            ComponentOrderEnum order, std::vector<unsigned char*> planes, std::vector<ULong32> pitches)
+        : image(planes.data(), pitches.data(),
+                ImageDescriptor(static_cast<ULong32>(size.width), static_cast<ULong32>(size.height), space,
+                                sampling, order, planes.size() > 1 ? kPlanar : kPacked, kProgressive,
+                                kNoFields, kTopLeft, 1.0F, kUnshaped),
+                1, 1),
+          view(&image) {}
+
+    Image image;
+    ImageView view;
+};
+
+using Picture = std::shared_ptr<Wrapped>;
+
+ULong32* Words(std::uint8_t* memory) {
+    return reinterpret_cast<ULong32*>(memory);
+}
+ULong32 Number(std::size_t n) {
+    return static_cast<ULong32>(n);
+}
+Long32 Pitch(std::size_t bytes) {
+    return static_cast<Long32>(bytes);
+}
+
+Picture Pixels(const Size& size, std::uint8_t* memory) {
+    return std::make_shared<Wrapped>(size, kRGB, k4444, kBGRA, std::vector<unsigned char*>{memory},
+                                     std::vector<ULong32>{Number(4 * size.width)});
+}
+Picture Pairs(const Size& size, std::uint8_t* memory, ComponentOrderEnum order = kCbYCrA) {
+    return std::make_shared<Wrapped>(size, kYCrCb, k422, order, std::vector<unsigned char*>{memory},
+                                     std::vector<ULong32>{Number(2 * size.width)});
+}
+Picture Key(const Size& size, std::uint8_t* memory) {
+    return std::make_shared<Wrapped>(size, kAlphaOnly, k4444, kBGRA, std::vector<unsigned char*>{memory},
+                                     std::vector<ULong32>{Number(size.width)});
+}
+Picture Planar420(const Size& size, std::uint8_t* memory) {
+    const std::size_t luma = size.pixels();
+    const ULong32 pitch = Number(size.width), half = Number(size.width / 2);
+    return std::make_shared<Wrapped>(
+        size, kYCrCb, k420, kYCbCrPlanes,
+        std::vector<unsigned char*>{memory, memory + luma, memory + luma + luma / 4},
+        std::vector<ULong32>{pitch, half, half});
+}
+
+/// Enters one of our operations: the compositor's, with the path or style last.
+template <class Call>
+void EnterCompositor(Contest& contest, Call call) {
+    contest.Enter(kOurs, "ours", Promise::kSameBytes, [call]() -> int {
+        ZanCompositor compositor;
+        return call(compositor);
+    });
+}
+
+void EnterConverter(Contest& contest, const Picture& from, const Picture& to) {
+    contest.Enter(kOurs, "ours", Promise::kSameBytes, [from, to]() -> int {
+        ColorSpaceConverter converter;
+        return converter.Do(from->view, to->view, kInt_MMXorSIMD, nullptr, nullptr);
+    });
+}
+
+void EnterBlends(Contests& contests, const Pictures& p) {
+    const Size size = p.size;
+    const ULong32 w = Number(size.width), h = Number(size.height);
+    const Long32 pitch = Pitch(4 * size.width), pitchOfPairs = Pitch(2 * size.width);
+    const Long32 pitchOfBytes = Pitch(size.width);
+    ULong32 *a = Words(p.a), *b = Words(p.b), *key = Words(p.key), *out = Words(p.out);
+
+    EnterCompositor(contests[Operation::kDissolvePixels], [=](ZanCompositor& compositor) {
+        return compositor.CrossDissolve(a, b, out, w, h, pitch, pitch, pitch, kFade, 2);
+    });
+    EnterCompositor(contests[Operation::kDissolvePairs], [=](ZanCompositor& compositor) {
+        return compositor.CrossDissolve(a, b, out, w / 2, h, pitchOfPairs, pitchOfPairs, pitchOfPairs, kFade,
+                                        2);
+    });
+    EnterCompositor(contests[Operation::kCompositeTwoSources], [=](ZanCompositor& compositor) {
+        return compositor.CompositeTwoSources(a, b, out, w, h, pitch, pitch, pitch, 2);
+    });
+    EnterCompositor(contests[Operation::kCompositeByPlane], [=](ZanCompositor& compositor) {
+        return compositor.CompositeTwoSrcAndAlpha(a, b, key, out, w, h, pitch, pitch, pitchOfBytes, pitch, 2);
+    });
+    EnterCompositor(contests[Operation::kWipePixelsRaw], [=](ZanCompositor& compositor) {
+        return compositor.CompositeTwoSrcAndAlphaGradient(a, b, key, out, w, h, pitch, pitch, pitchOfBytes,
+                                                          pitch, kThreshold, kGain, 2);
+    });
+    EnterCompositor(contests[Operation::kSumOfAbsDiffs], [=, sums = p.out](ZanCompositor& compositor) {
+        return compositor.SumOfAbsDiffs(a, b, sums, w, h, pitch, pitch, pitchOfBytes, 2);
+    });
+
+    const Picture keyView = Key(size, p.key);
+    const auto enterWipe = [&](Operation operation, const Picture& from, const Picture& to,
+                               const Picture& result) {
+        EnterCompositor(contests[operation], [=](ZanCompositor& compositor) {
+            return compositor.CompositeTwoSrcAndAlphaGradient(
+                from->view, to->view, keyView->view, result->view, kPosition, kSoftness, kInt_MMXorSIMD);
+        });
+    };
+    enterWipe(Operation::kWipePixels, Pixels(size, p.a), Pixels(size, p.b), Pixels(size, p.out));
+    enterWipe(Operation::kWipePairs, Pairs(size, p.a), Pairs(size, p.b), Pairs(size, p.out));
+    EnterCompositor(contests[Operation::kFill], [to = Pixels(size, p.out)](ZanCompositor& compositor) {
+        return compositor.Fill(to->view, kColour, 0xFFFFFFFF, kInt_MMXorSIMD);
+    });
+}
+
+void EnterConversions(Contests& contests, const Pictures& p) {
+    const Picture pixels = Pixels(p.size, p.a), pixelsOut = Pixels(p.size, p.out);
+    const Picture pairs = Pairs(p.size, p.a), pairsOut = Pairs(p.size, p.out);
+    EnterConverter(contests[Operation::kCopyPixels], pixels, pixelsOut);
+    EnterConverter(contests[Operation::kCopyPairs], pairs, pairsOut);
+    EnterConverter(contests[Operation::kPairsToPixels], pairs, pixelsOut);
+    EnterConverter(contests[Operation::kPixelsToPairs], pixels, pairsOut);
+    EnterConverter(contests[Operation::kPlanarToPixels], Planar420(p.size, p.planar), pixelsOut);
+    EnterConverter(contests[Operation::kSwapPairs], pairs, Pairs(p.size, p.out, kYCbYCr));
+
+    const Size size = p.size;
+    contests[Operation::kGradient].Enter(kOurs, "ours", Promise::kSameBytes, [size, out = p.out] {
+        GradientGenerator::WgrGradientData map = {sizeof map,
+                                                  Number(size.width),
+                                                  Number(size.height),
+                                                  Pitch(size.width),
+                                                  8,
+                                                  8,
+                                                  255,
+                                                  out,
+                                                  1.0F,
+                                                  0.25F,
+                                                  0};
+        return GradientGenerator::WgrGenerateGradient(&map, 41);
+    });
+}
+
+void EnterPlain(Contests& contests, const Pictures& p) {
+    const std::size_t pixels = p.size.pixels(), width = p.size.width, height = p.size.height;
+    const std::uint8_t *a8 = p.a, *b8 = p.b, *key = p.key, *planar = p.planar;
+    std::uint8_t* out8 = p.out;
+    const auto* a = reinterpret_cast<const std::uint32_t*>(p.a);
+    const auto* b = reinterpret_cast<const std::uint32_t*>(p.b);
+    auto* out = reinterpret_cast<std::uint32_t*>(p.out);
+    const auto enter = [&](Operation operation, auto work) {
+        contests[operation].EnterWork(kPlain, "plain", Promise::kSameBytes, work);
+    };
+
+    enter(Operation::kDissolvePixels, [=] { plain::Dissolve(a8, b8, out8, 4 * pixels, kFadeOf256); });
+    enter(Operation::kDissolvePairs, [=] { plain::Dissolve(a8, b8, out8, 2 * pixels, kFadeOf256); });
+    enter(Operation::kCompositeTwoSources, [=] { plain::CompositeTwoSources(a, b, out, pixels); });
+    enter(Operation::kCompositeByPlane, [=] { plain::CompositeByPlane(a, b, key, out, pixels); });
+    const plain::Ramp ramp = {static_cast<int>(kThreshold * 32640), static_cast<int>(kGain * 32640)};
+    for (const Operation wipe : {Operation::kWipePixelsRaw, Operation::kWipePixels})
+        enter(wipe, [=] { plain::WipePixels(a, b, key, out, pixels, ramp); });
+    const plain::Ramp rampOfPairs = {static_cast<int>(kThreshold * 65280), static_cast<int>(kGain * 65280)};
+    enter(Operation::kWipePairs, [=] { plain::WipePairs(a, b, key, out, pixels, rampOfPairs); });
+    enter(Operation::kSumOfAbsDiffs, [=] { plain::SumOfAbsDiffs(a8, b8, out8, pixels); });
+
+    enter(Operation::kFill, [=] { plain::Fill(out, pixels, kColour); });
+    contests[Operation::kFill].EnterWork(kPlain, "memset", Promise::kSameBytes,
+                                         [=] { std::memset(out, kColour & 255, 4 * pixels); });
+    enter(Operation::kCopyPixels, [=] { plain::Copy(a, out, pixels); });
+    enter(Operation::kCopyPairs, [=] { plain::Copy(a, out, pixels / 2); });
+    contests[Operation::kCopyPixels].EnterWork(kPlain, "memcpy", Promise::kSameBytes,
+                                               [=] { std::memcpy(out, a, 4 * pixels); });
+    contests[Operation::kCopyPairs].EnterWork(kPlain, "memcpy", Promise::kSameBytes,
+                                              [=] { std::memcpy(out, a, 2 * pixels); });
+
+    enter(Operation::kPairsToPixels, [=] { plain::PairsToPixels(a, out, pixels); });
+    enter(Operation::kPixelsToPairs, [=] { plain::PixelsToPairs(a, out, pixels); });
+    enter(Operation::kPlanarToPixels, [=] {
+        const std::uint8_t *cb = planar + pixels, *cr = cb + pixels / 4;
+        auto* line = reinterpret_cast<std::uint16_t*>(out8);
+        for (std::size_t y = 0; y < height; ++y)
+            plain::PlanarToPixels(planar + y * width, cb + y / 2 * (width / 2), cr + y / 2 * (width / 2),
+                                  line + 2 * y * width, width);
+    });
+    enter(Operation::kSwapPairs, [=] { plain::SwapPairs(a, out, pixels); });
+}
+
+/// Half of the bytes that are read and written in all: a copy reads as many as it writes.
+void EnterCopies(Contests& contests, const Pictures& p) {
+    for (Contest& contest : contests) {
+        const auto bytes = static_cast<std::size_t>((contest.bytesRead + contest.bytesWritten) / 2 *
+                                                    static_cast<double>(p.size.pixels()));
+        // More than a picture has goes from the second source to a second destination.
+        const std::size_t first = std::min(bytes, 4 * p.size.pixels()), rest = bytes - first;
+        contest.EnterWork(kCopy, "copy", Promise::kNone, [=, a = p.a, b = p.b, out = p.out, to = p.scratch] {
+            std::memcpy(out, a, first);
+            std::memcpy(to, b, rest);
+        });
+    }
+}
+
+}  // namespace
+
+void EnterOurs(Contests& contests, const Pictures& pictures) {
+    EnterBlends(contests, pictures);
+    EnterConversions(contests, pictures);
+    EnterPlain(contests, pictures);
+    EnterCopies(contests, pictures);
+}
+
+}  // namespace bench

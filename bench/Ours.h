@@ -1,0 +1,28 @@
+#ifndef TESSELU_BENCH_OURS_H
+#define TESSELU_BENCH_OURS_H
+
+#include "Contest.h"
+#include "Pictures.h"
+
+namespace bench {
+
+/// Enters our operations, the plain loops, and the copy of as many bytes.
+void EnterOurs(Contests& contests, const Pictures& pictures);
+
+// What all entrants of an operation agree on.
+
+/// Weight of picture a in the dissolves, as a fraction and out of 256.
+inline constexpr double kFade = 95.0 / 256;
+inline constexpr int kFadeOf256 = 95;
+
+/// The wipes are half way, their edge is 32 code values wide.
+inline constexpr double kPosition = 0.5, kSoftness = 32;
+inline constexpr double kThreshold = -kSoftness / 255 + (255 + kSoftness) / 255 * kPosition;
+inline constexpr double kGain = 1 / (1 + kSoftness);
+
+/// Every byte alike, so that `memset` can take part.
+inline constexpr std::uint32_t kColour = 0xA1A1A1A1;
+
+}  // namespace bench
+
+#endif  // TESSELU_BENCH_OURS_H

@@ -1,0 +1,36 @@
+#ifndef TESSELU_BENCH_PICTURES_H
+#define TESSELU_BENCH_PICTURES_H
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "Contest.h"
+
+namespace bench {
+
+/// The memory that all contests of one size work on: full of noise, lines without padding.
+class Pictures {
+    struct Release {
+        void operator()(std::uint8_t* memory) const;
+    };
+    std::vector<std::unique_ptr<std::uint8_t, Release>> buffers;
+
+public:
+    explicit Pictures(const Size& pictureSize);
+
+    const Size size;
+    std::uint8_t* const a;  ///< 4 bytes a pixel; 4:2:2 pictures use the first half
+    std::uint8_t* const b;
+    std::uint8_t* const key;      ///< 1 byte a pixel
+    std::uint8_t* const planar;   ///< Y, then Cb, then Cr of a 4:2:0 picture
+    std::uint8_t* const out;      ///< what every entrant writes
+    std::uint8_t* const scratch;  ///< for entrants that need more than one step
+
+private:
+    std::uint8_t* Allocate(std::size_t bytes);
+};
+
+}  // namespace bench
+
+#endif  // TESSELU_BENCH_PICTURES_H

@@ -1,0 +1,138 @@
+#include "Table.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdarg>
+#include <cstdio>
+#include <set>
+
+namespace bench {
+
+namespace {
+
+/// The value below which the given part of a sorted list lies.
+double Quantile(const std::vector<double>& sorted, double part) {
+    const double at = part * static_cast<double>(sorted.size() - 1);
+    const auto below = static_cast<std::size_t>(at);
+    const std::size_t above = std::min(below + 1, sorted.size() - 1);
+    return sorted[below] + (sorted[above] - sorted[below]) * (at - static_cast<double>(below));
+}
+
+__attribute__((format(printf, 1, 2))) std::string Text(const char* format, ...) {
+    char text[160];
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(text, sizeof text, format, arguments);
+    va_end(arguments);
+    return text;
+}
+
+const Timing* Fastest(const Row& row, Column column) {
+    const Timing* best = nullptr;
+    for (const Timing& timing : row.timings)
+        if (timing.column == column && (best == nullptr || timing.median < best->median))
+            best = &timing;
+    return best;
+}
+
+const Timing* BestPeer(const Row& row) {
+    const Timing* best = nullptr;
+    for (std::size_t column = kPlain; column < kCopy; ++column) {
+        const Timing* timing = Fastest(row, static_cast<Column>(column));
+        if (timing != nullptr && (best == nullptr || timing->median < best->median))
+            best = timing;
+    }
+    return best;
+}
+
+/// On the largest pictures it is the memory that is measured: there we only must not be slower.
+double TargetAt(const Row& row) {
+    return row.target != 0 && row.size.pixels() >= 3840 * 2160 ? 1.0 : row.target;
+}
+
+}  // namespace
+
+Timing Summarize(const Entrant& entrant, std::vector<double> times) {
+    std::sort(times.begin(), times.end());
+    Timing timing = {entrant.column, entrant.name, entrant.farthest};
+    timing.median = Quantile(times, 0.5);
+    const double spread = (Quantile(times, 0.75) - Quantile(times, 0.25)) / 1.349;
+    timing.uncertainty = 1.2533 * spread / std::sqrt(static_cast<double>(times.size())) / timing.median;
+    return timing;
+}
+
+void PrintTable(std::ostream& out, std::vector<Row> rows) {
+    std::vector<const char*> order;
+    for (const Row& row : rows)
+        if (std::find(order.begin(), order.end(), row.title) == order.end())
+            order.push_back(row.title);
+    std::stable_sort(rows.begin(), rows.end(), [&](const Row& a, const Row& b) {
+        return std::find(order.begin(), order.end(), a.title) <
+               std::find(order.begin(), order.end(), b.title);
+    });
+
+    std::string heading = Text("%-26s %-9s", "operation", "size");
+    for (std::size_t column = 0; column < kColumnCount; ++column)
+        heading += Text(" %8s", ColumnName(static_cast<Column>(column)));
+    heading += Text(" %7s %4s  %-8s %7s %7s", "ratio", "+-%", "to", "to copy", "target");
+    out << heading << "\n" << std::string(heading.size() + 10, '-') << "\n";
+
+    const char* last = nullptr;
+    for (const Row& row : rows) {
+        if (last != nullptr && last != row.title)
+            out << "\n";
+        out << Text("%-26s %-9s", row.title == last ? "" : row.title, row.size.Text().c_str());
+        last = row.title;
+        for (std::size_t column = 0; column < kColumnCount; ++column) {
+            const Timing* timing = Fastest(row, static_cast<Column>(column));
+            out << (timing != nullptr ? Text(" %8.4f", timing->median) : Text(" %8s", "-"));
+        }
+        const Timing *ours = Fastest(row, kOurs), *peer = BestPeer(row), *copy = Fastest(row, kCopy);
+        if (ours == nullptr) {
+            out << "  not there\n";
+            continue;
+        }
+        double ratio = 0;
+        if (peer != nullptr) {
+            ratio = peer->median / ours->median;
+            out << Text(" %7.2f %4.1f  %-8s", ratio, 100 * std::hypot(ours->uncertainty, peer->uncertainty),
+                        ColumnName(peer->column));
+        } else {
+            out << Text(" %7s %4s  %-8s", "-", "", "");
+        }
+        out << (copy != nullptr ? Text(" %7.2f", copy->median / ours->median) : Text(" %7s", "-"));
+        const double target = TargetAt(row);
+        if (target != 0 && peer != nullptr)
+            // As precise as it is printed.
+            out << Text(" %7.2f  %s", target,
+                        std::round(100 * ratio) >= std::round(100 * target) ? "met" : "short");
+        out << "\n";
+    }
+}
+
+void PrintEntrants(std::ostream& out, const std::vector<Row>& rows) {
+    std::set<std::string> said;
+    const auto farthestOf = [&](const char* title, const std::string& name) {
+        int farthest = -1;
+        for (const Row& row : rows)
+            for (const Timing& timing : row.timings)
+                if (row.title == title && timing.name == name)
+                    farthest = std::max(farthest, timing.farthest);
+        return farthest;
+    };
+    for (const Row& row : rows) {
+        std::string line;
+        for (const Timing& timing : row.timings) {
+            const int farthest = farthestOf(row.title, timing.name);
+            if (timing.column == kOurs || timing.name == ColumnName(kPlain) || timing.column == kCopy ||
+                farthest < 0)
+                continue;
+            line += line.empty() ? "" : "; ";
+            line += timing.name + (farthest == 0 ? " (same bytes)" : Text(" (off by up to %d)", farthest));
+        }
+        if (!line.empty() && said.insert(row.title).second)
+            out << Text("%-26s ", row.title) << line << "\n";
+    }
+}
+
+}  // namespace bench

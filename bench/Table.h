@@ -1,0 +1,40 @@
+#ifndef TESSELU_BENCH_TABLE_H
+#define TESSELU_BENCH_TABLE_H
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "Contest.h"
+
+namespace bench {
+
+/// What one entrant needed, over all repetitions.
+struct Timing {
+    Column column;
+    std::string name;
+    int farthest;            ///< from our result, -1 if not compared
+    double median = 0;       ///< ns a pixel
+    double uncertainty = 0;  ///< standard error of the median, as a fraction of it
+};
+
+Timing Summarize(const Entrant& entrant, std::vector<double> nanosecondsPerPixel);
+
+/// A line of the table.
+struct Row {
+    const char* title;
+    Size size;
+    double target;
+    std::vector<Timing> timings;
+};
+
+/// Says for each operation how many times faster ours is than the best of the others and than the copy of the
+/// same bytes, and whether that is what we want. Rows of one operation are brought together.
+void PrintTable(std::ostream& out, std::vector<Row> rows);
+
+/// Says what stands behind the columns, and how far each result lies from ours.
+void PrintEntrants(std::ostream& out, const std::vector<Row>& rows);
+
+}  // namespace bench
+
+#endif  // TESSELU_BENCH_TABLE_H

@@ -1,0 +1,64 @@
+#include <libyuv.h>
+
+#include "Ours.h"
+#include "peers/Peers.h"
+
+namespace bench {
+
+namespace {
+
+void Enter(Contests& contests, const Pictures& p) {
+    const int w = static_cast<int>(p.size.width), h = static_cast<int>(p.size.height);
+    const std::uint8_t *a = p.a, *b = p.b, *key = p.key, *y = p.planar;
+    const std::uint8_t *u = y + p.size.pixels(), *v = u + p.size.pixels() / 4;
+    std::uint8_t *out = p.out, *scratch = p.scratch;
+    const auto enter = [&](Operation operation, const char* call, Promise promise, auto work) {
+        contests[operation].Enter(kLibyuv, call, promise, work);
+    };
+    constexpr Promise same = Promise::kSameBytes, approximate = Promise::kApproximate;
+
+    // The fraction is that of the second source.
+    enter(Operation::kDissolvePixels, "libyuv InterpolatePlane", approximate,
+          [=] { return libyuv::InterpolatePlane(b, 4 * w, a, 4 * w, out, 4 * w, 4 * w, h, kFadeOf256); });
+    enter(Operation::kDissolvePairs, "libyuv InterpolatePlane", approximate,
+          [=] { return libyuv::InterpolatePlane(b, 2 * w, a, 2 * w, out, 2 * w, 2 * w, h, kFadeOf256); });
+    // Its blend wants colours that are multiplied by alpha.
+    enter(Operation::kCompositeTwoSources, "libyuv ARGBAttenuate, ARGBBlend", approximate, [=] {
+        const int status = libyuv::ARGBAttenuate(b, 4 * w, scratch, 4 * w, w, h);
+        return status != 0 ? status : libyuv::ARGBBlend(scratch, 4 * w, a, 4 * w, out, 4 * w, w, h);
+    });
+    enter(Operation::kCompositeByPlane, "libyuv ARGBCopy, ARGBCopyYToAlpha, ARGBAttenuate, ARGBBlend",
+          approximate, [=] {
+              return libyuv::ARGBCopy(b, 4 * w, scratch, 4 * w, w, h) |
+                     libyuv::ARGBCopyYToAlpha(key, w, scratch, 4 * w, w, h) |
+                     libyuv::ARGBAttenuate(scratch, 4 * w, scratch, 4 * w, w, h) |
+                     libyuv::ARGBBlend(scratch, 4 * w, a, 4 * w, out, 4 * w, w, h);
+          });
+    enter(Operation::kFill, "libyuv ARGBRect", same,
+          [=] { return libyuv::ARGBRect(out, 4 * w, 0, 0, w, h, kColour); });
+    enter(Operation::kCopyPixels, "libyuv ARGBCopy", same,
+          [=] { return libyuv::ARGBCopy(a, 4 * w, out, 4 * w, w, h); });
+    enter(Operation::kCopyPairs, "libyuv CopyPlane", same, [=] {
+        libyuv::CopyPlane(a, 2 * w, out, 2 * w, 2 * w, h);
+        return 0;
+    });
+    enter(Operation::kPairsToPixels, "libyuv UYVYToARGB", approximate,
+          [=] { return libyuv::UYVYToARGB(a, 2 * w, out, 4 * w, w, h); });
+    enter(Operation::kPixelsToPairs, "libyuv ARGBToUYVY", approximate,
+          [=] { return libyuv::ARGBToUYVY(a, 4 * w, out, 2 * w, w, h); });
+    enter(Operation::kPlanarToPixels, "libyuv I420ToARGB", approximate,
+          [=] { return libyuv::I420ToARGB(y, w, u, w / 2, v, w / 2, out, 4 * w, w, h); });
+    // It has no such conversion, but can put the bytes of four words into any order.
+    enter(Operation::kSwapPairs, "libyuv ARGBShuffle", same, [=] {
+        static const std::uint8_t order[16] = {1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14};
+        return libyuv::ARGBShuffle(a, 2 * w, out, 2 * w, order, w / 2, h);
+    });
+}
+
+}  // namespace
+
+Peer Libyuv() {
+    return {kLibyuv, std::to_string(LIBYUV_VERSION), Enter};
+}
+
+}  // namespace bench

@@ -1,0 +1,99 @@
+#include <algorithm>
+#include <cstdlib>
+
+#include "plain/Plain.h"
+
+namespace bench::plain {
+
+namespace {
+
+using U8 = std::uint8_t;
+using U16 = std::uint16_t;
+using U32 = std::uint32_t;
+
+constexpr U32 kEven = 0x00FF00FF;  // bytes 0 and 2 of a word, as 16-bit numbers
+
+/// Two samples at once, rounded quotients by 255 in the high bytes: u = t + 128, u + (u >> 8).
+U32 BlendTwo(U32 a, U32 b, U32 alpha) {
+    const U32 t = a * (255 - alpha) + b * alpha + 0x00800080;
+    return t + ((t >> 8) & kEven);
+}
+
+/// All four bytes by one alpha.
+U32 BlendFour(U32 a, U32 b, U32 alpha) {
+    const U32 even = BlendTwo(a & kEven, b & kEven, alpha);
+    const U32 odd = BlendTwo((a >> 8) & kEven, (b >> 8) & kEven, alpha);
+    return ((even >> 8) & kEven) | (odd & ~kEven);
+}
+
+U32 AlphaOf32640(U8 key, Ramp ramp) {
+    const int x = std::clamp((int{key} << 7) - ramp.threshold, 0, 32640);
+    return static_cast<U32>(std::min((x * ramp.gain) >> 14, 255));
+}
+
+U32 AlphaOf65280(U8 key, Ramp ramp) {
+    const auto x = static_cast<U32>(std::max((int{key} << 8) - ramp.threshold, 0));
+    return std::min((x * static_cast<U32>(ramp.gain) + 32768) >> 16, U32{255});
+}
+
+}  // namespace
+
+void Dissolve(const U8* __restrict a, const U8* __restrict b, U8* __restrict out, std::size_t bytes,
+              int weight) {
+    // b + w (a - b) in 16 bits: what wraps is above the byte that is kept.
+    const auto w = static_cast<std::int16_t>(weight);
+    for (std::size_t i = 0; i < bytes; ++i)
+        out[i] = static_cast<U8>(b[i] + (static_cast<std::int16_t>(w * (a[i] - b[i]) + 128) >> 8));
+}
+
+void CompositeTwoSources(const U32* __restrict a, const U32* __restrict b, U32* __restrict out,
+                         std::size_t pixels) {
+    for (std::size_t i = 0; i < pixels; ++i)
+        out[i] = BlendFour(a[i], b[i], b[i] >> 24);
+}
+
+void CompositeByPlane(const U32* __restrict a, const U32* __restrict b, const U8* __restrict alpha,
+                      U32* __restrict out, std::size_t pixels) {
+    for (std::size_t i = 0; i < pixels; ++i)
+        out[i] = BlendFour(a[i], b[i], alpha[i]);
+}
+
+void WipePixels(const U32* __restrict a, const U32* __restrict b, const U8* __restrict key,
+                U32* __restrict out, std::size_t pixels, Ramp ramp) {
+    for (std::size_t i = 0; i < pixels; ++i)
+        out[i] = BlendFour(a[i], b[i], AlphaOf32640(key[i], ramp));
+}
+
+void WipePairs(const U32* __restrict a, const U32* __restrict b, const U8* __restrict key,
+               U32* __restrict out, std::size_t pixels, Ramp ramp) {
+    for (std::size_t i = 0; i < pixels / 2; ++i) {
+        const U32 first = AlphaOf65280(key[2 * i], ramp), second = AlphaOf65280(key[2 * i + 1], ramp);
+        const U32 chroma = BlendTwo(a[i] & kEven, b[i] & kEven, first);
+        U32 luma0 = ((a[i] >> 8) & 255) * (255 - first) + ((b[i] >> 8) & 255) * first + 128;
+        U32 luma1 = (a[i] >> 24) * (255 - second) + (b[i] >> 24) * second + 128;
+        luma0 += luma0 >> 8;
+        luma1 += luma1 >> 8;
+        out[i] = ((chroma >> 8) & kEven) | (luma0 & 0xFF00) | ((luma1 & 0xFF00) << 16);
+    }
+}
+
+void SumOfAbsDiffs(const U8* __restrict a, const U8* __restrict b, U8* __restrict out, std::size_t pixels) {
+    for (std::size_t i = 0; i < pixels; ++i) {
+        U16 sum = 0;
+        for (std::size_t k = 4 * i; k < 4 * i + 3; ++k)
+            sum = static_cast<U16>(sum + static_cast<U8>(a[k] > b[k] ? a[k] - b[k] : b[k] - a[k]));
+        out[i] = static_cast<U8>(sum > 255 ? 255 : sum);
+    }
+}
+
+void Fill(U32* __restrict out, std::size_t pixels, U32 colour) {
+    for (std::size_t i = 0; i < pixels; ++i)
+        out[i] = colour;
+}
+
+void Copy(const U32* __restrict source, U32* __restrict out, std::size_t words) {
+    for (std::size_t i = 0; i < words; ++i)
+        out[i] = source[i];
+}
+
+}  // namespace bench::plain
