@@ -73,6 +73,49 @@ TEST_F(ReaderTest, InterlacedFramesAreScaledFieldByField) {
         EXPECT_EQ(Luma(picture, 9, y), y % 2 == 0 ? 200 : 50) << y;
 }
 
+// Turned a quarter clockwise, the left edge of a frame becomes the top of the picture.
+TEST_F(ReaderTest, FramesAreTurnedAsTheirLabelSays) {
+    const auto grey = [](int, int, int) { return 128; };
+    WriteY4m(
+        "a.y4m", 64, 32, 2, [](int x, int y, int) { return (x < 32 ? 60 : 180) + (y < 16 ? 0 : 20); }, grey,
+        grey);
+    if (Run("wipe a.y4m a.y4m -o a.mp4").status != 0)
+        GTEST_SKIP() << "no encoder to make a clip with a label";
+    std::string bytes = Contents(In("a.mp4"));
+    // The matrix of the track header, as 16.16 numbers: unity on the diagonal.
+    const std::string upright("\0\1\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\1\0\0\0\0\0\0", 24);
+    const struct {
+        const char* name;
+        std::string matrix;
+        unsigned width, height;
+        int topLeft, topRight, bottomLeft, bottomRight;
+    } cases[] = {
+        {"quarter", std::string("\0\0\0\0\0\1\0\0\0\0\0\0\xff\xff\0\0\0\0\0\0\0\0\0\0", 24), 32, 64, 80, 60,
+         200, 180},
+        {"half", std::string("\xff\xff\0\0\0\0\0\0\0\0\0\0\0\0\0\0\xff\xff\0\0\0\0\0\0", 24), 64, 32, 200, 80,
+         180, 60},
+        {"three quarters", std::string("\0\0\0\0\xff\xff\0\0\0\0\0\0\0\1\0\0\0\0\0\0\0\0\0\0", 24), 32, 64,
+         180, 200, 60, 80},
+    };
+    const std::size_t at = bytes.find(upright, bytes.find("tkhd"));
+    ASSERT_NE(at, std::string::npos);
+    for (const auto& turned : cases) {
+        SCOPED_TRACE(turned.name);
+        std::ofstream(In("t.mp4"), std::ios::binary)
+            << std::string(bytes).replace(at, turned.matrix.size(), turned.matrix);
+        Reader reader(In("t.mp4"));
+        ASSERT_EQ(reader.Width(), turned.width);
+        ASSERT_EQ(reader.Height(), turned.height);
+        reader.SetTarget(Format(turned.width, turned.height), reader.Aspect());
+        Zan::Image& picture = reader.FrameAt(0);
+        constexpr int kCoding = 6;
+        EXPECT_NEAR(Luma(picture, 4, 4), turned.topLeft, kCoding);
+        EXPECT_NEAR(Luma(picture, turned.width - 5, 4), turned.topRight, kCoding);
+        EXPECT_NEAR(Luma(picture, 4, turned.height - 5), turned.bottomLeft, kCoding);
+        EXPECT_NEAR(Luma(picture, turned.width - 5, turned.height - 5), turned.bottomRight, kCoding);
+    }
+}
+
 TEST_F(ReaderTest, MatricesAreBroughtTogether) {
     // Pure green: ITU-R BT.709 Y 173, Cb 42, Cr 26; ITU-R BT.601 Y 145, Cb 54, Cr 34. A large picture without
     // a label counts as BT.709.

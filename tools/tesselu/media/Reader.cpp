@@ -29,6 +29,7 @@ Reader::Reader(std::string newPath) : path(std::move(newPath)) {
     Open();
     if (!Decode(*current))
         throw Failure(path + ": holds no picture that can be decoded");
+    turn = TurnOf(*current, *input->streams[stream]);
     if (Width() > kLargestSide || Height() > kLargestSide)
         throw Failure(path + ": larger than " + std::to_string(kLargestSide) + " pixels or lines");
     hasNext = Decode(*next);
@@ -97,15 +98,16 @@ bool Reader::Decode(AVFrame& into) {
 }
 
 unsigned Reader::Width() const noexcept {
-    return static_cast<unsigned>(current->width);
+    return static_cast<unsigned>(SwapsSides(turn) ? current->height : current->width);
 }
 
 unsigned Reader::Height() const noexcept {
-    return static_cast<unsigned>(current->height);
+    return static_cast<unsigned>(SwapsSides(turn) ? current->width : current->height);
 }
 
 AVRational Reader::PixelAspect() const noexcept {
-    return PixelAspectOf(*current);
+    const AVRational aspect = PixelAspectOf(*current);
+    return SwapsSides(turn) ? av_inv_q(aspect) : aspect;
 }
 
 double Reader::Aspect() const noexcept {
@@ -113,7 +115,7 @@ double Reader::Aspect() const noexcept {
 }
 
 Zan::ScanStyleEnum Reader::Scan() const noexcept {
-    if (still || current->interlaced_frame == 0)
+    if (still || current->interlaced_frame == 0 || turn != Turn::kNone)
         return Zan::kProgressive;
     return current->top_field_first != 0 ? Zan::kUpperFieldFirst : Zan::kLowerFieldFirst;
 }
@@ -149,7 +151,7 @@ long Reader::CountFrames() const {
 }
 
 void Reader::SetTarget(const PictureFormat& target, double aspect) {
-    scaler.emplace(target, aspect, Scan() != Zan::kProgressive);
+    scaler.emplace(target, aspect, Scan() != Zan::kProgressive, turn);
     convertedPosition = -1;
 }
 

@@ -15,6 +15,7 @@ public:
     explicit Reader(std::string path);
 
     const std::string& Path() const noexcept { return path; }
+    /// The size of the first frame as it is shown, turned if its label says so.
     unsigned Width() const noexcept;
     unsigned Height() const noexcept;
     /// Width of the shown picture over its height.
@@ -50,6 +51,7 @@ private:
     FramePtr current = NewFrame();
     FramePtr next = NewFrame();  ///< one frame ahead, so that a still and an end are known for what they are
     int stream = -1;
+    Turn turn = Turn::kNone;
     bool draining = false;
     bool hasNext = false;
     bool still = false;

@@ -78,37 +78,88 @@ AVRational PixelAspectOf(const AVFrame& frame) {
     return aspect.num > 0 && aspect.den > 0 ? aspect : AVRational{1, 1};
 }
 
-Scaler::Scaler(const PictureFormat& newTarget, double newAspect, bool newInterlacedSource)
+Turn TurnOf(const AVFrame& frame, const AVStream& stream) {
+    const std::uint8_t* matrix = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr);
+    if (const AVFrameSideData* own = av_frame_get_side_data(&frame, AV_FRAME_DATA_DISPLAYMATRIX))
+        matrix = own->data;
+    if (matrix == nullptr)
+        return Turn::kNone;
+    // libav counts the angle against the clock; there is none for a matrix without an inverse.
+    const double angle = -av_display_rotation_get(reinterpret_cast<const std::int32_t*>(matrix));
+    if (!std::isfinite(angle))
+        return Turn::kNone;
+    return static_cast<Turn>((std::lround(angle / 90) + 4) % 4);
+}
+
+Scaler::Scaler(const PictureFormat& newTarget, double newAspect, bool newInterlacedSource, Turn newTurn)
     : target(newTarget),
       aspect(newAspect),
       interlacedSource(newInterlacedSource),
+      turn(newTurn),
       packed(NewFrame(AV_PIX_FMT_UYVY422, static_cast<int>(target.width), static_cast<int>(target.height))),
-      picture(WrapPicture(target, *packed)) {}
+      picture(WrapPicture(target, *packed)) {
+    if (turn != Turn::kNone)
+        scaled = SwapsSides(turn) ? NewFrame(AV_PIX_FMT_YUV444P, packed->height, packed->width)
+                                  : NewFrame(AV_PIX_FMT_YUV444P, packed->width, packed->height);
+}
 
 Zan::Image& Scaler::Convert(const AVFrame& frame) {
-    const FramePtr source = CropToAspect(frame, aspect);
-    const bool byField = interlacedSource && static_cast<unsigned>(source->height) != target.height &&
-                         HasWholeFields(*source) && target.height % 2 == 0;
-    const int fields = byField ? 2 : 1;
-    Prepare(*source, fields);
+    const FramePtr source = CropToAspect(frame, SwapsSides(turn) ? 1 / aspect : aspect);
+    const bool byField = interlacedSource && turn == Turn::kNone &&
+                         static_cast<unsigned>(source->height) != target.height && HasWholeFields(*source) &&
+                         target.height % 2 == 0;
+    Scale(*source, byField ? 2 : 1);
+    if (turn != Turn::kNone)
+        PackTurned();
+    return *picture;
+}
 
+void Scaler::Scale(const AVFrame& source, int fields) {
+    Prepare(source, fields);
+    const AVFrame& out = scaled ? *scaled : *packed;
     for (int field = 0; field < fields; ++field) {
         const std::uint8_t* from[AV_NUM_DATA_POINTERS] = {};
         int fromPitch[AV_NUM_DATA_POINTERS] = {};
+        std::uint8_t* to[AV_NUM_DATA_POINTERS] = {};
+        int toPitch[AV_NUM_DATA_POINTERS] = {};
         for (std::size_t plane = 0; plane < std::size(from); ++plane) {
-            from[plane] = source->data[plane];
+            from[plane] = source.data[plane];
             // The second plane of a palette picture is the palette and has no lines.
-            if (from[plane] != nullptr && source->linesize[plane] != 0) {
-                from[plane] += std::ptrdiff_t{field} * source->linesize[plane];
-                fromPitch[plane] = source->linesize[plane] * fields;
+            if (from[plane] != nullptr && source.linesize[plane] != 0) {
+                from[plane] += std::ptrdiff_t{field} * source.linesize[plane];
+                fromPitch[plane] = source.linesize[plane] * fields;
+            }
+            if (out.data[plane] != nullptr) {
+                to[plane] = out.data[plane] + std::ptrdiff_t{field} * out.linesize[plane];
+                toPitch[plane] = out.linesize[plane] * fields;
             }
         }
-        std::uint8_t* const to[] = {packed->data[0] + std::ptrdiff_t{field} * packed->linesize[0], nullptr,
-                                    nullptr, nullptr};
-        const int toPitch[] = {packed->linesize[0] * fields, 0, 0, 0};
-        CheckLibav(sws_scale(sws.get(), from, fromPitch, 0, source->height / fields, to, toPitch), "scaling");
+        CheckLibav(sws_scale(sws.get(), from, fromPitch, 0, source.height / fields, to, toPitch), "scaling");
     }
-    return *picture;
+}
+
+void Scaler::PackTurned() {
+    const int lastColumn = scaled->width - 1, lastRow = scaled->height - 1;
+    const auto at = [&](int plane, int x, int y) -> int {
+        int column = lastColumn - x, row = lastRow - y;
+        if (turn == Turn::kQuarter) {
+            column = y;
+            row = lastRow - x;
+        } else if (turn == Turn::kThreeQuarters) {
+            column = lastColumn - y;
+            row = x;
+        }
+        return scaled->data[plane][std::ptrdiff_t{row} * scaled->linesize[plane] + column];
+    };
+    for (int y = 0; y < packed->height; ++y) {
+        std::uint8_t* out = packed->data[0] + std::ptrdiff_t{y} * packed->linesize[0];
+        for (int x = 0; x < packed->width; x += 2, out += 4) {
+            out[0] = static_cast<std::uint8_t>((at(1, x, y) + at(1, x + 1, y) + 1) / 2);
+            out[1] = static_cast<std::uint8_t>(at(0, x, y));
+            out[2] = static_cast<std::uint8_t>((at(2, x, y) + at(2, x + 1, y) + 1) / 2);
+            out[3] = static_cast<std::uint8_t>(at(0, x + 1, y));
+        }
+    }
 }
 
 void Scaler::Prepare(const AVFrame& frame, int fields) {
@@ -118,8 +169,9 @@ void Scaler::Prepare(const AVFrame& frame, int fields) {
     static_assert(sizeof wanted == sizeof preparedFor);
     if (sws && std::equal(std::begin(wanted), std::end(wanted), std::begin(preparedFor)))
         return;
+    const AVFrame& out = scaled ? *scaled : *packed;
     sws.reset(sws_getContext(frame.width, frame.height / fields, static_cast<AVPixelFormat>(frame.format),
-                             packed->width, packed->height / fields, AV_PIX_FMT_UYVY422,
+                             out.width, out.height / fields, static_cast<AVPixelFormat>(out.format),
                              SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INP, nullptr, nullptr, nullptr));
     if (!sws)
         throw Failure("no conversion of the pixel format to 4:2:2");

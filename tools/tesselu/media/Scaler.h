@@ -5,11 +5,19 @@
 
 namespace tool {
 
+/// How a frame must be turned, clockwise, before it is shown. Cameras that are held upright leave that to us.
+enum class Turn { kNone, kQuarter, kHalf, kThreeQuarters };
+
+inline bool SwapsSides(Turn turn) {
+    return turn == Turn::kQuarter || turn == Turn::kThreeQuarters;
+}
+
 /// Brings decoded frames of any format to packed 4:2:2 of one size, at video levels and with the luma weights
 /// of the run. This is the only use of libswscale.
 class Scaler {
 public:
-    Scaler(const PictureFormat& target, double aspect, bool interlacedSource);
+    /// `aspect` is width over height of what is shown of a frame, once it is turned.
+    Scaler(const PictureFormat& target, double aspect, bool interlacedSource, Turn turn);
 
     /// Frames are cropped about their centre to the wanted aspect first, and interlaced ones are scaled field
     /// by field. The result stays valid until the next call.
@@ -17,11 +25,15 @@ public:
 
 private:
     void Prepare(const AVFrame& frame, int fields);
+    void Scale(const AVFrame& source, int fields);
+    void PackTurned();
 
     PictureFormat target;
-    double aspect;  ///< width over height of the part of a frame that is shown
+    double aspect;
     bool interlacedSource;
+    Turn turn;
     FramePtr packed;
+    FramePtr scaled;  ///< 4:4:4, still to be turned; unused without a turn
     ImagePtr picture;
     SwsPtr sws;
     int preparedFor[6] = {-1, -1, -1, -1, -1, -1};  ///< the frame properties that `sws` was made for
@@ -29,6 +41,10 @@ private:
 
 /// The luma weights that the samples of `frame` were made with, by its label or, without one, its size.
 AVColorSpace ColourSpaceOf(const AVFrame& frame);
+
+/// How `frame` is to be turned by its own label or, without one, that of its stream. Mirrored labels and
+/// angles in between are not followed.
+Turn TurnOf(const AVFrame& frame, const AVStream& stream);
 
 /// Width of a pixel over its height, 1 where nothing is said.
 AVRational PixelAspectOf(const AVFrame& frame);
