@@ -25,5 +25,12 @@ TEST_F(FirstWipeTest, DrawsTheDoubleDiamond) {
     expect(360, 202, 20, 60, 110);
 }
 
+// The program stands in the README word for word.
+TEST_F(FirstWipeTest, StandsInTheReadme) {
+    const std::string source = Contents(TESSELU_SOURCE_DIR "/examples/first_wipe.cpp");
+    ASSERT_FALSE(source.empty());
+    EXPECT_NE(Contents(TESSELU_SOURCE_DIR "/README.md").find("```cpp\n" + source + "```\n"), std::string::npos);
+}
+
 }  // namespace
 }  // namespace tool::test
