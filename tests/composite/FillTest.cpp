@@ -271,7 +271,7 @@ TEST(Fill, GreyOfSeveralBytesTakesThePairFill) {
         for (const int style : AllStyles())
             for (const auto bits : {Zan::k16Bits, Zan::k32Bits})
                 for (Zan::ULong32 width = 1; width <= 12; ++width)
-                    for (const Zan::ULong32 padding : {0U, 4U * width + 4U})
+                    for (const Zan::ULong32 padding : {Zan::ULong32{0}, 4 * width + 4})
                         // Four bytes to each row, so that rows start on words.
                         ASSERT_NO_FATAL_FAILURE(CheckFill(
                             compositor, machine, Format::Grey(2 * width, 4).Bits(bits).Padded(padding),

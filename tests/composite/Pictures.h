@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <new>
 #include <ostream>
@@ -19,6 +20,7 @@
 #include <vector>
 
 #include "foundation/CapabilitySeam.h"
+#include "simd/Rows.h"
 
 #if defined(__unix__) || defined(__APPLE__)
 #include <sys/mman.h>
@@ -178,12 +180,17 @@ public:
         const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
         guard = (page - length % page) % page;
         mapped = guard + length + 2 * page;
-        void* base = mmap(nullptr, mapped, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        if (base == MAP_FAILED)
-            throw std::bad_alloc();
-        block = static_cast<std::uint8_t*>(base);
-        if (mprotect(block + page, guard + length, PROT_READ | PROT_WRITE) != 0)
-            throw std::bad_alloc();
+        std::vector<std::uint8_t*>& used = Used()[mapped];
+        if (used.empty()) {
+            void* base = mmap(nullptr, mapped, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+            if (base == MAP_FAILED)
+                throw std::bad_alloc();
+            used.push_back(static_cast<std::uint8_t*>(base));
+            if (mprotect(used.back() + page, guard + length, PROT_READ | PROT_WRITE) != 0)
+                throw std::bad_alloc();
+        }
+        block = used.back();
+        used.pop_back();
         data = block + page + guard;
 #else
         guard = 4096;
@@ -197,7 +204,7 @@ public:
     ~FencedMemory() {
 #ifdef TESSELU_TEST_FENCES
         if (block)
-            munmap(block, mapped);
+            Used()[mapped].push_back(block);
 #endif
     }
 
@@ -220,6 +227,12 @@ private:
     std::size_t guard = 0;
     std::uint8_t* data = nullptr;
 #ifdef TESSELU_TEST_FENCES
+    /// Blocks that were given back, by length: mapping takes longer than most tests.
+    static std::map<std::size_t, std::vector<std::uint8_t*>>& Used() {
+        static std::map<std::size_t, std::vector<std::uint8_t*>> blocks;
+        return blocks;
+    }
+
     std::uint8_t* block = nullptr;
     std::size_t mapped = 0;
 #else
@@ -370,18 +383,23 @@ inline Zan::ImageView Part(Picture& picture, Zan::Long32 left, Zan::Long32 top, 
     return Zan::ImageView(picture, Zan::Rectangle(left, top, width, height), field);
 }
 
-/// Runs `body(compositor, machine)` as on every machine.
+/// Runs `body(compositor, machine)` as on every machine, with stores through the cache and around it.
 template <class Body>
 void OnEveryMachine(Body body) {
-    for (const Machine& machine : AllMachines()) {
-        SCOPED_TRACE(::testing::PrintToString(machine));
-        Zan::ScopedInstructionSet scope(machine.set);
-        Zan::ZanCompositor compositor;
-        compositor.SetMMXonlyStyle(machine.mmxOnly);
-        body(compositor, machine);
-        if (::testing::Test::HasFatalFailure())
-            return;
-    }
+    struct BySize {
+        ~BySize() { Zan::simd::ForceStreaming(-1); }
+    } bySizeAgain;
+    for (const Machine& machine : AllMachines())
+        for (const int streaming : {0, 1}) {
+            SCOPED_TRACE(::testing::PrintToString(machine) + (streaming ? ", streaming" : ""));
+            Zan::ScopedInstructionSet scope(machine.set);
+            Zan::simd::ForceStreaming(streaming);
+            Zan::ZanCompositor compositor;
+            compositor.SetMMXonlyStyle(machine.mmxOnly);
+            body(compositor, machine);
+            if (::testing::Test::HasFatalFailure())
+                return;
+        }
 }
 
 }  // namespace composite_test
