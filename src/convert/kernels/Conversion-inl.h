@@ -29,6 +29,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <type_traits>
 
 #include "convert/KernelTable.h"
 #include "simd/Extra-inl.h"
@@ -225,6 +226,18 @@ HWY_NOINLINE HWY_ATTR void PartialStep(const C&, const typename C::Reader& reade
                         buffers.destination[line][use.channel], use.Bytes(columns));
 }
 
+/// What the next steps but a few will read. Several planes out of memory come a tenth faster; what lies in a
+/// cache gains nothing.
+template <class C, class Form>
+HWY_INLINE HWY_ATTR void FetchAhead(const Band& band, std::size_t x) {
+    constexpr std::size_t kAhead = 512, kLine = 64;
+    for (std::size_t i = 0; i < C::Lines::kLines; ++i)
+        for (const PlaneUse& use : C::Reader::kPlanes)
+            if (i == 0 || !use.halfHeight)
+                for (std::size_t at = 0; at < use.Bytes(Form::kStep); at += kLine)
+                    hwy::Prefetch(band.source[i][use.channel] + use.Bytes(x) + kAhead + at);
+}
+
 /// The whole groups of a band. Where source and destination lie apart, columns may be made twice: an
 /// unaligned step at either end in place of a partial one.
 template <class C, class Form, class Put>
@@ -244,8 +257,11 @@ HWY_INLINE HWY_ATTR void MainColumns(const C& conversion, const typename C::Read
             x = (kVector - off) / kUnit * C::Granularity();
         }
     }
-    for (; x + kStep <= columns; x += kStep)
+    for (; x + kStep <= columns; x += kStep) {
+        if (std::is_same_v<Put, PutAroundCache>)
+            FetchAhead<C, Form>(band, x);
         form.Step(reader, writer, band, x, put);
+    }
     if (x < columns) {
         if (apart && columns >= kStep)
             form.Step(reader, writer, band, columns - kStep, PutInCache{});
