@@ -21,6 +21,7 @@
 
 #include "foundation/CapabilitySeam.h"
 #include "simd/Rows.h"
+#include "simd/Targets.h"
 
 #if defined(__unix__) || defined(__APPLE__)
 #include <sys/mman.h>
@@ -383,23 +384,35 @@ inline Zan::ImageView Part(Picture& picture, Zan::Long32 left, Zan::Long32 top, 
     return Zan::ImageView(picture, Zan::Rectangle(left, top, width, height), field);
 }
 
-/// Runs `body(compositor, machine)` as on every machine, with stores through the cache and around it.
+/// Runs `body(compositor, machine)` as on every machine, on every target of the vector bodies and, on the
+/// best of them, with stores around the cache as well.
 template <class Body>
 void OnEveryMachine(Body body) {
     struct BySize {
         ~BySize() { Zan::simd::ForceStreaming(-1); }
     } bySizeAgain;
-    for (const Machine& machine : AllMachines())
-        for (const int streaming : {0, 1}) {
-            SCOPED_TRACE(::testing::PrintToString(machine) + (streaming ? ", streaming" : ""));
-            Zan::ScopedInstructionSet scope(machine.set);
-            Zan::simd::ForceStreaming(streaming);
-            Zan::ZanCompositor compositor;
-            compositor.SetMMXonlyStyle(machine.mmxOnly);
-            body(compositor, machine);
+    const auto run = [&](const Machine& machine, Zan::simd::Target target, bool streaming) {
+        SCOPED_TRACE(::testing::PrintToString(machine) + " on " + Zan::simd::TargetName(target) +
+                     (streaming ? ", streaming" : ""));
+        Zan::ScopedInstructionSet scope(machine.set);
+        Zan::simd::ScopedTarget limit(target);
+        Zan::simd::ForceStreaming(streaming ? 1 : 0);
+        Zan::ZanCompositor compositor;
+        compositor.SetMMXonlyStyle(machine.mmxOnly);
+        body(compositor, machine);
+    };
+    for (const Machine& machine : AllMachines()) {
+        for (std::size_t i = 0; i < Zan::simd::kTargetCount; ++i) {
+            const auto target = static_cast<Zan::simd::Target>(i);
+            if (!Zan::simd::IsTargetAvailable(target))
+                continue;
+            run(machine, target, false);
+            if (target == Zan::simd::BestTarget())
+                run(machine, target, true);
             if (::testing::Test::HasFatalFailure())
                 return;
         }
+    }
 }
 
 }  // namespace composite_test
