@@ -246,7 +246,7 @@ void PrintHeading(std::ostream& out, const std::vector<Peer>& peers, const Optio
     using namespace Zan::simd;
     out << "TesselU " << Zan::Version() << " with " << TargetName(CurrentTarget()) << " on " << Processor()
         << ", one thread, last-level cache " << Zan::LastLevelCacheBytes() / 1024 << " KB\n"
-        << "plain: " << TESSELU_BENCH_PLAIN_FLAGS << ", compiler " << __VERSION__ << "\n";
+        << "plain: " << TESSELU_BENCH_PLAIN_COMPILER << "\n";
     std::string missing;
     for (const Column column : {kLibyuv, kSwscale, kOpenCV, kPixman}) {
         std::string version;
