@@ -10,6 +10,7 @@
 
 namespace Zan {
 
+class ConverterSeam;
 class ImageView;
 struct FixedPointCoefficients;
 
@@ -64,6 +65,8 @@ public:
     void GetOffset(double* out) const noexcept;
 
 private:
+    friend class ConverterSeam;
+
     static CPUcapabilities& CPUinstructionSet;
 
     /// The memory behind a channel, which nothing may leave.
