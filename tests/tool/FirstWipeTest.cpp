@@ -29,7 +29,8 @@ TEST_F(FirstWipeTest, DrawsTheDoubleDiamond) {
 TEST_F(FirstWipeTest, StandsInTheReadme) {
     const std::string source = Contents(TESSELU_SOURCE_DIR "/examples/first_wipe.cpp");
     ASSERT_FALSE(source.empty());
-    EXPECT_NE(Contents(TESSELU_SOURCE_DIR "/README.md").find("```cpp\n" + source + "```\n"), std::string::npos);
+    EXPECT_NE(Contents(TESSELU_SOURCE_DIR "/README.md").find("```cpp\n" + source + "```\n"),
+              std::string::npos);
 }
 
 }  // namespace
