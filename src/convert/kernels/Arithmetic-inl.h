@@ -117,8 +117,7 @@ private:
         template <class Reader, class Writer, class Store>
         HWY_INLINE HWY_ATTR void Step(const Reader& reader, const Writer& writer, const Band& band,
                                       std::size_t x, Store store) const {
-            const ChromaPairs in = reader.Load(band, 0, x);
-            const VI16 chroma = hn::ShiftLeft<3>(in.chroma), luma = hn::ShiftLeft<3>(in.luma);
+            const auto [chroma, luma] = reader.template Load<3>(band, 0, x);
             VI32 even[kLumaRows], odd[kLumaRows];
             for (std::size_t i = 0; i < kLumaRows; ++i) {
                 even[i] = MulAddPairs(luma, evenLuma[i]);

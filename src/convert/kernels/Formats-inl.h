@@ -97,12 +97,13 @@ struct Packed422Reader : Packed422<LumaFirst> {
     }
 
 #if HWY_TARGET != HWY_SCALAR
+    /// Samples times 2^Shift: one product each takes the place of a mask and a shift.
+    template <int Shift>
     HWY_INLINE HWY_ATTR ChromaPairs Load(const Band& band, std::size_t line, std::size_t x) const {
-        const DU16 d;
-        const DI16 di;
-        const VU16 v = hn::BitCast(d, Deal<2>(hn::LoadU(DU8(), band.source[line][0] + 2 * x)));
-        const VI16 low = hn::BitCast(di, hn::And(v, hn::Set(d, 0xFF)));
-        const VI16 high = hn::BitCast(di, hn::ShiftRight<8>(v));
+        const DI8 d;
+        const VU8 v = Deal<2>(hn::LoadU(DU8(), band.source[line][0] + 2 * x));
+        const VI16 low = MulAddPairs(v, hn::BitCast(d, hn::Set(DU16(), 1U << Shift)));
+        const VI16 high = MulAddPairs(v, hn::BitCast(d, hn::Set(DU16(), 0x100U << Shift)));
         return LumaFirst ? ChromaPairs{high, low} : ChromaPairs{low, high};
     }
 #endif
