@@ -123,13 +123,12 @@ private:
                 even[i] = MulAddPairs(luma, evenLuma[i]);
                 odd[i] = MulAddPairs(luma, oddLuma[i]);
             }
-            Components out;
-            for (std::size_t i = 0; i < 3; ++i) {
-                const std::size_t row = SharedLuma ? 0 : i;
+            const auto row = [&](std::size_t i) HWY_ATTR {
                 const VI32 both = hn::Add(MulAddPairs(chroma, chromaWeights[i]), start[i]);
-                out.of[i] = HighHalves(hn::Add(both, even[row]), hn::Add(both, odd[row]));
-            }
-            out.of[3] = alpha;
+                const std::size_t weight = SharedLuma ? 0 : i;
+                return HighHalves(hn::Add(both, even[weight]), hn::Add(both, odd[weight]));
+            };
+            const Components out = {{row(0), row(1), row(2), alpha}};
             writer.Put(band, 0, x, out, store);
         }
     };
@@ -346,10 +345,10 @@ private:
                     VI16 products[kLumaRows];
                     for (std::size_t i = 0; i < kLumaRows; ++i)
                         products[i] = hn::MulHigh(y, lumaWeights[i]);
-                    Components out;
-                    for (std::size_t i = 0; i < 3; ++i)
-                        out.of[i] = hn::ShiftRight<4>(hn::Add(chroma[half][i], products[SharedLuma ? 0 : i]));
-                    out.of[3] = alpha;
+                    const auto sum = [&](std::size_t i) HWY_ATTR {
+                        return hn::ShiftRight<4>(hn::Add(chroma[half][i], products[SharedLuma ? 0 : i]));
+                    };
+                    const Components out = {{sum(0), sum(1), sum(2), alpha}};
                     writer.Put(band, line, x + half * kVectorPixels, out, store);
                 }
             }
