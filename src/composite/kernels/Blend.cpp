@@ -16,7 +16,7 @@ namespace HWY_NAMESPACE {
 using namespace simd::HWY_NAMESPACE;
 
 #if HWY_TARGET == HWY_SCALAR
-constexpr std::size_t kVector = 1;
+constexpr std::size_t kVector = 1, kLineVectors = 1;
 #else
 constexpr std::size_t kVector = HWY_LANES(std::uint8_t);
 
@@ -33,30 +33,42 @@ HWY_INLINE HWY_ATTR VI16 Div255RoundCentred(VI16 v) {
     return hn::BitCast(DI16(), hn::MulHigh(u, hn::Set(d, 257)));
 }
 
-/// BlendByAlpha on every byte.
-HWY_INLINE HWY_ATTR VU8 BlendBytes(VU8 a, VU8 b, VU8 alpha) {
+/// The weights of the two sources for bytes that InterleaveLower and InterleaveUpper bring together: 255 less
+/// alpha, alpha, and so on.
+struct Weights {
+    VU8 lower, upper;
+};
+
+HWY_INLINE HWY_ATTR Weights WeightsOf(VU8 alpha) {
     const DU8 d;
-    const DI8 di;
     const VU8 rest = hn::Not(alpha);
+    return {hn::InterleaveLower(d, rest, alpha), hn::InterleaveUpper(d, rest, alpha)};
+}
+
+/// BlendByAlpha on every byte.
+HWY_INLINE HWY_ATTR VU8 BlendBytes(VU8 a, VU8 b, const Weights& weights) {
+    const DI8 di;
     const VI8 ca = Centred(a), cb = Centred(b);
-    const VI16 low = MulAddPairs(hn::InterleaveLower(d, rest, alpha), hn::InterleaveLower(di, ca, cb));
-    const VI16 high = MulAddPairs(hn::InterleaveUpper(d, rest, alpha), hn::InterleaveUpper(di, ca, cb));
+    const VI16 low = MulAddPairs(weights.lower, hn::InterleaveLower(di, ca, cb));
+    const VI16 high = MulAddPairs(weights.upper, hn::InterleaveUpper(di, ca, cb));
     return PackToBytes(Div255RoundCentred(low), Div255RoundCentred(high));
 }
 
-/// KeyMap16 on every byte.
+/// KeyMap16 on every byte, in lanes that hold twice its numbers without a sign: the difference is one
+/// saturated addition and one saturated subtraction, of which either is by nothing.
 HWY_INLINE HWY_ATTR VU8 MapKeys(const KeyMap16& map, VU8 keys) {
     const DU8 d;
-    const DI16 di;
     const DU16 du;
-    const VI16 threshold = hn::Set(di, map.threshold), zero = hn::Zero(di), top = hn::Set(di, 32640);
+    const int twice = 2 * map.threshold;
+    const VU16 added = hn::Set(du, static_cast<std::uint16_t>(std::clamp(-twice, 0, 65535)));
+    const VU16 taken = hn::Set(du, static_cast<std::uint16_t>(std::max(twice, 0)));
+    const VU16 top = hn::Set(du, 65280);
     const VU16 gain = hn::Set(du, static_cast<std::uint16_t>(map.gain > 0 ? 2 * map.gain : 0));
-    const auto alpha = [&](VU8 shifted) HWY_ATTR {
-        const VI16 g = hn::BitCast(di, hn::ShiftRight<1>(hn::BitCast(du, shifted)));
-        const VI16 x = hn::Min(hn::Max(hn::SaturatedSub(g, threshold), zero), top);
+    const auto alpha = [&](VU8 keyAbove8Bits) HWY_ATTR {
+        const VU16 g = hn::BitCast(du, keyAbove8Bits);
+        const VU16 x = hn::Min(hn::SaturatedSub(hn::SaturatedAdd(g, added), taken), top);
         // (x * gain) >> 14 as the high half of twice each.
-        const VU16 product = hn::MulHigh(hn::ShiftLeft<1>(hn::BitCast(du, x)), gain);
-        return hn::BitCast(di, hn::Min(product, hn::Set(du, 255)));
+        return hn::BitCast(DI16(), hn::Min(hn::MulHigh(x, gain), hn::Set(du, 255)));
     };
     const VU8 none = hn::Zero(d);
     return PackToBytes(alpha(hn::InterleaveLower(d, none, keys)), alpha(hn::InterleaveUpper(d, none, keys)));
@@ -86,42 +98,77 @@ HWY_INLINE HWY_ATTR VU8 MapKeys(const KeyMap32& map, VU8 keys) {
                      alpha(hn::InterleaveUpper(d16, high, zero))));
 }
 
-/// Vector `index` of alphas for 32-bit words out of one key a word.
-HWY_INLINE HWY_ATTR VU8 AlphasOfPixels(VU8 keys, std::size_t index) {
+/// Weights of a vector of words out of keys: `words` holds 255 less alpha and alpha of each key as one 16-bit
+/// lane, `first` is the lane of the vector's first key in every block.
+template <std::size_t first>
+HWY_INLINE HWY_ATTR Weights WeightsOfPixels(VU8 words) {
+    // Each lane for the four bytes of a pixel.
+    constexpr std::uint8_t f = 2 * first;
+    alignas(16) static constexpr std::uint8_t kLower[16] = {
+        f,     f + 1, f,     f + 1, f,     f + 1, f,     f + 1,  // pixel 0
+        f + 2, f + 3, f + 2, f + 3, f + 2, f + 3, f + 2, f + 3};
+    alignas(16) static constexpr std::uint8_t kUpper[16] = {
+        f + 4, f + 5, f + 4, f + 5, f + 4, f + 5, f + 4, f + 5,  // pixel 2
+        f + 6, f + 7, f + 6, f + 7, f + 6, f + 7, f + 6, f + 7};
+    return {hn::TableLookupBytes(words, InEveryBlock(kLower)),
+            hn::TableLookupBytes(words, InEveryBlock(kUpper))};
+}
+
+/// The same for pairs of 4:2:2 pixels, whose eight keys are all lanes of a block: the first key of a pair is
+/// for three bytes, the second for the last.
+HWY_INLINE HWY_ATTR Weights WeightsOfPairs(VU8 words) {
+    alignas(16) static constexpr std::uint8_t kLower[16] = {0, 1, 0, 1, 0, 1, 2, 3, 4, 5, 4, 5, 4, 5, 6, 7};
+    alignas(16) static constexpr std::uint8_t kUpper[16] = {8,  9,  8,  9,  8,  9,  10, 11,
+                                                            12, 13, 12, 13, 12, 13, 14, 15};
+    return {hn::TableLookupBytes(words, InEveryBlock(kLower)),
+            hn::TableLookupBytes(words, InEveryBlock(kUpper))};
+}
+
+/// Deals groups of lanes out to the blocks: group i of n blocks' worth goes to block i % n. What belongs to
+/// one vector of pixels then lies at one place in every block, and no later step crosses blocks.
+template <class D>
+HWY_INLINE HWY_ATTR hn::Vec<D> DealToBlocks(D d, hn::Vec<D> v) {
 #if HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_NEON
-    const DU32 d;
-    const VU32 first = hn::Set(d, static_cast<std::uint32_t>(4 * index) * 0x01010101U);
-    alignas(16) static constexpr std::uint8_t kFour[16] = {0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3};
-    return hn::TableLookupBytes(keys, hn::Add(hn::BitCast(DU8(), first), InEveryBlock(kFour)));
+    (void)d;
+    return v;
 #else
-    // The four keys of a block to its start, then each to four bytes.
-    const DU32 d;
-    constexpr std::size_t kBlocks = kVector / 16;
-    alignas(64) std::uint32_t from[kVector / 4];
-    for (std::size_t i = 0; i < kVector / 4; ++i)
-        from[i] = static_cast<std::uint32_t>(index * kBlocks + i / 4);
-    const auto moved = hn::TableLookupLanes(hn::BitCast(d, keys), hn::SetTableIndices(d, from));
-    alignas(16) static constexpr std::uint8_t kFour[16] = {0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3};
-    return hn::TableLookupBytes(hn::BitCast(DU8(), moved), InEveryBlock(kFour));
+    using T = hn::TFromD<D>;
+    constexpr std::size_t kLanes = HWY_LANES(T), kBlocks = kVector / 16, kOfBlock = kLanes / kBlocks;
+    alignas(64) T from[kLanes];
+    for (std::size_t i = 0; i < kLanes; ++i)
+        from[i] = static_cast<T>(i % kOfBlock * kBlocks + i / kOfBlock);
+    return hn::TableLookupLanes(v, hn::SetTableIndices(d, from));
 #endif
 }
 
-/// Vector `index` of alphas for pairs of 4:2:2 pixels: the first key for three bytes, the second for the
-/// last.
-HWY_INLINE HWY_ATTR VU8 AlphasOfPairs(VU8 keys, std::size_t index) {
-    alignas(16) static constexpr std::uint8_t kPairs[16] = {0, 0, 0, 1, 2, 2, 2, 3, 4, 4, 4, 5, 6, 6, 6, 7};
+/// The way back from DealToBlocks.
+template <class D>
+HWY_INLINE HWY_ATTR hn::Vec<D> GatherFromBlocks(D d, hn::Vec<D> v) {
 #if HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_NEON
-    const VU8 first = hn::Set(DU8(), static_cast<std::uint8_t>(8 * index));
-    return hn::TableLookupBytes(keys, hn::Add(first, InEveryBlock(kPairs)));
+    (void)d;
+    return v;
 #else
-    const DU32 d;
-    constexpr std::size_t kBlocks = kVector / 16;
-    alignas(64) std::uint32_t from[kVector / 4];
-    for (std::size_t i = 0; i < kVector / 4; ++i)
-        from[i] = static_cast<std::uint32_t>(2 * (index * kBlocks + i / 4) + i % 2);
-    const auto moved = hn::TableLookupLanes(hn::BitCast(d, keys), hn::SetTableIndices(d, from));
-    return hn::TableLookupBytes(hn::BitCast(DU8(), moved), InEveryBlock(kPairs));
+    using T = hn::TFromD<D>;
+    constexpr std::size_t kLanes = HWY_LANES(T), kBlocks = kVector / 16, kOfBlock = kLanes / kBlocks;
+    alignas(64) T from[kLanes];
+    for (std::size_t i = 0; i < kLanes; ++i)
+        from[i] = static_cast<T>(i % kBlocks * kOfBlock + i / kBlocks);
+    return hn::TableLookupLanes(v, hn::SetTableIndices(d, from));
 #endif
+}
+
+/// Vectors that fill a cache line: a step writes no less, so that what goes around the cache leaves in whole
+/// lines.
+constexpr std::size_t kLineVectors = kVector < 64 ? 64 / kVector : 1;
+
+/// Makes the vectors of a line by `make(index)`, then stores them one behind the other.
+template <class Make, class Put>
+HWY_INLINE HWY_ATTR void PutLine(std::uint8_t* out, Put put, Make&& make) {
+    VU8 made[kLineVectors];
+    for (std::size_t i = 0; i < kLineVectors; ++i)
+        made[i] = make(i);
+    for (std::size_t i = 0; i < kLineVectors; ++i)
+        put(DU8(), made[i], out + i * kVector);
 }
 
 #endif  // HWY_TARGET
@@ -133,7 +180,7 @@ using Three = Pointers<3>;
 
 struct Of256 {
     using Layout = ByteLayout;
-    static constexpr std::size_t kStep = kVector;
+    static constexpr std::size_t kStep = kLineVectors * kVector;
     unsigned weight;
 
     void Unit(const Two& s, std::uint8_t* out) const { *out = DissolveOf256(*s[0], *s[1], weight); }
@@ -143,22 +190,21 @@ struct Of256 {
     HWY_INLINE HWY_ATTR void Step(const Two& s, std::uint8_t* out, Put put) const {
         const DU8 d;
         const DI8 di;
-        const VU8 a = hn::LoadU(d, s[0]), b = hn::LoadU(d, s[1]);
-        // 256 is no byte: the two ends are copies.
-        if (weight == 0 || weight >= 256) {
-            put(d, weight == 0 ? b : a, out);
-            return;
-        }
         const VU8 weights =
             hn::BitCast(d, hn::Set(DU16(), static_cast<std::uint16_t>(weight | (256 - weight) << 8)));
-        const VI8 ca = Centred(a), cb = Centred(b);
-        // The sums lie 32768 too low; so does 128 less 32768, whose high byte is 0x80 less.
-        const VI16 half = hn::Set(DI16(), 128);
-        const VI16 low = hn::Add(MulAddPairs(weights, hn::InterleaveLower(di, ca, cb)), half);
-        const VI16 high = hn::Add(MulAddPairs(weights, hn::InterleaveUpper(di, ca, cb)), half);
         const VI16 centre = hn::Set(DI16(), 128);
-        put(d, PackToBytes(hn::Add(hn::ShiftRight<8>(low), centre), hn::Add(hn::ShiftRight<8>(high), centre)),
-            out);
+        PutLine(out, put, [&](std::size_t i) HWY_ATTR {
+            const VU8 a = hn::LoadU(d, s[0] + i * kVector), b = hn::LoadU(d, s[1] + i * kVector);
+            // 256 is no byte: the two ends are copies.
+            if (weight == 0 || weight >= 256)
+                return weight == 0 ? b : a;
+            const VI8 ca = Centred(a), cb = Centred(b);
+            // The sums lie 32768 too low, and so their high bytes 128.
+            const VI16 low = hn::Add(MulAddPairs(weights, hn::InterleaveLower(di, ca, cb)), centre);
+            const VI16 high = hn::Add(MulAddPairs(weights, hn::InterleaveUpper(di, ca, cb)), centre);
+            return PackToBytes(hn::Add(hn::ShiftRight<8>(low), centre),
+                               hn::Add(hn::ShiftRight<8>(high), centre));
+        });
     }
 #endif
 };
@@ -167,7 +213,7 @@ struct Of256 {
 template <bool kTail>
 struct Of255 {
     using Layout = ByteLayout;
-    static constexpr std::size_t kStep = kVector;
+    static constexpr std::size_t kStep = kLineVectors * kVector;
     unsigned weight;
 
     void Unit(const Two& s, std::uint8_t* out) const {
@@ -182,7 +228,6 @@ struct Of255 {
         const DU16 d16;
         const VU8 weights =
             hn::BitCast(d, hn::Set(d16, static_cast<std::uint16_t>(weight | (255 - weight) << 8)));
-        const VI8 ca = Centred(hn::LoadU(d, s[0])), cb = Centred(hn::LoadU(d, s[1]));
         const auto last = [](VI16 sum) HWY_ATTR {
             const DU16 du;
             if constexpr (kTail) {
@@ -192,9 +237,13 @@ struct Of255 {
                 return Div255RoundCentred(sum);
             }
         };
-        const VI16 low = MulAddPairs(weights, hn::InterleaveLower(di, ca, cb));
-        const VI16 high = MulAddPairs(weights, hn::InterleaveUpper(di, ca, cb));
-        put(d, PackToBytes(last(low), last(high)), out);
+        PutLine(out, put, [&](std::size_t i) HWY_ATTR {
+            const VI8 ca = Centred(hn::LoadU(d, s[0] + i * kVector)),
+                      cb = Centred(hn::LoadU(d, s[1] + i * kVector));
+            const VI16 low = MulAddPairs(weights, hn::InterleaveLower(di, ca, cb));
+            const VI16 high = MulAddPairs(weights, hn::InterleaveUpper(di, ca, cb));
+            return PackToBytes(last(low), last(high));
+        });
     }
 #endif
 };
@@ -203,7 +252,7 @@ struct Of255 {
 
 struct ByOwnAlpha {
     using Layout = PixelLayout;
-    static constexpr std::size_t kStep = kVector / 4 + (kVector == 1);
+    static constexpr std::size_t kStep = kVector == 1 ? 1 : kLineVectors * kVector / 4;
 
     void Unit(const Two& s, std::uint8_t* out) const {
         const std::uint8_t alpha = s[1][3];
@@ -217,8 +266,10 @@ struct ByOwnAlpha {
         const DU8 d;
         alignas(16) static constexpr std::uint8_t kByte3[16] = {3,  3,  3,  3,  7,  7,  7,  7,
                                                                 11, 11, 11, 11, 15, 15, 15, 15};
-        const VU8 a = hn::LoadU(d, s[0]), b = hn::LoadU(d, s[1]);
-        put(d, BlendBytes(a, b, hn::TableLookupBytes(b, InEveryBlock(kByte3))), out);
+        PutLine(out, put, [&](std::size_t i) HWY_ATTR {
+            const VU8 a = hn::LoadU(d, s[0] + i * kVector), b = hn::LoadU(d, s[1] + i * kVector);
+            return BlendBytes(a, b, WeightsOf(hn::TableLookupBytes(b, InEveryBlock(kByte3))));
+        });
     }
 #endif
 };
@@ -271,11 +322,15 @@ struct ByKeyOfPixel {
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Three& s, std::uint8_t* out, Put put) const {
         const DU8 d;
-        const VU8 alphas = map.Vector(s[2]);
-        VU8 made[4];
-        for (std::size_t i = 0; i < 4; ++i)
-            made[i] = BlendBytes(hn::LoadU(d, s[0] + i * kVector), hn::LoadU(d, s[1] + i * kVector),
-                                 AlphasOfPixels(alphas, i));
+        const DU32 d32;
+        const VU8 alphas = hn::BitCast(d, DealToBlocks(d32, hn::BitCast(d32, map.Vector(s[2]))));
+        const Weights words = WeightsOf(alphas);
+        const auto blend = [&](std::size_t i, const Weights& weights) HWY_ATTR {
+            return BlendBytes(hn::LoadU(d, s[0] + i * kVector), hn::LoadU(d, s[1] + i * kVector), weights);
+        };
+        const VU8 made[4] = {
+            blend(0, WeightsOfPixels<0>(words.lower)), blend(1, WeightsOfPixels<4>(words.lower)),
+            blend(2, WeightsOfPixels<0>(words.upper)), blend(3, WeightsOfPixels<4>(words.upper))};
         for (std::size_t i = 0; i < 4; ++i)
             put(d, made[i], out + i * kVector);
     }
@@ -298,11 +353,13 @@ struct ByKeysOfPair {
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Three& s, std::uint8_t* out, Put put) const {
         const DU8 d;
-        const VU8 alphas = map.Vector(s[2]);
-        VU8 made[2];
-        for (std::size_t i = 0; i < 2; ++i)
-            made[i] = BlendBytes(hn::LoadU(d, s[0] + i * kVector), hn::LoadU(d, s[1] + i * kVector),
-                                 AlphasOfPairs(alphas, i));
+        const DU64 d64;
+        const VU8 alphas = hn::BitCast(d, DealToBlocks(d64, hn::BitCast(d64, map.Vector(s[2]))));
+        const Weights words = WeightsOf(alphas);
+        const auto blend = [&](std::size_t i, const Weights& weights) HWY_ATTR {
+            return BlendBytes(hn::LoadU(d, s[0] + i * kVector), hn::LoadU(d, s[1] + i * kVector), weights);
+        };
+        const VU8 made[2] = {blend(0, WeightsOfPairs(words.lower)), blend(1, WeightsOfPairs(words.upper))};
         for (std::size_t i = 0; i < 2; ++i)
             put(d, made[i], out + i * kVector);
     }
@@ -312,7 +369,7 @@ struct ByKeysOfPair {
 template <class KeyMap>
 struct ByKeyOfByte {
     using Layout = KeyedByteLayout;
-    static constexpr std::size_t kStep = kVector;
+    static constexpr std::size_t kStep = kLineVectors * kVector;
     KeyMap map;
 
     void Unit(const Three& s, std::uint8_t* out) const {
@@ -324,9 +381,11 @@ struct ByKeyOfByte {
     HWY_INLINE HWY_ATTR void Step(const Three& s, std::uint8_t* out, Put put) const {
         const DU8 d;
         const VU8 full = hn::Set(d, 255);
-        const VU8 a = s[0] != nullptr ? hn::LoadU(d, s[0]) : full;
-        const VU8 b = s[1] != nullptr ? hn::LoadU(d, s[1]) : full;
-        put(d, BlendBytes(a, b, map.Vector(s[2])), out);
+        PutLine(out, put, [&](std::size_t i) HWY_ATTR {
+            const VU8 a = s[0] != nullptr ? hn::LoadU(d, s[0] + i * kVector) : full;
+            const VU8 b = s[1] != nullptr ? hn::LoadU(d, s[1] + i * kVector) : full;
+            return BlendBytes(a, b, WeightsOf(map.Vector(s[2] + i * kVector)));
+        });
     }
 #endif
 };
@@ -335,7 +394,7 @@ struct ByKeyOfByte {
 
 struct Difference {
     using Layout = DifferenceLayout;
-    static constexpr std::size_t kStep = kVector;
+    static constexpr std::size_t kStep = kLineVectors * kVector;
 
     void Unit(const Two& s, std::uint8_t* out) const { *out = SumOfDifferences(s[0], s[1]); }
 
@@ -343,28 +402,22 @@ struct Difference {
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Two& s, std::uint8_t* out, Put put) const {
         const DU8 d;
-        const VU8 colour = hn::BitCast(d, hn::Set(DU32(), 0x00FFFFFFU));
+        const DU32 d32;
+        const VU8 colour = hn::BitCast(d, hn::Set(d32, 0x00FFFFFFU));
         const VI8 one = hn::Set(DI8(), 1);
         const VI16 one16 = hn::Set(DI16(), 1);
-        VI32 sum[4];
-        for (std::size_t i = 0; i < 4; ++i) {
-            const VU8 a = hn::LoadU(d, s[0] + i * kVector), b = hn::LoadU(d, s[1] + i * kVector);
-            const VU8 apart = hn::And(hn::Or(hn::SaturatedSub(a, b), hn::SaturatedSub(b, a)), colour);
-            sum[i] = MulAddPairs(MulAddPairs(apart, one), one16);
-        }
-        const VU8 packed = PackToBytes(PackToShorts(sum[0], sum[1]), PackToShorts(sum[2], sum[3]));
-#if HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_NEON
-        put(d, packed, out);
-#else
-        // Packing works block by block; the groups of four pixels go back into order.
-        const DU32 d32;
-        constexpr std::size_t kBlocks = kVector / 16;
-        alignas(64) std::uint32_t from[kVector / 4];
-        for (std::size_t i = 0; i < kVector / 4; ++i)
-            from[i] = static_cast<std::uint32_t>(i % kBlocks * 4 + i / kBlocks);
-        put(d, hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(d32, packed), hn::SetTableIndices(d32, from))),
-            out);
-#endif
+        PutLine(out, put, [&](std::size_t i) HWY_ATTR {
+            VI32 sum[4];
+            for (std::size_t k = 0; k < 4; ++k) {
+                const std::size_t at = (4 * i + k) * kVector;
+                const VU8 a = hn::LoadU(d, s[0] + at), b = hn::LoadU(d, s[1] + at);
+                const VU8 apart = hn::And(hn::Or(hn::SaturatedSub(a, b), hn::SaturatedSub(b, a)), colour);
+                sum[k] = MulAddPairs(MulAddPairs(apart, one), one16);
+            }
+            const VU8 packed = PackToBytes(PackToShorts(sum[0], sum[1]), PackToShorts(sum[2], sum[3]));
+            // Packing dealt the groups of four pixels out to the blocks; they go back into order.
+            return hn::BitCast(d, GatherFromBlocks(d32, hn::BitCast(d32, packed)));
+        });
     }
 #endif
 };

@@ -126,7 +126,7 @@ void RunFillRows(const simd::WritePlane& to, std::size_t bytes, std::size_t rows
 
 struct OrOfTwo {
     using Layout = ByteLayout;
-    static constexpr std::size_t kStep = kBytes;
+    static constexpr std::size_t kStep = kBytes < 64 && kBytes > 1 ? 64 : kBytes;
 
     void Unit(const Pointers<2>& s, std::uint8_t* out) const {
         *out = static_cast<std::uint8_t>(*s[0] | *s[1]);
@@ -136,7 +136,11 @@ struct OrOfTwo {
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Pointers<2>& s, std::uint8_t* out, Put put) const {
         const DU8 d;
-        put(d, hn::Or(hn::LoadU(d, s[0]), hn::LoadU(d, s[1])), out);
+        VU8 made[kStep / kBytes];
+        for (std::size_t i = 0; i < kStep / kBytes; ++i)
+            made[i] = hn::Or(hn::LoadU(d, s[0] + i * kBytes), hn::LoadU(d, s[1] + i * kBytes));
+        for (std::size_t i = 0; i < kStep / kBytes; ++i)
+            put(d, made[i], out + i * kBytes);
     }
 #endif
 };
