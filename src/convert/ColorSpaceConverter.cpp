@@ -5,11 +5,11 @@
 
 #include <algorithm>
 #include <cstring>
-#include <limits>
 
 #include "convert/ConversionPairs.h"
 #include "convert/FormatCatalogue.h"
 #include "convert/KernelTable.h"
+#include "convert/kernels/ConversionFormulas.h"
 #include "foundation/ClassCapabilities.h"
 
 namespace Zan {
@@ -39,21 +39,8 @@ constexpr PairTable wholeOutputOffsetPairs{
 
 constexpr double kMatrixScale = 8192;
 
-// Toward zero, as far as 32 bits reach; a kernel lane keeps the low half.
-std::int16_t ToLane(double value) noexcept {
-    constexpr auto low = std::numeric_limits<std::int32_t>::min();
-    constexpr auto high = std::numeric_limits<std::int32_t>::max();
-    std::int32_t whole = low;
-    if (value >= high) {
-        whole = high;
-    } else if (value > low) {
-        whole = static_cast<std::int32_t>(value);
-    }
-    return static_cast<std::int16_t>(static_cast<std::uint16_t>(whole & 0xFFFF));
-}
-
-std::int16_t RoundToLane(double value) noexcept {
-    return ToLane(value < 0 ? value - 0.5 : value + 0.5);
+std::int16_t RoundToWord(double value) noexcept {
+    return TruncateToWord(value < 0 ? value - 0.5 : value + 0.5);
 }
 
 }  // namespace
@@ -229,7 +216,7 @@ void ColorSpaceConverter::FillCoefficients(FixedPointCoefficients& block) {
             const double entry = block.matrix[i][j];
             const std::size_t row = columnWise ? j : i;
             const std::size_t column = columnWise ? i : j;
-            const std::int16_t fixed = RoundToLane(entry * kMatrixScale);
+            const std::int16_t fixed = RoundToWord(entry * kMatrixScale);
             block.matrixFixed[row][column] = fixed;
             block.matrixPaired[row][column] = fixed;
             block.matrixPaired[row][column + 4] = fixed;
@@ -245,7 +232,7 @@ void ColorSpaceConverter::FillCoefficients(FixedPointCoefficients& block) {
     };
     for (std::size_t row = 0; row < 2; ++row) {
         for (std::size_t column = 0; column < 4; ++column) {
-            const std::int16_t fixed = ToLane(block.offset[row][column] * scales[row]);
+            const std::int16_t fixed = TruncateToWord(block.offset[row][column] * scales[row]);
             block.offsetFixed[row][column] = fixed;
             block.offsetPaired[row][column] = fixed;
             block.offsetPaired[row][column + 4] = fixed;

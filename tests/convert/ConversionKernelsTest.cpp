@@ -233,6 +233,20 @@ FixedPointCoefficients RandomBlock(Random& random, ConversionKind kind, double b
             }
         }
         c = Block(own, before, after, transposed);
+    } else if (mood == 7) {
+        // Small entries, offsets at the ends of a word.
+        ColorMatrix own{};
+        for (auto& row : own.matrix) {
+            for (auto& entry : row) {
+                entry = random(-1000, 1000) / 8192.0;
+            }
+        }
+        for (auto& row : own.offset) {
+            for (auto& entry : row) {
+                entry = random(0, 1) == 0 ? random(32400, 32767) : random(-32768, 32767);
+            }
+        }
+        c = Block(own, before, after, transposed);
     } else if (mood == 6) {
         for (auto& row : c.matrixFixed) {
             for (auto& entry : row) {

@@ -53,7 +53,9 @@ struct PlaneUse {
     constexpr std::ptrdiff_t Pitch(const ViewPlane& plane) const {
         return inWords ? WordPitch(plane.pitch) : plane.pitch;
     }
-    constexpr std::size_t Bytes(std::size_t count) const { return count * bytesPer16 / 16; }
+    constexpr std::size_t Bytes(std::size_t count) const {
+        return bytesPer16 >= 16 ? count * (bytesPer16 / 16) : count / (16 / bytesPer16);
+    }
 };
 
 /// The lines that are converted together, and where each begins in every plane. A plane of half height has
@@ -175,12 +177,15 @@ bool LiesApart(const ConversionJob& job) {
 
 template <class C>
 std::size_t BytesMoved(const ConversionJob& job) {
-    std::size_t per16 = 0;
+    std::size_t bytes = 0;
+    const auto add = [&](const PlaneUse& use) {
+        bytes += use.Bytes(job.width) * (use.halfHeight ? C::Lines::Bands(job.height) : job.height);
+    };
     for (const PlaneUse& use : C::Reader::kPlanes)
-        per16 += use.halfHeight ? use.bytesPer16 / 2 : use.bytesPer16;
+        add(use);
     for (const PlaneUse& use : C::Writer::kPlanes)
-        per16 += use.halfHeight ? use.bytesPer16 / 2 : use.bytesPer16;
-    return job.width * per16 / 16 * job.height;
+        add(use);
+    return bytes;
 }
 
 /// Streaming stores must be aligned: one plane, whose lines can be brought to alignment by whole units.
