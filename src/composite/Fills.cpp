@@ -9,6 +9,7 @@
 #include "composite/ViewRows.h"
 #include "composite/kernels/Memory.h"
 #include "image/ViewFormat.h"
+#include "simd/LongRuns.h"
 
 namespace Zan {
 
@@ -29,14 +30,25 @@ constexpr std::ptrdiff_t InWords(std::ptrdiff_t pitch) {
     return pitch & ~std::ptrdiff_t{3};
 }
 
+// Shorter rows do not pay for the start of a long run.
+constexpr std::size_t kLeastLongRun = 1024;
+
 /// Fills `rowBytes` bytes a row, and on to `boundary` where a row ends before it.
 void FillPlane(const ViewPlane& plane, std::size_t rowBytes, std::size_t rows, std::uint32_t pattern,
                std::size_t boundary) {
-    const bool stream = simd::ExceedsCache(rowBytes * rows);
     if (rowBytes >= boundary && plane.Holds(rowBytes, rows)) {
-        const bool joined = plane.pitch > 0 && static_cast<std::size_t>(plane.pitch) == rowBytes;
-        kFillRows({plane.first, plane.pitch}, joined ? rowBytes * rows : rowBytes, joined ? 1 : rows, pattern,
-                  stream);
+        if (plane.pitch > 0 && static_cast<std::size_t>(plane.pitch) == rowBytes) {
+            rowBytes *= rows;
+            rows = 1;
+        }
+        if (rowBytes >= kLeastLongRun && simd::LongRunsPay(rowBytes * rows)) {
+            for (std::size_t y = 0; y < rows; ++y)
+                simd::FillLongRun(plane.first + static_cast<std::ptrdiff_t>(y) * plane.pitch, rowBytes,
+                                  pattern);
+        } else {
+            kFillRows({plane.first, plane.pitch}, rowBytes, rows, pattern,
+                      simd::ExceedsCache(rowBytes * rows));
+        }
         return;
     }
     for (std::size_t y = 0; y < rows; ++y) {

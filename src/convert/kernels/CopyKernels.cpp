@@ -2,8 +2,18 @@
 
 #include <cstring>
 
+#include "simd/LongRuns.h"
+
 namespace Zan {
 namespace {
+
+// Shorter rows do not pay for the start of a long run.
+constexpr std::size_t kLeastLongRun = 1024;
+
+bool LieApart(const ViewPlane& a, const ViewPlane& b) noexcept {
+    const auto address = [](const std::uint8_t* p) { return reinterpret_cast<std::uintptr_t>(p); };
+    return address(a.end) <= address(b.begin) || address(b.end) <= address(a.begin);
+}
 
 // Rows of source and destination may be the same memory.
 void CopyRows(const ViewPlane& source, std::ptrdiff_t sourcePitch, const ViewPlane& destination,
@@ -16,9 +26,17 @@ void CopyRows(const ViewPlane& source, std::ptrdiff_t sourcePitch, const ViewPla
         rowBytes *= rows;
         rows = 1;
     }
+    const bool longRuns =
+        rowBytes >= kLeastLongRun && simd::LongRunsPay(rowBytes * rows) && LieApart(source, destination);
     for (std::size_t row = 0; row < rows; ++row) {
         const auto y = static_cast<std::ptrdiff_t>(row);
-        std::memmove(destination.first + y * destinationPitch, source.first + y * sourcePitch, rowBytes);
+        std::uint8_t* to = destination.first + y * destinationPitch;
+        const std::uint8_t* from = source.first + y * sourcePitch;
+        if (longRuns) {
+            simd::CopyLongRun(to, from, rowBytes);
+        } else {
+            std::memmove(to, from, rowBytes);
+        }
     }
 }
 
