@@ -19,8 +19,3 @@ if(TESSELU_SANITIZE)
         -fsanitize=${TESSELU_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
     target_link_options(tesselu_options INTERFACE -fsanitize=${TESSELU_SANITIZE})
 endif()
-
-# Fuzzers learn from the coverage of everything that they call.
-if(TESSELU_BUILD_FUZZ)
-    target_compile_options(tesselu_options INTERFACE -fsanitize=fuzzer-no-link)
-endif()
