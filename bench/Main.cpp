@@ -5,8 +5,8 @@
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <cstring>
+#include <CLI/CLI.hpp>
+#include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <list>
@@ -38,20 +38,6 @@ struct Options {
     bool list = false;
 };
 
-const char kUsage[] = R"(usage: scripts/bench [option...]
-
-  --quick           a rough picture in half a minute: fewer and shorter repetitions
-  --size WxH        instead of 720x486, 1920x1080 and 3840x2160; may be given several times
-  --filter REGEX    only contests whose "operation/size" it matches
-  --list            names the contests and who takes part
-  --repetitions N   of each entrant, 21
-  --seconds S       of one repetition, 0.03
-  --target NAME     our instruction set at most: portable, SSSE3, AVX2 or AVX-512
-  --stream MODE     our stores go around the cache: never, always or size (by size)
-  --json FILE       all repetitions, as Google Benchmark writes them
-  --csv FILE
-)";
-
 struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -70,85 +56,61 @@ Size ParseSize(const std::string& text) {
     return size;
 }
 
-double ParseNumber(const std::string& option, const std::string& text) {
-    char* end = nullptr;
-    const double value = std::strtod(text.c_str(), &end);
-    if (text.empty() || *end != 0 || !(value > 0) || value > 10000)
-        throw UsageError(option + " wants a number above 0, not '" + text + "'");
-    return value;
-}
-
 void LimitTarget(const std::string& name) {
     using namespace Zan::simd;
-    for (std::size_t target = 0; target < kTargetCount; ++target)
-        if (name == TargetName(static_cast<Target>(target))) {
-            if (!IsTargetAvailable(static_cast<Target>(target)))
-                throw UsageError("this machine has no " + name);
-            return LimitTarget(static_cast<Target>(target));
-        }
     std::string names;
-    for (std::size_t target = 0; target < kTargetCount; ++target)
-        if (IsTargetAvailable(static_cast<Target>(target)))
-            names += std::string(" ") + TargetName(static_cast<Target>(target));
+    for (std::size_t t = 0; t < kTargetCount; ++t) {
+        const auto target = static_cast<Target>(t);
+        if (!IsTargetAvailable(target))
+            continue;
+        if (name == TargetName(target))
+            return LimitTarget(target);
+        names += std::string(" ") + TargetName(target);
+    }
     throw UsageError("--target: no '" + name + "' here; there are:" + names);
 }
 
-void ForceStreaming(const std::string& mode) {
-    const std::map<std::string, int> modes = {{"never", 0}, {"always", 1}, {"size", -1}};
-    if (!modes.contains(mode))
-        throw UsageError("--stream wants never, always or size, not '" + mode + "'");
-    Zan::simd::ForceStreaming(modes.at(mode));
-}
-
-Options Parse(int argc, char** argv) {
-    Options options;
-    bool sizesGiven = false;
-    for (int i = 1; i < argc; ++i) {
-        std::string option = argv[i];
-        std::optional<std::string> given;
-        if (const auto equals = option.find('='); equals != std::string::npos) {
-            given = option.substr(equals + 1);
-            option.resize(equals);
-        }
-        const auto value = [&] {
-            if (given)
-                return *given;
-            if (i + 1 == argc)
-                throw UsageError(option + " wants a value");
-            return std::string(argv[++i]);
-        };
-        if (option == "--quick") {
-            options.repetitions = 5;
-            options.seconds = 0.01;
-        } else if (option == "--size") {
-            if (!sizesGiven)
-                options.sizes.clear();
-            sizesGiven = true;
-            options.sizes.push_back(ParseSize(value()));
-        } else if (option == "--filter") {
-            options.filter = value();
-        } else if (option == "--list") {
-            options.list = true;
-        } else if (option == "--repetitions") {
-            options.repetitions = static_cast<int>(ParseNumber(option, value()));
-        } else if (option == "--seconds") {
-            options.seconds = ParseNumber(option, value());
-        } else if (option == "--target") {
-            LimitTarget(value());
-        } else if (option == "--stream") {
-            ForceStreaming(value());
-        } else if (option == "--json") {
-            options.json = value();
-        } else if (option == "--csv") {
-            options.csv = value();
-        } else if (option == "--help" || option == "-h") {
-            std::cout << kUsage;
-            std::exit(0);
-        } else {
-            throw UsageError("no option '" + option + "'; --help names them");
-        }
+/// Fills `options`; an exit status when nothing is left to do.
+std::optional<int> Parse(int argc, char** argv, Options& options) {
+    bool quick = false;
+    std::vector<std::string> sizes;
+    std::string target;
+    int stream = -1;
+    CLI::App app("Times our operations beside other libraries, the plain loop and the copy of as many bytes.",
+                 "scripts/bench");
+    app.add_flag("--quick", quick, "a rough picture in half a minute: fewer and shorter repetitions");
+    app.add_option("--size", sizes, "WxH, several times; instead of 720x486, 1920x1080 and 3840x2160");
+    app.add_option("--filter", options.filter,
+                   "only contests whose \"operation/size\" this expression matches");
+    app.add_flag("--list", options.list, "name the contests and who takes part");
+    app.add_option("--repetitions", options.repetitions, "of each entrant")->check(CLI::Range(1, 10000));
+    app.add_option("--seconds", options.seconds, "of one repetition")->check(CLI::Range(1e-4, 60.0));
+    app.add_option("--target", target, "our instruction set at most: portable, SSSE3, AVX2 or AVX-512");
+    app.add_option("--stream", stream, "whether our stores go around the cache")
+        ->transform(
+            CLI::CheckedTransformer(std::map<std::string, int>{{"never", 0}, {"always", 1}, {"size", -1}}));
+    app.add_option("--json", options.json, "FILE for all repetitions, as Google Benchmark writes them");
+    app.add_option("--csv", options.csv, "FILE for the same");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : 2;
     }
-    return options;
+    if (quick) {
+        if (app.count("--repetitions") == 0)
+            options.repetitions = 5;
+        if (app.count("--seconds") == 0)
+            options.seconds = 0.01;
+    }
+    if (!sizes.empty()) {
+        options.sizes.clear();
+        for (const std::string& size : sizes)
+            options.sizes.push_back(ParseSize(size));
+    }
+    if (!target.empty())
+        LimitTarget(target);
+    Zan::simd::ForceStreaming(stream);
+    return std::nullopt;
 }
 
 /// Collects the repetitions of each benchmark, and hands them to the files that were asked for.
@@ -266,7 +228,9 @@ void PrintHeading(std::ostream& out, const std::vector<Peer>& peers, const Optio
 }
 
 int Main(int argc, char** argv) {
-    const Options options = Parse(argc, argv);
+    Options options;
+    if (const std::optional<int> status = Parse(argc, argv, options))
+        return *status;
     const std::regex filter(options.filter);
     const std::vector<Peer> peers = Peers();
 
