@@ -117,14 +117,14 @@ private:
         template <class Reader, class Writer, class Store>
         HWY_INLINE HWY_ATTR void Step(const Reader& reader, const Writer& writer, const Band& band,
                                       std::size_t x, Store store) const {
-            const auto [chroma, luma] = reader.template Load<3>(band, 0, x);
+            const auto pairs = reader.template Load<3>(band, 0, x);
             VI32 even[kLumaRows], odd[kLumaRows];
             for (std::size_t i = 0; i < kLumaRows; ++i) {
-                even[i] = MulAddPairs(luma, evenLuma[i]);
-                odd[i] = MulAddPairs(luma, oddLuma[i]);
+                even[i] = MulAddPairs(pairs.luma, evenLuma[i]);
+                odd[i] = MulAddPairs(pairs.luma, oddLuma[i]);
             }
             const auto row = [&](std::size_t i) HWY_ATTR {
-                const VI32 both = hn::Add(MulAddPairs(chroma, chromaWeights[i]), start[i]);
+                const VI32 both = hn::Add(MulAddPairs(pairs.chroma, chromaWeights[i]), start[i]);
                 const std::size_t weight = SharedLuma ? 0 : i;
                 return HighHalves(hn::Add(both, even[weight]), hn::Add(both, odd[weight]));
             };
