@@ -183,7 +183,7 @@ private:
 FixedPointCoefficients RandomBlock(Random& random, ConversionKind kind, double before, double after,
                                    bool transposed) {
     FixedPointCoefficients c = Block(MatrixOfKind(kind), before, after, transposed);
-    const int mood = random(0, 7);
+    const int mood = random(0, 8);
     if (mood == 1 || mood == 2) {
         // A caller's own matrix, of moderate size.
         ColorMatrix own{};
@@ -245,6 +245,25 @@ FixedPointCoefficients RandomBlock(Random& random, ConversionKind kind, double b
             for (auto& entry : row) {
                 entry = random(0, 1) == 0 ? random(32400, 32767) : random(-32768, 32767);
             }
+        }
+        c = Block(own, before, after, transposed);
+    } else if (mood == 8) {
+        // Grey stays neutral, at the limits of what may be scaled.
+        ColorMatrix own{};
+        const auto entry = [&](int limit) { return random(0, 3) == 0 ? -limit : random(-limit, limit - 1); };
+        for (const std::size_t row : {0U, 2U}) {
+            const int blue = entry(4096), red = entry(4096);
+            own.matrix[row][0] = blue / 8192.0;
+            own.matrix[row][1] = -(blue + red) / 8192.0;
+            own.matrix[row][2] = red / 8192.0;
+        }
+        own.matrix[1][0] = entry(4097) / 8192.0;
+        own.matrix[1][1] = entry(8193) / 8192.0;
+        own.matrix[1][2] = entry(4097) / 8192.0;
+        const int limit = random(0, 1) == 0 ? 0 : 32767;
+        for (std::size_t i = 0; i < 4; ++i) {
+            own.offset[0][i] = random(-limit, limit);
+            own.offset[1][i] = random(0, 1) == 0 ? random(-32768, 32767) : random(-300, 300);
         }
         c = Block(own, before, after, transposed);
     } else if (mood == 6) {

@@ -7,6 +7,8 @@
 #define TESSELU_SRC_CONVERT_KERNELS_ARITHMETIC_INL_H
 #endif
 
+#include <algorithm>
+
 #include "convert/kernels/Conversion-inl.h"
 #include "convert/kernels/ConversionFormulas.h"
 #include "convert/kernels/Formats-inl.h"
@@ -183,7 +185,12 @@ public:
     HWY_INLINE bool RunVector(const Run& run) const {
         if (!EightBitSumsFit(c, offsets))
             return false;
-        run(Form(c, offsets));
+        if (!EightBitGreyIsNeutral(c))
+            run(Form(c, offsets));
+        else if (std::all_of(offsets.before, offsets.before + 4, [](int offset) { return offset == 0; }))
+            run(NeutralForm<true>(c, offsets));
+        else
+            run(NeutralForm<false>(c, offsets));
         return true;
     }
 
@@ -220,7 +227,7 @@ private:
                                       std::size_t x, Store store) const {
             const DI16 d;
             const DU16 du;
-            const PixelPairs in = reader.Load(band, 0, x);
+            const PixelPairs in = reader.template Load<kPairsInOrder>(band, 0, x);
             const VU16 low = hn::Set(du, 0xFF);
             const VI16 even02 = hn::BitCast(d, hn::And(hn::BitCast(du, in.even), low));
             const VI16 even13 = hn::BitCast(d, hn::ShiftRight<8>(hn::BitCast(du, in.even)));
@@ -232,7 +239,60 @@ private:
             const VI32 evenLuma = Luma(even02, even13), oddLuma = Luma(odd02, odd13);
             const VI16 luma = MergeEvenOdd(hn::BitCast(d, hn::ShiftRight<13>(evenLuma)),
                                            hn::BitCast(d, hn::ShiftLeft<3>(oddLuma)));
-            writer.Put(band, 0, x, ChromaPairs{HighHalves(cb, cr), luma}, store);
+            writer.template Put<kPairsInOrder>(band, 0, x, ChromaPairs{HighHalves(cb, cr), luma}, store);
+        }
+    };
+
+    /// Where grey is neutral, chroma is made of the differences from green alone: two weights a row. Green
+    /// comes twice for luma, since eight times its weight fits two words only. Without offsets before the
+    /// matrix the one after it can be added to words.
+    template <bool WholeOffset>
+    struct NeutralForm {
+        static constexpr std::size_t kStep = kVectorPixels;
+        VI16 luma02, luma1, cb02, cr02, chromaOffset;
+        VI16 lumaOffset;
+        VI32 lumaStart;
+
+        HWY_INLINE HWY_ATTR NeutralForm(const FixedPointCoefficients& c, const EightBitOffsets& offsets) {
+            const auto& m = c.matrixFixed;
+            luma02 = WordPairs(8 * m[1][0], 8 * m[1][2]);
+            luma1 = WordPairs(4 * m[1][1], 4 * m[1][1]);
+            cb02 = WordPairs(4 * m[0][0], 4 * m[0][2]);
+            cr02 = WordPairs(4 * m[2][0], 4 * m[2][2]);
+            chromaOffset = WordPairs(offsets.after[0], offsets.after[2]);
+            lumaOffset = hn::Set(DI16(), offsets.after[1]);
+            std::int32_t start = offsets.after[1] * 8192;
+            for (std::size_t j = 0; j < 3; ++j)
+                start += std::int32_t{m[1][j]} * offsets.before[j];
+            lumaStart = hn::Set(DI32(), start * 8);
+        }
+
+        HWY_INLINE HWY_ATTR VI32 Luma(VI16 of02, VI16 of1) const {
+            const VI32 sum = hn::Add(MulAddPairs(of02, luma02), MulAddPairs(of1, luma1));
+            return WholeOffset ? sum : hn::Add(sum, lumaStart);
+        }
+
+        template <class Reader, class Writer, class Store>
+        HWY_INLINE HWY_ATTR void Step(const Reader& reader, const Writer& writer, const Band& band,
+                                      std::size_t x, Store store) const {
+            alignas(16) static constexpr std::uint8_t kGreenTwice[16] = {
+                1, 0x80, 1, 0x80, 5, 0x80, 5, 0x80, 9, 0x80, 9, 0x80, 13, 0x80, 13, 0x80};
+            const DI16 d;
+            const DU16 du;
+            const DU8 d8;
+            const PixelPairs in = reader.template Load<kPairsInOrder>(band, 0, x);
+            const VU16 low = hn::Set(du, 0xFF);
+            const VU8 green = InEveryBlock(kGreenTwice);
+            const VI16 even02 = hn::BitCast(d, hn::And(hn::BitCast(du, in.even), low));
+            const VI16 odd02 = hn::BitCast(d, hn::And(hn::BitCast(du, in.odd), low));
+            const VI16 even1 = hn::BitCast(d, hn::TableLookupBytesOr0(hn::BitCast(d8, in.even), green));
+            const VI16 odd1 = hn::BitCast(d, hn::TableLookupBytesOr0(hn::BitCast(d8, in.odd), green));
+            const VI16 apart = hn::Sub(hn::Add(even02, odd02), hn::Add(even1, odd1));
+            const VI16 chroma =
+                hn::Add(HighHalves(MulAddPairs(apart, cb02), MulAddPairs(apart, cr02)), chromaOffset);
+            const VI16 luma = HighHalves(Luma(even02, even1), Luma(odd02, odd1));
+            writer.template Put<kPairsInOrder>(
+                band, 0, x, ChromaPairs{chroma, WholeOffset ? hn::Add(luma, lumaOffset) : luma}, store);
         }
     };
 #else
@@ -288,7 +348,11 @@ public:
 #if HWY_TARGET != HWY_SCALAR
     template <class Run>
     HWY_INLINE bool RunVector(const Run& run) const {
-        if (c.matrixFixed[1][0] == c.matrixFixed[1][1] && c.matrixFixed[1][0] == c.matrixFixed[1][2])
+        const auto& m = c.matrixFixed;
+        if (std::any_of(m[1], m[1] + 3, [](int entry) { return entry == -32768; }))
+            return false;
+        // Every matrix that leads to RGB weighs luma alike in all rows, and has no Cr in blue, no Cb in red.
+        if (m[1][0] == m[1][1] && m[1][0] == m[1][2] && m[0][2] == 0 && m[2][0] == 0)
             run(Form<true>(c, Alpha()));
         else
             run(Form<false>(c, Alpha()));
@@ -302,12 +366,12 @@ private:
     }
 
 #if HWY_TARGET != HWY_SCALAR
-    template <bool SharedLuma>
+    template <bool Usual>
     struct Form {
         static constexpr std::size_t kStep = 2 * kVectorPixels;
-        static constexpr std::size_t kLumaRows = SharedLuma ? 1 : 3;
+        static constexpr std::size_t kLumaRows = Usual ? 1 : 3;
         VI16 cbWeights[3], crWeights[3], start[3];
-        VI16 lumaWeights[kLumaRows];
+        VI16 minusLumaWeights[kLumaRows];
         VI16 alpha;
 
         HWY_INLINE HWY_ATTR Form(const FixedPointCoefficients& c, std::uint8_t alphaByte) {
@@ -318,7 +382,7 @@ private:
                 start[i] = hn::Set(d, c.offsetFixed[1][i]);
             }
             for (std::size_t i = 0; i < kLumaRows; ++i)
-                lumaWeights[i] = hn::Set(d, c.matrixFixed[1][i]);
+                minusLumaWeights[i] = hn::Set(d, static_cast<std::int16_t>(-c.matrixFixed[1][i]));
             alpha = hn::Set(d, alphaByte);
         }
 
@@ -328,12 +392,13 @@ private:
             const DI16 d;
             VI16 cb, cr;
             reader.LoadChroma(band, x, cb, cr);
-            cb = hn::Sub(hn::ShiftLeft<7>(cb), hn::Set(d, 128 * 128));
-            cr = hn::Sub(hn::ShiftLeft<7>(cr), hn::Set(d, 128 * 128));
             VI16 chroma[2][3];
             for (std::size_t i = 0; i < 3; ++i) {
-                const VI16 once =
-                    hn::Add(hn::Add(hn::MulHigh(cb, cbWeights[i]), start[i]), hn::MulHigh(cr, crWeights[i]));
+                VI16 once = start[i];
+                if (!Usual || i != 2)
+                    once = hn::Add(once, hn::MulHigh(cb, cbWeights[i]));
+                if (!Usual || i != 0)
+                    once = hn::Add(once, hn::MulHigh(cr, crWeights[i]));
                 chroma[0][i] = hn::InterleaveLower(d, once, once);
                 chroma[1][i] = hn::InterleaveUpper(d, once, once);
             }
@@ -341,12 +406,11 @@ private:
                 VI16 luma[2];
                 reader.LoadLuma(band, line, x, luma);
                 for (std::size_t half = 0; half < 2; ++half) {
-                    const VI16 y = hn::Sub(hn::ShiftLeft<7>(luma[half]), hn::Set(d, 16 * 128));
                     VI16 products[kLumaRows];
                     for (std::size_t i = 0; i < kLumaRows; ++i)
-                        products[i] = hn::MulHigh(y, lumaWeights[i]);
+                        products[i] = hn::MulHigh(luma[half], minusLumaWeights[i]);
                     const auto sum = [&](std::size_t i) HWY_ATTR {
-                        return hn::ShiftRight<4>(hn::Add(chroma[half][i], products[SharedLuma ? 0 : i]));
+                        return hn::ShiftRight<4>(hn::Add(chroma[half][i], products[Usual ? 0 : i]));
                     };
                     const Components out = {{sum(0), sum(1), sum(2), alpha}};
                     writer.Put(band, line, x + half * kVectorPixels, out, store);

@@ -166,6 +166,20 @@ constexpr bool EightBitSumsFit(const FixedPointCoefficients& c, const EightBitOf
     return true;
 }
 
+/// True when alpha weighs nothing, grey has no chroma, and luma leaves three bits to scale by: as in every
+/// matrix that leads from RGB to YCrCb. On top of `EightBitSumsFit`.
+constexpr bool EightBitGreyIsNeutral(const FixedPointCoefficients& c) noexcept {
+    for (std::size_t i = 0; i < 3; ++i) {
+        const auto& row = c.matrixFixed[i];
+        if (row[3] != 0 || (i != 1 && row[0] + row[1] + row[2] != 0)) {
+            return false;
+        }
+    }
+    const auto fits = [](int entry, int limit) { return entry >= -limit && entry < limit; };
+    const auto& luma = c.matrixFixed[1];
+    return fits(luma[0], 4096) && fits(luma[1], 8192) && fits(luma[2], 4096);
+}
+
 // ---- Planar sources: every product truncated by itself ----------------------------------------------------
 
 /// The samples around their zero points, as they meet the (transposed) matrix.

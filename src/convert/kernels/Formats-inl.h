@@ -58,6 +58,10 @@ HWY_INLINE HWY_ATTR VU8 CollectPairs(VU8 v) {
     }
 }
 
+/// Whether pixels that become pairs stay in memory order: where lanes can be picked across blocks as cheaply
+/// as within them.
+constexpr bool kPairsInOrder = kBlocks == 1 || HWY_TARGET == HWY_AVX3;
+
 /// Samples of 4:2:2 in 16-bit lanes: (Cb, Cr) and (Y0, Y1) in each pair.
 struct ChromaPairs {
     VI16 chroma;
@@ -125,16 +129,16 @@ struct Packed422Writer : Packed422<LumaFirst> {
     }
 
 #if HWY_TARGET != HWY_SCALAR
-    /// Limits the samples to 0...255.
-    template <class Store>
+    /// Limits the samples to 0...255. They are in quad order, or in memory order.
+    template <bool InOrder, class Store>
     HWY_INLINE HWY_ATTR void Put(const Band& band, std::size_t line, std::size_t x, const ChromaPairs& pairs,
                                  Store store) const {
         alignas(16) static constexpr std::uint8_t kInterleave[16] = {0, 8,  1, 9,  2, 10, 3, 11,
                                                                      4, 12, 5, 13, 6, 14, 7, 15};
         const VU8 samples =
             LumaFirst ? PackToBytes(pairs.luma, pairs.chroma) : PackToBytes(pairs.chroma, pairs.luma);
-        store(DU8(), CollectPairs(hn::TableLookupBytes(samples, InEveryBlock(kInterleave))),
-              band.destination[line][0] + 2 * x);
+        const VU8 pixels = hn::TableLookupBytes(samples, InEveryBlock(kInterleave));
+        store(DU8(), InOrder ? pixels : CollectPairs(pixels), band.destination[line][0] + 2 * x);
     }
 #endif
 };
@@ -161,13 +165,19 @@ struct Rgb32Reader : Packed32 {
     }
 
 #if HWY_TARGET != HWY_SCALAR
+    /// In quad order, or in memory order.
+    template <bool InOrder>
     HWY_INLINE HWY_ATTR PixelPairs Load(const Band& band, std::size_t line, std::size_t x) const {
         const DU8 d;
         const DU32 d32;
         const std::uint8_t* p = band.source[line][0] + 4 * x;
         const VU32 low = hn::BitCast(d32, hn::LoadU(d, p));
         const VU32 high = hn::BitCast(d32, hn::LoadU(d, p + kVectorBytes));
-        return {EvenLanes(low, high), OddLanes(low, high)};
+        if constexpr (InOrder) {
+            return {hn::ConcatEven(d32, high, low), hn::ConcatOdd(d32, high, low)};
+        } else {
+            return {EvenLanes(low, high), OddLanes(low, high)};
+        }
     }
 #endif
 };
@@ -211,17 +221,19 @@ struct Planar420Reader {
     }
 
 #if HWY_TARGET != HWY_SCALAR
-    /// Luma of twice `kVectorPixels` pixels, in quad order by halves.
+    /// Luma of twice `kVectorPixels` pixels, centred and with the sign turned, in quad order by halves.
     HWY_INLINE HWY_ATTR void LoadLuma(const Band& band, std::size_t line, std::size_t x,
                                       VI16 (&luma)[2]) const {
+        // -128 * y + 64 * 32 in one product of byte pairs.
         const DU8 d;
-        const VU8 v = Deal<1>(hn::LoadU(d, band.source[line][0] + x)), none = hn::Zero(d);
-        luma[0] = hn::BitCast(DI16(), hn::InterleaveLower(d, v, none));
-        luma[1] = hn::BitCast(DI16(), hn::InterleaveUpper(d, v, none));
+        const VU8 v = Deal<1>(hn::LoadU(d, band.source[line][0] + x)), black = hn::Set(d, 32);
+        const VI8 weights = hn::BitCast(DI8(), hn::Set(DU16(), 0x4080));
+        luma[0] = MulAddPairs(hn::InterleaveLower(d, v, black), weights);
+        luma[1] = MulAddPairs(hn::InterleaveUpper(d, v, black), weights);
     }
 
-    /// Chroma of as many pixels, once a pair: interleaved with themselves, the lower and upper halves are in
-    /// the order of the luma.
+    /// Chroma of as many pixels, centred, once a pair: interleaved with themselves, the lower and
+    /// upper halves are in the order of the luma.
     HWY_INLINE HWY_ATTR void LoadChroma(const Band& band, std::size_t x, VI16& cb, VI16& cr) const {
         cb = Chroma(band.source[0][1] + x / 2);
         cr = Chroma(band.source[0][2] + x / 2);
@@ -229,8 +241,10 @@ struct Planar420Reader {
 
 private:
     static HWY_INLINE HWY_ATTR VI16 Chroma(const std::uint8_t* p) {
+        const DI16 d;
         const auto samples = hn::LoadU(hn::Half<DU8>(), p);
-        return hn::BitCast(DI16(), Deal<1>(hn::BitCast(DU8(), hn::PromoteTo(DI16(), samples))));
+        const VI16 dealt = hn::BitCast(d, Deal<1>(hn::BitCast(DU8(), hn::PromoteTo(d, samples))));
+        return hn::Sub(hn::ShiftLeft<7>(dealt), hn::Set(d, 128 * 128));
     }
 #endif
 };
