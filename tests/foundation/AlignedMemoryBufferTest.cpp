@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <type_traits>
 #include <vector>
 
@@ -310,6 +311,18 @@ TEST(AlignedMemoryBufferTest, CallbackThatGivesNothingLeavesTheBufferEmpty) {
     }
     EXPECT_EQ(host.requests.size(), 1U);
     EXPECT_TRUE(host.freed.empty());
+}
+
+TEST(AlignedMemoryBufferTest, CallbackThatThrowsLeavesTheBufferEmpty) {
+    Host host;
+    const auto throws = [](void*, ULong32, ULong32, ULong32) -> unsigned char* { throw std::bad_alloc(); };
+    ExpectEmpty(AlignedMemoryBuffer(&host, throws, Host::Free, 100, 10, 16, 16, kNoAliasWorkAround));
+    EXPECT_TRUE(host.freed.empty());
+}
+
+TEST(AlignedMemoryBufferTest, WrappedMemoryAtTheEndOfTheAddressSpaceLeavesTheBufferEmpty) {
+    auto* const last = reinterpret_cast<unsigned char*>(~std::uintptr_t{0});
+    ExpectEmpty(AlignedMemoryBuffer(last, 1, 16, kNoAliasWorkAround));
 }
 
 TEST(AlignedMemoryBufferTest, CallbacksMustAllBeThere) {

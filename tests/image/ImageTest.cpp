@@ -947,6 +947,59 @@ TEST(Image, AddChannelWithoutMemoryOrCallbacks) {
     EXPECT_TRUE(host.requests.empty());
 }
 
+TEST(Image, AddChannelThatGetsNoMemory) {
+    Image image(Uyvy(64, 8), 64);
+    // By the library a channel without memory is refused: alignments that do not fit, sizes beyond 32 bits.
+    EXPECT_EQ(image.AddChannel(AlphaRecord(64, 8), 48), kStatusNoPixelMemory);
+    EXPECT_EQ(image.AddChannel(AlphaRecord(64, 8), 16, 32), kStatusNoPixelMemory);
+    EXPECT_EQ(image.AddChannel(AlphaRecord(0x40000001U, 1, 32), 1, 1), kStatusNoPixelMemory);
+    EXPECT_EQ(image.AddChannel(AlphaRecord(0x10000U, 0x10000U), 1, 1), kStatusNoPixelMemory);
+    EXPECT_EQ(image.GetNumberOfChannels(), 3U);
+    EXPECT_EQ(image.GetChannelSampling(), k422);
+
+    // By the host it is added and has a null pointer.
+    Host host;
+    host.refuse = true;
+    EXPECT_EQ(image.AddChannel(&host, Host::Alloc, Host::Free, AlphaRecord(64, 8), 16, 16), 3);
+    EXPECT_EQ(image.AddChannel(&host, Host::Alloc, Host::Free, AlphaRecord(0x40000001U, 1, 32), 1, 1), 4);
+    EXPECT_EQ(host.requests.size(), 1U) << "4 bytes, to which the second size wraps, are not asked for";
+    unsigned char memory[64];
+    EXPECT_EQ(image.AddChannel(memory, 64, AlphaRecord(64, 8), 16, 32), 5);
+    for (const ULong32 channel : {3U, 4U, 5U}) {
+        EXPECT_EQ(image.GetMemoryPointer(channel), nullptr) << channel;
+        EXPECT_EQ(image.GetMemorySize(channel), 0U) << channel;
+    }
+    EXPECT_EQ(image.GetChannelSampling(), k4224);
+}
+
+TEST(Image, AddAndDeleteChannelOnAnEmptyImage) {
+    Image image(nullptr, 16, Alpha(16, 4), 1, 1);
+    unsigned char memory[64 * 8];
+    Host host;
+    const ChannelDescriptor record = AlphaRecord(64, 8);
+    EXPECT_EQ(image.AddChannel(record, 128), kStatusBadArgument);
+    EXPECT_EQ(image.AddChannel(record, 64, 16), kStatusBadArgument);
+    EXPECT_EQ(image.AddChannel(memory, 64, record, 1, 1), kStatusBadArgument);
+    EXPECT_EQ(image.AddChannel(&host, Host::Alloc, Host::Free, record, 1, 1), kStatusBadArgument);
+    EXPECT_TRUE(host.requests.empty());
+    EXPECT_EQ(image.DeleteChannel(0), kStatusOk);
+    ExpectEmpty(image);
+}
+
+TEST(Image, AddsACopyOfOneOfItsOwnRecords) {
+    Image image(Uyvy(64, 8), 64);
+    for (Long32 index = 3; index < 20; ++index) {
+        if (index == 3) {
+            ASSERT_EQ(image.AddChannel(AlphaRecord(48, 6), 1, 1), index);
+        } else {
+            // The record moves while it is added.
+            ASSERT_EQ(image.AddChannel(image.GetImageDescriptor()->channels[3], 1, 1), index);
+        }
+        EXPECT_EQ(image.GetWidth(static_cast<ULong32>(index)), 48U);
+        EXPECT_EQ(image.GetHeight(static_cast<ULong32>(index)), 6U);
+    }
+}
+
 TEST(Image, AlphaDescription) {
     Image image(Rgb32(8, 8), 64);
     EXPECT_EQ(image.GetAlphaChannelDescription(), kAlphaVarying);
