@@ -11,9 +11,9 @@ namespace Zan {
 
 namespace {
 
-// Offsets are worked out in 64 bits on every target. A buffer never exceeds 32 bits, so that a pitch and its
-// product with a frame's height stay far below the limit; only lines and columns that lie outside the frame
-// can come near it, and the sums stop there.
+// Offsets are worked out in 64 bits on every target. A buffer never exceeds 32 bits, so that a pitch, doubled
+// for a field, has 32 bits at most, and its product with a line 63. Sums, and what depends on the height of
+// the frame, which need not be that of the channel, stop at the limit.
 std::int64_t SaturatedSum(std::int64_t a, std::int64_t b) noexcept {
     constexpr std::int64_t highest = std::numeric_limits<std::int64_t>::max();
     constexpr std::int64_t lowest = std::numeric_limits<std::int64_t>::min();
@@ -24,6 +24,13 @@ std::int64_t SaturatedSum(std::int64_t a, std::int64_t b) noexcept {
         return lowest;
     }
     return a + b;
+}
+
+// Bytes from the lowest line of a buffer, which is the bottom of the picture, to the top of the picture.
+std::int64_t BottomToTop(ULong32 frameHeight, std::int64_t pitch) noexcept {
+    constexpr std::uint64_t highest = std::numeric_limits<std::int64_t>::max();
+    return static_cast<std::int64_t>(
+        std::min((frameHeight - std::uint64_t{1}) * static_cast<std::uint64_t>(-pitch), highest));
 }
 
 // An address outside the address space stops at its ends, where no memory is.
@@ -128,11 +135,11 @@ ViewPlane PlaneOf(const ImageView& view, ULong32 channel) noexcept {
     const Rectangle region = view.GetRegionOfInterest();
     const std::int64_t pitch = SignedPitch(*image, channel, view.GetFieldOfInterest() != kFrame);
     const int halving = record.sampling == kHalfBoth ? 2 : 1;
-    const std::int64_t frameHeight = image->GetHeight() / static_cast<ULong32>(halving);
+    const ULong32 frameHeight = image->GetHeight() / static_cast<ULong32>(halving);
 
     std::int64_t offset = LineOffset(view, region.getTop() / halving, pitch);
     if (image->GetOrigin() == kBottomLeft && frameHeight >= 1) {
-        offset = SaturatedSum(offset, -(frameHeight - 1) * pitch);
+        offset = SaturatedSum(offset, BottomToTop(frameHeight, pitch));
     }
     offset = SaturatedSum(offset, ColumnOffset(*image, channel, region.getLeft()));
 

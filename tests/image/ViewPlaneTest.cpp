@@ -283,6 +283,22 @@ TEST(ViewPlane, DoubledPitchBeyond32Bits) {
     EXPECT_TRUE(PlaneOf(lower, 0).Holds(0x7FFFFFFFU, 1));
     EXPECT_FALSE(PlaneOf(lower, 0).Holds(0x80000000U, 1));
 }
+
+TEST(ViewPlane, FrameFarHigherThanAChannelOfLongLines) {
+    // A frame without memory may have any height, and an added channel lines of any length.
+    Image image(test::Format(64, 0xFFFFFFFFU, kColorSpace2, k4444, kBGRA), 64);
+    ChannelDescriptor record;
+    record.SetAlpha(0.0F, 64, 2, kProgressive, kNoFields, 8);
+    auto* const memory = reinterpret_cast<unsigned char*>(std::uintptr_t{1} << 40);
+    ASSERT_EQ(image.AddChannel(memory, 0x7FFFFFFFU, record, 1, 1), 0);
+    image.SetOrigin(kBottomLeft);
+    for (const WhichFieldEnum field : {kFrame, kUpperField, kLowerField}) {
+        ImageView view(&image, Rectangle(0, 0, 64, 8), field);
+        const ViewPlane plane = PlaneOf(view, 0);
+        EXPECT_GT(plane.first, plane.end) << field;
+        EXPECT_FALSE(plane.Holds(1, 1)) << field;
+    }
+}
 #endif
 
 }  // namespace
