@@ -2,6 +2,7 @@
 #include <TesselU/foundation/Status.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -216,12 +217,15 @@ void AlignedMemoryBuffer::AdjustBufferAlignment(ULong32& startAlignment, ULong32
     if (!CPUinstructionSet.IsSSE2supported() || (startAlignment == 1 && alignmentOfLines == 1)) {
         return;
     }
-    const ULong32 offset = additionalOffsetFor64KBaliasing;
+    // Buffers may be made on several threads at once. Two of them may get the same position, which costs only
+    // speed.
+    const std::atomic_ref<ULong32> nextOffset(additionalOffsetFor64KBaliasing);
+    const ULong32 offset = nextOffset.load(std::memory_order_relaxed);
     if (offset >= startAlignment && offset % startAlignment == 0) {
         startAlignment = offset;
     }
     const ULong32 next = offset + kOffsetStep;
-    additionalOffsetFor64KBaliasing = next > kLastOffset ? kOffsetStep : next;
+    nextOffset.store(next > kLastOffset ? kOffsetStep : next, std::memory_order_relaxed);
 }
 
 }  // namespace Zan
