@@ -218,6 +218,17 @@ TEST(CPUcapabilitiesTest, NoFeatureFlagWhereCPUIDfaults) {
     EXPECT_EQ(ProbeFeatures(probe), 0U);
 }
 
+TEST(CPUcapabilitiesTest, FaultOfAnyLeafLeavesNoFeatureFlag) {
+    for (const std::uint32_t leaf : {0U, 1U, 0x80000000U, 0x80000001U}) {
+        FakeProbe probe;
+        probe.edx = 0xFFFFFFFFU;
+        probe.executesSSE = true;
+        probe.highestExtendedLeaf = 0x80000001U;
+        probe.faultingLeaves = {leaf};
+        EXPECT_EQ(ProbeFeatures(probe), 0U) << std::hex << leaf;
+    }
+}
+
 TEST(CPUcapabilitiesTest, VendorIsUnknownUntilLeaf0Answers) {
     EXPECT_EQ(VendorString().View(), "UnknownVendr");
     FakeProbe probe;

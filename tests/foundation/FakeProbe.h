@@ -26,6 +26,8 @@ constexpr std::uint32_t kExtendedMmxAdditions = 1U << 22;
 class FakeProbe : public ProcessorProbe {
 public:
     bool cpuidFaults = false;
+    /// Leaves that fault although the others answer.
+    std::set<std::uint32_t> faultingLeaves;
     std::string vendor = "GenuineIntel";
     std::uint32_t highestLeaf = 1;
     std::uint32_t eax = 0x633;
@@ -83,7 +85,7 @@ public:
     }
 
     std::optional<CpuidRegisters> Cpuid(std::uint32_t leaf) const override {
-        if (cpuidFaults) {
+        if (cpuidFaults || faultingLeaves.count(leaf) != 0) {
             return std::nullopt;
         }
         switch (leaf) {

@@ -394,6 +394,19 @@ TEST(EdgePatterns, BarnZigzagOfRows) {
     });
 }
 
+TEST(EdgePatterns, FractionsBeyond32BitsWrapToo) {
+    // Amplitude 1/2 * 16384 / (1/64 * 8) = 65536, every step exact. In the middle of the wave:
+    // row 0: 1 - 65536 + 65536 = 1; row 6: -65535 / 4 + 65536 = 49152.25, the sample 3221192704 = 32768
+    // modulo 65536.
+    GradientCanvas canvas(16384, 8, 16, 65535);
+    canvas.record.cellFraction = 1.0F;
+    canvas.record.aspectRatio = 1.0F / 64;
+    ASSERT_EQ(canvas.Draw(72), 0);
+    EXPECT_EQ(canvas.TouchedGuards(), 0U);
+    EXPECT_EQ(canvas.Sample(8192, 0), 65535U);
+    EXPECT_EQ(canvas.Sample(8192, 6), 32768U);
+}
+
 TEST(EdgePatterns, ZigzagsOfTheShortestPeriodStayInTheBuffer) {
     for (Zan::ULong32 number : {71U, 72U, 73U, 74U}) {
         for (float aspect : {0.01F, 1.0F, 100.0F}) {
