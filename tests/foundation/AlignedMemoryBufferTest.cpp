@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <new>
+#include <thread>
 #include <type_traits>
 #include <vector>
 
@@ -502,6 +503,26 @@ TEST_F(AliasWorkAroundTest, OffsetThatIsNoMultipleOfTheAlignmentOnlyAdvances) {
     BufferSeam::AdjustBufferAlignment(any, alignment, 16);
     EXPECT_EQ(alignment, 4096U);
     EXPECT_EQ(BufferSeam::NextStartOffset(), 5120U);
+}
+
+TEST_F(AliasWorkAroundTest, BuffersAreMadeOnManyThreads) {
+    const WorkAroundOn on;
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([] {
+            for (int i = 0; i < 200; ++i) {
+                const AlignedMemoryBuffer buffer(100, 10, 16, 16, kNoAliasWorkAround);
+                EXPECT_EQ(buffer.size(), 1120U + 0x10000U);
+                EXPECT_EQ(AddressOf(buffer.GetAlignedPointer()) % 1024, 0U);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(BufferSeam::NextStartOffset() % 1024, 0U);
+    EXPECT_GE(BufferSeam::NextStartOffset(), 1024U);
+    EXPECT_LE(BufferSeam::NextStartOffset(), 64512U);
 }
 
 TEST_F(AliasWorkAroundTest, EveryConstructorAsksTheSettingAndNotItsArgument) {

@@ -73,7 +73,8 @@ public:
 
     /// Turns the workaround for 64 KB aliasing on or off for buffers made from now on, in the whole process.
     /// Off by default. With it buffers that ask for an alignment that divides 1024 start at different 1 KB
-    /// positions within 64 KB (SSE2 only) and are 64 KB larger.
+    /// positions within 64 KB (SSE2 only) and are 64 KB larger. Memory of the host is treated the same: it
+    /// must have these 64 KB as well.
     static void SetEnable64KBaliasingWorkAround(bool enable) noexcept;
 
 private:
