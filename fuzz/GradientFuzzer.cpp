@@ -39,11 +39,11 @@ WgrGradientData AnyRecord(fuzz::Input& input) {
 }
 
 bool IsTaken(const WgrGradientData& record) {
-    const std::size_t magnitude = static_cast<std::size_t>(std::llabs(record.pitch));
+    const std::uint64_t magnitude = static_cast<std::uint64_t>(std::llabs(record.pitch));
     return record.structSize >= 44 && (record.bitsPerSample == 8 || record.bitsPerSample == 16) &&
            record.significantBits <= record.bitsPerSample &&
            record.peakValue <= (1U << record.significantBits) - 1 && record.width >= 8 &&
-           record.height >= 8 && magnitude >= std::size_t{record.width} * record.bitsPerSample / 8;
+           record.height >= 8 && magnitude >= std::uint64_t{record.width} * record.bitsPerSample / 8;
 }
 
 }  // namespace
@@ -64,11 +64,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     }
 
+    constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 20;
+    if (static_cast<std::uint64_t>(std::llabs(record.pitch)) * record.height > kMostBytes)
+        return -1;
     const std::size_t magnitude = static_cast<std::size_t>(std::llabs(record.pitch));
     const std::size_t rowBytes = std::size_t{record.width} * (record.bitsPerSample / 8);
     const std::size_t bytes = magnitude * (record.height - 1) + rowBytes;
-    if (bytes > (std::size_t{1} << 20) || magnitude > (std::size_t{1} << 20))
-        return -1;
     std::vector<unsigned char> buffer(bytes, kUntouched);
     record.pixels = buffer.data() + (record.pitch < 0 ? magnitude * (record.height - 1) : 0);
     const WgrGradientData before = record;

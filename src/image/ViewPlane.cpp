@@ -102,7 +102,7 @@ bool ViewPlane::Holds(std::size_t rowBytes, std::size_t rows) const noexcept {
     if (pitch < 0) {
         return steps <= before / (std::size_t{0} - static_cast<std::size_t>(pitch));
     }
-    return true;
+    return steps == 0;  // a plane of one line has no second row
 }
 
 std::size_t ViewPlane::Clip(std::size_t rowBytes, std::size_t row) const noexcept {
@@ -113,7 +113,7 @@ std::size_t ViewPlane::Clip(std::size_t rowBytes, std::size_t row) const noexcep
     const auto after = static_cast<std::size_t>(end - first);
     if (pitch >= 0) {
         const auto step = static_cast<std::size_t>(pitch);
-        if (step != 0 && row > (after - 1) / step) {
+        if (step == 0 ? row != 0 : row > (after - 1) / step) {
             return 0;
         }
         return std::min(rowBytes, after - row * step);

@@ -19,7 +19,7 @@ struct ViewPlane {
     const std::uint8_t* end = nullptr;    ///< one past its highest byte
 
     /// True when `rows` rows of `rowBytes` bytes, from `first` in steps of `pitch`, lie inside the memory.
-    /// Nothing lies inside every memory.
+    /// Without a pitch there is one row. Nothing lies inside every memory.
     bool Holds(std::size_t rowBytes, std::size_t rows) const noexcept;
 
     /// How many of the `rowBytes` bytes from the start of row `row` lie inside the memory; 0 for a row that

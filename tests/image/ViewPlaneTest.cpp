@@ -204,7 +204,9 @@ TEST(ViewPlane, OfOneLine) {
     EXPECT_EQ(plane.pitch, 0);
     EXPECT_TRUE(plane.Holds(70, 1));
     EXPECT_FALSE(plane.Holds(71, 1));
+    EXPECT_FALSE(plane.Holds(1, 2)) << "no second row";
     EXPECT_EQ(plane.Clip(100, 0), 70U);
+    EXPECT_EQ(plane.Clip(1, 1), 0U);
 }
 
 TEST(ViewPlane, OfSubsampledPlanes) {
