@@ -46,7 +46,9 @@ TEST(PathSelection, VectorStylesFollowTheProcessor) {
     };
     for (const ProcessingStyleEnum style : {kInt_MMXorSIMD, kBestAvailable}) {
         for (const auto& row : rows) {
-            EXPECT_EQ(ChoosePath(kStyles, kVectors, style, Processor(row.set), row.mmxOnly), row.path)
+            EXPECT_EQ(
+                ChoosePath(kStyles, kVectors, static_cast<unsigned>(style), Processor(row.set), row.mmxOnly),
+                row.path)
                 << "style " << style << ", set " << row.set << ", MMX only " << row.mmxOnly;
         }
     }
