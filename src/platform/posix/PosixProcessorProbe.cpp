@@ -1,4 +1,3 @@
-#include <fcntl.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 #if defined(__linux__)
@@ -11,16 +10,12 @@
 #define TESSELU_X86 0
 #endif
 
-#include <algorithm>
 #include <array>
-#include <cerrno>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <string_view>
 
 #include "foundation/ProcessorProbe.h"
 #include "platform/Platform.h"
+#include "platform/posix/ProcessorFiles.h"
 
 namespace Zan {
 namespace {
@@ -29,116 +24,6 @@ namespace {
 [[maybe_unused]] constexpr std::uint32_t kFxsrBit = 1U << 24;
 [[maybe_unused]] constexpr std::uint32_t kSseBit = 1U << 25;
 [[maybe_unused]] constexpr std::uint32_t kSse2Bit = 1U << 26;
-
-// Hands the lines of a text file to `take`, without allocating; the probe runs while the library is loaded.
-// Of a line that is longer than the buffer the rest is dropped.
-template <typename Take>
-bool ForEachLine(const char* path, Take&& take) {
-    int file = -1;
-    do {
-        file = ::open(path, O_RDONLY | O_CLOEXEC);
-    } while (file < 0 && errno == EINTR);
-    if (file < 0) {
-        return false;
-    }
-    std::array<char, 512> line;
-    std::size_t length = 0;
-    std::array<char, 4096> block;
-    for (;;) {
-        const ssize_t got = ::read(file, block.data(), block.size());
-        if (got < 0 && errno == EINTR) {
-            continue;
-        }
-        if (got <= 0) {
-            break;
-        }
-        for (const char c : std::string_view(block.data(), static_cast<std::size_t>(got))) {
-            if (c == '\n') {
-                take(std::string_view(line.data(), length));
-                length = 0;
-            } else if (length < line.size()) {
-                line[length++] = c;
-            }
-        }
-    }
-    if (length != 0) {
-        take(std::string_view(line.data(), length));
-    }
-    ::close(file);
-    return true;
-}
-
-// The decimal number at the front of `text`, which moves behind it.
-bool TakeNumber(std::string_view& text, std::size_t& number) {
-    std::size_t digits = 0;
-    number = 0;
-    while (digits < text.size() && digits < 9 && text[digits] >= '0' && text[digits] <= '9') {
-        number = number * 10 + static_cast<std::size_t>(text[digits] - '0');
-        ++digits;
-    }
-    text.remove_prefix(digits);
-    return digits != 0;
-}
-
-// "0-3,8,10-11"
-ProcessorSet ParseProcessorList(std::string_view text) {
-    ProcessorSet set;
-    std::size_t first = 0;
-    while (TakeNumber(text, first)) {
-        std::size_t last = first;
-        if (!text.empty() && text.front() == '-') {
-            text.remove_prefix(1);
-            if (!TakeNumber(text, last)) {
-                break;
-            }
-        }
-        for (std::size_t bit = first; bit <= last && bit < set.size(); ++bit) {
-            set.set(bit);
-        }
-        if (text.empty() || text.front() != ',') {
-            break;
-        }
-        text.remove_prefix(1);
-    }
-    return set;
-}
-
-// The APIC ids of the system's processors, as the kernel read them at start.
-class ApicIds {
-public:
-    ApicIds() noexcept {
-        ids.fill(kUnknown);
-        std::size_t processor = ids.size();
-        ForEachLine("/proc/cpuinfo", [&](std::string_view line) {
-            const std::size_t colon = line.find(':');
-            if (colon == std::string_view::npos) {
-                return;
-            }
-            std::string_view key = line.substr(0, colon);
-            key = key.substr(0, key.find_last_not_of(" \t") + 1);
-            std::string_view value = line.substr(colon + 1);
-            value.remove_prefix(std::min(value.find_first_not_of(" \t"), value.size()));
-            std::size_t number = 0;
-            if (key == "processor" && TakeNumber(value, number)) {
-                processor = number;
-            } else if (key == "initial apicid" && TakeNumber(value, number) && processor < ids.size()) {
-                ids[processor] = static_cast<std::int16_t>(number & 0xFF);
-            }
-        });
-    }
-
-    bool Find(std::size_t processor, std::uint8_t& id) const {
-        if (processor >= ids.size() || ids[processor] == kUnknown) {
-            return false;
-        }
-        id = static_cast<std::uint8_t>(ids[processor]);
-        return true;
-    }
-
-private:
-    static constexpr std::int16_t kUnknown = -1;
-    std::array<std::int16_t, ProcessorSet().size()> ids;
-};
 
 #if TESSELU_X86
 // Loading a reserved bit of MXCSR faults; FXSAVE tells which bits the processor has.
@@ -206,9 +91,7 @@ public:
     }
 
     ProcessorSet SystemAffinity() const override {
-        ProcessorSet set;
-        ForEachLine("/sys/devices/system/cpu/online",
-                    [&set](std::string_view line) { set |= ParseProcessorList(line); });
+        ProcessorSet set = ReadProcessorList("/sys/devices/system/cpu/online");
         if (set.none()) {
             for (std::size_t bit = 0; bit < set.size() && bit < SystemProcessorCount(); ++bit) {
                 set.set(bit);
@@ -218,7 +101,7 @@ public:
     }
 
     Visit VisitProcessor(std::size_t bit, ProcessorIdentity& identity) const override {
-        static const ApicIds apicIds;
+        static const ApicIds apicIds("/proc/cpuinfo");
         std::uint8_t id = 0;
         if (!apicIds.Find(bit, id)) {
             return Visit::kUnreachable;
