@@ -21,14 +21,15 @@ public:
     Logged(const Logged&) = default;
     Logged& operator=(const Logged&) = default;
 
-    void AddReference() noexcept override {
+    void AddReference() override {
         log->push_back("+" + name);
         RCObject::AddReference();
     }
-    void RemoveReference() noexcept override {
+    void RemoveReference() override {
         log->push_back("-" + name);
         RCObject::RemoveReference();
     }
+    bool IsShared() const override { return RCObject::IsShared(); }
 
 private:
     std::string name;

@@ -9,15 +9,15 @@ namespace Tuk {
 
 /// Base of objects that are shared by reference count. The count starts at 0; who makes the object takes the
 /// first reference, normally by putting it into an `RCPtr`. References may be taken and dropped on any
-/// thread.
+/// thread. A class of the host's may override all three operations.
 class TESSELU_API RCObject {
 public:
     /// One more owner.
-    virtual void AddReference() noexcept;
+    virtual void AddReference();
     /// One owner less; the last one deletes the object.
-    virtual void RemoveReference() noexcept;
+    virtual void RemoveReference();
     /// True when there is more than one owner.
-    virtual bool IsShared() const noexcept;
+    virtual bool IsShared() const;
 
 protected:
     RCObject() noexcept = default;
