@@ -22,9 +22,6 @@ double DistanceFromCentre(ULong32 i, ULong32 n) noexcept {
 double CentredTent(ULong32 i, ULong32 n) noexcept {
     return 1.0 - std::fabs(Centred(i, n));
 }
-double Rising(ULong32 i, ULong32 n) noexcept {
-    return Along(i, n);
-}
 double FallingFromOne(ULong32 i, ULong32 n) noexcept {
     return 1.0 - Along(i, n);
 }
@@ -83,7 +80,7 @@ void RightEdgeBox(const GradientMap& map) noexcept {
 }
 
 void Diagonal(const GradientMap& map) noexcept {
-    map.Draw(Axis<Rising>(map.Width()), Axis<Rising>(map.Height()),
+    map.Draw(Axis<Along>(map.Width()), Axis<Along>(map.Height()),
              [](double column, double row) { return 1.0 - (column + row) / 2.0; });
 }
 
@@ -96,11 +93,11 @@ void HorizontalBowTie(const GradientMap& map) noexcept {
 }
 
 void RisingDiagonalBarnDoor(const GradientMap& map) noexcept {
-    map.Draw(Axis<Rising>(map.Width()), Axis<Rising>(map.Height()), kRidgeOfSum);
+    map.Draw(Axis<Along>(map.Width()), Axis<Along>(map.Height()), kRidgeOfSum);
 }
 
 void FallingDiagonalBarnDoor(const GradientMap& map) noexcept {
-    map.Draw(Axis<Rising>(map.Width()), Axis<Rising>(map.Height()), kRidge);
+    map.Draw(Axis<Along>(map.Width()), Axis<Along>(map.Height()), kRidge);
 }
 
 void DiagonalCross(const GradientMap& map) noexcept {
@@ -112,12 +109,12 @@ void DiagonalDiamond(const GradientMap& map) noexcept {
 }
 
 void VeeDown(const GradientMap& map) noexcept {
-    map.Draw(Axis<CentredTent>(map.Width()), Axis<Rising>(map.Height()),
+    map.Draw(Axis<CentredTent>(map.Width()), Axis<Along>(map.Height()),
              [](double column, double row) { return (column + 1.0 - row) / 2.0; });
 }
 
 void VeeLeft(const GradientMap& map) noexcept {
-    map.Draw(Axis<Rising>(map.Width()), Axis<CentredTent>(map.Height()), kMean);
+    map.Draw(Axis<Along>(map.Width()), Axis<CentredTent>(map.Height()), kMean);
 }
 
 void BarnVeeDown(const GradientMap& map) noexcept {

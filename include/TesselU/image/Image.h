@@ -32,7 +32,7 @@ namespace Zan {
 /// have no memory. Samples have 8 bits, with `k4444` RGB and alpha-only images also 16 or 32.
 ///
 /// Constructors never throw and report nothing: ask `GetWidth` or `GetMemoryPointer` whether the image came
-/// to be. On an image that did not, every accessor answers 0.
+/// to be. On an image that did not, every accessor answers 0, but `kNoAlpha` where it is asked for.
 ///
 /// `bufferAlignment` and `lineAlignment` are the alignments, in bytes, of the start of each plane and of each
 /// of its lines. The first must be a multiple of the second, otherwise the image has no memory.
@@ -140,8 +140,8 @@ public:
     /// Returns -1 if there is no alpha channel.
     Long32 SetAlphaChannelDescription(AlphaDescriptionEnum description) noexcept;
 
-    /// Levels are fractions of full scale. Return 2 for a channel out of range, 1 if a level is not in [0,
-    /// 1].
+    /// Levels are fractions of full scale. Return 2 for a channel out of range, else 1 for a level below 0,
+    /// above 1 or not a number.
     Long32 SetBlackAndWhiteLevel(float black, float white, ULong32 channel) noexcept;
     Long32 SetClampLowAndHighLevel(float low, float high, ULong32 channel) noexcept;
 

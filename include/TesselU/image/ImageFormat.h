@@ -49,9 +49,8 @@ enum ComponentOrderEnum : int {
     kYCbYCr = 2,
     /// Three planes: Y, Cb, Cr in channels 0, 1, 2.
     kYCbCrPlanes = 3,
-    /// Two planes: Y in channel 0, and one plane of chroma that holds channels 1 and 2 in groups: for each
-    /// run
-    /// of 16 luma columns 8 bytes of Cb, then 8 bytes of Cr.
+    /// Two planes: Y in channel 0, and one plane of chroma that holds channels 1 and 2 in groups: 8 bytes of
+    /// Cb, then 8 bytes of Cr for each run of 16 luma columns.
     kYPlaneCbCrPlane = 4,
     /// YCrCb packed: Y, Cb, Cr, A per pixel with `k4444`; Y, Cb, Cr with `k444`. Channel 0 is Y, 1 is Cb,
     /// 2 is Cr, 3 alpha.
