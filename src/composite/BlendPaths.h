@@ -53,6 +53,9 @@ std::size_t BytesMoved(const simd::RowJob<Sources>& job) noexcept {
 /// Runs a job whose kernels take units of `Layout`.
 template <class Layout, class Kernel, std::size_t Sources>
 void Run(const BlendPath<Kernel>& path, simd::RowJob<Sources> job, const BlendSettings& settings) {
+    // Without rows there may be no planes to step in.
+    if (job.rows == 0)
+        return;
     job.stream = simd::ExceedsCache(BytesMoved<Layout>(job));
     const std::size_t whole = job.units - job.units % path.block;
     if (path.tail != nullptr && whole != job.units)

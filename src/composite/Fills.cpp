@@ -177,7 +177,7 @@ constexpr VectorRule kPassVectors = {true, Path::kRefused, Path::kRefused};
 std::size_t WordsPerRow(const ImageView& view) {
     const Image* image = view.GetImage();
     const double bytesPerPixel = image != nullptr ? image->GetBytesPerPixel() : 0;
-    return static_cast<std::size_t>(view.GetWidth() * bytesPerPixel * 0.25);
+    return static_cast<std::size_t>(static_cast<std::uint64_t>(view.GetWidth() * bytesPerPixel * 0.25));
 }
 
 /// One source of an or pass: per 16 words counted it gives `groupBytes` in groups, then a word for each word
@@ -187,15 +187,15 @@ struct OrSource {
     std::size_t groupBytes;
 
     OrStretch Row(std::size_t words, std::size_t y, bool clip) const {
-        const std::size_t groups = words / 16 * groupBytes, rest = words % 16 * 4;
-        OrStretch stretch = {
-            {plane.first + static_cast<std::ptrdiff_t>(y) * plane.pitch, plane.pitch}, groups, rest};
+        std::size_t groups = words / 16 * groupBytes, rest = words % 16 * 4;
         if (clip) {
             const std::size_t inside = plane.Clip(groups + rest, y) & ~std::size_t{3};
-            stretch.groupBytes = std::min(groups, inside);
-            stretch.restBytes = inside - stretch.groupBytes;
+            if (inside == 0)
+                return {};
+            groups = std::min(groups, inside);
+            rest = inside - groups;
         }
-        return stretch;
+        return {{plane.first + static_cast<std::ptrdiff_t>(y) * plane.pitch, plane.pitch}, groups, rest};
     }
     bool Holds(std::size_t words, std::size_t rows) const {
         return plane.Holds(words / 16 * groupBytes + words % 16 * 4, rows);

@@ -5,6 +5,7 @@
 #include <TesselU/image/ImageView.h>
 
 #include <initializer_list>
+#include <limits>
 
 #include "image/ViewPlane.h"
 
@@ -25,6 +26,13 @@ inline Long32 SelectPlane(const ImageView& view, ULong32 channel, ULong32 rows, 
 struct WalkedPlane {
     const ViewPlane* plane;
     std::size_t unitBytes;
+
+    /// Bytes of a row of `units`. Where an address cannot count them it is the most that one can, which lies
+    /// in no memory.
+    std::size_t RowBytes(std::size_t units) const noexcept {
+        constexpr std::size_t most = std::numeric_limits<std::size_t>::max();
+        return units > most / unitBytes ? most : unitBytes * units;
+    }
 };
 
 /// Calls `walk(firstRow, rows, units)` for stretches of rows that lie inside all planes in full, and for
@@ -33,7 +41,7 @@ template <class Walk>
 void WalkInside(std::initializer_list<WalkedPlane> planes, std::size_t units, std::size_t rows, Walk&& walk) {
     const auto inside = [&](std::size_t count) {
         for (const WalkedPlane& p : planes)
-            if (!p.plane->Holds(p.unitBytes * units, count))
+            if (!p.plane->Holds(p.RowBytes(units), count))
                 return false;
         return true;
     };
@@ -44,7 +52,7 @@ void WalkInside(std::initializer_list<WalkedPlane> planes, std::size_t units, st
     for (std::size_t y = 0; y < rows; ++y) {
         std::size_t fitting = units;
         for (const WalkedPlane& p : planes) {
-            const std::size_t here = p.plane->Clip(p.unitBytes * units, y) / p.unitBytes;
+            const std::size_t here = p.plane->Clip(p.RowBytes(units), y) / p.unitBytes;
             fitting = here < fitting ? here : fitting;
         }
         if (fitting != 0)

@@ -69,13 +69,15 @@ Long32 ColorSpaceConverter::TakePlanes(ImageView& view, unsigned char* (&plane)[
     if (image == nullptr) {
         return kStatusNullPointer;
     }
+    const bool leftOutside = view.GetRegionOfInterest().getLeft() < 0;
     const ULong32 channels = image->GetNumberOfChannels();
     for (ULong32 channel = 0; channel < channels; ++channel) {
         const ViewPlane found = PlaneOf(view, channel);
         if (channel < 4) {
             plane[channel] = found.first;
             pitch[channel] = view.GetPitch(channel);
-            bounds[channel] = {found.begin, found.end};
+            // The end of the line above is memory, but none of the selection's.
+            bounds[channel] = {leftOutside ? found.end : found.begin, found.end};
         }
         if (found.first == nullptr) {
             return kStatusNullPointer;

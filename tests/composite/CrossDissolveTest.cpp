@@ -256,4 +256,30 @@ TEST(CompositorObject, CopiesTheFlag) {
     EXPECT_FALSE(takesSse(fresh));
 }
 
+TEST(CompositorObject, NoRowsNeedNoPlanes) {
+    OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
+        for (const Zan::ULong32 width : {0U, 7U, 61U}) {
+            for (const unsigned path : {0U, 1U, 2U}) {
+                EXPECT_EQ(
+                    compositor.CrossDissolve(nullptr, nullptr, nullptr, width, 0, 244, -244, 244, 0.5, path),
+                    0);
+            }
+            EXPECT_EQ(compositor.CompositeTwoSources(nullptr, nullptr, nullptr, width, 0, 244, 244, 244, 2),
+                      0);
+            for (const unsigned path : {1U, 2U}) {
+                EXPECT_EQ(compositor.CompositeTwoSrcAndAlpha(nullptr, nullptr, nullptr, nullptr, width, 0,
+                                                             244, 244, 61, 244, path),
+                          0);
+                EXPECT_EQ(
+                    compositor.CompositeTwoSrcAndAlphaGradient(nullptr, nullptr, nullptr, nullptr, width, 0,
+                                                               244, 244, 61, 244, 0.5, 1.0, path),
+                    0);
+                EXPECT_EQ(compositor.SumOfAbsDiffs(nullptr, nullptr, nullptr, width, 0, 244, 244, 61, path),
+                          path == 1 || machine.TakesSse() ? 0 : 100);
+            }
+            EXPECT_EQ(compositor.XSubPixelPosition(nullptr, nullptr, width, 0, 244, 244, 0.5, 1), 0);
+        }
+    });
+}
+
 }  // namespace

@@ -795,6 +795,11 @@ TEST(ColorSpaceConverter, LeftEdgeOutsideIsRefused) {
     back.Fill({9, 9, 9, 9});
     EXPECT_EQ(Convert(converter, to.View(), back.View({-2, 0, 8, 4})), 98);
     EXPECT_EQ(back.bytes, Bytes(back.bytes.size(), 9));
+    // Also where the line above would hold the columns that are missing.
+    EXPECT_EQ(Convert(converter, from.View({-2, 1, 8, 2}), to.View()), 98);
+    EXPECT_EQ(Convert(converter, from.View(), back.View({-2, 1, 8, 2})), 98);
+    EXPECT_EQ(to.bytes, Bytes(to.bytes.size(), 0x77));
+    EXPECT_EQ(back.bytes, Bytes(back.bytes.size(), 9));
     // RGB is cut to what lies inside.
     EXPECT_EQ(Convert(converter, from.View(), to.View({-2, 0, 8, 4})), 0);
 }

@@ -432,11 +432,7 @@ TEST(ConverterKernels, Rgb32ToPairsTruncatesItsOffsets) {
     });
 }
 
-TEST(ConverterKernels, Rgb32ToPairsWithTheLargestCoefficients) {
-    const double most = 32767 / 8192.0;
-    Matrix own{};
-    own.m = {{{most, -most, most, 0}, {-most, most, 0.25, 0}, {most, most, -most, 0}, {0, 0, 0, 1}}};
-    own.o = {{{100, -100, 50, 0}, {-300, 200, -100, 0}}};
+void ExpectRgb32ToWholePairs(Matrix own) {
     ForEveryRun([&](const PathAndTarget& run) {
         ExpectConversion({kFmtRGB32, kFmtCbYCrY}, 132, 4, {}, run, &own, true, true, 255,
                          [&](ConvertedPicture& source, ExpectedPicture& expected) {
@@ -452,6 +448,23 @@ TEST(ConverterKernels, Rgb32ToPairsWithTheLargestCoefficients) {
                              }
                          });
     });
+}
+
+TEST(ConverterKernels, Rgb32ToPairsWithTheLargestCoefficients) {
+    const double most = 32767 / 8192.0;
+    Matrix own{};
+    own.m = {{{most, -most, most, 0}, {-most, most, 0.25, 0}, {most, most, -most, 0}, {0, 0, 0, 1}}};
+    own.o = {{{100, -100, 50, 0}, {-300, 200, -100, 0}}};
+    ExpectRgb32ToWholePairs(own);
+}
+
+TEST(ConverterKernels, Rgb32ToPairsWithLargeProductsThatCancel) {
+    // What the offsets bring to luma is 65536 in the end, but 2^31 after two of its four products.
+    const double most = 32767 / 8192.0;
+    Matrix own{};
+    own.m = {{{0.5, -0.25, -0.25, 0}, {-4, -4, most, most}, {-0.25, -0.25, 0.5, 0}, {0, 0, 0, 1}}};
+    own.o = {{{-32768, -32768, -32768, -32768}, {128, 100, 128, 0}}};
+    ExpectRgb32ToWholePairs(own);
 }
 
 TEST(ConverterKernels, Rgb32ToPairsWorkedByHand) {

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 
-// The arithmetic of the blends on one sample. Rounding and division by 255 live here and nowhere else.
+// The arithmetic of the blends on one sample, which every vector body must equal.
 
 namespace Zan {
 

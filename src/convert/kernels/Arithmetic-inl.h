@@ -210,10 +210,11 @@ private:
             cb13 = WordPairs(4 * m[0][1], 4 * m[0][3]);
             cr02 = WordPairs(4 * m[2][0], 4 * m[2][2]);
             cr13 = WordPairs(4 * m[2][1], 4 * m[2][3]);
-            std::int32_t start = offsets.after[1] * 8192;
+            // Only the sum is sure to fit 32 bits.
+            std::int64_t start = offsets.after[1] * 8192;
             for (std::size_t j = 0; j < 4; ++j)
                 start += std::int32_t{m[1][j]} * offsets.before[j];
-            lumaStart = hn::Set(DI32(), start);
+            lumaStart = hn::Set(DI32(), static_cast<std::int32_t>(start));
             cbStart = hn::Set(DI32(), offsets.after[0] * 65536);
             crStart = hn::Set(DI32(), offsets.after[2] * 65536);
         }
