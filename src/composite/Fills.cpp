@@ -122,9 +122,7 @@ Long32 ZanCompositor::Fill(ImageView& dst, ULong32 colour, ULong32 mask, Process
     if (const Long32 status = SelectPlane(dst, 0, rows, plane); status != kStatusOk)
         return status;
 
-    const std::size_t bytesPerPixel = is422    ? 2
-                                      : is4444 ? 4
-                                               : static_cast<std::size_t>(image->GetBytesPerPixel());
+    const std::size_t bytesPerPixel = is422 ? 2 : is4444 ? 4 : WholeBytesPerPixel(*image);
     const std::size_t wordsPerRow = (width * bytesPerPixel) >> 2;
     const bool bytePlane = grey && image->GetBytesPerPixel() == 1.0F;
 
@@ -177,7 +175,9 @@ constexpr VectorRule kPassVectors = {true, Path::kRefused, Path::kRefused};
 std::size_t WordsPerRow(const ImageView& view) {
     const Image* image = view.GetImage();
     const double bytesPerPixel = image != nullptr ? image->GetBytesPerPixel() : 0;
-    return static_cast<std::size_t>(static_cast<std::uint64_t>(view.GetWidth() * bytesPerPixel * 0.25));
+    // A host may add channels of any depth; no buffer holds more words than this.
+    constexpr double kMost = 2147483648.0;
+    return static_cast<std::size_t>(std::min(view.GetWidth() * bytesPerPixel * 0.25, kMost));
 }
 
 /// One source of an or pass: per 16 words counted it gives `groupBytes` in groups, then a word for each word
@@ -234,7 +234,7 @@ Long32 ZanCompositor::ReadOnlyTwoSources(ImageView& srcA, ImageView& srcB, ULong
     if (ChoosePath(kPassStyles, kPassVectors, static_cast<unsigned>(style), CPUinstructionSet, mmxOnly) ==
         Path::kRefused)
         return kStatusUnsupportedStyle;
-    // The block reads five groups of the first source and three of the second, as ever.
+    // The block is uneven: five groups of the first source, three of the second.
     OrSource a = {{}, 80}, b = {{}, 48};
     const ULong32 rows = srcA.GetHeight();
     if (const Long32 status = SelectPlane(srcA, 0, rows, a.plane); status != kStatusOk)

@@ -97,26 +97,31 @@ Long32 ZanCompositor::CompositeTwoSrcAndAlphaGradient(ImageView& srcA, ImageView
     if (!(pixels || pairs) || !IsGrey8(*key.GetImage()))
         return kStatusUnsupportedFormat;
 
-    // All planes are looked at before anything is written.
+    // All planes that will be touched are looked at before anything is written.
     const auto [width, height] = SmallestSize(srcA, srcB, key, dst);
     WipePlanes colour, alpha;
+    const bool wipesAlpha = pairs && dst.GetMemoryPointer(3) != nullptr;
+    const bool opaqueB = imageB.GetAlphaChannelDescription() == kAlphaOpaque;
     const struct {
         const ImageView* view;
         ULong32 channel;
         ViewPlane* plane;
+        bool isNeeded;
         bool mayBeMissing;
     } selections[] = {
-        {&srcA, 0, &colour.a, false},  {&srcB, 0, &colour.b, false}, {&key, 0, &colour.key, false},
-        {&dst, 0, &colour.out, false}, {&srcA, 3, &alpha.a, true},   {&srcB, 3, &alpha.b, true},
-        {&key, 0, &alpha.key, false},  {&dst, 3, &alpha.out, true},
+        {&srcA, 0, &colour.a, true, false},       {&srcB, 0, &colour.b, true, false},
+        {&key, 0, &colour.key, true, false},      {&dst, 0, &colour.out, true, false},
+        {&srcA, 3, &alpha.a, wipesAlpha, true},   {&srcB, 3, &alpha.b, wipesAlpha && !opaqueB, true},
+        {&dst, 3, &alpha.out, wipesAlpha, false},
     };
-    for (const auto& [view, channel, plane, mayBeMissing] : selections) {
-        if (pixels && channel == 3)
+    for (const auto& [view, channel, plane, isNeeded, mayBeMissing] : selections) {
+        if (!isNeeded)
             continue;
         const Long32 status = SelectPlane(*view, channel, height, *plane);
         if (status != kStatusOk && !(mayBeMissing && status == kStatusNullPointer))
             return status;
     }
+    alpha.key = colour.key;
 
     const Ramp ramp = Ramp::From(position, softness);
     const auto styleNumber = static_cast<unsigned>(style);
@@ -137,12 +142,9 @@ Long32 ZanCompositor::CompositeTwoSrcAndAlphaGradient(ImageView& srcA, ImageView
 
     colour.Walk<KeyedPairLayout>(width / 2, height,
                                  [&](const KeyedJob& job) { Run<KeyedPairLayout>(pairRows, job, settings); });
-    if (alpha.out.first == nullptr)
-        return kStatusOk;
-    if (imageB.GetAlphaChannelDescription() == kAlphaOpaque)
-        alpha.b = {};
-    alpha.Walk<KeyedByteLayout>(width, height,
-                                [&](const KeyedJob& job) { Run<KeyedByteLayout>(alphaRows, job, settings); });
+    if (wipesAlpha)
+        alpha.Walk<KeyedByteLayout>(
+            width, height, [&](const KeyedJob& job) { Run<KeyedByteLayout>(alphaRows, job, settings); });
     return kStatusOk;
 }
 

@@ -41,7 +41,12 @@ inline bool IsPacked422Family(const Image& image) noexcept {
     return Is422Family(image) && image.GetPixelPacking() == kPacked;
 }
 
-/// Bytes of a pixel, rounded to the nearest whole number. Limited, for a host may add channels of any depth.
+/// Bytes of a pixel, truncated. Limited, for a host may add channels of any depth.
+inline ULong32 WholeBytesPerPixel(const Image& image) noexcept {
+    return static_cast<ULong32>(std::min(image.GetBytesPerPixel(), 65536.0F));
+}
+
+/// The same rounded to the nearest whole number.
 inline ULong32 RoundedBytesPerPixel(const Image& image) noexcept {
     return static_cast<ULong32>(std::min(image.GetBytesPerPixel(), 65536.0F) + 0.5F);
 }

@@ -87,6 +87,7 @@ void ExpectWords(Paint& paint, Kernel kernel, std::ptrdiff_t pitch, unsigned wor
 }
 
 void ExpectPairs(Paint& paint, std::ptrdiff_t pitch, unsigned width, unsigned height, Zan::ULong32 colour) {
+    pitch &= ~std::ptrdiff_t{3};
     for (unsigned y = 0; y < height; ++y) {
         const std::ptrdiff_t row = y * pitch;
         std::ptrdiff_t i = 0;
@@ -120,7 +121,8 @@ void ExpectFill(Zan::ImageView& view, Paint& paint, Zan::ULong32 colour, Zan::UL
                     paint.Byte(y * pitch + x, colour & 0xFFU, mask & 0xFFU);
             else
                 for (unsigned x = 0; x < words; ++x)
-                    paint.Word(y * pitch + 4 * static_cast<std::ptrdiff_t>(x), colour, mask);
+                    paint.Word(y * (pitch & ~std::ptrdiff_t{3}) + 4 * static_cast<std::ptrdiff_t>(x), colour,
+                               mask);
         }
         return;
     }
@@ -341,14 +343,27 @@ TEST(Fill, BottomLeftPicturesAndFields) {
     });
 }
 
+// A negative pitch grows in size; a line below the region leaves it room.
 TEST(Fill, WordKernelsClearTheLowBitsOfThePitch) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
         for (const int style : {0, 1, 2, 4, 5})
             for (const Zan::ULong32 padding : {1U, 2U, 3U, 6U, 13U})
-                ASSERT_NO_FATAL_FAILURE(
-                    CheckFill(compositor, machine,
-                              Format::Rgb(9, 4).Padded(padding).Slack((64 - (36 + padding) * 4 % 64) % 64),
-                              {0, 0, 9, 4}, style, kColour, kPlain));
+                for (const bool bottomLeft : {false, true})
+                    for (const Zan::ULong32 mask : {kPlain, Zan::ULong32{0xFF00FF00U}}) {
+                        Format words =
+                            Format::Rgb(9, 4).Padded(padding).Slack((64 - (36 + padding) * 4 % 64) % 64);
+                        Format pairs = Format::YCrCb(18, 4, Zan::k422)
+                                           .Padded(padding)
+                                           .Slack((64 - (36 + padding) * 4 % 64) % 64);
+                        if (bottomLeft) {
+                            words = words.BottomLeft();
+                            pairs = pairs.BottomLeft();
+                        }
+                        ASSERT_NO_FATAL_FAILURE(
+                            CheckFill(compositor, machine, words, {0, 0, 9, 3}, style, kColour, mask));
+                        ASSERT_NO_FATAL_FAILURE(
+                            CheckFill(compositor, machine, pairs, {0, 0, 17, 3}, style, kColour, mask));
+                    }
     });
 }
 
@@ -426,11 +441,14 @@ TEST(Fill, SelectionsOutsideTheImageAreRefused) {
             Picture picture(Format::YCrCb(16, 6, Zan::k4224));
             const Bytes before = picture.Colour();
             const Bytes alphaBefore = picture.Alpha();
-            Zan::ImageView view = Part(picture, -3, 0, 12, 6);
-            EXPECT_EQ(compositor.Fill(view, kColour, kPlain, Style(style)), 98);
-            EXPECT_EQ(compositor.FillAlpha(view, 1, Style(style)), 98);
-            EXPECT_EQ(picture.Colour(), before);
-            EXPECT_EQ(picture.Alpha(), alphaBefore);
+            // So it does where the line above would hold the columns that are missing.
+            for (const Zan::Long32 top : {0, 1}) {
+                Zan::ImageView view = Part(picture, -3, top, 12, 6 - top);
+                EXPECT_EQ(compositor.Fill(view, kColour, kPlain, Style(style)), 98);
+                EXPECT_EQ(compositor.FillAlpha(view, 1, Style(style)), 98);
+                EXPECT_EQ(picture.Colour(), before);
+                EXPECT_EQ(picture.Alpha(), alphaBefore);
+            }
         }
     });
 }

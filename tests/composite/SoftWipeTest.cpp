@@ -287,6 +287,34 @@ TEST(SoftWipe, AlphaPlanesWithoutMemory) {
     });
 }
 
+// An alpha plane may have fewer lines than its picture; that matters only where it is touched.
+TEST(SoftWipe, AlphaPlanesTooSmall) {
+    OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine&) {
+        const auto shorten = [](Picture& picture) {
+            picture->GetImageDescriptor()->channels[3].memory = Tuk::RCPtr<Zan::AlignedMemoryBuffer>(
+                new Zan::AlignedMemoryBuffer(18, 2, 64, 1, Zan::kNoAliasWorkAround));
+        };
+        for (const int style : AllStyles())
+            for (const auto toSampling : {Zan::k422, Zan::k4224})
+                for (const bool opaque : {false, true})
+                    for (int small = 0; small < 3; ++small) {
+                        if (toSampling == Zan::k422 && small == 2)
+                            continue;
+                        Wipe wipe(Format::YCrCb(18, 3, Zan::k4224), Format::YCrCb(18, 3, Zan::k4224),
+                                  Format::Grey(18, 3), Format::YCrCb(18, 3, toSampling));
+                        Picture* const pictures[] = {&wipe.a, &wipe.b, &wipe.dst};
+                        shorten(*pictures[small]);
+                        if (opaque)
+                            wipe.b->SetAlphaChannelDescription(Zan::kAlphaOpaque);
+                        const bool touched = toSampling == Zan::k4224 && !(small == 1 && opaque);
+                        const Bytes before = wipe.dst.Colour();
+                        EXPECT_EQ(wipe.Run(compositor, 0.4, 90.0, style), touched ? 98 : 0)
+                            << small << " style " << style;
+                        EXPECT_EQ(wipe.dst.Colour() == before, touched);
+                    }
+    });
+}
+
 TEST(SoftWipe, SmallestSizeOfTheFour) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
         for (const auto sampling : kSamplings)
@@ -503,7 +531,8 @@ TEST(SoftWipe, SelectionsOutsideTheImageAreRefused) {
                       Format::YCrCb(16, 6, Zan::k4224));
             Picture* const pictures[] = {&wipe.a, &wipe.b, &wipe.key, &wipe.dst};
             Zan::ImageView* const views[] = {&wipe.viewA, &wipe.viewB, &wipe.viewKey, &wipe.viewDst};
-            *views[outside] = Part(*pictures[outside], -3, 0, 12, 6);
+            // With a line above that would hold the columns that are missing.
+            *views[outside] = Part(*pictures[outside], -3, 1, 12, 5);
             const Bytes before = wipe.dst.Colour();
             const Bytes alphaBefore = wipe.dst.Alpha();
             EXPECT_EQ(wipe.Run(compositor, 0.5, 10.0, Zan::kBestAvailable), 98) << outside;

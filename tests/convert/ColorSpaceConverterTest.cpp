@@ -804,6 +804,20 @@ TEST(ColorSpaceConverter, LeftEdgeOutsideIsRefused) {
     EXPECT_EQ(Convert(converter, from.View(), to.View({-2, 0, 8, 4})), 0);
 }
 
+TEST(ColorSpaceConverter, AlphaPlanesTooSmallAreRefused) {
+    const ImageDescriptor format(8, 4, kYCrCb, k4224, kCbYCrA, kPacked, kProgressive, kNoFields, kTopLeft,
+                                 1.0F, kUnshaped);
+    for (const bool source : {true, false}) {
+        Image from(format, 64U), to(format, 64U);
+        (source ? from : to).GetImageDescriptor()->channels[3].memory =
+            Tuk::RCPtr<AlignedMemoryBuffer>(new AlignedMemoryBuffer(8, 3, 64, 1, kNoAliasWorkAround));
+        ColorSpaceConverter converter;
+        EXPECT_EQ(Convert(converter, ImageView(&from), ImageView(&to)), 98);
+        // What is left of the plane will do for three lines.
+        EXPECT_EQ(Convert(converter, ImageView(&from, Rectangle(0, 0, 8, 3), kFrame), ImageView(&to)), 0);
+    }
+}
+
 TEST(ColorSpaceConverter, BottomUpFramesComeInPictureOrder) {
     ColorSpaceConverter converter;
     Packed from = Uyvy(4, 3), to = Rgb32(4, 3);

@@ -60,6 +60,7 @@ TEST(ViewFormat, GreyOfOneByte) {
     EXPECT_FALSE(IsGrey8(Image(Alpha(8, 8, k32Bits), 64)));
     EXPECT_FALSE(IsGrey8(Image(Rgb32(8, 8), 64)));
     EXPECT_EQ(RoundedBytesPerPixel(Image(Planar(8, 8, k420), 64)), 2U) << "1.5 goes up";
+    EXPECT_EQ(WholeBytesPerPixel(Image(Planar(8, 8, k420), 64)), 1U) << "1.5 is cut";
     EXPECT_EQ(RoundedBytesPerPixel(Image(UyvyWithAlpha(8, 8), 64)), 3U);
 }
 
@@ -73,6 +74,7 @@ TEST(ViewFormat, ChannelsOfAnyDepth) {
         ASSERT_EQ(image.AddChannel(memory, 64, deep, 1, 1), channel);
     }
     EXPECT_GT(image.GetBytesPerPixel(), 4294967296.0F);
+    EXPECT_EQ(WholeBytesPerPixel(image), 65536U);
     EXPECT_EQ(RoundedBytesPerPixel(image), 65536U);
     EXPECT_FALSE(IsGrey8(image));
 }

@@ -97,7 +97,8 @@ public:
     ///
     /// `position` is limited to 0...1, `softness` is the width of the edge in code values of the key, limited
     /// to 0...32768. Formats: `srcA`, `srcB` and `dst` all `k4444`, or all `k422` or `k4224` (whose alpha
-    /// planes are wiped too); `key` is `kAlphaOnly` of one byte per pixel. Returns 4 for another format.
+    /// planes are wiped too); `key` is `kAlphaOnly` of one byte per pixel. Returns 4 for another format, 1
+    /// when the key or a plane of colour has no memory.
     Long32 CompositeTwoSrcAndAlphaGradient(ImageView& srcA, ImageView& srcB, ImageView& key, ImageView& dst,
                                            double position, double softness, ProcessingStyleEnum style);
 

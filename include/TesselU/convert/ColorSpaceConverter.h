@@ -41,7 +41,7 @@ public:
     ///
     /// Returns 0; 1 when a channel of either image has no memory; 2 for a pitch that the path cannot step by;
     /// 3 for a negative width; 4 when the path does not have the pair; 5 for an unknown plus function, or a
-    /// processor without the instructions of the path; 98 when a selection leaves the memory of its image.
+    /// processor without the instructions of the path; 98 when a selection leaves its image.
     Long32 Do(ImageView& source, ImageView& destination, ProcessingStyleEnum callStyle, double* callMatrix,
               double* callOffset);
 
