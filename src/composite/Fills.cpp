@@ -204,6 +204,8 @@ struct OrSource {
 
 ULong32 OrPass(const OrSource& a, const OrSource* b, std::size_t words, std::size_t rows) {
     std::uint32_t result = 0;
+    if (words == 0)
+        return result;
     const auto second = [&](std::size_t y, bool clip) {
         return b != nullptr ? b->Row(words, y, clip) : OrStretch{};
     };

@@ -39,6 +39,8 @@ struct WalkedPlane {
 /// single rows with as many units as still do.
 template <class Walk>
 void WalkInside(std::initializer_list<WalkedPlane> planes, std::size_t units, std::size_t rows, Walk&& walk) {
+    if (units == 0)
+        return;
     const auto inside = [&](std::size_t count) {
         for (const WalkedPlane& p : planes)
             if (!p.plane->Holds(p.RowBytes(units), count))
