@@ -171,6 +171,19 @@ TEST(AlignedMemoryBufferTest, OneLineHasNoPitch) {
     EXPECT_EQ(plain.size(), 100U);
 }
 
+TEST(AlignedMemoryBufferTest, OneLineIsNotPadded) {
+    unsigned char memory[16];
+    Host host;
+    const AlignedMemoryBuffer allocated(7, 3, kNoAliasWorkAround);
+    const AlignedMemoryBuffer wrapped(memory, 7, 3, kNoAliasWorkAround);
+    const AlignedMemoryBuffer called(&host, Host::Alloc, Host::Free, 7, 3, kNoAliasWorkAround);
+    for (const AlignedMemoryBuffer* buffer : {&allocated, &wrapped, &called}) {
+        EXPECT_EQ(buffer->size(), 7U);
+        EXPECT_EQ(buffer->GetTotalSize(), 11U);  // 7 = 2 * 3 + 1: 7 + 6 - 1 - 1
+        EXPECT_EQ(AddressOf(buffer->GetAlignedPointer()) % 3, 0U);
+    }
+}
+
 TEST(AlignedMemoryBufferTest, NoLinesTakeNoBytes) {
     const AlignedMemoryBuffer buffer(100, 0, 16, 16, kNoAliasWorkAround);
     EXPECT_EQ(buffer.size(), 0U);

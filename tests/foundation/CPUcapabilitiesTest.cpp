@@ -115,6 +115,15 @@ TEST(CPUcapabilitiesTest, SSEisNotTriedWithoutItsBit) {
     ExpectAbilities(CapabilitySeam::Detect(probe), kAbleMMX);
 }
 
+TEST(CPUcapabilitiesTest, SSEbitCountsWithoutTheFeatureFlags) {
+    FakeProbe probe;
+    probe.edx = test::kEdxSse;
+    probe.executesSSE = true;
+    probe.faultingLeaves = {0x80000000U};
+    ASSERT_EQ(ProbeFeatures(probe), 0U);
+    ExpectAbilities(CapabilitySeam::Detect(probe), kAbleSIMD);
+}
+
 TEST(CPUcapabilitiesTest, SSEbitCountsForEveryVendor) {
     for (const char* vendor : {"GenuineIntel", "AuthenticAMD", "CentaurHauls", "            "}) {
         FakeProbe probe;
@@ -310,6 +319,11 @@ TEST(CPUcapabilitiesTest, CapabilityNeedsFamilyVendorAndBit) {
     FakeProbe faults = capable;
     faults.cpuidFaults = true;
     ExpectCount(faults, {0, 2, 1, 2});
+    for (const std::uint32_t leaf : {0U, 1U}) {
+        FakeProbe oneFaults = capable;
+        oneFaults.faultingLeaves = {leaf};
+        ExpectCount(oneFaults, {0, 2, 1, 2});
+    }
 }
 
 TEST(CPUcapabilitiesTest, PackageThatCountsNoLogicalProcessors) {

@@ -719,6 +719,17 @@ TEST(Image, TakesMemoryFromCallbacks) {
     }
 }
 
+TEST(Image, SamplingsWithoutALayoutHaveAPlaneOfNoBytes) {
+    for (const ImageDescriptor& format :
+         {Format(16, 8, kRGB, k422, kBGRA), Format(16, 8, kYCrCb, k420, kCbYCrA)}) {
+        Host host;
+        const Image image(&host, Host::Alloc, Host::Free, format, 64, 16);
+        ASSERT_EQ(host.requests.size(), 1U);
+        EXPECT_EQ(host.requests[0].totalSize, 63U) << "room to align nothing";
+        EXPECT_TRUE(host.lent.empty()) << "no channel keeps it";
+    }
+}
+
 TEST(Image, CallbacksWithLineSizesOfTheHost) {
     Host host;
     ULong32 pitches[] = {100, 60, 52};

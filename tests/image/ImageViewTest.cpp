@@ -136,6 +136,17 @@ TEST(ImageView, PackedFourTwoTwoStartsOnAPixelPair) {
     }
 }
 
+TEST(ImageView, LeftEdgeOutsideIsAddressedAsItStands) {
+    Image image(Uyvy(720, 486), 64);
+    ImageView view(&image, Rectangle(-3, 1, 100, 10), kFrame);
+    // Two bytes for each of the four columns, before the start of line 1.
+    EXPECT_EQ(OffsetOf(view), static_cast<std::ptrdiff_t>(image.GetPitch(0)) - 8);
+    view.SetRegionOfInterest(Rectangle(-3, 0, 100, 10), kFrame);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(image.GetMemoryPointer(0)) -
+                  reinterpret_cast<std::uintptr_t>(view.GetMemoryPointer(0)),
+              8U);
+}
+
 TEST(ImageView, OtherFormatsKeepAnOddLeft) {
     const ImageDescriptor formats[] = {
         Rgb24(720, 486),        Rgb32(720, 486),        Format(720, 486, kYCrCb, k444, kCbYCrA),
