@@ -5,15 +5,13 @@
 // pixels (portable) or a vector of them. An arithmetic has
 //
 //     explicit Arithmetic(const ConversionJob& job);
-//     static constexpr std::size_t kUnitColumns;         // columns of a unit
-//     void Unit(reader, writer, band, x) const;          // the formula on the unit at column x
-//     void Tail(reader, writer, band, x, columns) const; // on what is left beyond the last whole group
-//     bool RunVector(run) const;                         // run(form) with the vector form that equals Unit
-//     for
-//                                                        // the coefficients of the call; false: there is
-//                                                        none
+//     static constexpr std::size_t kUnitColumns;
+//     void Unit(reader, writer, band, x) const;           // the formula on the unit at column x
+//     void Tail(reader, writer, band, x, columns) const;  // what is left beyond the last whole group
+//     bool RunVector(run) const;                          // run(form), or false
 //
-// and a vector form has
+// where the form equals Unit for the coefficients of the call, and false says that none does. A vector form
+// has
 //
 //     static constexpr std::size_t kStep;                // columns of a step
 //     void Step(reader, writer, band, x, put) const;
