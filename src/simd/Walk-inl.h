@@ -104,7 +104,7 @@ HWY_NOINLINE HWY_ATTR void PartialStep(const K& kernel, const Pointers<Sources>&
 template <class K, std::size_t Sources>
 HWY_INLINE HWY_ATTR void FetchAhead(const Pointers<Sources>& source, const std::uint8_t* destination) {
     using Layout = typename K::Layout;
-    constexpr std::size_t kAhead = 512, kLine = 64;
+    constexpr std::size_t kAhead = 768, kLine = 64;
     for (std::size_t i = 0; i < Sources; ++i)
         for (std::size_t line = 0; line < K::kStep * Layout::kSourceBytes[i]; line += kLine)
             if (source[i] != nullptr)
