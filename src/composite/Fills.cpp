@@ -171,6 +171,12 @@ constexpr StyleRule kPassStyles = {Ask::kRefuse, Ask::kRefuse, Ask::kVector,
                                    Ask::kRefuse, Ask::kVector, Ask::kRefuse};
 constexpr VectorRule kPassVectors = {true, Path::kRefused, Path::kRefused};
 
+/// The passes are there to measure the fast path, and have no other. The MMX-only flag has no say.
+bool RunsPass(ProcessingStyleEnum style, const CPUcapabilities& processor) {
+    return ChoosePath(kPassStyles, kPassVectors, static_cast<unsigned>(style), processor, false) !=
+           Path::kRefused;
+}
+
 /// Words of a row, which the first view decides for all.
 std::size_t WordsPerRow(const ImageView& view) {
     const Image* image = view.GetImage();
@@ -221,8 +227,7 @@ ULong32 OrPass(const OrSource& a, const OrSource* b, std::size_t words, std::siz
 }  // namespace
 
 Long32 ZanCompositor::ReadOnlySingleSource(ImageView& src, ULong32& result, ProcessingStyleEnum style) {
-    if (ChoosePath(kPassStyles, kPassVectors, static_cast<unsigned>(style), CPUinstructionSet, mmxOnly) ==
-        Path::kRefused)
+    if (!RunsPass(style, CPUinstructionSet))
         return kStatusUnsupportedStyle;
     OrSource source = {{}, 64};
     if (const Long32 status = SelectPlane(src, 0, src.GetHeight(), source.plane); status != kStatusOk)
@@ -233,8 +238,7 @@ Long32 ZanCompositor::ReadOnlySingleSource(ImageView& src, ULong32& result, Proc
 
 Long32 ZanCompositor::ReadOnlyTwoSources(ImageView& srcA, ImageView& srcB, ULong32& result,
                                          ProcessingStyleEnum style) {
-    if (ChoosePath(kPassStyles, kPassVectors, static_cast<unsigned>(style), CPUinstructionSet, mmxOnly) ==
-        Path::kRefused)
+    if (!RunsPass(style, CPUinstructionSet))
         return kStatusUnsupportedStyle;
     // The block is uneven: five groups of the first source, three of the second.
     OrSource a = {{}, 80}, b = {{}, 48};
@@ -250,8 +254,7 @@ Long32 ZanCompositor::ReadOnlyTwoSources(ImageView& srcA, ImageView& srcB, ULong
 
 Long32 ZanCompositor::ReadTwoSourcesWriteDst(ImageView& srcA, ImageView& srcB, ImageView& dst,
                                              ProcessingStyleEnum style) {
-    if (ChoosePath(kPassStyles, kPassVectors, static_cast<unsigned>(style), CPUinstructionSet, mmxOnly) ==
-        Path::kRefused)
+    if (!RunsPass(style, CPUinstructionSet))
         return kStatusUnsupportedStyle;
     const ULong32 rows = srcA.GetHeight();
     ViewPlane a, b, out;
