@@ -27,8 +27,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::HostilePicture pictures[] = {fuzz::HostilePicture(input), fuzz::HostilePicture(input),
                                        fuzz::HostilePicture(input), fuzz::HostilePicture(input)};
     ImageView views[4];
-    for (unsigned i = 0; i < 4; ++i)
+    for (unsigned i = 0; i < 4; ++i) {
         views[i] = pictures[input.Once(8) ? input.Below(4) : i].View(input);
+    }
     const ProcessingStyleEnum style = AnyStyle(input);
     ULong32 result = 0;
     switch (operation) {

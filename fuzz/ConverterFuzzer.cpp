@@ -20,12 +20,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     double offset[8];
     const bool ownMatrix = input.Once(4);
     const bool ownOffset = input.Once(4);
-    if (ownMatrix)
-        for (double& entry : matrix)
+    if (ownMatrix) {
+        for (double& entry : matrix) {
             entry = input.Real();
-    if (ownOffset)
-        for (double& entry : offset)
+        }
+    }
+    if (ownOffset) {
+        for (double& entry : offset) {
             entry = input.Real() * 16.0;
+        }
+    }
 
     fuzz::HostilePicture first(input);
     fuzz::HostilePicture second(input);

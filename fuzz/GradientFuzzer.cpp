@@ -30,8 +30,9 @@ WgrGradientData AnyRecord(fuzz::Input& input) {
     record.pitch = input.Once(16)
                        ? input.Raw<Zan::Long32>()
                        : static_cast<Zan::Long32>(record.width * (record.bitsPerSample / 8) + input.Below(9));
-    if (input.Once(4))
+    if (input.Once(4)) {
         record.pitch = static_cast<Zan::Long32>(0U - static_cast<Zan::ULong32>(record.pitch));
+    }
     record.aspectRatio = input.Flip() ? input.Raw<float>() : 1.0F;
     record.cellFraction = input.Flip() ? input.Raw<float>() : 0.1F;
     record.flags = input.Once(16) ? input.Raw<Zan::ULong32>() : 0;
@@ -59,14 +60,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!IsTaken(record)) {
         // Any access ends the run.
         record.pixels = reinterpret_cast<void*>(std::uintptr_t{16});
-        if (GradientGenerator::WgrGenerateGradient(input.Once(64) ? nullptr : &record, pattern) == 0)
+        if (GradientGenerator::WgrGenerateGradient(input.Once(64) ? nullptr : &record, pattern) == 0) {
             std::abort();
+        }
         return 0;
     }
 
     constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 20;
-    if (static_cast<std::uint64_t>(std::llabs(record.pitch)) * record.height > kMostBytes)
+    if (static_cast<std::uint64_t>(std::llabs(record.pitch)) * record.height > kMostBytes) {
         return -1;
+    }
     const std::size_t magnitude = static_cast<std::size_t>(std::llabs(record.pitch));
     const std::size_t rowBytes = std::size_t{record.width} * (record.bitsPerSample / 8);
     const std::size_t bytes = magnitude * (record.height - 1) + rowBytes;
@@ -74,14 +77,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     record.pixels = buffer.data() + (record.pitch < 0 ? magnitude * (record.height - 1) : 0);
     const WgrGradientData before = record;
     const int status = GradientGenerator::WgrGenerateGradient(&record, pattern);
-    if (std::memcmp(&before, &record, sizeof record) != 0)
+    if (std::memcmp(&before, &record, sizeof record) != 0) {
         std::abort();
+    }
     const bool mayDraw = status == 0 && (record.flags & 1) == 0;
     for (std::size_t row = 0; row < record.height; ++row) {
         const std::size_t end = row + 1 < record.height ? (row + 1) * magnitude : bytes;
-        for (std::size_t i = row * magnitude + (mayDraw ? rowBytes : 0); i < end; ++i)
-            if (buffer[i] != kUntouched)
+        for (std::size_t i = row * magnitude + (mayDraw ? rowBytes : 0); i < end; ++i) {
+            if (buffer[i] != kUntouched) {
                 std::abort();
+            }
+        }
     }
     return 0;
 }

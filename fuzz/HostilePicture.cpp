@@ -68,8 +68,9 @@ ULong32 Alignment(Input& input) {
 }  // namespace
 
 unsigned char* HostilePicture::Allocate(void* context, ULong32 totalSize, ULong32, ULong32) {
-    if (totalSize == 0 || totalSize > kMostBytes)
+    if (totalSize == 0 || totalSize > kMostBytes) {
         return nullptr;
+    }
     auto* memory = static_cast<unsigned char*>(std::malloc(totalSize));
     static_cast<HostilePicture*>(context)->blocks.push_back({memory, totalSize});
     return memory;
@@ -79,8 +80,9 @@ void HostilePicture::Free(void* context, void* memory) {
     std::vector<Block>& blocks = static_cast<HostilePicture*>(context)->blocks;
     const auto block = std::find_if(blocks.begin(), blocks.end(),
                                     [memory](const Block& each) { return each.memory == memory; });
-    if (block == blocks.end())
+    if (block == blocks.end()) {
         std::abort();
+    }
     ASAN_UNPOISON_MEMORY_REGION(block->memory, block->size);
     std::free(memory);
     blocks.erase(block);
@@ -107,94 +109,115 @@ HostilePicture::HostilePicture(Input& input) {
             const std::size_t line = pitches[i] + std::size_t{lineAlignment};
             planes[i] = HostPlane(line * rows + bufferAlignment, input.Below(8));
         }
-        if (input.Once(16))
+        if (input.Once(16)) {
             planes[input.Below(4)] = nullptr;
-        if (input.Flip())
+        }
+        if (input.Flip()) {
             image = std::make_unique<Image>(planes, pitches, format, bufferAlignment, lineAlignment);
-        else
+        } else {
             image = std::make_unique<Image>(planes[0], pitches[0], format, bufferAlignment, lineAlignment);
+        }
     } else if (input.Once(4)) {
         ULong32 pitches[4];
-        for (ULong32& pitch : pitches)
+        for (ULong32& pitch : pitches) {
             pitch = input.Once(16) ? input.Raw<ULong32>() : input.Below(1024);
+        }
         image =
             std::make_unique<Image>(this, &Allocate, &Free, pitches, format, bufferAlignment, lineAlignment);
     } else {
         image = std::make_unique<Image>(this, &Allocate, &Free, format, bufferAlignment, lineAlignment);
     }
-    if (input.Once(8))
+    if (input.Once(8)) {
         AddAlpha(input);
+    }
     FillAndGuard(input.Byte());
     Disturb(input);
 }
 
 void HostilePicture::AddAlpha(Input& input) {
-    if (image->GetImageDescriptor() == nullptr)
+    if (image->GetImageDescriptor() == nullptr) {
         return;
+    }
     ChannelDescriptor alpha;
     alpha.SetAlpha(0.0F, Side(input), Side(input), kProgressive, kNoFields,
                    input.Pick<ULong32>({8, 8, 8, 16, 5, 0}));
     image->AddChannel(this, &Allocate, &Free, alpha, Alignment(input), 1);
-    if (input.Once(4))
+    if (input.Once(4)) {
         image->DeleteChannel(input.Pick<ULong32>({0, 3, 4}) %
                              std::max<ULong32>(1, image->GetNumberOfChannels()));
+    }
 }
 
 /// What a host may change on a finished image.
 void HostilePicture::Disturb(Input& input) {
-    if (image->GetImageDescriptor() == nullptr)
+    if (image->GetImageDescriptor() == nullptr) {
         return;
-    if (input.Once(8))
+    }
+    if (input.Once(8)) {
         image->SetOrigin(input.Enumeration<OriginEnum>(2));
-    if (input.Once(8))
+    }
+    if (input.Once(8)) {
         image->SetColor(input.Enumeration<ColorEnum>(4));
-    if (input.Once(4))
+    }
+    if (input.Once(4)) {
         image->SetAlphaChannelDescription(input.Enumeration<AlphaDescriptionEnum>(4));
+    }
     if (input.Once(4)) {
         const bool studio = input.Flip();
         for (ULong32 channel = 0; channel < 4; ++channel) {
-            if (studio)
+            if (studio) {
                 image->SetBlackAndWhiteLevel(16.0F / 255.0F, 235.0F / 255.0F, channel);
-            else
+            } else {
                 image->SetBlackAndWhiteLevel(input.Raw<float>(), input.Raw<float>(), channel);
+            }
             image->SetClampLowAndHighLevel(input.Flip() ? 0.0F : 0.1F, input.Flip() ? 1.0F : 0.9F, channel);
         }
     }
     if (input.Once(8)) {
         // The record is in the host's reach.
         ImageDescriptor& record = *image->GetImageDescriptor();
-        if (input.Flip())
+        if (input.Flip()) {
             record.width = std::min<ULong32>(Side(input), 4096);
-        if (input.Flip())
+        }
+        if (input.Flip()) {
             record.height = std::min<ULong32>(Side(input), 4096);
-        if (input.Once(4))
+        }
+        if (input.Once(4)) {
             record.channelSampling = input.Enumeration<AggregateChannelSamplingEnum>(6);
-        if (input.Once(4))
+        }
+        if (input.Once(4)) {
             record.componentOrder = input.Enumeration<ComponentOrderEnum>(6);
-        if (input.Once(4))
+        }
+        if (input.Once(4)) {
             record.pixelPacking = input.Enumeration<PixelPackingEnum>(2);
-        if (input.Once(4))
+        }
+        if (input.Once(4)) {
             record.colorSpace = input.Enumeration<ColorSpaceEnum>(4);
+        }
     }
 }
 
 void HostilePicture::FillAndGuard(unsigned char seed) {
-    for (const Block& block : blocks)
+    for (const Block& block : blocks) {
         ASAN_POISON_MEMORY_REGION(block.memory, block.size);
+    }
     for (ULong32 channel = 0; channel < image->GetNumberOfChannels(); ++channel) {
         auto* plane = static_cast<unsigned char*>(image->GetMemoryPointer(channel));
-        if (plane == nullptr)
+        if (plane == nullptr) {
             continue;
+        }
         const std::size_t size = image->GetMemorySize(channel);
         ASAN_UNPOISON_MEMORY_REGION(plane, size);
-        for (std::size_t i = 0; i < size; ++i)
+        for (std::size_t i = 0; i < size; ++i) {
             plane[i] = static_cast<unsigned char>(i * 37 + seed);
+        }
     }
 }
 
 HostilePicture::~HostilePicture() {
-    for (const Block& block : blocks)
+    for (const Block& block : blocks) {
         ASAN_UNPOISON_MEMORY_REGION(block.memory, block.size);
+    }
 }
 
 ImageView HostilePicture::View(Input& input) {
@@ -209,8 +232,9 @@ ImageView HostilePicture::View(Input& input) {
             const Rectangle region(input.Coordinate(width), input.Coordinate(height), input.Coordinate(width),
                                    input.Coordinate(height));
             ImageView view(image.get(), region, input.Enumeration<WhichFieldEnum>(5));
-            if (input.Once(8))
+            if (input.Once(8)) {
                 view.SetFieldOfInterest(input.Enumeration<WhichFieldEnum>(5));
+            }
             return view;
         }
     }

@@ -16,8 +16,9 @@ public:
     bool Empty() const noexcept { return left == 0; }
 
     std::uint8_t Byte() noexcept {
-        if (left == 0)
+        if (left == 0) {
             return 0;
+        }
         --left;
         return *next++;
     }
@@ -25,8 +26,9 @@ public:
     template <class T>
     T Raw() noexcept {
         std::uint8_t bytes[sizeof(T)];
-        for (std::uint8_t& byte : bytes)
+        for (std::uint8_t& byte : bytes) {
             byte = Byte();
+        }
         T value;
         std::memcpy(&value, bytes, sizeof value);
         return value;

@@ -6,14 +6,16 @@ namespace {
 
 // Only whole blocks of four pixels are written, and pitches are cut to whole pixels, on every processor.
 void Expect(const PlaneModel& a, const PlaneModel& b, PlaneModel& dst, unsigned width, unsigned height) {
-    for (unsigned y = 0; y < height; ++y)
+    for (unsigned y = 0; y < height; ++y) {
         for (unsigned x = 0; x < width / 4 * 4; ++x) {
             const unsigned alpha = b.AtPitch(b.pitch / 4 * 4, y, 4 * x + 3);
-            for (unsigned c = 0; c < 4; ++c)
+            for (unsigned c = 0; c < 4; ++c) {
                 dst.AtPitch(dst.pitch / 4 * 4, y, 4 * x + c) =
                     Blend255(alpha, a.AtPitch(a.pitch / 4 * 4, y, 4 * x + c),
                              b.AtPitch(b.pitch / 4 * 4, y, 4 * x + c));
+            }
         }
+    }
 }
 
 void Check(Zan::ZanCompositor& compositor, unsigned width, unsigned height, std::ptrdiff_t pitchA,
@@ -46,14 +48,18 @@ TEST(CompositeTwoSources, EveryWidthFromOneBlock) {
 
 TEST(CompositeTwoSources, PitchesAddressesAndHeights) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine&) {
-        for (std::ptrdiff_t odd = 0; odd < 4; ++odd)
-            for (const std::ptrdiff_t sign : {1, -1})
+        for (std::ptrdiff_t odd = 0; odd < 4; ++odd) {
+            for (const std::ptrdiff_t sign : {1, -1}) {
                 ASSERT_NO_FATAL_FAILURE(Check(compositor, 23, 5, sign * (92 + odd), -sign * (99 - odd),
                                               sign * (100 + (odd + 1) % 4)));
-        for (std::size_t shift = 0; shift < 64; ++shift)
+            }
+        }
+        for (std::size_t shift = 0; shift < 64; ++shift) {
             ASSERT_NO_FATAL_FAILURE(Check(compositor, 37, 2, 148, 152, 148, shift));
-        for (unsigned height = 0; height <= 5; ++height)
+        }
+        for (unsigned height = 0; height <= 5; ++height) {
             ASSERT_NO_FATAL_FAILURE(Check(compositor, 16, height, -64, 64, 72));
+        }
     });
 }
 
@@ -64,21 +70,23 @@ TEST(CompositeTwoSources, AllAlphasOnAllSamples) {
             std::vector<Zan::ULong32> a(65536);
             std::vector<Zan::ULong32> b(65536);
             std::vector<Zan::ULong32> dst(65536);
-            for (unsigned y = 0; y < 256; ++y)
+            for (unsigned y = 0; y < 256; ++y) {
                 for (unsigned x = 0; x < 256; ++x) {
                     a[y * 256 + x] = x | other << 8 | (255 - x) << 16 | x << 24;
                     b[y * 256 + x] = other | x << 8 | y << 16 | y << 24;
                 }
+            }
             ASSERT_EQ(
                 compositor.CompositeTwoSources(a.data(), b.data(), dst.data(), 256, 256, 1024, 1024, 1024, 2),
                 0);
-            for (unsigned y = 0; y < 256; ++y)
+            for (unsigned y = 0; y < 256; ++y) {
                 for (unsigned x = 0; x < 256; ++x) {
                     const auto blend = [y](unsigned p, unsigned q) { return unsigned{Blend255(y, p, q)}; };
                     ASSERT_EQ(dst[y * 256 + x], (blend(x, other) | blend(other, x) << 8 |
                                                  blend(255 - x, y) << 16 | blend(x, y) << 24))
                         << "x " << x << " alpha " << y;
                 }
+            }
         }
     });
 }
@@ -88,8 +96,9 @@ TEST(CompositeTwoSources, EqualSamplesStay) {
         // With equal colours every alpha leaves them as they are.
         std::vector<Zan::ULong32> a(65536);
         std::vector<Zan::ULong32> dst(65536);
-        for (unsigned i = 0; i < 65536; ++i)
+        for (unsigned i = 0; i < 65536; ++i) {
             a[i] = 0x010101U * (i & 255U) | i >> 8 << 24;
+        }
         ASSERT_EQ(compositor.CompositeTwoSources(a.data(), a.data(), dst.data(), 65536, 1, 0, 0, 0, 2), 0);
         EXPECT_EQ(dst, a);
     });
@@ -122,9 +131,11 @@ TEST(CompositeTwoSources, NarrowerThanABlockStaysInsideTheRow) {
                 compositor.CompositeTwoSources(a.Words(), b.Words(), dst.Words(), width, 3, 64, 64, 64, 2),
                 0);
             // What the row itself then holds is open.
-            for (unsigned y = 0; y < 3; ++y)
-                for (unsigned i = 0; i < 4 * width; ++i)
+            for (unsigned y = 0; y < 3; ++y) {
+                for (unsigned i = 0; i < 4 * width; ++i) {
                     expected.At(y, i) = dst.First()[64 * y + i];
+                }
+            }
             EXPECT_TRUE(Matches(expected, dst.Memory())) << width;
         }
     });
@@ -132,7 +143,7 @@ TEST(CompositeTwoSources, NarrowerThanABlockStaysInsideTheRow) {
 
 TEST(CompositeTwoSources, InPlace) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine&) {
-        for (const bool intoA : {true, false})
+        for (const bool intoA : {true, false}) {
             for (const unsigned width : {4U, 7U, 20U, 38U, 61U}) {
                 RawPlane a(4 * width, 3, 256);
                 RawPlane b(4 * width, 3, 256);
@@ -144,6 +155,7 @@ TEST(CompositeTwoSources, InPlace) {
                           0);
                 ASSERT_TRUE(Matches(expected, dst.Memory())) << width;
             }
+        }
     });
 }
 

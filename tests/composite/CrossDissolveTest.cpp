@@ -9,18 +9,22 @@ namespace {
 enum Kernel { kFloatKernel, kIntegerKernel, kMmxKernel, kSseKernel, kSse2Kernel };
 
 Kernel KernelOf(unsigned codePath, const Machine& machine) {
-    if (codePath == 0)
+    if (codePath == 0) {
         return kFloatKernel;
-    if (codePath == 1)
+    }
+    if (codePath == 1) {
         return kIntegerKernel;
-    if (machine.HasSse2())
+    }
+    if (machine.HasSse2()) {
         return kSse2Kernel;
+    }
     return machine.TakesSse() ? kSseKernel : kMmxKernel;
 }
 
 std::uint8_t Dissolve(Kernel kernel, bool tail, double fade, unsigned a, unsigned b) {
-    if (kernel == kFloatKernel)
+    if (kernel == kFloatKernel) {
         return static_cast<std::uint8_t>(b * (1.0 - fade) + a * fade + 0.5);
+    }
     if (kernel == kIntegerKernel || kernel == kSse2Kernel) {
         const unsigned w = static_cast<unsigned>(fade * 256.0 + 0.5);
         return static_cast<std::uint8_t>((w * a + (256 - w) * b + 128) >> 8);
@@ -39,13 +43,16 @@ void Expect(Kernel kernel, const PlaneModel& a, const PlaneModel& b, PlaneModel&
             unsigned height, double fade) {
     fade = std::clamp(fade, 0.0, 1.0);
     const unsigned block = kernel == kMmxKernel ? 8 : kernel == kSseKernel || kernel == kSse2Kernel ? 16 : 1;
-    for (unsigned y = 0; y < height; ++y)
-        for (unsigned x = 0; x < width; ++x)
-            for (unsigned c = 0; c < 4; ++c)
+    for (unsigned y = 0; y < height; ++y) {
+        for (unsigned x = 0; x < width; ++x) {
+            for (unsigned c = 0; c < 4; ++c) {
                 dst.AtPitch(WalkedPitch(kernel, dst.pitch), y, 4 * x + c) =
                     Dissolve(kernel, x >= width / block * block, fade,
                              a.AtPitch(WalkedPitch(kernel, a.pitch), y, 4 * x + c),
                              b.AtPitch(WalkedPitch(kernel, b.pitch), y, 4 * x + c));
+            }
+        }
+    }
 }
 
 const double kFades[] = {-0.5, 0.0, 0.001, 0.25, 1.0 / 3.0, 0.5, 0.7, 0.998, 1.0, 1.5};
@@ -77,49 +84,60 @@ protected:
 
 TEST_F(CrossDissolve, EveryWidthAroundTheBlocks) {
     OnEveryMachine([&](Zan::ZanCompositor& compositor, const Machine& machine) {
-        for (unsigned path = 0; path <= 2; ++path)
+        for (unsigned path = 0; path <= 2; ++path) {
             for (unsigned width = 0; width <= 67; ++width) {
                 const std::ptrdiff_t row = 4 * static_cast<std::ptrdiff_t>(width);
                 ASSERT_NO_FATAL_FAILURE(Check(compositor, machine, path, width, 3, row, row + 4, row + 32,
                                               kFades[width % std::size(kFades)]));
             }
+        }
     });
 }
 
 TEST_F(CrossDissolve, EveryFade) {
     OnEveryMachine([&](Zan::ZanCompositor& compositor, const Machine& machine) {
-        for (unsigned path = 0; path <= 2; ++path)
-            for (const double fade : kFades)
+        for (unsigned path = 0; path <= 2; ++path) {
+            for (const double fade : kFades) {
                 ASSERT_NO_FATAL_FAILURE(
                     Check(compositor, machine, path, 720 % 100 + 17, 4, 160, 160, 160, fade));
-        for (int step = 0; step <= 512; ++step)
+            }
+        }
+        for (int step = 0; step <= 512; ++step) {
             ASSERT_NO_FATAL_FAILURE(Check(compositor, machine, 2, 37, 1, 148, 148, 148, step / 512.0));
+        }
     });
 }
 
 TEST_F(CrossDissolve, PitchesAreCutToWholePixels) {
     OnEveryMachine([&](Zan::ZanCompositor& compositor, const Machine& machine) {
-        for (unsigned path = 0; path <= 2; ++path)
-            for (std::ptrdiff_t odd = 0; odd < 4; ++odd)
-                for (const std::ptrdiff_t sign : {1, -1})
+        for (unsigned path = 0; path <= 2; ++path) {
+            for (std::ptrdiff_t odd = 0; odd < 4; ++odd) {
+                for (const std::ptrdiff_t sign : {1, -1}) {
                     ASSERT_NO_FATAL_FAILURE(Check(compositor, machine, path, 21, 5, sign * (84 + odd),
                                                   -sign * (92 + 3 - odd), sign * (100 + (odd + 1) % 4), 0.4));
+                }
+            }
+        }
     });
 }
 
 TEST_F(CrossDissolve, AnyAddress) {
     OnEveryMachine([&](Zan::ZanCompositor& compositor, const Machine& machine) {
-        for (unsigned path = 0; path <= 2; ++path)
-            for (std::size_t shift = 0; shift < 64; ++shift)
+        for (unsigned path = 0; path <= 2; ++path) {
+            for (std::size_t shift = 0; shift < 64; ++shift) {
                 ASSERT_NO_FATAL_FAILURE(Check(compositor, machine, path, 35, 2, 140, 140, 140, 0.6, shift));
+            }
+        }
     });
 }
 
 TEST_F(CrossDissolve, HeightsFromNothing) {
     OnEveryMachine([&](Zan::ZanCompositor& compositor, const Machine& machine) {
-        for (unsigned path = 0; path <= 2; ++path)
-            for (unsigned height = 0; height <= 5; ++height)
+        for (unsigned path = 0; path <= 2; ++path) {
+            for (unsigned height = 0; height <= 5; ++height) {
                 ASSERT_NO_FATAL_FAILURE(Check(compositor, machine, path, 33, height, 136, 132, -132, 0.3));
+            }
+        }
     });
 }
 
@@ -133,23 +151,26 @@ TEST_F(CrossDissolve, AllPairsOfSamples) {
                     std::vector<Zan::ULong32> a(256 * width);
                     std::vector<Zan::ULong32> b(256 * width);
                     std::vector<Zan::ULong32> dst(256 * width);
-                    for (unsigned y = 0; y < 256; ++y)
+                    for (unsigned y = 0; y < 256; ++y) {
                         for (unsigned x = 0; x < width; ++x) {
                             a[y * width + x] = 0x01010101U * ((x + 256 - width) & 255U);
                             b[y * width + x] = 0x01010101U * y;
                         }
+                    }
                     const auto pitch = static_cast<Zan::Long32>(4 * width);
                     ASSERT_EQ(compositor.CrossDissolve(a.data(), b.data(), dst.data(), width, 256, pitch,
                                                        pitch, pitch, fade, path),
                               0);
                     const unsigned block = kernel == kMmxKernel ? 8 : 16;
-                    for (unsigned y = 0; y < 256; ++y)
-                        for (unsigned x = 0; x < width; ++x)
+                    for (unsigned y = 0; y < 256; ++y) {
+                        for (unsigned x = 0; x < width; ++x) {
                             ASSERT_EQ(dst[y * width + x],
                                       0x01010101U * Dissolve(kernel, x >= width / block * block, fade,
                                                              a[y * width + x] & 255U, y))
                                 << "path " << path << " fade " << fade << " a " << (a[y * width + x] & 255U)
                                 << " b " << y;
+                        }
+                    }
                 }
             }
         }
@@ -188,23 +209,25 @@ TEST_F(CrossDissolve, TailOfTheWeightsOf255IsOneLower) {
         EXPECT_EQ(compositor.CrossDissolve(white.data(), white.data(), dst.data(), width, 1, pitch, pitch,
                                            pitch, 0.5, 2),
                   0);
-        for (std::size_t x = 0; x < dst.size(); ++x)
+        for (std::size_t x = 0; x < dst.size(); ++x) {
             EXPECT_EQ(dst[x], x < block ? 0xFFFFFFFFU : 0xFEFEFEFEU) << x;
+        }
         // Below one block all is tail.
         std::fill(dst.begin(), dst.end(), 0U);
         EXPECT_EQ(
             compositor.CrossDissolve(white.data(), white.data(), dst.data(),
                                      static_cast<Zan::ULong32>(block - 1), 1, pitch, pitch, pitch, 1.0, 2),
             0);
-        for (std::size_t x = 0; x < dst.size(); ++x)
+        for (std::size_t x = 0; x < dst.size(); ++x) {
             EXPECT_EQ(dst[x], x < block - 1 ? 0xFEFEFEFEU : 0U) << x;
+        }
     }
 }
 
 TEST_F(CrossDissolve, InPlace) {
     OnEveryMachine([&](Zan::ZanCompositor& compositor, const Machine& machine) {
-        for (unsigned path = 0; path <= 2; ++path)
-            for (const bool intoA : {true, false})
+        for (unsigned path = 0; path <= 2; ++path) {
+            for (const bool intoA : {true, false}) {
                 for (const unsigned width : {5U, 16U, 39U, 61U}) {
                     const std::ptrdiff_t pitch = 4 * static_cast<std::ptrdiff_t>(width) + 8;
                     RawPlane a(4 * width, 3, pitch);
@@ -217,6 +240,8 @@ TEST_F(CrossDissolve, InPlace) {
                               0);
                     ASSERT_TRUE(Matches(expected, dst.Memory())) << "path " << path << " width " << width;
                 }
+            }
+        }
     });
 }
 

@@ -11,8 +11,9 @@ constexpr Zan::ULong32 kPlain = 0xFFFFFFFFU;
 enum class Kernel { kScalar, kMmx, kSse, kSse2 };
 
 Kernel Simd(const Machine& machine) {
-    if (machine.HasSse2())
+    if (machine.HasSse2()) {
         return Kernel::kSse2;
+    }
     return machine.TakesSse() ? Kernel::kSse : Kernel::kMmx;
 }
 
@@ -34,14 +35,16 @@ public:
 
     void Byte(std::ptrdiff_t offset, Zan::ULong32 value, Zan::ULong32 mask = 0xFFU) {
         const std::ptrdiff_t at = model.first + offset;
-        if (at < first || at >= last)
+        if (at < first || at >= last) {
             return;
+        }
         std::uint8_t& byte = model.bytes.at(static_cast<std::size_t>(at));
         byte = static_cast<std::uint8_t>((byte & ~mask) | (value & mask));
     }
     void Word(std::ptrdiff_t offset, Zan::ULong32 value, Zan::ULong32 mask = kPlain) {
-        for (int i = 0; i < 4; ++i)
+        for (int i = 0; i < 4; ++i) {
             Byte(offset + i, value >> 8 * i & 0xFFU, mask >> 8 * i & 0xFFU);
+        }
     }
     // Bytes from the address of `offset` to the next multiple of `alignment`.
     std::ptrdiff_t ToBoundary(std::ptrdiff_t offset, std::uintptr_t alignment) const {
@@ -62,12 +65,14 @@ void ExpectBytes(Paint& paint, Kernel kernel, std::ptrdiff_t pitch, unsigned wid
         const std::ptrdiff_t row = y * pitch;
         std::ptrdiff_t count = width;
         // The alignment step does not look at the row's length.
-        if (kernel == Kernel::kSse2)
+        if (kernel == Kernel::kSse2) {
             count = std::max(count, paint.ToBoundary(row, 16));
-        else if (kernel == Kernel::kSse)
+        } else if (kernel == Kernel::kSse) {
             count = std::max(count, paint.ToBoundary(row, 8));
-        for (std::ptrdiff_t i = 0; i < count; ++i)
+        }
+        for (std::ptrdiff_t i = 0; i < count; ++i) {
             paint.Byte(row + i, value);
+        }
     }
 }
 
@@ -77,12 +82,14 @@ void ExpectWords(Paint& paint, Kernel kernel, std::ptrdiff_t pitch, unsigned wor
     for (unsigned y = 0; y < height; ++y) {
         const std::ptrdiff_t row = y * pitch;
         std::ptrdiff_t count = words;
-        if (kernel == Kernel::kSse2)
+        if (kernel == Kernel::kSse2) {
             count = std::max(count, paint.ToBoundary(row, 16) / 4);
-        else if (kernel == Kernel::kSse && paint.ToBoundary(row, 8) != 0)
+        } else if (kernel == Kernel::kSse && paint.ToBoundary(row, 8) != 0) {
             count = std::max<std::ptrdiff_t>(count, 1);
-        for (std::ptrdiff_t i = 0; i < count; ++i)
+        }
+        for (std::ptrdiff_t i = 0; i < count; ++i) {
             paint.Word(row + 4 * i, colour);
+        }
     }
 }
 
@@ -91,11 +98,14 @@ void ExpectPairs(Paint& paint, std::ptrdiff_t pitch, unsigned width, unsigned he
     for (unsigned y = 0; y < height; ++y) {
         const std::ptrdiff_t row = y * pitch;
         std::ptrdiff_t i = 0;
-        for (; i <= static_cast<std::ptrdiff_t>(width) - 2; i += 2)
+        for (; i <= static_cast<std::ptrdiff_t>(width) - 2; i += 2) {
             paint.Word(row + 4 * i, colour);
-        if (i < static_cast<std::ptrdiff_t>(width))
-            for (int byte = 0; byte < 3; ++byte)
+        }
+        if (i < static_cast<std::ptrdiff_t>(width)) {
+            for (int byte = 0; byte < 3; ++byte) {
                 paint.Byte(row + 4 * i + byte, colour >> 8 * byte & 0xFFU);
+            }
+        }
     }
 }
 
@@ -116,22 +126,26 @@ void ExpectFill(Zan::ImageView& view, Paint& paint, Zan::ULong32 colour, Zan::UL
     const bool bytePlane = alphaOnly && image.GetBytesPerPixel() == 1.0F;
     if (mask != kPlain && !(bytePlane && mask == 255)) {
         for (unsigned y = 0; y < height; ++y) {
-            if (bytePlane)
-                for (unsigned x = 0; x < width; ++x)
+            if (bytePlane) {
+                for (unsigned x = 0; x < width; ++x) {
                     paint.Byte(y * pitch + x, colour & 0xFFU, mask & 0xFFU);
-            else
-                for (unsigned x = 0; x < words; ++x)
+                }
+            } else {
+                for (unsigned x = 0; x < words; ++x) {
                     paint.Word(y * (pitch & ~std::ptrdiff_t{3}) + 4 * static_cast<std::ptrdiff_t>(x), colour,
                                mask);
+                }
+            }
         }
         return;
     }
-    if (bytePlane)
+    if (bytePlane) {
         ExpectBytes(paint, ByteKernel(style, machine), pitch, width, height, colour & 0xFFU);
-    else if (alphaOnly || (pairs && width % 2 != 0))
+    } else if (alphaOnly || (pairs && width % 2 != 0)) {
         ExpectPairs(paint, pitch, width, height, colour);
-    else
+    } else {
         ExpectWords(paint, WordKernel(style, machine), pitch, words, height, colour);
+    }
 }
 
 struct Selection {
@@ -168,39 +182,44 @@ constexpr Zan::ULong32 kColour = 0x7BC35A81U;
 
 TEST(Fill, WordPlanesOfEveryWidth) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
-        for (const int style : AllStyles())
+        for (const int style : AllStyles()) {
             for (Zan::ULong32 width = 1; width <= 41; ++width) {
                 const auto w = static_cast<Zan::Long32>(width);
                 for (const Format& format :
-                     {Format::Rgb(width, 3), Format::YCrCb(width, 3, Zan::k4444).Padded(20)})
+                     {Format::Rgb(width, 3), Format::YCrCb(width, 3, Zan::k4444).Padded(20)}) {
                     ASSERT_NO_FATAL_FAILURE(
                         CheckFill(compositor, machine, format, {0, 0, w, 3}, style, kColour, kPlain));
-                for (const auto sampling : {Zan::k422, Zan::k4224})
+                }
+                for (const auto sampling : {Zan::k422, Zan::k4224}) {
                     ASSERT_NO_FATAL_FAILURE(CheckFill(compositor, machine,
                                                       Format::YCrCb(width, 3, sampling).Padded(12),
                                                       {0, 0, 2 * (w / 2) + 2, 3}, style, kColour, kPlain));
+                }
             }
+        }
     });
 }
 
 TEST(Fill, WordPlanesAtEveryAddress) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
-        for (const int style : {0, 2, 3, 5})
-            for (Zan::Long32 left = 0; left < 16; ++left)
+        for (const int style : {0, 2, 3, 5}) {
+            for (Zan::Long32 left = 0; left < 16; ++left) {
                 for (Zan::Long32 width = 1; width <= 13; ++width) {
                     ASSERT_NO_FATAL_FAILURE(CheckFill(compositor, machine, Format::Rgb(32, 5),
                                                       {left, 1, width, 3}, style, kColour, kPlain));
                     ASSERT_NO_FATAL_FAILURE(CheckFill(compositor, machine, Format::YCrCb(64, 5, Zan::k422),
                                                       {2 * left, 1, 2 * width, 3}, style, kColour, kPlain));
                 }
+            }
+        }
     });
 }
 
 // The last row of the plane: what the alignment step writes beyond it is clipped.
 TEST(Fill, AlignmentStepEndsWithThePlane) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
-        for (const int style : {2, 3, 5})
-            for (std::size_t slack = 0; slack < 64; slack += 4)
+        for (const int style : {2, 3, 5}) {
+            for (std::size_t slack = 0; slack < 64; slack += 4) {
                 for (Zan::Long32 width = 1; width <= 6; ++width) {
                     ASSERT_NO_FATAL_FAILURE(CheckFill(compositor, machine, Format::Rgb(7, 3).Slack(slack),
                                                       {7 - width, 0, width, 3}, style, kColour, kPlain));
@@ -208,44 +227,59 @@ TEST(Fill, AlignmentStepEndsWithThePlane) {
                         CheckFill(compositor, machine, Format::YCrCb(14, 3, Zan::k422).Slack(slack),
                                   {14 - 2 * width, 0, 2 * width, 3}, style, kColour, kPlain));
                 }
-        for (const int style : {2, 3, 5})
-            for (std::size_t slack = 0; slack < 64; ++slack)
-                for (Zan::Long32 width = 1; width <= 5; ++width)
+            }
+        }
+        for (const int style : {2, 3, 5}) {
+            for (std::size_t slack = 0; slack < 64; ++slack) {
+                for (Zan::Long32 width = 1; width <= 5; ++width) {
                     ASSERT_NO_FATAL_FAILURE(CheckFill(compositor, machine, Format::Grey(23, 3).Slack(slack),
                                                       {23 - width, 0, width, 3}, style, 0x5A, kPlain));
+                }
+            }
+        }
     });
 }
 
 TEST(Fill, BytePlanes) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
-        for (const int style : AllStyles())
-            for (Zan::ULong32 width = 1; width <= 75; ++width)
-                for (const Zan::ULong32 mask : {kPlain, Zan::ULong32{255}})
+        for (const int style : AllStyles()) {
+            for (Zan::ULong32 width = 1; width <= 75; ++width) {
+                for (const Zan::ULong32 mask : {kPlain, Zan::ULong32{255}}) {
                     ASSERT_NO_FATAL_FAILURE(
                         CheckFill(compositor, machine, Format::Grey(width, 3).Padded(width % 5),
                                   {0, 0, static_cast<Zan::Long32>(width), 3}, style, kColour, mask));
+                }
+            }
+        }
     });
 }
 
 TEST(Fill, BytePlanesAtEveryAddress) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
-        for (const int style : {0, 2, 3, 5})
-            for (Zan::Long32 left = 0; left < 32; ++left)
-                for (const Zan::Long32 width : {1, 2, 5, 7, 8, 15, 16, 17, 21, 22, 31, 32, 33, 60})
+        for (const int style : {0, 2, 3, 5}) {
+            for (Zan::Long32 left = 0; left < 32; ++left) {
+                for (const Zan::Long32 width : {1, 2, 5, 7, 8, 15, 16, 17, 21, 22, 31, 32, 33, 60}) {
                     ASSERT_NO_FATAL_FAILURE(CheckFill(compositor, machine, Format::Grey(97, 5),
                                                       {left, 1, width, 3}, style, kColour, kPlain));
+                }
+            }
+        }
     });
 }
 
 TEST(Fill, PairFillOfOddWidths) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
-        for (const int style : AllStyles())
-            for (const auto sampling : {Zan::k422, Zan::k4224})
-                for (Zan::Long32 width = 1; width <= 19; width += 2)
-                    for (const Zan::ULong32 imageWidth : {20U, 48U})
+        for (const int style : AllStyles()) {
+            for (const auto sampling : {Zan::k422, Zan::k4224}) {
+                for (Zan::Long32 width = 1; width <= 19; width += 2) {
+                    for (const Zan::ULong32 imageWidth : {20U, 48U}) {
                         ASSERT_NO_FATAL_FAILURE(CheckFill(compositor, machine,
                                                           Format::YCrCb(imageWidth, 4, sampling).Padded(8),
                                                           {0, 1, width, 3}, style, kColour, kPlain));
+                    }
+                }
+            }
+        }
     });
 }
 
@@ -258,33 +292,39 @@ TEST(Fill, PairFillWritesEverySecondWordAndThreeBytes) {
         ASSERT_EQ(compositor.Fill(view, 0x44332211U, kPlain, Zan::kInt_MMXorSIMD), 0);
         const std::uint8_t expected[32] = {0x11, 0x22, 0x33, 0x44, 0, 0, 0,    0,    0x11, 0x22,
                                            0x33, 0x44, 0,    0,    0, 0, 0x11, 0x22, 0x33};
-        for (int i = 0; i < 32; ++i)
+        for (int i = 0; i < 32; ++i) {
             EXPECT_EQ(row[i], expected[i]) << i;
+        }
         std::memset(row, 0, 32);
         Zan::ImageView single = Part(picture, 0, 0, 1, 1);
         ASSERT_EQ(compositor.Fill(single, 0x44332211U, kPlain, Zan::kBestAvailable), 0);
-        for (int i = 0; i < 32; ++i)
+        for (int i = 0; i < 32; ++i) {
             EXPECT_EQ(row[i], i < 3 ? 0x11 * (i + 1) : 0) << i;
+        }
     });
 }
 
 TEST(Fill, GreyOfSeveralBytesTakesThePairFill) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
-        for (const int style : AllStyles())
-            for (const auto bits : {Zan::k16Bits, Zan::k32Bits})
-                for (Zan::ULong32 width = 1; width <= 12; ++width)
-                    for (const Zan::ULong32 padding : {Zan::ULong32{0}, 4 * width + 4})
+        for (const int style : AllStyles()) {
+            for (const auto bits : {Zan::k16Bits, Zan::k32Bits}) {
+                for (Zan::ULong32 width = 1; width <= 12; ++width) {
+                    for (const Zan::ULong32 padding : {Zan::ULong32{0}, 4 * width + 4}) {
                         // Four bytes to each row, so that rows start on words.
                         ASSERT_NO_FATAL_FAILURE(CheckFill(
                             compositor, machine, Format::Grey(2 * width, 4).Bits(bits).Padded(padding),
                             {0, 1, static_cast<Zan::Long32>(width), 3}, style, kColour, kPlain));
+                    }
+                }
+            }
+        }
     });
 }
 
 TEST(Fill, MasksOnWords) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
-        for (const int style : AllStyles())
-            for (const Zan::ULong32 mask : {0U, 255U, 0x1FFU, 0xFF00FF00U, 0xFFFFFFFEU, 0x80000001U})
+        for (const int style : AllStyles()) {
+            for (const Zan::ULong32 mask : {0U, 255U, 0x1FFU, 0xFF00FF00U, 0xFFFFFFFEU, 0x80000001U}) {
                 for (Zan::Long32 width = 1; width <= 11; ++width) {
                     ASSERT_NO_FATAL_FAILURE(CheckFill(compositor, machine, Format::Rgb(12, 3),
                                                       {1, 0, width, 3}, style, kColour, mask));
@@ -294,6 +334,8 @@ TEST(Fill, MasksOnWords) {
                                                       Format::Grey(12, 3).Bits(Zan::k16Bits),
                                                       {0, 0, width, 3}, style, kColour, mask));
                 }
+            }
+        }
     });
 }
 
@@ -312,12 +354,15 @@ TEST(Fill, MaskOfNothingLeavesEverything) {
 
 TEST(Fill, MasksOnBytes) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
-        for (const int style : AllStyles())
+        for (const int style : AllStyles()) {
             // 0x1FF is a mask in force, of 255: nothing is written beyond the row.
-            for (const Zan::ULong32 mask : {0U, 1U, 0x0FU, 254U, 256U, 0x1FFU, 0xFFFFFF00U, 0xFFFFFF0FU})
-                for (Zan::Long32 width = 1; width <= 20; ++width)
+            for (const Zan::ULong32 mask : {0U, 1U, 0x0FU, 254U, 256U, 0x1FFU, 0xFFFFFF00U, 0xFFFFFF0FU}) {
+                for (Zan::Long32 width = 1; width <= 20; ++width) {
                     ASSERT_NO_FATAL_FAILURE(CheckFill(compositor, machine, Format::Grey(23, 3).Padded(2),
                                                       {3, 0, width, 3}, style, kColour, mask));
+                }
+            }
+        }
     });
 }
 
@@ -330,13 +375,16 @@ TEST(Fill, BottomLeftPicturesAndFields) {
                 for (const Zan::Long32 width : {18, 17, 3}) {
                     ASSERT_NO_FATAL_FAILURE(CheckFill(compositor, machine, format.BottomLeft(),
                                                       {0, 2, width, 4}, style, kColour, kPlain));
-                    for (const auto scan : {Zan::kUpperFieldFirst, Zan::kLowerFieldFirst})
+                    for (const auto scan : {Zan::kUpperFieldFirst, Zan::kLowerFieldFirst}) {
                         for (const auto field :
-                             {Zan::kFirstField, Zan::kSecondField, Zan::kUpperField, Zan::kLowerField})
-                            for (const Zan::Long32 top : {0, 1})
+                             {Zan::kFirstField, Zan::kSecondField, Zan::kUpperField, Zan::kLowerField}) {
+                            for (const Zan::Long32 top : {0, 1}) {
                                 ASSERT_NO_FATAL_FAILURE(
                                     CheckFill(compositor, machine, format.Interlaced(scan),
                                               {0, top, width, 5, field}, style, kColour, kPlain));
+                            }
+                        }
+                    }
                 }
             }
         }
@@ -346,9 +394,9 @@ TEST(Fill, BottomLeftPicturesAndFields) {
 // A negative pitch grows in size; a line below the region leaves it room.
 TEST(Fill, WordKernelsClearTheLowBitsOfThePitch) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
-        for (const int style : {0, 1, 2, 4, 5})
-            for (const Zan::ULong32 padding : {1U, 2U, 3U, 6U, 13U})
-                for (const bool bottomLeft : {false, true})
+        for (const int style : {0, 1, 2, 4, 5}) {
+            for (const Zan::ULong32 padding : {1U, 2U, 3U, 6U, 13U}) {
+                for (const bool bottomLeft : {false, true}) {
                     for (const Zan::ULong32 mask : {kPlain, Zan::ULong32{0xFF00FF00U}}) {
                         Format words =
                             Format::Rgb(9, 4).Padded(padding).Slack((64 - (36 + padding) * 4 % 64) % 64);
@@ -364,6 +412,9 @@ TEST(Fill, WordKernelsClearTheLowBitsOfThePitch) {
                         ASSERT_NO_FATAL_FAILURE(
                             CheckFill(compositor, machine, pairs, {0, 0, 17, 3}, style, kColour, mask));
                     }
+                }
+            }
+        }
     });
 }
 
@@ -380,9 +431,11 @@ TEST(Fill, OtherFormatsAreRefused) {
             Picture picture(format);
             Zan::ImageView view(picture);
             const Bytes before = picture.Colour();
-            for (const int style : AllStyles())
-                for (const Zan::ULong32 mask : {kPlain, Zan::ULong32{0xFFFF}})
+            for (const int style : AllStyles()) {
+                for (const Zan::ULong32 mask : {kPlain, Zan::ULong32{0xFFFF}}) {
                     EXPECT_EQ(compositor.Fill(view, kColour, mask, Style(style)), 4);
+                }
+            }
             EXPECT_EQ(picture.Colour(), before);
         }
     });
@@ -394,8 +447,9 @@ TEST(Fill, WithoutMemory) {
             Zan::ImageView nothing;
             EXPECT_EQ(compositor.Fill(nothing, 0, kPlain, Style(style)), 1);
             Picture picture(Format::Rgb(8, 2));
-            for (Zan::ChannelDescriptor& channel : picture->GetImageDescriptor()->channels)
+            for (Zan::ChannelDescriptor& channel : picture->GetImageDescriptor()->channels) {
                 channel.memory = Tuk::RCPtr<Zan::AlignedMemoryBuffer>();
+            }
             Zan::ImageView view(picture);
             EXPECT_EQ(compositor.Fill(view, 0, kPlain, Style(style)), 1);
         }
@@ -428,8 +482,9 @@ TEST(Fill, SelectionsOutsideTheImageAreRefused) {
                 const Bytes alphaBefore = picture.Alpha();
                 for (const auto field : {Zan::kUpperField, Zan::kLowerField}) {
                     Zan::ImageView view = Part(picture, 0, 0, 16, 6, field);
-                    for (const Zan::ULong32 mask : {kPlain, Zan::ULong32{0xF0}})
+                    for (const Zan::ULong32 mask : {kPlain, Zan::ULong32{0xF0}}) {
                         EXPECT_EQ(compositor.Fill(view, kColour, mask, Style(style)), 98);
+                    }
                     if (format.sampling == Zan::k4224) {
                         EXPECT_EQ(compositor.FillAlpha(view, 1, Style(style)), 98);
                     }
@@ -472,8 +527,9 @@ TEST(Fill, NothingLeavesTheImage) {
             }
             format = format.Padded(RandomFrom<Zan::ULong32>(0, 8), RandomFrom<Zan::ULong32>(0, 8))
                          .Slack(RandomFrom<std::size_t>(0, 39));
-            if (RandomFrom<int>(0, 1) == 1)
+            if (RandomFrom<int>(0, 1) == 1) {
                 format = format.BottomLeft();
+            }
             Picture picture(format.Interlaced());
             const Bytes before = picture.Colour();
             const Bytes alphaBefore = picture.Alpha();
@@ -488,8 +544,9 @@ TEST(Fill, NothingLeavesTheImage) {
             if (status == 98) {
                 ASSERT_EQ(picture.Colour(), before);
             }
-            if (format.sampling == Zan::k4224 && format.colorSpace == Zan::kYCrCb)
+            if (format.sampling == Zan::k4224 && format.colorSpace == Zan::kYCrCb) {
                 compositor.FillAlpha(view, mask, style);
+            }
             ASSERT_TRUE(picture.GuardsHold(before, alphaBefore));
         }
     });
@@ -497,8 +554,8 @@ TEST(Fill, NothingLeavesTheImage) {
 
 TEST(FillAlpha, EveryWidthAndStyle) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
-        for (const int style : AllStyles())
-            for (Zan::Long32 width = 1; width <= 50; ++width)
+        for (const int style : AllStyles()) {
+            for (Zan::Long32 width = 1; width <= 50; ++width) {
                 for (const Zan::Long32 left : {0, 2, 6, 14}) {
                     Picture picture(
                         Format::YCrCb(66, 4, Zan::k4224).Padded(4, static_cast<Zan::ULong32>(width % 7)));
@@ -514,12 +571,14 @@ TEST(FillAlpha, EveryWidthAndStyle) {
                         << width << " left " << left << " style " << style;
                     ASSERT_EQ(picture.Colour(), colourBefore);
                 }
+            }
+        }
     });
 }
 
 TEST(FillAlpha, FieldsAndBottomLeftPictures) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
-        for (const int style : {1, 2, 3, 5})
+        for (const int style : {1, 2, 3, 5}) {
             for (int kind = 0; kind < 3; ++kind) {
                 Format format = Format::YCrCb(22, 6, Zan::k4224).Padded(0, 3);
                 format = kind == 0 ? format.BottomLeft() : format.Interlaced();
@@ -536,6 +595,7 @@ TEST(FillAlpha, FieldsAndBottomLeftPictures) {
                 ASSERT_EQ(compositor.FillAlpha(view, 7, Style(style)), 0);
                 ASSERT_TRUE(Matches(expected, picture.Alpha())) << kind << " style " << style;
             }
+        }
     });
 }
 

@@ -31,11 +31,13 @@ struct Source {
         return at >= begin && at + 4 <= end;
     }
     Zan::ULong32 Word(std::ptrdiff_t row, std::ptrdiff_t byte) const {
-        if (!Holds(row, byte))
+        if (!Holds(row, byte)) {
             return 0;
+        }
         Zan::ULong32 word = 0;
-        for (int i = 3; i >= 0; --i)
+        for (int i = 3; i >= 0; --i) {
             word = word << 8 | model.At(row, byte + i);
+        }
         return word;
     }
 };
@@ -45,11 +47,14 @@ Zan::ULong32 OrOfOne(const Source& src, unsigned words, unsigned height) {
     for (unsigned y = 0; y < height; ++y) {
         std::ptrdiff_t at = 0;
         unsigned left = words;
-        for (; left >= 16; left -= 16, at += 64)
-            for (int load = 0; load < 4; ++load)
+        for (; left >= 16; left -= 16, at += 64) {
+            for (int load = 0; load < 4; ++load) {
                 lowest |= src.Word(y, at + 16 * load);
-        for (; left > 0; --left, at += 4)
+            }
+        }
+        for (; left > 0; --left, at += 4) {
             lowest |= src.Word(y, at);
+        }
     }
     return lowest;
 }
@@ -61,13 +66,16 @@ Zan::ULong32 OrOfTwo(const Source& a, const Source& b, unsigned words, unsigned 
         std::ptrdiff_t atB = 0;
         unsigned left = words;
         for (; left >= 16; left -= 16, atA += 80, atB += 48) {
-            for (int load = 0; load < 5; ++load)
+            for (int load = 0; load < 5; ++load) {
                 lowest |= a.Word(y, atA + 16 * load);
-            for (int load = 0; load < 3; ++load)
+            }
+            for (int load = 0; load < 3; ++load) {
                 lowest |= b.Word(y, atB + 16 * load);
+            }
         }
-        for (; left > 0; --left, atA += 4, atB += 4)
+        for (; left > 0; --left, atA += 4, atB += 4) {
             lowest |= a.Word(y, atA) | b.Word(y, atB);
+        }
     }
     return lowest;
 }
@@ -75,8 +83,9 @@ Zan::ULong32 OrOfTwo(const Source& a, const Source& b, unsigned words, unsigned 
 // Few bits set, so that a word too many or too few shows.
 void Thin(Picture& picture) {
     FencedMemory& memory = picture.ColourMemory();
-    for (std::size_t i = 0; i < memory.Length(); ++i)
+    for (std::size_t i = 0; i < memory.Length(); ++i) {
         memory.Data()[i] = static_cast<std::uint8_t>(RandomByte() < 6 ? 1U << RandomByte() % 8 : 0U);
+    }
 }
 
 std::vector<Format> Formats(Zan::ULong32 width, Zan::ULong32 height) {
@@ -97,9 +106,10 @@ std::vector<Format> Formats(Zan::ULong32 width, Zan::ULong32 height) {
 
 TEST(ReadOnlySingleSource, OrsTheFirstWordOfEveryGroupAndTheRest) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
-        if (!machine.HasSse2())
+        if (!machine.HasSse2()) {
             return;
-        for (Zan::ULong32 width = 1; width <= 90; ++width)
+        }
+        for (Zan::ULong32 width = 1; width <= 90; ++width) {
             for (const Format& format : Formats(width, 3)) {
                 Picture picture(format);
                 Thin(picture);
@@ -115,6 +125,7 @@ TEST(ReadOnlySingleSource, OrsTheFirstWordOfEveryGroupAndTheRest) {
                 }
                 ASSERT_EQ(picture.Colour(), before);
             }
+        }
     });
 }
 
@@ -142,8 +153,8 @@ TEST(ReadOnlySingleSource, FieldsAndParts) {
     Zan::ScopedInstructionSet scope(Zan::kSSE2);
     Zan::ZanCompositor compositor;
     for (const auto field :
-         {Zan::kFrame, Zan::kUpperField, Zan::kLowerField, Zan::kFirstField, Zan::kSecondField})
-        for (Zan::Long32 left = 0; left < 9; ++left)
+         {Zan::kFrame, Zan::kUpperField, Zan::kLowerField, Zan::kFirstField, Zan::kSecondField}) {
+        for (Zan::Long32 left = 0; left < 9; ++left) {
             for (const Format& format :
                  {Format::Rgb(60, 9), Format::YCrCb(60, 9, Zan::k422), Format::Grey(90, 9)}) {
                 Picture picture(format.Interlaced());
@@ -155,6 +166,8 @@ TEST(ReadOnlySingleSource, FieldsAndParts) {
                 EXPECT_EQ(result, OrOfOne(source, WordsPerRow(view), view.GetHeight()))
                     << left << " field " << field;
             }
+        }
+    }
 }
 
 TEST(ReadOnlyTwoSources, ReadsFiveGroupsOfTheFirstAndThreeOfTheSecond) {
@@ -162,7 +175,7 @@ TEST(ReadOnlyTwoSources, ReadsFiveGroupsOfTheFirstAndThreeOfTheSecond) {
     for (const bool mmxOnly : {false, true}) {
         Zan::ZanCompositor compositor;
         compositor.SetMMXonlyStyle(mmxOnly);
-        for (Zan::ULong32 width = 1; width <= 90; ++width)
+        for (Zan::ULong32 width = 1; width <= 90; ++width) {
             for (const Format& format : Formats(width, 3)) {
                 Picture a(format);
                 Picture b(format);
@@ -180,6 +193,7 @@ TEST(ReadOnlyTwoSources, ReadsFiveGroupsOfTheFirstAndThreeOfTheSecond) {
                         << " padding " << format.padding;
                 }
             }
+        }
     }
 }
 
@@ -187,7 +201,7 @@ TEST(ReadOnlyTwoSources, TheFirstRunsAQuarterAhead) {
     Zan::ScopedInstructionSet scope(Zan::kSSE2);
     Zan::ZanCompositor compositor;
     // 32 words a row in rows of 48: the first source is read up to word 40, the second up to word 24.
-    for (const bool first : {true, false})
+    for (const bool first : {true, false}) {
         for (std::size_t word = 0; word < 48; ++word) {
             Picture a(Format::Rgb(32, 1).Padded(64));
             Picture b(Format::Rgb(32, 1).Padded(64));
@@ -201,12 +215,13 @@ TEST(ReadOnlyTwoSources, TheFirstRunsAQuarterAhead) {
             const bool seen = word % 4 == 0 && word < (first ? 40U : 24U);
             EXPECT_EQ(result, seen ? 0x4000U : 0U) << word << (first ? " of the first" : " of the second");
         }
+    }
 }
 
 TEST(ReadOnlyTwoSources, ASmallerSecondSourceIsNotLeft) {
     Zan::ScopedInstructionSet scope(Zan::kSSE2);
     Zan::ZanCompositor compositor;
-    for (Zan::ULong32 width = 1; width <= 40; ++width)
+    for (Zan::ULong32 width = 1; width <= 40; ++width) {
         for (Zan::ULong32 height = 1; height <= 3; ++height) {
             Picture a(Format::Rgb(40, 3));
             Picture b(Format::Rgb(width, height));
@@ -220,6 +235,7 @@ TEST(ReadOnlyTwoSources, ASmallerSecondSourceIsNotLeft) {
             EXPECT_EQ(compositor.ReadOnlyTwoSources(viewA, viewB, result, Zan::kBestAvailable), 0);
             EXPECT_EQ(result, OrOfTwo(sourceA, sourceB, 40, 3)) << width << "x" << height;
         }
+    }
 }
 
 TEST(ReadTwoSourcesWriteDst, OrsWordByWord) {
@@ -227,8 +243,8 @@ TEST(ReadTwoSourcesWriteDst, OrsWordByWord) {
     for (const bool mmxOnly : {false, true}) {
         Zan::ZanCompositor compositor;
         compositor.SetMMXonlyStyle(mmxOnly);
-        for (Zan::ULong32 width = 1; width <= 45; ++width)
-            for (const Format& format : Formats(width, 3))
+        for (Zan::ULong32 width = 1; width <= 45; ++width) {
+            for (const Format& format : Formats(width, 3)) {
                 for (const auto style : {Zan::kInt_MMXorSIMD, Zan::kBestAvailable}) {
                     Picture a(format);
                     Picture b(format.Slack(5));
@@ -239,15 +255,18 @@ TEST(ReadTwoSourcesWriteDst, OrsWordByWord) {
                     const Source sourceA(a, viewA);
                     const Source sourceB(b, viewB);
                     PlaneModel expected = dst.Model(viewDst);
-                    for (unsigned y = 0; y < viewA.GetHeight(); ++y)
+                    for (unsigned y = 0; y < viewA.GetHeight(); ++y) {
                         for (unsigned i = 0; i < WordsPerRow(viewA); ++i) {
                             const std::ptrdiff_t at = 4 * static_cast<std::ptrdiff_t>(i);
-                            if (!sourceA.Holds(y, at))
+                            if (!sourceA.Holds(y, at)) {
                                 continue;
+                            }
                             const Zan::ULong32 word = sourceA.Word(y, at) | sourceB.Word(y, at);
-                            for (int byte = 0; byte < 4; ++byte)
+                            for (int byte = 0; byte < 4; ++byte) {
                                 expected.At(y, at + byte) = static_cast<std::uint8_t>(word >> 8 * byte);
+                            }
                         }
+                    }
                     const Bytes aBefore = a.Colour();
                     const Bytes bBefore = b.Colour();
                     ASSERT_EQ(compositor.ReadTwoSourcesWriteDst(viewA, viewB, viewDst, style), 0);
@@ -257,13 +276,15 @@ TEST(ReadTwoSourcesWriteDst, OrsWordByWord) {
                     ASSERT_EQ(a.Colour(), aBefore);
                     ASSERT_EQ(b.Colour(), bBefore);
                 }
+            }
+        }
     }
 }
 
 TEST(ReadTwoSourcesWriteDst, SmallerViewsAreNotLeft) {
     Zan::ScopedInstructionSet scope(Zan::kSSE2);
     Zan::ZanCompositor compositor;
-    for (Zan::ULong32 width = 1; width <= 40; width += 3)
+    for (Zan::ULong32 width = 1; width <= 40; width += 3) {
         for (const bool smallDst : {true, false}) {
             Picture a(Format::Rgb(40, 3));
             Picture b(smallDst ? Format::Rgb(40, 3) : Format::Rgb(width, 2));
@@ -278,13 +299,15 @@ TEST(ReadTwoSourcesWriteDst, SmallerViewsAreNotLeft) {
             EXPECT_EQ(status, 0);
             EXPECT_TRUE(dst.GuardsHold(before, alphaBefore));
         }
+    }
 }
 
 TEST(MemoryPasses, NeedTheirStyleAndSse2) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
         for (const int style : AllStyles()) {
-            if (Runs(style, machine))
+            if (Runs(style, machine)) {
                 continue;
+            }
             Picture a(Format::Rgb(20, 2));
             Picture dst(Format::Rgb(20, 2));
             Zan::ImageView view(a);

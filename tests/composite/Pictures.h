@@ -157,11 +157,13 @@ private:
 
 /// Whether `actual` is what the model expects, with the first difference in words.
 inline ::testing::AssertionResult Matches(const PlaneModel& expected, const Bytes& actual) {
-    if (expected.bytes.size() != actual.size())
+    if (expected.bytes.size() != actual.size()) {
         return ::testing::AssertionFailure() << "sizes differ";
+    }
     for (std::size_t i = 0; i < actual.size(); ++i) {
-        if (expected.bytes[i] == actual[i])
+        if (expected.bytes[i] == actual[i]) {
             continue;
+        }
         return ::testing::AssertionFailure()
                << "byte " << static_cast<std::ptrdiff_t>(i) - expected.first
                << " from the first row's start (pitch " << expected.pitch << "): expected "
@@ -175,8 +177,9 @@ inline ::testing::AssertionResult Matches(const PlaneModel& expected, const Byte
 class FencedMemory {
 public:
     explicit FencedMemory(std::size_t bytes) : length(bytes) {
-        if (length == 0)
+        if (length == 0) {
             return;
+        }
 #ifdef TESSELU_TEST_FENCES
         const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
         guard = (page - length % page) % page;
@@ -184,11 +187,13 @@ public:
         std::vector<std::uint8_t*>& used = Used()[mapped];
         if (used.empty()) {
             void* base = mmap(nullptr, mapped, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-            if (base == MAP_FAILED)
+            if (base == MAP_FAILED) {
                 throw std::bad_alloc();
+            }
             used.push_back(static_cast<std::uint8_t*>(base));
-            if (mprotect(used.back() + page, guard + length, PROT_READ | PROT_WRITE) != 0)
+            if (mprotect(used.back() + page, guard + length, PROT_READ | PROT_WRITE) != 0) {
                 throw std::bad_alloc();
+            }
         }
         block = used.back();
         used.pop_back();
@@ -204,8 +209,9 @@ public:
     FencedMemory& operator=(const FencedMemory&) = delete;
     ~FencedMemory() {
 #ifdef TESSELU_TEST_FENCES
-        if (block)
+        if (block) {
             Used()[mapped].push_back(block);
+        }
 #endif
     }
 
@@ -308,16 +314,17 @@ public:
                                        ? wanted.width + wanted.width % 2
                                        : wanted.width;
         Zan::ULong32 lineBytes = 0;
-        if (wanted.colorSpace == Zan::kAlphaOnly)
+        if (wanted.colorSpace == Zan::kAlphaOnly) {
             lineBytes = sampleBytes * width;
-        else if (wanted.packing == Zan::kPlanar)
+        } else if (wanted.packing == Zan::kPlanar) {
             lineBytes = width;
-        else if (wanted.sampling == Zan::k4444)
+        } else if (wanted.sampling == Zan::k4444) {
             lineBytes = 4 * sampleBytes * width;
-        else if (wanted.sampling == Zan::k444)
+        } else if (wanted.sampling == Zan::k444) {
             lineBytes = 3 * width;
-        else
+        } else {
             lineBytes = 2 * width;
+        }
         lineBytes += wanted.padding;
         const Zan::ULong32 alphaBytes = width + wanted.alphaPadding;
         colour = std::make_unique<FencedMemory>(std::size_t{lineBytes} * wanted.height + wanted.slack);
@@ -365,9 +372,11 @@ private:
     bool GuardHolds(const FencedMemory& memory, const Bytes& before) const {
         const Bytes now = memory.Snapshot();
         const std::size_t end = memory.GuardLength() + memory.Length() - (memory.Length() ? format.slack : 0);
-        for (std::size_t i = 0; i < now.size(); ++i)
-            if ((i < memory.GuardLength() || i >= end) && now[i] != before[i])
+        for (std::size_t i = 0; i < now.size(); ++i) {
+            if ((i < memory.GuardLength() || i >= end) && now[i] != before[i]) {
                 return false;
+            }
+        }
         return true;
     }
 
@@ -404,13 +413,16 @@ void OnEveryMachine(Body body) {
     for (const Machine& machine : AllMachines()) {
         for (std::size_t i = 0; i < Zan::simd::kTargetCount; ++i) {
             const auto target = static_cast<Zan::simd::Target>(i);
-            if (!Zan::simd::IsTargetAvailable(target))
+            if (!Zan::simd::IsTargetAvailable(target)) {
                 continue;
+            }
             run(machine, target, false);
-            if (target == Zan::simd::BestTarget())
+            if (target == Zan::simd::BestTarget()) {
                 run(machine, target, true);
-            if (::testing::Test::HasFatalFailure())
+            }
+            if (::testing::Test::HasFatalFailure()) {
                 return;
+            }
         }
     }
 }

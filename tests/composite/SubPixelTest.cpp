@@ -8,14 +8,16 @@ namespace {
 
 void Expect(const PlaneModel& src, PlaneModel& dst, unsigned width, unsigned height, double position) {
     const unsigned w = static_cast<unsigned>(std::clamp(position * 256.0, 0.0, 255.0)) & 255U;
-    for (unsigned y = 0; y < height; ++y)
-        for (unsigned x = 0; x < width; ++x)
+    for (unsigned y = 0; y < height; ++y) {
+        for (unsigned x = 0; x < width; ++x) {
             for (unsigned c = 0; c < 4; ++c) {
                 const unsigned cur = src.AtPitch(src.pitch / 4 * 4, y, 4 * x + c);
                 const unsigned next = x + 1 < width ? src.AtPitch(src.pitch / 4 * 4, y, 4 * x + 4 + c) : 0U;
                 dst.AtPitch(dst.pitch / 4 * 4, y, 4 * x + c) =
                     static_cast<std::uint8_t>((((next * (512 - 2 * w) + cur * (2 * w)) >> 8) + 1) >> 1);
             }
+        }
+    }
 }
 
 void Check(Zan::ZanCompositor& compositor, unsigned width, unsigned height, std::ptrdiff_t pitchSrc,
@@ -45,21 +47,27 @@ TEST(SubPixel, EveryWidth) {
 
 TEST(SubPixel, EveryPosition) {
     Zan::ZanCompositor compositor;
-    for (int step = -10; step <= 1034; ++step)
+    for (int step = -10; step <= 1034; ++step) {
         ASSERT_NO_FATAL_FAILURE(Check(compositor, 19, 2, 76, 76, step / 1024.0));
-    for (const double position : {-1e9, -0.5, 255.0 / 256.0, 255.4 / 256.0, 0.999, 1.0, 2.0, 1e9})
+    }
+    for (const double position : {-1e9, -0.5, 255.0 / 256.0, 255.4 / 256.0, 0.999, 1.0, 2.0, 1e9}) {
         ASSERT_NO_FATAL_FAILURE(Check(compositor, 19, 2, 76, 76, position));
+    }
 }
 
 TEST(SubPixel, PitchesAddressesAndHeights) {
     Zan::ZanCompositor compositor;
-    for (std::ptrdiff_t odd = 0; odd < 4; ++odd)
-        for (const std::ptrdiff_t sign : {1, -1})
+    for (std::ptrdiff_t odd = 0; odd < 4; ++odd) {
+        for (const std::ptrdiff_t sign : {1, -1}) {
             ASSERT_NO_FATAL_FAILURE(Check(compositor, 27, 5, sign * (108 + odd), -sign * (115 - odd), 0.3));
-    for (std::size_t shift = 0; shift < 64; ++shift)
+        }
+    }
+    for (std::size_t shift = 0; shift < 64; ++shift) {
         ASSERT_NO_FATAL_FAILURE(Check(compositor, 37, 2, 148, 152, 0.6, shift));
-    for (unsigned height = 0; height <= 5; ++height)
+    }
+    for (unsigned height = 0; height <= 5; ++height) {
         ASSERT_NO_FATAL_FAILURE(Check(compositor, 16, height, -64, 72, 0.8));
+    }
 }
 
 TEST(SubPixel, ZeroMovesOnePixelLeft) {
@@ -67,8 +75,9 @@ TEST(SubPixel, ZeroMovesOnePixelLeft) {
     Zan::ULong32 src[5] = {0x01020304U, 0xFFFFFFFFU, 0x80FE7F01U, 0x00000000U, 0xA5A5A5A5U};
     Zan::ULong32 dst[5] = {};
     ASSERT_EQ(compositor.XSubPixelPosition(src, dst, 5, 1, 20, 20, 0.0, 1), 0);
-    for (int x = 0; x < 4; ++x)
+    for (int x = 0; x < 4; ++x) {
         EXPECT_EQ(dst[x], src[x + 1]);
+    }
     EXPECT_EQ(dst[4], 0U);
 }
 

@@ -14,14 +14,16 @@ unsigned Difference(unsigned a, unsigned b) {
 // Path 2 writes whole blocks of eight pixels only. Source pitches are cut to whole pixels on both paths.
 void Expect(unsigned path, const PlaneModel& a, const PlaneModel& b, PlaneModel& dst, unsigned width,
             unsigned height) {
-    for (unsigned y = 0; y < height; ++y)
+    for (unsigned y = 0; y < height; ++y) {
         for (unsigned x = 0; x < (path == 1 ? width : width / 8 * 8); ++x) {
             unsigned sum = 0;
-            for (unsigned c = 0; c < 3; ++c)
+            for (unsigned c = 0; c < 3; ++c) {
                 sum += Difference(a.AtPitch(a.pitch / 4 * 4, y, 4 * x + c),
                                   b.AtPitch(b.pitch / 4 * 4, y, 4 * x + c));
+            }
             dst.At(y, x) = static_cast<std::uint8_t>(std::min(sum, 255U));
         }
+    }
 }
 
 void Check(Zan::ZanCompositor& compositor, unsigned path, unsigned width, unsigned height,
@@ -32,9 +34,11 @@ void Check(Zan::ZanCompositor& compositor, unsigned path, unsigned width, unsign
     RawPlane b(4 * width, height, pitchB, (shift * 7) % 64);
     RawPlane dst(width, height, pitchDst, (shift * 3) % 64);
     // Half the samples near each other, so that not every sum is above 255.
-    for (std::size_t i = 0; i < 4 * width && height > 0; ++i)
-        if (RandomByte() & 1U)
+    for (std::size_t i = 0; i < 4 * width && height > 0; ++i) {
+        if (RandomByte() & 1U) {
             a.First()[i] = static_cast<std::uint8_t>(b.First()[i] + RandomByte() % 32);
+        }
+    }
     const PlaneModel aBefore = a.Model();
     const PlaneModel bBefore = b.Model();
     PlaneModel expected = dst.Model();
@@ -62,16 +66,21 @@ TEST(SumOfAbsDiffs, EveryWidth) {
 TEST(SumOfAbsDiffs, PitchesAddressesAndHeights) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
         for (const unsigned path : {1U, 2U}) {
-            if (path == 2 && !machine.TakesSse())
+            if (path == 2 && !machine.TakesSse()) {
                 continue;
-            for (std::ptrdiff_t odd = 0; odd < 4; ++odd)
-                for (const std::ptrdiff_t sign : {1, -1})
+            }
+            for (std::ptrdiff_t odd = 0; odd < 4; ++odd) {
+                for (const std::ptrdiff_t sign : {1, -1}) {
                     ASSERT_NO_FATAL_FAILURE(Check(compositor, path, 27, 5, sign * (108 + odd),
                                                   -sign * (115 - odd), sign * (27 + (odd + 1) % 4)));
-            for (std::size_t shift = 0; shift < 64; ++shift)
+                }
+            }
+            for (std::size_t shift = 0; shift < 64; ++shift) {
                 ASSERT_NO_FATAL_FAILURE(Check(compositor, path, 37, 2, 148, 152, 41, shift));
-            for (unsigned height = 0; height <= 5; ++height)
+            }
+            for (unsigned height = 0; height <= 5; ++height) {
                 ASSERT_NO_FATAL_FAILURE(Check(compositor, path, 16, height, -64, 64, -16));
+            }
         }
     });
 }
@@ -84,15 +93,18 @@ TEST(SumOfAbsDiffs, WorkedPixels) {
                              0x00000000U, 0x00000000U, 0x00000000U, 0x00000000U};
         const unsigned char expected[8] = {255, 0, 64, 255, 255, 170, 255, 255};
         for (const unsigned path : {1U, 2U}) {
-            if (path == 2 && !machine.TakesSse())
+            if (path == 2 && !machine.TakesSse()) {
                 continue;
+            }
             unsigned char dst[8] = {};
             ASSERT_EQ(compositor.SumOfAbsDiffs(a, b, dst, 8, 1, 32, 32, 8, path), 0);
-            for (int i = 0; i < 8; ++i)
+            for (int i = 0; i < 8; ++i) {
                 EXPECT_EQ(dst[i], expected[i]) << i << " path " << path;
+            }
             ASSERT_EQ(compositor.SumOfAbsDiffs(b, a, dst, 8, 1, 32, 32, 8, path), 0);
-            for (int i = 0; i < 8; ++i)
+            for (int i = 0; i < 8; ++i) {
                 EXPECT_EQ(dst[i], expected[i]) << i << " path " << path;
+            }
         }
     });
 }
@@ -100,8 +112,9 @@ TEST(SumOfAbsDiffs, WorkedPixels) {
 TEST(SumOfAbsDiffs, AllPairsInEachByte) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
         for (const unsigned path : {1U, 2U}) {
-            if (path == 2 && !machine.TakesSse())
+            if (path == 2 && !machine.TakesSse()) {
                 continue;
+            }
             for (unsigned byte = 0; byte < 4; ++byte) {
                 std::vector<Zan::ULong32> a(65536);
                 std::vector<Zan::ULong32> b(65536);
@@ -112,8 +125,9 @@ TEST(SumOfAbsDiffs, AllPairsInEachByte) {
                 }
                 ASSERT_EQ(compositor.SumOfAbsDiffs(a.data(), b.data(), dst.data(), 65536, 1, 0, 0, 0, path),
                           0);
-                for (unsigned i = 0; i < 65536; ++i)
+                for (unsigned i = 0; i < 65536; ++i) {
                     ASSERT_EQ(dst[i], byte == 3 ? 0U : Difference(i & 255U, i >> 8)) << i << " byte " << byte;
+                }
             }
         }
     });
@@ -121,8 +135,9 @@ TEST(SumOfAbsDiffs, AllPairsInEachByte) {
 
 TEST(SumOfAbsDiffs, NarrowerThanABlockStaysInsideTheRow) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
-        if (!machine.TakesSse())
+        if (!machine.TakesSse()) {
             return;
+        }
         for (unsigned width = 0; width < 8; ++width) {
             RawPlane a(32, 3, 64);
             RawPlane b(32, 3, 64);
@@ -130,9 +145,11 @@ TEST(SumOfAbsDiffs, NarrowerThanABlockStaysInsideTheRow) {
             PlaneModel expected = dst.Model();
             ASSERT_EQ(compositor.SumOfAbsDiffs(a.Words(), b.Words(), dst.First(), width, 3, 64, 64, 32, 2),
                       0);
-            for (unsigned y = 0; y < 3; ++y)
-                for (unsigned i = 0; i < width; ++i)
+            for (unsigned y = 0; y < 3; ++y) {
+                for (unsigned i = 0; i < width; ++i) {
                     expected.At(y, i) = dst.First()[32 * y + i];
+                }
+            }
             EXPECT_TRUE(Matches(expected, dst.Memory())) << width;
         }
     });
@@ -141,8 +158,9 @@ TEST(SumOfAbsDiffs, NarrowerThanABlockStaysInsideTheRow) {
 TEST(SumOfAbsDiffs, RefusedPaths) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
         for (const unsigned path : {0U, 2U, 3U, 4U, 5U, 0xFFFFFFFFU}) {
-            if (path == 2 && machine.TakesSse())
+            if (path == 2 && machine.TakesSse()) {
                 continue;
+            }
             RawPlane a(64, 2, 64);
             RawPlane dst(16, 2, 16);
             const PlaneModel before = dst.Model();

@@ -10,10 +10,12 @@ namespace composite_test {
 
 /// Truncated; what does not fit 32 bits saturates.
 inline std::int32_t Truncate32(double value) {
-    if (value >= 2147483647.0)
+    if (value >= 2147483647.0) {
         return std::numeric_limits<std::int32_t>::max();
-    if (value <= -2147483648.0)
+    }
+    if (value <= -2147483648.0) {
         return std::numeric_limits<std::int32_t>::min();
+    }
     return static_cast<std::int32_t>(value);
 }
 
@@ -28,11 +30,13 @@ inline unsigned FloatAlpha(unsigned g, double threshold, double gain) {
     const double t = threshold * 255.0;
     const double scale = gain * 255.0;
     double d = g - t;
-    if (d < 0.0)
+    if (d < 0.0) {
         d = 0.0;
+    }
     d = d * scale;
-    if (d > 255.0)
+    if (d > 255.0) {
         d = 255.0;
+    }
     const int alpha = Truncate32(d + 0.5);
     return alpha < 0 ? 0U : static_cast<unsigned>(alpha);
 }

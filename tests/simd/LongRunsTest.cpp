@@ -35,8 +35,9 @@ TEST(LongRuns, FillEveryLengthAtEveryAddress) {
 
 TEST(LongRuns, CopyEveryLengthAtEveryAddress) {
     std::vector<std::uint8_t> source(128);
-    for (std::size_t i = 0; i < source.size(); ++i)
+    for (std::size_t i = 0; i < source.size(); ++i) {
         source[i] = static_cast<std::uint8_t>(3 * i + 1);
+    }
     for (std::size_t offset = 0; offset < 9; ++offset) {
         for (std::size_t bytes = 0; bytes < 70; ++bytes) {
             std::vector<std::uint8_t> memory(96, kGuard);
@@ -71,30 +72,36 @@ TEST(LongRuns, LargeFillKeepsThePadding) {
     LargeImage large;
     ZanCompositor compositor;
     ASSERT_EQ(compositor.Fill(large.view, 0x44332211U, 0xFFFFFFFFU, kBestAvailable), 0);
-    for (std::size_t y = 0; y < LargeImage::kHeight; ++y)
-        for (std::size_t x = 0; x < LargeImage::kPitch; ++x)
+    for (std::size_t y = 0; y < LargeImage::kHeight; ++y) {
+        for (std::size_t x = 0; x < LargeImage::kPitch; ++x) {
             ASSERT_EQ(large.memory[y * LargeImage::kPitch + x],
                       x < 4 * LargeImage::kWidth ? 0x11 * (1 + x % 4) : kGuard)
                 << "line " << y << ", byte " << x;
+        }
+    }
 }
 
 TEST(LongRuns, LargeCopyKeepsThePadding) {
     LargeImage source, destination;
-    for (std::size_t i = 0; i < source.memory.size(); ++i)
+    for (std::size_t i = 0; i < source.memory.size(); ++i) {
         source.memory[i] = static_cast<std::uint8_t>(i * 7 + i / 251);
+    }
     ColorSpaceConverter converter;
     ASSERT_EQ(converter.Do(source.view, destination.view, kInt_MMXorSIMD, nullptr, nullptr), 0);
-    for (std::size_t y = 0; y < LargeImage::kHeight; ++y)
-        for (std::size_t x = 0; x < LargeImage::kPitch; ++x)
+    for (std::size_t y = 0; y < LargeImage::kHeight; ++y) {
+        for (std::size_t x = 0; x < LargeImage::kPitch; ++x) {
             ASSERT_EQ(destination.memory[y * LargeImage::kPitch + x],
                       x < 4 * LargeImage::kWidth ? source.memory[y * LargeImage::kPitch + x] : kGuard)
                 << "line " << y << ", byte " << x;
+        }
+    }
 }
 
 TEST(LongRuns, LargeCopyOntoItselfChangesNothing) {
     LargeImage large;
-    for (std::size_t i = 0; i < large.memory.size(); ++i)
+    for (std::size_t i = 0; i < large.memory.size(); ++i) {
         large.memory[i] = static_cast<std::uint8_t>(i * 5 + i / 253);
+    }
     const std::vector<std::uint8_t> before = large.memory;
     ImageView other(&large.image);
     ColorSpaceConverter converter;

@@ -38,8 +38,9 @@ TEST(Targets, WhatIsNotThereIsNotChosen) {
 
 TEST(Targets, HaveNames) {
     EXPECT_STREQ(TargetName(kPortable), "portable");
-    for (std::size_t t = 0; t < kTargetCount; ++t)
+    for (std::size_t t = 0; t < kTargetCount; ++t) {
         EXPECT_NE(std::string(TargetName(static_cast<Target>(t))), "?");
+    }
     EXPECT_STREQ(TargetName(kTargetCount), "?");
 }
 
