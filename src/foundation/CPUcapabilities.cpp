@@ -125,6 +125,12 @@ CPUcapabilities::CPUcapabilities(const ProcessorProbe& probe) noexcept
     physicalProcessors = count.physical;
     logicalPerPhysical = count.logicalPerPhysical;
     hyperThreadingState = count.state;
+    isDetected = true;
+}
+
+const CPUcapabilities& CPUcapabilities::OfThisProcessor() noexcept {
+    static const CPUcapabilities detected;
+    return detected;
 }
 
 }  // namespace Zan

@@ -3,12 +3,13 @@
 
 #include <TesselU/foundation/CPUcapabilities.h>
 
+#include <array>
 #include <cstddef>
 
 namespace Zan {
 
-/// The processing classes that keep a capability record of their own. Each record is detected by itself when
-/// the library is loaded; the class's static `CPUinstructionSet` is a reference to its entry.
+/// The processing classes that keep a capability record of their own. The class's static `CPUinstructionSet`
+/// is a reference to its entry.
 enum CapabilityOwner : std::size_t {
     kOwnerAlignedMemoryBuffer,
     kOwnerZanCompositor,
@@ -32,7 +33,9 @@ enum CapabilityOwner : std::size_t {
     kCapabilityOwners
 };
 
-extern CPUcapabilities classCapabilities[kCapabilityOwners];
+/// Each record is detected by itself when the library is loaded, ahead of the host's own initialisers where
+/// the platform knows an order. One that is asked before that still answers right.
+extern std::array<CPUcapabilities, kCapabilityOwners> classCapabilities;
 
 }  // namespace Zan
 

@@ -8,38 +8,54 @@ namespace Zan {
 
 class ProcessorProbe;
 class CapabilitySeam;
+struct ClassRecords;
 
 /// What the processor offers, as the processing classes see it. A small value: default construction detects,
-/// copies are plain. Every processing class keeps one of its own, found when the library is loaded.
+/// copies are plain. Every processing class keeps one of its own, found when the library is loaded, and right
+/// for the initialisers of a host's global objects, too, in whatever order those run.
 class TESSELU_API CPUcapabilities {
 public:
     /// Examines the processor. Never fails: what cannot be found out only lowers the answer.
     CPUcapabilities() noexcept;
 
     /// The best instruction set that passed detection; never below `kMMX` for a detected object.
-    CPUinstructionSetEnum WhichInstructionSetIsSupported() const noexcept { return instructionSet; }
-    bool IsScalarOnly() const noexcept { return instructionSet == kScalarOnly; }
-    bool IsMMXsupported() const noexcept { return instructionSet >= kMMX && instructionSet <= kSSE2; }
-    bool IsSSE_MMXsupported() const noexcept { return instructionSet >= kSSE_MMX && instructionSet <= kSSE2; }
-    bool IsSIMDsupported() const noexcept { return instructionSet >= kSIMD && instructionSet <= kSSE2; }
-    bool IsSSE2supported() const noexcept { return instructionSet == kSSE2; }
+    CPUinstructionSetEnum WhichInstructionSetIsSupported() const noexcept { return Known().instructionSet; }
+    bool IsScalarOnly() const noexcept { return WhichInstructionSetIsSupported() == kScalarOnly; }
+    bool IsMMXsupported() const noexcept { return IsFrom(kMMX); }
+    bool IsSSE_MMXsupported() const noexcept { return IsFrom(kSSE_MMX); }
+    bool IsSIMDsupported() const noexcept { return IsFrom(kSIMD); }
+    bool IsSSE2supported() const noexcept { return WhichInstructionSetIsSupported() == kSSE2; }
 
-    ULong32 GetNumberOfPhysicalProcessors() const noexcept { return physicalProcessors; }
-    ULong32 GetNumberOfLogicalProcessorsPerPhysical() const noexcept { return logicalPerPhysical; }
+    ULong32 GetNumberOfPhysicalProcessors() const noexcept { return Known().physicalProcessors; }
+    ULong32 GetNumberOfLogicalProcessorsPerPhysical() const noexcept { return Known().logicalPerPhysical; }
     /// Physical times logical. Twice the truth on a two-way package whose siblings could not be told apart.
     ULong32 GetNumberOfTotalProcessors() const noexcept {
-        return static_cast<ULong32>(physicalProcessors) * logicalPerPhysical;
+        return GetNumberOfPhysicalProcessors() * GetNumberOfLogicalProcessorsPerPhysical();
     }
 
 private:
     friend class CapabilitySeam;
+    friend struct ClassRecords;
 
+    struct NotYet {};
+    /// What stands in static memory until the record is detected.
+    constexpr explicit CPUcapabilities(NotYet) noexcept {}
     explicit CPUcapabilities(const ProcessorProbe& probe) noexcept;
 
-    CPUinstructionSetEnum instructionSet;
-    std::uint8_t physicalProcessors;
-    std::uint8_t logicalPerPhysical;
-    std::uint8_t hyperThreadingState;
+    /// A class's record that is asked before it is detected leaves the answer to one that is.
+    const CPUcapabilities& Known() const noexcept { return isDetected ? *this : OfThisProcessor(); }
+    static const CPUcapabilities& OfThisProcessor() noexcept;
+
+    bool IsFrom(CPUinstructionSetEnum least) const noexcept {
+        const CPUinstructionSetEnum set = WhichInstructionSetIsSupported();
+        return set >= least && set <= kSSE2;
+    }
+
+    CPUinstructionSetEnum instructionSet = kMMX;
+    std::uint8_t physicalProcessors = 1;
+    std::uint8_t logicalPerPhysical = 1;
+    std::uint8_t hyperThreadingState = 0;
+    bool isDetected = false;
 };
 
 }  // namespace Zan
