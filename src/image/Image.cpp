@@ -1,9 +1,11 @@
 #include <TesselU/image/Image.h>
 
 #include <array>
+#include <atomic>
 #include <limits>
 #include <new>
 #include <optional>
+#include <utility>
 
 #include "foundation/ClassCapabilities.h"
 #include "image/ImageLayout.h"
@@ -17,6 +19,27 @@ constexpr float kVideoLumaWhite = 235.0F / 255.0F;
 constexpr float kVideoChromaWhite = 240.0F / 255.0F;
 
 using BufferPtr = Tuk::RCPtr<AlignedMemoryBuffer>;
+
+/// What an image points to: its descriptor, and how many images share it.
+struct SharedDescriptor : ImageDescriptor {
+    explicit SharedDescriptor(const ImageDescriptor& format) : ImageDescriptor(format) {}
+
+    std::atomic<std::size_t> owners{1};
+};
+
+ImageDescriptor* Share(ImageDescriptor* descriptor) noexcept {
+    if (descriptor) {
+        static_cast<SharedDescriptor*>(descriptor)->owners.fetch_add(1, std::memory_order_relaxed);
+    }
+    return descriptor;
+}
+
+void Release(ImageDescriptor* descriptor) noexcept {
+    auto* const shared = static_cast<SharedDescriptor*>(descriptor);
+    if (shared && shared->owners.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        delete shared;
+    }
+}
 
 /// Where the planes of an image come from: memory of the host's, callbacks of the host's, or the library.
 struct MemorySource {
@@ -246,8 +269,22 @@ Image::Image(void* context, AllocCallback allocCallback, FreeCallback freeCallba
     }
 }
 
+Image::Image(const Image& other) noexcept : descriptor(Share(other.descriptor)) {}
+
+Image::Image(Image&& other) noexcept : descriptor(std::exchange(other.descriptor, nullptr)) {}
+
+Image& Image::operator=(const Image& other) noexcept {
+    return *this = Image(other);
+}
+
+Image& Image::operator=(Image&& other) noexcept {
+    Image taken(std::move(other));
+    std::swap(descriptor, taken.descriptor);
+    return *this;
+}
+
 Image::~Image() {
-    delete descriptor;
+    Release(descriptor);
     ClearAll();
 }
 
@@ -261,7 +298,7 @@ Long32 Image::CreateNew(unsigned char** memory, ULong32* pitches, void* context,
     ClearAll();
     Long32 status = kStatusBadArgument;
     try {
-        descriptor = new ImageDescriptor(format);
+        descriptor = new SharedDescriptor(format);
         descriptor->version = 0.0F;
         descriptor->channels.clear();
         status = BuildChannels(*descriptor, {memory, pitches, context, allocCallback, freeCallback,
@@ -270,7 +307,7 @@ Long32 Image::CreateNew(unsigned char** memory, ULong32* pitches, void* context,
         status = kStatusBadArgument;
     }
     if (status != kStatusOk) {
-        delete descriptor;
+        Release(descriptor);
         ClearAll();
     }
     return status;

@@ -254,15 +254,5 @@ TEST(Image, BuffersOutliveTheImageWhileReferenced) {
     EXPECT_TRUE(host.lent.empty());
 }
 
-TEST(Image, CopyNamesTheSameDescriptor) {
-    Image image(Rgb32(8, 8), 64);
-    // Only one of the two may be destroyed, so the copy lives where no destructor runs.
-    alignas(Image) unsigned char place[sizeof(Image)];
-    Image* const copy = new (place) Image(image);
-    EXPECT_EQ(copy->GetImageDescriptor(), image.GetImageDescriptor());
-    EXPECT_EQ(copy->GetMemoryPointer(0), image.GetMemoryPointer(0));
-    static_assert(sizeof(Image) == sizeof(void*), "the pointer to the descriptor is the only field");
-}
-
 }  // namespace
 }  // namespace Zan

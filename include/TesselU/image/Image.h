@@ -37,7 +37,10 @@ namespace Zan {
 /// `bufferAlignment` and `lineAlignment` are the alignments, in bytes, of the start of each plane and of each
 /// of its lines. The first must be a multiple of the second, otherwise the image has no memory.
 ///
-/// Copying is shallow: both objects then name one descriptor, and only one of them may be destroyed.
+/// Copies are shallow: they share one descriptor, its channels and their memory, so that what is changed
+/// through one of them (an origin, a level, an added channel) is changed for all. The last of them frees it.
+/// Moving leaves an empty image behind. Copies may be made and destroyed on any thread; changes are not
+/// locked. A view names one object: it does not follow an image that is moved, as a growing vector does.
 class TESSELU_API Image {
 public:
     /// Allocates for the host and takes back, see `AlignedMemoryBuffer`.
@@ -69,14 +72,16 @@ public:
     Image(void* context, AllocCallback allocCallback, FreeCallback freeCallback, ULong32 pitch,
           const ImageDescriptor& format, ULong32 bufferAlignment, ULong32 lineAlignment) noexcept;
 
-    Image(const Image& other) noexcept = default;
-    Image& operator=(const Image& other) noexcept = default;
+    Image(const Image& other) noexcept;
+    Image(Image&& other) noexcept;
+    Image& operator=(const Image& other) noexcept;
+    Image& operator=(Image&& other) noexcept;
     ~Image();
 
     /// Adds an alpha channel, as `ChannelDescriptor::SetAlpha` describes one, in a plane of its own, lines on
-    /// 128 bytes on a processor with SSE2, else on 32. A `k422` image becomes `k4224`. Returns the index of
-    /// the new channel; -1 if the record does not describe alpha or the image is empty, -2 if there is no
-    /// memory for it.
+    /// 128 bytes on a processor with SSE2, else on 32, of which `bufferAlignment` must be a multiple. A
+    /// `k422` image becomes `k4224`. Returns the index of the new channel; -1 if the record does not describe
+    /// alpha or the image is empty, -2 if there is no memory for it.
     Long32 AddChannel(const ChannelDescriptor& channel, ULong32 bufferAlignment) noexcept;
     Long32 AddChannel(const ChannelDescriptor& channel, ULong32 bufferAlignment,
                       ULong32 lineAlignment) noexcept;
