@@ -2,12 +2,8 @@
 
 #include <TesselU/TesselU.h>
 
-#include <algorithm>
-#include <cstring>
 #include <memory>
 #include <vector>
-
-#include "plain/Plain.h"
 
 namespace bench {
 
@@ -22,8 +18,8 @@ public:
             ComponentOrderEnum order, std::vector<unsigned char*> planes, std::vector<ULong32> pitches)
         : image(planes.data(), pitches.data(),
                 ImageDescriptor(static_cast<ULong32>(size.width), static_cast<ULong32>(size.height), space,
-                                sampling, order, planes.size() > 1 ? kPlanar : kPacked, kProgressive,
-                                kNoFields, kTopLeft, 1.0F, kUnshaped),
+                                sampling, order, planes.size() > 1 && sampling != k4224 ? kPlanar : kPacked,
+                                kProgressive, kNoFields, kTopLeft, 1.0F, kUnshaped),
                 1, 1),
           view(&image) {}
 
@@ -51,6 +47,13 @@ Picture Pairs(const Size& size, std::uint8_t* memory, ComponentOrderEnum order =
     return std::make_shared<Wrapped>(size, kYCrCb, k422, order, std::vector<unsigned char*>{memory},
                                      std::vector<ULong32>{Number(2 * size.width)});
 }
+/// Pairs, and a plane of alpha behind them.
+Picture PairsAndAlpha(const Size& size, std::uint8_t* memory) {
+    const ULong32 width = Number(size.width);
+    return std::make_shared<Wrapped>(size, kYCrCb, k4224, kCbYCrA,
+                                     std::vector<unsigned char*>{memory, memory + 2 * size.pixels()},
+                                     std::vector<ULong32>{2 * width, width});
+}
 Picture Key(const Size& size, std::uint8_t* memory) {
     return std::make_shared<Wrapped>(size, kAlphaOnly, k4444, kBGRA, std::vector<unsigned char*>{memory},
                                      std::vector<ULong32>{Number(size.width)});
@@ -64,20 +67,21 @@ Picture Planar420(const Size& size, std::uint8_t* memory) {
         std::vector<ULong32>{pitch, half, half});
 }
 
+// Compositors and converters are kept from call to call, as hosts keep them from frame to frame.
+
 /// Enters one of our operations: the compositor's, with the path or style last.
 template <class Call>
 void EnterCompositor(Contest& contest, Call call) {
-    contest.Enter(kOurs, "ours", Promise::kSameBytes, [call]() -> int {
-        ZanCompositor compositor;
-        return call(compositor);
-    });
+    contest.Enter(
+        kOurs, "ours", Promise::kSameBytes,
+        [call, compositor = std::make_shared<ZanCompositor>()]() -> int { return call(*compositor); });
 }
 
 void EnterConverter(Contest& contest, const Picture& from, const Picture& to) {
-    contest.Enter(kOurs, "ours", Promise::kSameBytes, [from, to]() -> int {
-        ColorSpaceConverter converter;
-        return converter.Do(from->view, to->view, kInt_MMXorSIMD, nullptr, nullptr);
-    });
+    contest.Enter(kOurs, "ours", Promise::kSameBytes,
+                  [from, to, converter = std::make_shared<ColorSpaceConverter>()]() -> int {
+                      return converter->Do(from->view, to->view, kInt_MMXorSIMD, nullptr, nullptr);
+                  });
 }
 
 void EnterBlends(Contests& contests, const Pictures& p) {
@@ -118,6 +122,8 @@ void EnterBlends(Contests& contests, const Pictures& p) {
     };
     enterWipe(Operation::kWipePixels, Pixels(size, p.a), Pixels(size, p.b), Pixels(size, p.out));
     enterWipe(Operation::kWipePairs, Pairs(size, p.a), Pairs(size, p.b), Pairs(size, p.out));
+    enterWipe(Operation::kWipePairsAndAlpha, PairsAndAlpha(size, p.a), PairsAndAlpha(size, p.b),
+              PairsAndAlpha(size, p.out));
     EnterCompositor(contests[Operation::kFill], [to = Pixels(size, p.out)](ZanCompositor& compositor) {
         return compositor.Fill(to->view, kColour, 0xFFFFFFFF, kInt_MMXorSIMD);
     });
@@ -150,71 +156,11 @@ void EnterConversions(Contests& contests, const Pictures& p) {
     });
 }
 
-void EnterPlain(Contests& contests, const Pictures& p) {
-    const std::size_t pixels = p.size.pixels(), width = p.size.width, height = p.size.height;
-    const std::uint8_t *a8 = p.a, *b8 = p.b, *key = p.key, *planar = p.planar;
-    std::uint8_t* out8 = p.out;
-    const auto* a = reinterpret_cast<const std::uint32_t*>(p.a);
-    const auto* b = reinterpret_cast<const std::uint32_t*>(p.b);
-    auto* out = reinterpret_cast<std::uint32_t*>(p.out);
-    const auto enter = [&](Operation operation, auto work) {
-        contests[operation].EnterWork(kPlain, "plain", Promise::kSameBytes, work);
-    };
-
-    enter(Operation::kDissolvePixels, [=] { plain::Dissolve(a8, b8, out8, 4 * pixels, kFadeOf256); });
-    enter(Operation::kDissolvePairs, [=] { plain::Dissolve(a8, b8, out8, 2 * pixels, kFadeOf256); });
-    enter(Operation::kCompositeTwoSources, [=] { plain::CompositeTwoSources(a, b, out, pixels); });
-    enter(Operation::kCompositeByPlane, [=] { plain::CompositeByPlane(a, b, key, out, pixels); });
-    const plain::Ramp ramp = {static_cast<int>(kThreshold * 32640), static_cast<int>(kGain * 32640)};
-    for (const Operation wipe : {Operation::kWipePixelsRaw, Operation::kWipePixels})
-        enter(wipe, [=] { plain::WipePixels(a, b, key, out, pixels, ramp); });
-    const plain::Ramp rampOfPairs = {static_cast<int>(kThreshold * 65280), static_cast<int>(kGain * 65280)};
-    enter(Operation::kWipePairs, [=] { plain::WipePairs(a, b, key, out, pixels, rampOfPairs); });
-    enter(Operation::kSumOfAbsDiffs, [=] { plain::SumOfAbsDiffs(a8, b8, out8, pixels); });
-
-    enter(Operation::kFill, [=] { plain::Fill(out, pixels, kColour); });
-    contests[Operation::kFill].EnterWork(kPlain, "memset", Promise::kSameBytes,
-                                         [=] { std::memset(out, kColour & 255, 4 * pixels); });
-    enter(Operation::kCopyPixels, [=] { plain::Copy(a, out, pixels); });
-    enter(Operation::kCopyPairs, [=] { plain::Copy(a, out, pixels / 2); });
-    contests[Operation::kCopyPixels].EnterWork(kPlain, "memcpy", Promise::kSameBytes,
-                                               [=] { std::memcpy(out, a, 4 * pixels); });
-    contests[Operation::kCopyPairs].EnterWork(kPlain, "memcpy", Promise::kSameBytes,
-                                              [=] { std::memcpy(out, a, 2 * pixels); });
-
-    enter(Operation::kPairsToPixels, [=] { plain::PairsToPixels(a, out, pixels); });
-    enter(Operation::kPixelsToPairs, [=] { plain::PixelsToPairs(a, out, pixels); });
-    enter(Operation::kPlanarToPixels, [=] {
-        const std::uint8_t *cb = planar + pixels, *cr = cb + pixels / 4;
-        auto* line = reinterpret_cast<std::uint16_t*>(out8);
-        for (std::size_t y = 0; y < height; ++y)
-            plain::PlanarToPixels(planar + y * width, cb + y / 2 * (width / 2), cr + y / 2 * (width / 2),
-                                  line + 2 * y * width, width);
-    });
-    enter(Operation::kSwapPairs, [=] { plain::SwapPairs(a, out, pixels); });
-}
-
-/// Half of the bytes that are read and written in all: a copy reads as many as it writes.
-void EnterCopies(Contests& contests, const Pictures& p) {
-    for (Contest& contest : contests) {
-        const auto bytes = static_cast<std::size_t>((contest.bytesRead + contest.bytesWritten) / 2 *
-                                                    static_cast<double>(p.size.pixels()));
-        // More than a picture has goes from the second source to a second destination.
-        const std::size_t first = std::min(bytes, 4 * p.size.pixels()), rest = bytes - first;
-        contest.EnterWork(kCopy, "copy", Promise::kNone, [=, a = p.a, b = p.b, out = p.out, to = p.scratch] {
-            std::memcpy(out, a, first);
-            std::memcpy(to, b, rest);
-        });
-    }
-}
-
 }  // namespace
 
 void EnterOurs(Contests& contests, const Pictures& pictures) {
     EnterBlends(contests, pictures);
     EnterConversions(contests, pictures);
-    EnterPlain(contests, pictures);
-    EnterCopies(contests, pictures);
 }
 
 }  // namespace bench

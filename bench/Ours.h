@@ -6,10 +6,10 @@
 
 namespace bench {
 
-/// Enters our operations, the plain loops, and the copy of as many bytes.
+/// Enters our operations, on the target that kernels run on when they are called.
 void EnterOurs(Contests& contests, const Pictures& pictures);
 
-// What all entrants of an operation agree on.
+// What all entrants of an operation have in common.
 
 /// Weight of picture a in the dissolves, as a fraction and out of 256.
 inline constexpr double kFade = 95.0 / 256;

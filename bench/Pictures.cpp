@@ -22,8 +22,9 @@ std::uint8_t* Pictures::Allocate(std::size_t bytes) {
     const std::size_t skew = buffers.size() * 9 * 64;
     const std::size_t whole = (skew + bytes + 63) / 64 * 64;
     auto* memory = static_cast<std::uint8_t*>(std::aligned_alloc(64, whole));
-    if (memory == nullptr)
+    if (memory == nullptr) {
         throw std::bad_alloc();
+    }
     buffers.emplace_back(memory);
 
     std::mt19937_64 random(buffers.size());

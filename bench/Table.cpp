@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <set>
 
+#include "Processor.h"
+
 namespace bench {
 
 namespace {
@@ -29,9 +31,11 @@ __attribute__((format(printf, 1, 2))) std::string Text(const char* format, ...) 
 
 const Timing* Fastest(const Row& row, Column column) {
     const Timing* best = nullptr;
-    for (const Timing& timing : row.timings)
-        if (timing.column == column && (best == nullptr || timing.median < best->median))
+    for (const Timing& timing : row.timings) {
+        if (timing.column == column && (best == nullptr || timing.median < best->median)) {
             best = &timing;
+        }
+    }
     return best;
 }
 
@@ -39,15 +43,68 @@ const Timing* BestPeer(const Row& row) {
     const Timing* best = nullptr;
     for (std::size_t column = kPlain; column < kCopy; ++column) {
         const Timing* timing = Fastest(row, static_cast<Column>(column));
-        if (timing != nullptr && (best == nullptr || timing->median < best->median))
+        if (timing != nullptr && (best == nullptr || timing->median < best->median)) {
             best = timing;
+        }
     }
     return best;
 }
 
-/// On the largest pictures it is the memory that is measured: there we only must not be slower.
-double TargetAt(const Row& row) {
-    return row.target != 0 && row.size.pixels() >= 3840 * 2160 ? 1.0 : row.target;
+double RatioWanted(const Row& row) {
+    const Aim& aim = row.aim;
+    const bool fitsSecond = Caches().size() > 1 && row.bytes <= static_cast<double>(Caches()[1].bytes);
+    if (aim.inCache != 0 && fitsSecond) {
+        return aim.inCache;
+    }
+    const bool atMostAVX2 = Zan::simd::CurrentTarget() <= Zan::simd::kAVX2;
+    const double ratio = aim.withAVX2 != 0 && atMostAVX2 ? aim.withAVX2 : aim.ratio;
+    // On the largest pictures it is the memory that is measured: there we only must not be slower.
+    return row.size.pixels() >= 3840 * 2160 ? std::min(ratio, 1.0) : ratio;
+}
+
+/// As precise as it is printed.
+bool Reaches(double ratio, double aim) {
+    return std::round(100 * ratio) >= std::round(100 * aim);
+}
+
+const char* Verdict(const Row& row, double ratio, double toCopy) {
+    if (Reaches(ratio, RatioWanted(row))) {
+        return "met";
+    }
+    return row.aim.ofCopy != 0 && Reaches(toCopy, row.aim.ofCopy) ? "met by the copy" : "short";
+}
+
+/// Rows of one operation together, in the order of their first ones.
+std::vector<Row> Grouped(std::vector<Row> rows) {
+    std::vector<const char*> order;
+    for (const Row& row : rows) {
+        if (std::find(order.begin(), order.end(), row.title) == order.end()) {
+            order.push_back(row.title);
+        }
+    }
+    std::stable_sort(rows.begin(), rows.end(), [&](const Row& a, const Row& b) {
+        return std::find(order.begin(), order.end(), a.title) <
+               std::find(order.begin(), order.end(), b.title);
+    });
+    return rows;
+}
+
+std::string Times(const Row& row, const char* format) {
+    std::string text;
+    for (std::size_t column = 0; column < kColumnCount; ++column) {
+        const Timing* timing = Fastest(row, static_cast<Column>(column));
+        text += timing != nullptr ? Text(format, timing->median) : Text(" %8s", "-");
+    }
+    return text;
+}
+
+void PrintColumns(std::ostream& out, const std::string& before, const std::string& after) {
+    std::string heading = before;
+    for (std::size_t column = 0; column < kColumnCount; ++column) {
+        heading += Text(" %8s", ColumnName(static_cast<Column>(column)));
+    }
+    heading += after;
+    out << heading << "\n" << std::string(heading.size() + 10, '-') << "\n";
 }
 
 }  // namespace
@@ -61,37 +118,24 @@ Timing Summarize(const Entrant& entrant, std::vector<double> times) {
     return timing;
 }
 
-void PrintTable(std::ostream& out, std::vector<Row> rows) {
-    std::vector<const char*> order;
-    for (const Row& row : rows)
-        if (std::find(order.begin(), order.end(), row.title) == order.end())
-            order.push_back(row.title);
-    std::stable_sort(rows.begin(), rows.end(), [&](const Row& a, const Row& b) {
-        return std::find(order.begin(), order.end(), a.title) <
-               std::find(order.begin(), order.end(), b.title);
-    });
-
-    std::string heading = Text("%-26s %-9s", "operation", "size");
-    for (std::size_t column = 0; column < kColumnCount; ++column)
-        heading += Text(" %8s", ColumnName(static_cast<Column>(column)));
-    heading += Text(" %7s %4s  %-8s %7s %7s", "ratio", "+-%", "to", "to copy", "target");
-    out << heading << "\n" << std::string(heading.size() + 10, '-') << "\n";
-
+void PrintTable(std::ostream& out, const std::vector<Row>& rows) {
+    PrintColumns(out, Text("%-26s %-9s %-3s", "operation", "size", "in"),
+                 Text(" %7s %4s  %-8s %7s %7s", "ratio", "+-%", "to", "to copy", "aim"));
     const char* last = nullptr;
-    for (const Row& row : rows) {
-        if (last != nullptr && last != row.title)
+    for (const Row& row : Grouped(rows)) {
+        if (last != nullptr && last != row.title) {
             out << "\n";
-        out << Text("%-26s %-9s", row.title == last ? "" : row.title, row.size.Text().c_str());
-        last = row.title;
-        for (std::size_t column = 0; column < kColumnCount; ++column) {
-            const Timing* timing = Fastest(row, static_cast<Column>(column));
-            out << (timing != nullptr ? Text(" %8.4f", timing->median) : Text(" %8s", "-"));
         }
+        out << Text("%-26s %-9s %-3s", row.title == last ? "" : row.title, row.size.Text().c_str(),
+                    CacheOf(row.bytes).c_str())
+            << Times(row, " %8.4f");
+        last = row.title;
         const Timing *ours = Fastest(row, kOurs), *peer = BestPeer(row), *copy = Fastest(row, kCopy);
         if (ours == nullptr) {
             out << "  not there\n";
             continue;
         }
+        const double toCopy = copy != nullptr ? copy->median / ours->median : 0;
         double ratio = 0;
         if (peer != nullptr) {
             ratio = peer->median / ours->median;
@@ -100,12 +144,26 @@ void PrintTable(std::ostream& out, std::vector<Row> rows) {
         } else {
             out << Text(" %7s %4s  %-8s", "-", "", "");
         }
-        out << (copy != nullptr ? Text(" %7.2f", copy->median / ours->median) : Text(" %7s", "-"));
-        const double target = TargetAt(row);
-        if (target != 0 && peer != nullptr)
-            // As precise as it is printed.
-            out << Text(" %7.2f  %s", target,
-                        std::round(100 * ratio) >= std::round(100 * target) ? "met" : "short");
+        out << (copy != nullptr ? Text(" %7.2f", toCopy) : Text(" %7s", "-"));
+        if (RatioWanted(row) != 0 && peer != nullptr) {
+            out << Text(" %7.2f  %s", RatioWanted(row), Verdict(row, ratio, toCopy));
+        }
+        out << "\n";
+    }
+}
+
+void PrintCalls(std::ostream& out, const std::vector<Row>& rows) {
+    PrintColumns(out, Text("%-26s %-9s", "operation", "size"), Text(" %7s", "aim"));
+    for (const Row& row : rows) {
+        const Timing* ours = Fastest(row, kOurs);
+        if (ours == nullptr) {
+            continue;
+        }
+        out << Text("%-26s %-9s", row.title, row.size.Text().c_str()) << Times(row, " %8.1f");
+        if (row.aim.nanoseconds != 0) {
+            out << Text(" %7.0f  %s", row.aim.nanoseconds,
+                        ours->median <= row.aim.nanoseconds ? "met" : "short");
+        }
         out << "\n";
     }
 }
@@ -114,10 +172,13 @@ void PrintEntrants(std::ostream& out, const std::vector<Row>& rows) {
     std::set<std::string> said;
     const auto farthestOf = [&](const char* title, const std::string& name) {
         int farthest = -1;
-        for (const Row& row : rows)
-            for (const Timing& timing : row.timings)
-                if (row.title == title && timing.name == name)
+        for (const Row& row : rows) {
+            for (const Timing& timing : row.timings) {
+                if (row.title == title && timing.name == name) {
                     farthest = std::max(farthest, timing.farthest);
+                }
+            }
+        }
         return farthest;
     };
     for (const Row& row : rows) {
@@ -125,13 +186,15 @@ void PrintEntrants(std::ostream& out, const std::vector<Row>& rows) {
         for (const Timing& timing : row.timings) {
             const int farthest = farthestOf(row.title, timing.name);
             if (timing.column == kOurs || timing.name == ColumnName(kPlain) || timing.column == kCopy ||
-                farthest < 0)
+                farthest < 0) {
                 continue;
+            }
             line += line.empty() ? "" : "; ";
             line += timing.name + (farthest == 0 ? " (same bytes)" : Text(" (off by up to %d)", farthest));
         }
-        if (!line.empty() && said.insert(row.title).second)
+        if (!line.empty() && said.insert(row.title).second) {
             out << Text("%-26s ", row.title) << line << "\n";
+        }
     }
 }
 

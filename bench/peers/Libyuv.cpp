@@ -50,15 +50,47 @@ void Enter(Contests& contests, const Pictures& p) {
           [=] { return libyuv::I420ToARGB(y, w, u, w / 2, v, w / 2, out, 4 * w, w, h); });
     // It has no such conversion, but can put the bytes of four words into any order.
     enter(Operation::kSwapPairs, "libyuv ARGBShuffle", same, [=] {
-        static const std::uint8_t order[16] = {1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14};
-        return libyuv::ARGBShuffle(a, 2 * w, out, 2 * w, order, w / 2, h);
+        static constexpr std::uint8_t kOrder[16] = {1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14};
+        return libyuv::ARGBShuffle(a, 2 * w, out, 2 * w, kOrder, w / 2, h);
     });
+}
+
+int FlagsOf(Level level) {
+    using namespace libyuv;
+    constexpr int kBaseline = kCpuInitialized | kCpuHasX86 | kCpuHasSSE2;
+    switch (level) {
+        case Level::kBaseline:
+            return kBaseline;
+        case Level::kSSSE3:
+            return kBaseline | kCpuHasSSSE3;
+        case Level::kAVX2:
+            return kBaseline | kCpuHasSSSE3 | kCpuHasSSE41 | kCpuHasSSE42 | kCpuHasAVX | kCpuHasAVX2 |
+                   kCpuHasFMA3 | kCpuHasF16C | kCpuHasERMS;
+        case Level::kAll:
+            break;
+    }
+    return -1;
+}
+
+std::string Hold(Level level) {
+    using namespace libyuv;
+    MaskCpuFlags(FlagsOf(level));
+    static constexpr InstructionSet kNames[] = {{kCpuHasSSE2, "SSE2"},    {kCpuHasSSSE3, "SSSE3"},
+                                                {kCpuHasSSE41, "SSE4.1"}, {kCpuHasAVX, "AVX"},
+                                                {kCpuHasAVX2, "AVX2"},    {kCpuHasAVX512BW, "AVX512BW"},
+                                                {kCpuHasERMS, "ERMS"},    {kCpuHasAVX512VBMI, "AVX512VBMI"},
+                                                {kCpuHasNEON, "NEON"}};
+    return NamesOf(kNames, [](int flag) { return TestCpuFlag(flag) != 0; });
 }
 
 }  // namespace
 
+void HoldLibyuvForCounting(Level level) {
+    libyuv::MaskCpuFlags(FlagsOf(level) & ~libyuv::kCpuHasERMS);
+}
+
 Peer Libyuv() {
-    return {kLibyuv, std::to_string(LIBYUV_VERSION), Enter};
+    return {kLibyuv, std::to_string(LIBYUV_VERSION), Hold, Enter};
 }
 
 }  // namespace bench

@@ -47,25 +47,34 @@ void Enter(Contests& contests, const Pictures& p) {
     enter(Operation::kPlanarToPixels, kOpenCV, "OpenCV cvtColor", approximate,
           [=] { cv::cvtColor(planar, out, cv::COLOR_YUV2BGRA_I420); });
     enter(Operation::kSwapPairs, kOpenCV, "OpenCV mixChannels", same, [=] {
-        const int order[] = {0, 1, 1, 0};
+        static constexpr int kOrder[] = {0, 1, 1, 0};
         cv::Mat to = pairsOut;
-        cv::mixChannels(&pairsA, 1, &to, 1, order, 2);
+        cv::mixChannels(&pairsA, 1, &to, 1, kOrder, 2);
     });
 #ifdef TESSELU_BENCH_PIXMAN
     const auto blend = PixmanBlendByPlane(p, p.scratch);
-    for (const Operation wipe : {Operation::kWipePixelsRaw, Operation::kWipePixels})
+    for (const Operation wipe : {Operation::kWipePixelsRaw, Operation::kWipePixels}) {
         enter(wipe, kPixman, "OpenCV convertTo, pixman_image_composite32", approximate,
               [=, alpha = cv::Mat(h, w, CV_8UC1, p.scratch)] {
                   key.convertTo(alpha, CV_8UC1, kGain * 255, -kThreshold * 255 * kGain * 255);
                   blend();
               });
+    }
 #endif
+}
+
+// Its limit came from the environment, when the library was loaded.
+std::string Hold(Level) {
+    static constexpr InstructionSet kNames[] = {
+        {CV_CPU_SSE3, "SSE3"}, {CV_CPU_SSE4_1, "SSE4.1"},         {CV_CPU_AVX, "AVX"},
+        {CV_CPU_AVX2, "AVX2"}, {CV_CPU_AVX512_SKX, "AVX512_SKX"}, {CV_CPU_NEON, "NEON"}};
+    return NamesOf(kNames, [](int flag) { return cv::checkHardwareSupport(flag); });
 }
 
 }  // namespace
 
 Peer OpenCV() {
-    return {kOpenCV, cv::getVersionString(), Enter};
+    return {kOpenCV, cv::getVersionString(), Hold, Enter};
 }
 
 }  // namespace bench

@@ -6,6 +6,7 @@
 
 #include "Contest.h"
 #include "Pictures.h"
+#include "Processor.h"
 
 namespace bench {
 
@@ -13,6 +14,8 @@ namespace bench {
 struct Peer {
     Column column;
     std::string version;
+    /// Keeps the library from instructions that a processor of the level lacks, and says what it uses then.
+    std::string (*hold)(Level level);
     void (*enter)(Contests& contests, const Pictures& pictures);
 };
 
@@ -23,6 +26,29 @@ Peer Libyuv();
 Peer Swscale();
 Peer OpenCV();
 Peer Pixman();
+
+#ifdef TESSELU_BENCH_LIBYUV
+/// As `hold`, and without the instructions that move whole strings of bytes: counters take each byte for one.
+void HoldLibyuvForCounting(Level level);
+#endif
+
+/// What a library calls an instruction set, and what we call it.
+struct InstructionSet {
+    int flag;
+    const char* name;
+};
+
+template <std::size_t N, class Has>
+std::string NamesOf(const InstructionSet (&sets)[N], Has&& has) {
+    std::string text;
+    for (const auto& [flag, name] : sets) {
+        if (has(flag)) {
+            text += text.empty() ? "" : " ";
+            text += name;
+        }
+    }
+    return text;
+}
 
 /// The wipe in two libraries' steps: the first makes the alpha plane, the second blends by it.
 std::function<void()> PixmanBlendByPlane(const Pictures& pictures, const std::uint8_t* alpha);

@@ -1,4 +1,5 @@
 extern "C" {
+#include <libavutil/cpu.h>
 #include <libavutil/log.h>
 #include <libavutil/pixfmt.h>
 #include <libswscale/swscale.h>
@@ -25,8 +26,9 @@ void EnterOne(Contest& contest, const char* name, const Size& size, const Pictur
         sws_getContext(w, h, from.format, w, h, to.format, flags, nullptr, nullptr, nullptr),
         sws_freeContext);
     contest.Enter(kSwscale, name, Promise::kApproximate, [=] {
-        if (context == nullptr)
+        if (context == nullptr) {
             return 1;
+        }
         return sws_scale(context.get(), from.data, from.pitch, 0, h, to.data, to.pitch) == h ? 0 : 1;
     });
 }
@@ -53,6 +55,37 @@ void Enter(Contests& contests, const Pictures& p) {
     EnterOne(contests[Operation::kSwapPairs], "swscale fast", p.size, uyvy, yuyvOut, SWS_FAST_BILINEAR);
 }
 
+// Read when a context is made.
+std::string Hold(Level level) {
+    av_force_cpu_flags(-1);
+#if defined(__x86_64__) || defined(__i386__)
+    constexpr int kBaseline =
+        AV_CPU_FLAG_MMX | AV_CPU_FLAG_MMXEXT | AV_CPU_FLAG_SSE | AV_CPU_FLAG_SSE2 | AV_CPU_FLAG_CMOV;
+    constexpr int kSSSE3 = kBaseline | AV_CPU_FLAG_SSE3 | AV_CPU_FLAG_SSSE3;
+    const int all = av_get_cpu_flags();
+    switch (level) {
+        case Level::kBaseline:
+            av_force_cpu_flags(all & kBaseline);
+            break;
+        case Level::kSSSE3:
+            av_force_cpu_flags(all & kSSSE3);
+            break;
+        case Level::kAVX2:
+            av_force_cpu_flags(all & ~(AV_CPU_FLAG_AVX512 | AV_CPU_FLAG_AVX512ICL));
+            break;
+        case Level::kAll:
+            break;
+    }
+    static constexpr InstructionSet kNames[] = {{AV_CPU_FLAG_SSE2, "SSE2"},    {AV_CPU_FLAG_SSSE3, "SSSE3"},
+                                                {AV_CPU_FLAG_SSE4, "SSE4.1"},  {AV_CPU_FLAG_AVX, "AVX"},
+                                                {AV_CPU_FLAG_AVX2, "AVX2"},    {AV_CPU_FLAG_AVX512, "AVX512"},
+                                                {AV_CPU_FLAG_AVX512ICL, "ICL"}};
+    return NamesOf(kNames, [](int flag) { return (av_get_cpu_flags() & flag) != 0; });
+#else
+    return level == Level::kAll ? "all" : "?";
+#endif
+}
+
 }  // namespace
 
 Peer Swscale() {
@@ -60,7 +93,7 @@ Peer Swscale() {
     return {kSwscale,
             std::to_string(AV_VERSION_MAJOR(version)) + "." + std::to_string(AV_VERSION_MINOR(version)) +
                 "." + std::to_string(AV_VERSION_MICRO(version)),
-            Enter};
+            Hold, Enter};
 }
 
 }  // namespace bench

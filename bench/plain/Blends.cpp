@@ -3,7 +3,7 @@
 
 #include "plain/Plain.h"
 
-namespace bench::plain {
+namespace bench::plain::TESSELU_PLAIN_BUILD {
 
 namespace {
 
@@ -36,32 +36,34 @@ U32 AlphaOf65280(U8 key, Ramp ramp) {
     return std::min((x * static_cast<U32>(ramp.gain) + 32768) >> 16, U32{255});
 }
 
-}  // namespace
-
 void Dissolve(const U8* __restrict a, const U8* __restrict b, U8* __restrict out, std::size_t bytes,
               int weight) {
     // b + w (a - b) in 16 bits: what wraps is above the byte that is kept.
     const auto w = static_cast<std::int16_t>(weight);
-    for (std::size_t i = 0; i < bytes; ++i)
+    for (std::size_t i = 0; i < bytes; ++i) {
         out[i] = static_cast<U8>(b[i] + (static_cast<std::int16_t>(w * (a[i] - b[i]) + 128) >> 8));
+    }
 }
 
 void CompositeTwoSources(const U32* __restrict a, const U32* __restrict b, U32* __restrict out,
                          std::size_t pixels) {
-    for (std::size_t i = 0; i < pixels; ++i)
+    for (std::size_t i = 0; i < pixels; ++i) {
         out[i] = BlendFour(a[i], b[i], b[i] >> 24);
+    }
 }
 
 void CompositeByPlane(const U32* __restrict a, const U32* __restrict b, const U8* __restrict alpha,
                       U32* __restrict out, std::size_t pixels) {
-    for (std::size_t i = 0; i < pixels; ++i)
+    for (std::size_t i = 0; i < pixels; ++i) {
         out[i] = BlendFour(a[i], b[i], alpha[i]);
+    }
 }
 
 void WipePixels(const U32* __restrict a, const U32* __restrict b, const U8* __restrict key,
                 U32* __restrict out, std::size_t pixels, Ramp ramp) {
-    for (std::size_t i = 0; i < pixels; ++i)
+    for (std::size_t i = 0; i < pixels; ++i) {
         out[i] = BlendFour(a[i], b[i], AlphaOf32640(key[i], ramp));
+    }
 }
 
 void WipePairs(const U32* __restrict a, const U32* __restrict b, const U8* __restrict key,
@@ -77,23 +79,42 @@ void WipePairs(const U32* __restrict a, const U32* __restrict b, const U8* __res
     }
 }
 
+void WipeBytes(const U8* __restrict a, const U8* __restrict b, const U8* __restrict key, U8* __restrict out,
+               std::size_t bytes, Ramp ramp) {
+    for (std::size_t i = 0; i < bytes; ++i) {
+        const U32 alpha = AlphaOf65280(key[i], ramp);
+        const U32 t = a[i] * (255 - alpha) + b[i] * alpha + 128;
+        out[i] = static_cast<U8>((t + (t >> 8)) >> 8);
+    }
+}
+
 void SumOfAbsDiffs(const U8* __restrict a, const U8* __restrict b, U8* __restrict out, std::size_t pixels) {
     for (std::size_t i = 0; i < pixels; ++i) {
         U16 sum = 0;
-        for (std::size_t k = 4 * i; k < 4 * i + 3; ++k)
+        for (std::size_t k = 4 * i; k < 4 * i + 3; ++k) {
             sum = static_cast<U16>(sum + static_cast<U8>(a[k] > b[k] ? a[k] - b[k] : b[k] - a[k]));
+        }
         out[i] = static_cast<U8>(sum > 255 ? 255 : sum);
     }
 }
 
 void Fill(U32* __restrict out, std::size_t pixels, U32 colour) {
-    for (std::size_t i = 0; i < pixels; ++i)
+    for (std::size_t i = 0; i < pixels; ++i) {
         out[i] = colour;
+    }
 }
 
 void Copy(const U32* __restrict source, U32* __restrict out, std::size_t words) {
-    for (std::size_t i = 0; i < words; ++i)
+    for (std::size_t i = 0; i < words; ++i) {
         out[i] = source[i];
+    }
 }
 
-}  // namespace bench::plain
+}  // namespace
+
+extern const Blends kBlends;
+const Blends kBlends = {Dissolve,  CompositeTwoSources, CompositeByPlane, WipePixels,
+                        WipePairs, WipeBytes,           SumOfAbsDiffs,    Fill,
+                        Copy};
+
+}  // namespace bench::plain::TESSELU_PLAIN_BUILD

@@ -1,6 +1,6 @@
 #include "plain/Plain.h"
 
-namespace bench::plain {
+namespace bench::plain::TESSELU_PLAIN_BUILD {
 
 namespace {
 
@@ -29,8 +29,6 @@ I16 High(I16 a, int b) {
 U32 Luma(U32 b, U32 g, U32 r) {
     return (802 * b + 4130 * g + 2104 * r + (16U << 13)) >> 13;
 }
-
-}  // namespace
 
 void PairsToPixels(const U32* __restrict uyvy, U32* __restrict bgra, std::size_t pixels) {
     for (std::size_t i = 0; i < pixels / 2; ++i) {
@@ -76,8 +74,14 @@ void PlanarToPixels(const U8* __restrict y, const U8* __restrict cb, const U8* _
 }
 
 void SwapPairs(const U32* __restrict uyvy, U32* __restrict yuyv, std::size_t pixels) {
-    for (std::size_t i = 0; i < pixels / 2; ++i)
+    for (std::size_t i = 0; i < pixels / 2; ++i) {
         yuyv[i] = ((uyvy[i] >> 8) & 0x00FF00FF) | ((uyvy[i] & 0x00FF00FF) << 8);
+    }
 }
 
-}  // namespace bench::plain
+}  // namespace
+
+extern const Conversions kConversions;
+const Conversions kConversions = {PairsToPixels, PixelsToPairs, PlanarToPixels, SwapPairs};
+
+}  // namespace bench::plain::TESSELU_PLAIN_BUILD

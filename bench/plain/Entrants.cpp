@@ -1,0 +1,125 @@
+#include "plain/Entrants.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "Ours.h"
+#include "plain/Plain.h"
+
+// The builds of the plain loops: namespaces that differ in the flags of the compiler.
+#define TESSELU_PLAIN_DECLARE(BUILD)       \
+    namespace bench::plain::BUILD {        \
+    extern const Blends kBlends;           \
+    extern const Conversions kConversions; \
+    }
+TESSELU_PLAIN_DECLARE(native)
+#ifdef TESSELU_PLAIN_FLAGS_baseline
+TESSELU_PLAIN_DECLARE(baseline)
+TESSELU_PLAIN_DECLARE(ssse3)
+TESSELU_PLAIN_DECLARE(avx2)
+#endif
+#undef TESSELU_PLAIN_DECLARE
+
+namespace bench {
+
+namespace {
+
+struct Build {
+    const plain::Blends& blends;
+    const plain::Conversions& conversions;
+    const char* compiler;
+};
+
+Build BuildFor(Level level) {
+    using namespace plain;
+    switch (level) {
+#ifdef TESSELU_PLAIN_FLAGS_baseline
+        case Level::kBaseline:
+            return {baseline::kBlends, baseline::kConversions,
+                    TESSELU_BENCH_COMPILER " " TESSELU_PLAIN_FLAGS_baseline};
+        case Level::kSSSE3:
+            return {ssse3::kBlends, ssse3::kConversions,
+                    TESSELU_BENCH_COMPILER " " TESSELU_PLAIN_FLAGS_ssse3};
+        case Level::kAVX2:
+            return {avx2::kBlends, avx2::kConversions, TESSELU_BENCH_COMPILER " " TESSELU_PLAIN_FLAGS_avx2};
+#endif
+        default:
+            return {native::kBlends, native::kConversions,
+                    TESSELU_BENCH_COMPILER " " TESSELU_PLAIN_FLAGS_native};
+    }
+}
+
+}  // namespace
+
+const char* PlainCompiler(Level level) {
+    return BuildFor(level).compiler;
+}
+
+void EnterPlain(Contests& contests, const Pictures& p, Level level) {
+    const plain::Blends& blends = BuildFor(level).blends;
+    const plain::Conversions& conversions = BuildFor(level).conversions;
+    const std::size_t pixels = p.size.pixels(), width = p.size.width, height = p.size.height;
+    const std::uint8_t *a8 = p.a, *b8 = p.b, *key = p.key, *planar = p.planar;
+    std::uint8_t* out8 = p.out;
+    const auto* a = reinterpret_cast<const std::uint32_t*>(p.a);
+    const auto* b = reinterpret_cast<const std::uint32_t*>(p.b);
+    auto* out = reinterpret_cast<std::uint32_t*>(p.out);
+    const auto enter = [&](Operation operation, auto work) {
+        contests[operation].EnterWork(kPlain, "plain", Promise::kSameBytes, work);
+    };
+
+    enter(Operation::kDissolvePixels,
+          [=, &blends] { blends.Dissolve(a8, b8, out8, 4 * pixels, kFadeOf256); });
+    enter(Operation::kDissolvePairs, [=, &blends] { blends.Dissolve(a8, b8, out8, 2 * pixels, kFadeOf256); });
+    enter(Operation::kCompositeTwoSources, [=, &blends] { blends.CompositeTwoSources(a, b, out, pixels); });
+    enter(Operation::kCompositeByPlane, [=, &blends] { blends.CompositeByPlane(a, b, key, out, pixels); });
+    const plain::Ramp ramp = {static_cast<int>(kThreshold * 32640), static_cast<int>(kGain * 32640)};
+    for (const Operation wipe : {Operation::kWipePixelsRaw, Operation::kWipePixels}) {
+        enter(wipe, [=, &blends] { blends.WipePixels(a, b, key, out, pixels, ramp); });
+    }
+    const plain::Ramp rampOfPairs = {static_cast<int>(kThreshold * 65280), static_cast<int>(kGain * 65280)};
+    enter(Operation::kWipePairs, [=, &blends] { blends.WipePairs(a, b, key, out, pixels, rampOfPairs); });
+    enter(Operation::kWipePairsAndAlpha, [=, &blends] {
+        blends.WipePairs(a, b, key, out, pixels, rampOfPairs);
+        blends.WipeBytes(a8 + 2 * pixels, b8 + 2 * pixels, key, out8 + 2 * pixels, pixels, rampOfPairs);
+    });
+    enter(Operation::kSumOfAbsDiffs, [=, &blends] { blends.SumOfAbsDiffs(a8, b8, out8, pixels); });
+
+    enter(Operation::kFill, [=, &blends] { blends.Fill(out, pixels, kColour); });
+    contests[Operation::kFill].EnterWork(kPlain, "memset", Promise::kSameBytes,
+                                         [=] { std::memset(out, kColour & 255, 4 * pixels); });
+    enter(Operation::kCopyPixels, [=, &blends] { blends.Copy(a, out, pixels); });
+    enter(Operation::kCopyPairs, [=, &blends] { blends.Copy(a, out, pixels / 2); });
+    contests[Operation::kCopyPixels].EnterWork(kPlain, "memcpy", Promise::kSameBytes,
+                                               [=] { std::memcpy(out, a, 4 * pixels); });
+    contests[Operation::kCopyPairs].EnterWork(kPlain, "memcpy", Promise::kSameBytes,
+                                              [=] { std::memcpy(out, a, 2 * pixels); });
+
+    enter(Operation::kPairsToPixels, [=, &conversions] { conversions.PairsToPixels(a, out, pixels); });
+    enter(Operation::kPixelsToPairs, [=, &conversions] { conversions.PixelsToPairs(a, out, pixels); });
+    enter(Operation::kPlanarToPixels, [=, &conversions] {
+        const std::uint8_t *cb = planar + pixels, *cr = cb + pixels / 4;
+        auto* line = reinterpret_cast<std::uint16_t*>(out8);
+        for (std::size_t y = 0; y < height; ++y) {
+            conversions.PlanarToPixels(planar + y * width, cb + y / 2 * (width / 2), cr + y / 2 * (width / 2),
+                                       line + 2 * y * width, width);
+        }
+    });
+    enter(Operation::kSwapPairs, [=, &conversions] { conversions.SwapPairs(a, out, pixels); });
+}
+
+void EnterCopies(Contests& contests, const Pictures& p) {
+    for (Contest& contest : contests) {
+        // Half of the bytes that are read and written in all: a copy reads as many as it writes.
+        const auto bytes = static_cast<std::size_t>((contest.bytesRead + contest.bytesWritten) / 2 *
+                                                    static_cast<double>(p.size.pixels()));
+        // More than a picture has goes from the second source to a second destination.
+        const std::size_t first = std::min(bytes, 4 * p.size.pixels()), rest = bytes - first;
+        contest.EnterWork(kCopy, "copy", Promise::kNone, [=, a = p.a, b = p.b, out = p.out, to = p.scratch] {
+            std::memcpy(out, a, first);
+            std::memcpy(to, b, rest);
+        });
+    }
+}
+
+}  // namespace bench
