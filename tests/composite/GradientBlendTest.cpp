@@ -1,3 +1,5 @@
+#include <cmath>
+
 #include "composite/Pictures.h"
 #include "composite/WipeFormulas.h"
 

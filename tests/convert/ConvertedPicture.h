@@ -5,150 +5,210 @@
 #include <TesselU/image/Image.h>
 #include <TesselU/image/ImageView.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <random>
+#include <string>
 #include <vector>
+
+#include "support/FencedMemory.h"
+
+namespace convert_test {
+
+using namespace test_support;
+
+/// What an image must be to get a format code.
+struct FormatShape {
+    enum class Levels { kAsMade, kNarrowClamp, kStudio, kStudioOpen };
+
+    Zan::ConverterFormat code;
+    Zan::ColorSpaceEnum space;
+    Zan::AggregateChannelSamplingEnum sampling;
+    Zan::ComponentOrderEnum order;
+    Zan::PixelPackingEnum packing = Zan::kPacked;
+    Zan::ShapedEnum shaped = Zan::kUnshaped;
+    Zan::ColorEnum color = Zan::kFullColor;
+    Zan::ScanStyleEnum scan = Zan::kProgressive;
+    Levels levels = Levels::kAsMade;
+};
+
+/// Every format that an image can have: no image is `kFmtRGB32ShapedOpaque`.
+inline const std::vector<FormatShape>& AllFormats() {
+    using namespace Zan;
+    using Levels = FormatShape::Levels;
+    static const std::vector<FormatShape> formats = {
+        {kFmtRGB32, kRGB, k4444, kBGRA},
+        {kFmtCbYCrA, kYCrCb, k4444, kCbYCrA},
+        {kFmtCbYCrY, kYCrCb, k422, kCbYCrA},
+        {kFmtRGB32NarrowClamp, kRGB, k4444, kBGRA, kPacked, kUnshaped, kFullColor, kProgressive,
+         Levels::kNarrowClamp},
+        {kFmtRGB32Studio, kRGB, k4444, kBGRA, kPacked, kUnshaped, kFullColor, kProgressive, Levels::kStudio},
+        {kFmtRGB32StudioOpen, kRGB, k4444, kBGRA, kPacked, kUnshaped, kFullColor, kProgressive,
+         Levels::kStudioOpen},
+        {kFmtPlanar420, kYCrCb, k420, kYCbCrPlanes, kPlanar},
+        {kFmtPlanar422, kYCrCb, k422, kYCbCrPlanes, kPlanar},
+        {kFmtPlanar420Interlaced, kYCrCb, k420, kYCbCrPlanes, kPlanar, kUnshaped, kFullColor,
+         kUpperFieldFirst},
+        {kFmtPlanar411, kYCrCb, k411, kYCbCrPlanes, kPlanar},
+        {kFmtRGB24, kRGB, k444, kBGRA},
+        {kFmtYCbYCr, kYCrCb, k422, kYCbYCr},
+        {kFmtPlanarGrouped, kYCrCb, k422, kYPlaneCbCrPlane, kPlanar},
+        {kFmtYCbCrA, kYCrCb, k4444, kYCbCrA},
+        {kFmtRGB32Shaped, kRGB, k4444, kBGRA, kPacked, kShaped},
+        {kFmtCbYCrAShaped, kYCrCb, k4444, kCbYCrA, kPacked, kShaped},
+        {kFmtCbYCrY4Shaped, kYCrCb, k4224, kCbYCrA, kPacked, kShaped},
+        {kFmtCbYCrY4, kYCrCb, k4224, kCbYCrA},
+        {kFmtCbYCrYMono, kYCrCb, k422, kCbYCrA, kPacked, kUnshaped, kMonochrome},
+        {kFmtCbYCrY4Mono, kYCrCb, k4224, kCbYCrA, kPacked, kUnshaped, kMonochrome},
+        {kFmtCbYCr24, kYCrCb, k444, kCbYCrA},
+        {kFmtCbYCrY4MonoShaped, kYCrCb, k4224, kCbYCrA, kPacked, kShaped, kMonochrome},
+        {kFmtYCbCrAShaped, kYCrCb, k4444, kYCbCrA, kPacked, kShaped},
+        {kFmtYCbCr24, kYCrCb, k444, kYCbCrA},
+        {kFmtAlpha8, kAlphaOnly, k4444, kBGRA},
+    };
+    return formats;
+}
+
+inline const FormatShape& ShapeOf(Zan::ConverterFormat format) {
+    return *std::find_if(AllFormats().begin(), AllFormats().end(),
+                         [format](const FormatShape& shape) { return shape.code == format; });
+}
+
+/// One plane of a format, for a picture of a certain size.
+struct PlaneShape {
+    std::size_t rowBytes;
+    std::size_t rows;
+    bool inWords;  ///< kernels step by 32-bit words, and cut its pitch to them
+};
+
+/// The planes in the order of the channels that begin them.
+inline std::vector<PlaneShape> PlanesOf(const FormatShape& shape, std::size_t width, std::size_t height) {
+    if (shape.space == Zan::kAlphaOnly) {
+        return {{width, height, false}};
+    }
+    if (shape.packing == Zan::kPlanar) {
+        if (shape.order == Zan::kYPlaneCbCrPlane) {
+            return {{width, height, false}, {width, height, false}};
+        }
+        const std::size_t across = shape.sampling == Zan::k411 ? 4 : 2;
+        const PlaneShape chroma = {width / across, shape.sampling == Zan::k420 ? height / 2 : height, false};
+        return {{width, height, false}, chroma, chroma};
+    }
+    switch (shape.sampling) {
+        case Zan::k422:
+            return {{2 * width, height, true}};
+        case Zan::k4224:
+            return {{2 * width, height, true}, {width, height, false}};
+        case Zan::k444:
+            return {{3 * width, height, false}};
+        default:
+            return {{4 * width, height, true}};
+    }
+}
 
 /// How the memory of a picture lies.
 struct Placement {
-    unsigned padding = 0;
-    unsigned misalignment = 0;
+    unsigned padding = 0;  ///< bytes of a line beyond its samples
+    unsigned slack = 0;    ///< bytes between the last line and the fence, which move every address
     bool bottomUp = false;
 };
 
-/// A picture of one converter format in memory of our own: random samples with random guard bytes around the
-/// planes and between their rows.
+/// A picture of one format in memory of our own that ends at a fence: random samples, with random bytes
+/// before the planes, between their lines and behind them.
 class ConvertedPicture {
 public:
-    ConvertedPicture(Zan::ConverterFormat format, unsigned width, unsigned height, std::mt19937& random,
-                     Placement placement = {}) {
-        using namespace Zan;
-        struct Shape {
-            ColorSpaceEnum space;
-            AggregateChannelSamplingEnum sampling;
-            ComponentOrderEnum order;
-            PixelPackingEnum packing;
-        };
-        Shape shape{kRGB, k4444, kBGRA, kPacked};
-        switch (format) {
-            case kFmtCbYCrA:
-            case kFmtCbYCrAShaped:
-                shape = {kYCrCb, k4444, kCbYCrA, kPacked};
-                break;
-            case kFmtYCbCrA:
-                shape = {kYCrCb, k4444, kYCbCrA, kPacked};
-                break;
-            case kFmtCbYCrY:
-                shape = {kYCrCb, k422, kCbYCrA, kPacked};
-                break;
-            case kFmtYCbYCr:
-                shape = {kYCrCb, k422, kYCbYCr, kPacked};
-                break;
-            case kFmtCbYCrY4:
-            case kFmtCbYCrY4Shaped:
-                shape = {kYCrCb, k4224, kCbYCrA, kPacked};
-                break;
-            case kFmtPlanar420:
-                shape = {kYCrCb, k420, kYCbCrPlanes, kPlanar};
-                break;
-            case kFmtRGB24:
-                shape = {kRGB, k444, kBGRA, kPacked};
-                break;
-            case kFmtAlpha8:
-                shape = {kAlphaOnly, k4444, kBGRA, kPacked};
-                break;
-            default:
-                break;
-        }
-        const bool shaped =
-            format == kFmtRGB32Shaped || format == kFmtCbYCrAShaped || format == kFmtCbYCrY4Shaped;
-        const ImageDescriptor descriptor(width, height, shape.space, shape.sampling, shape.order,
-                                         shape.packing, kProgressive, kNoFields, kTopLeft, 1.0F,
-                                         shaped ? kShaped : kUnshaped);
-        // The memory is for the size that the image makes of it.
-        const unsigned evenWidth = width + width % 2;
-        const unsigned evenHeight = height + height % 2;
-        switch (shape.sampling) {
-            case k422:
-                AddPlane(2 * evenWidth, height, placement, random);
-                break;
-            case k4224:
-                AddPlane(2 * evenWidth, height, placement, random);
-                AddPlane(evenWidth, height, placement, random);
-                break;
-            case k420:
-                AddPlane(evenWidth, evenHeight, placement, random);
-                AddPlane(evenWidth / 2, evenHeight / 2, placement, random);
-                AddPlane(evenWidth / 2, evenHeight / 2, placement, random);
-                break;
-            case k444:
-                AddPlane(3 * width, height, placement, random);
-                break;
-            default:
-                AddPlane((shape.space == kAlphaOnly ? 1 : 4) * width, height, placement, random);
-                break;
-        }
+    /// The image is as much larger as its sampling wants: whole pairs, whole groups of four, pairs of lines.
+    ConvertedPicture(Zan::ConverterFormat format, std::size_t width, std::size_t height,
+                     Placement placement = {})
+        : shape(ShapeOf(format)) {
+        const std::size_t across = shape.sampling == Zan::k411   ? 4
+                                   : shape.space != Zan::kYCrCb  ? 1
+                                   : shape.sampling >= Zan::k422 ? 2
+                                                                 : 1;
+        const std::size_t down = shape.sampling == Zan::k420 ? 2 : 1;
+        const std::size_t wide = (width + across - 1) / across * across;
+        const std::size_t high = (height + down - 1) / down * down;
         std::vector<unsigned char*> addresses;
-        std::vector<ULong32> pitches;
-        for (Plane& plane : planes) {
-            addresses.push_back(plane.bytes.data() + plane.first);
-            pitches.push_back(static_cast<ULong32>(plane.pitch));
+        std::vector<Zan::ULong32> pitches;
+        for (const PlaneShape& plane : PlanesOf(shape, wide, high)) {
+            const std::size_t pitch = plane.rowBytes + placement.padding;
+            auto memory = std::make_unique<FencedMemory>(pitch * plane.rows + placement.slack);
+            addresses.push_back(memory->Data());
+            pitches.push_back(static_cast<Zan::ULong32>(pitch));
+            const auto step = static_cast<std::ptrdiff_t>(plane.inWords ? pitch / 4 * 4 : pitch);
+            const auto last = static_cast<std::ptrdiff_t>(pitch * (plane.rows - 1));
+            planes.push_back({std::move(memory), placement.bottomUp ? last : 0,
+                              placement.bottomUp ? -step : step, pitch, plane});
         }
-        image = std::make_unique<Image>(addresses.data(), pitches.data(), descriptor, 1U, 1U);
-        if (placement.bottomUp) {
-            image->SetOrigin(kBottomLeft);
-            for (Plane& plane : planes) {
-                plane.first += plane.pitch * (plane.rows - 1);
-                plane.isBottomUp = true;
-            }
-        }
-        for (ULong32 channel = 0; channel < 3; ++channel) {
-            if (format == kFmtRGB32NarrowClamp) {
-                image->SetClampLowAndHighLevel(0.1F, 0.9F, channel);
-            } else if (format == kFmtRGB32Studio || format == kFmtRGB32StudioOpen) {
-                image->SetBlackAndWhiteLevel(16.0F / 255, 235.0F / 255, channel);
-                if (format == kFmtRGB32Studio) {
-                    image->SetClampLowAndHighLevel(0.05F, 0.95F, channel);
-                }
-            }
-        }
+        const Zan::ImageDescriptor descriptor(
+            static_cast<Zan::ULong32>(wide), static_cast<Zan::ULong32>(high), shape.space, shape.sampling,
+            shape.order, shape.packing, shape.scan, Zan::kInterleavedFields,
+            placement.bottomUp ? Zan::kBottomLeft : Zan::kTopLeft, 1.0F, shape.shaped);
+        image = std::make_unique<Zan::Image>(addresses.data(), pitches.data(), descriptor, 1U, 1U);
+        image->SetColor(shape.color);
+        SetLevels();
     }
 
+    const FormatShape& Shape() const { return shape; }
     Zan::Image& GetImage() { return *image; }
-
-    /// The byte `offset` bytes into row `row` of a plane, counted from the top of the picture.
-    std::uint8_t& At(std::size_t plane, std::size_t offset, std::size_t row) {
-        return planes[plane].bytes[IndexOf(plane, offset, row)];
+    operator Zan::Image*() { return image.get(); }
+    /// The first columns and lines.
+    Zan::ImageView View(std::size_t width, std::size_t height) {
+        return Zan::ImageView(
+            image.get(),
+            Zan::Rectangle(0, 0, static_cast<Zan::Long32>(width), static_cast<Zan::Long32>(height)),
+            Zan::kFrame);
     }
+
+    /// The byte `offset` bytes into row `row` of a plane, counted from the top of the picture as kernels walk
+    /// it.
+    std::uint8_t& At(std::size_t plane, std::size_t offset, std::size_t row) {
+        return planes[plane].memory->Data()[FromStart(plane, offset, row)];
+    }
+    /// The same place in `Memory`.
     std::size_t IndexOf(std::size_t plane, std::size_t offset, std::size_t row) const {
-        const Plane& p = planes[plane];
-        return p.isBottomUp ? p.first - row * p.pitch + offset : p.first + row * p.pitch + offset;
+        return static_cast<std::size_t>(static_cast<std::ptrdiff_t>(planes[plane].memory->GuardLength()) +
+                                        FromStart(plane, offset, row));
     }
 
     std::size_t Planes() const { return planes.size(); }
-    const std::vector<std::uint8_t>& Memory(std::size_t plane) const { return planes[plane].bytes; }
+    const PlaneShape& PlaneAt(std::size_t plane) const { return planes[plane].shape; }
+    std::size_t Pitch(std::size_t plane) const { return planes[plane].pitch; }
+    /// The channel that a plane begins with.
+    Zan::ULong32 ChannelOf(std::size_t plane) const {
+        return plane == 1 && shape.sampling == Zan::k4224 ? 3 : static_cast<Zan::ULong32>(plane);
+    }
+    FencedMemory& PlaneMemory(std::size_t plane) { return *planes[plane].memory; }
+    /// All bytes of a plane and around it.
+    Bytes Memory(std::size_t plane) const { return planes[plane].memory->Snapshot(); }
 
 private:
     struct Plane {
-        std::vector<std::uint8_t> bytes;
-        std::size_t first, pitch, rows;
-        bool isBottomUp;
+        std::unique_ptr<FencedMemory> memory;
+        std::ptrdiff_t first, step;
+        std::size_t pitch;
+        PlaneShape shape;
     };
 
-    void AddPlane(std::size_t rowBytes, std::size_t rows, const Placement& placement, std::mt19937& random) {
-        constexpr std::size_t kGuard = 512;
-        // Pitches stay multiples of 4, as the copies take them so.
-        const std::size_t pitch = (rowBytes + 3) / 4 * 4 + 4 * placement.padding;
-        Plane plane{std::vector<std::uint8_t>(2 * kGuard + 64 + pitch * rows), 0, pitch, rows, false};
-        for (std::uint8_t& byte : plane.bytes) {
-            byte = static_cast<std::uint8_t>(random());
-        }
-        const auto address = reinterpret_cast<std::uintptr_t>(plane.bytes.data() + kGuard);
-        plane.first = kGuard + (64 - address % 64) % 64 + placement.misalignment;
-        planes.push_back(std::move(plane));
+    std::ptrdiff_t FromStart(std::size_t plane, std::size_t offset, std::size_t row) const {
+        const Plane& p = planes[plane];
+        return p.first + static_cast<std::ptrdiff_t>(row) * p.step + static_cast<std::ptrdiff_t>(offset);
     }
 
+    void SetLevels() {
+        using Levels = FormatShape::Levels;
+        for (Zan::ULong32 channel = 0; channel < 3 && shape.levels != Levels::kAsMade; ++channel) {
+            if (shape.levels != Levels::kNarrowClamp) {
+                image->SetBlackAndWhiteLevel(16.0F / 255, 235.0F / 255, channel);
+            }
+            if (shape.levels != Levels::kStudioOpen) {
+                image->SetClampLowAndHighLevel(0.05F, 0.95F, channel);
+            }
+        }
+    }
+
+    FormatShape shape;
     std::vector<Plane> planes;
     std::unique_ptr<Zan::Image> image;
 };
@@ -159,7 +219,7 @@ public:
     explicit ExpectedPicture(ConvertedPicture& ofPicture) : picture(ofPicture) {
         for (std::size_t plane = 0; plane < picture.Planes(); ++plane) {
             lowest.push_back(picture.Memory(plane));
-            highest.push_back(picture.Memory(plane));
+            highest.push_back(lowest.back());
         }
     }
 
@@ -168,19 +228,19 @@ public:
     }
     void SetRange(std::size_t plane, std::size_t offset, std::size_t row, int low, int high) {
         const std::size_t at = picture.IndexOf(plane, offset, row);
-        lowest[plane][at] = static_cast<std::uint8_t>(low);
-        highest[plane][at] = static_cast<std::uint8_t>(high);
+        lowest[plane].at(at) = static_cast<std::uint8_t>(low);
+        highest[plane].at(at) = static_cast<std::uint8_t>(high);
     }
 
     /// The first byte that differs; an empty text when none does.
     std::string FirstDifference() const {
         for (std::size_t plane = 0; plane < picture.Planes(); ++plane) {
-            const std::vector<std::uint8_t>& bytes = picture.Memory(plane);
+            const Bytes bytes = picture.Memory(plane);
             for (std::size_t i = 0; i < bytes.size(); ++i) {
                 if (bytes[i] < lowest[plane][i] || bytes[i] > highest[plane][i]) {
-                    const auto fromStart =
+                    const auto fromFirst =
                         static_cast<long long>(i) - static_cast<long long>(picture.IndexOf(plane, 0, 0));
-                    return "plane " + std::to_string(plane) + ", byte " + std::to_string(fromStart) +
+                    return "plane " + std::to_string(plane) + ", byte " + std::to_string(fromFirst) +
                            " from its first: " + std::to_string(bytes[i]) + " instead of " +
                            std::to_string(lowest[plane][i]) + " to " + std::to_string(highest[plane][i]);
                 }
@@ -191,7 +251,9 @@ public:
 
 private:
     ConvertedPicture& picture;
-    std::vector<std::vector<std::uint8_t>> lowest, highest;
+    std::vector<Bytes> lowest, highest;
 };
+
+}  // namespace convert_test
 
 #endif  // TESSELU_TESTS_CONVERT_CONVERTEDPICTURE_H

@@ -12,10 +12,12 @@
 #include "convert/ConversionPairs.h"
 #include "convert/FormatCatalogue.h"
 #include "convert/KernelTable.h"
+#include "convert/PairsOfPaths.h"
 
 namespace {
 
 using namespace Zan;
+using namespace convert_test;
 
 // An image of four by four that tests change until it is what they want.
 class Picture {
@@ -386,17 +388,6 @@ TEST(ConverterFormat, AnImageWithoutAlphaSimplifiesNothing) {
 
 // ---- Pair tables -----------------------------------------------------------------------------------------
 
-using PairList = std::vector<std::pair<int, std::set<int>>>;
-
-bool Lists(const PairList& pairs, int source, int destination) {
-    for (const auto& [from, to] : pairs) {
-        if (from == source) {
-            return to.count(destination) != 0;
-        }
-    }
-    return false;
-}
-
 void ExpectTable(const PairTable& table, const PairList& pairs) {
     for (int source = 0; source < 40; ++source) {
         for (int destination = 0; destination < 40; ++destination) {
@@ -411,52 +402,6 @@ void ExpectTable(const PairTable& table, const PairList& pairs) {
     EXPECT_FALSE(table.Has(0xFFFFFFFFU, 0xFFFFFFFFU));
 }
 
-const PairList kIntegerPath = {
-    {0, {0, 1, 2, 6, 8, 9, 10, 12, 14, 16, 17}},
-    {1, {0, 1, 2, 5, 17}},
-    {2, {0, 1, 2, 5, 6, 7, 10, 11, 12, 14, 16, 17, 18}},
-    {3, {1, 3}},
-    {4, {1, 4}},
-    {5, {1, 2, 5, 9, 12, 16, 17}},
-    {6, {0, 5}},
-    {7, {2}},
-    {8, {0, 5}},
-    {9, {0, 5}},
-    {10, {0, 2, 10, 11, 14, 20}},
-    {11, {0, 2, 5, 10}},
-    {12, {2}},
-    {13, {13, 17}},
-    {14, {0, 2, 14, 16, 17}},
-    {15, {15, 16}},
-    {16, {0, 2, 5, 14, 15, 16, 17, 22}},
-    {17, {0, 1, 2, 5, 10, 14, 16, 17, 19}},
-    {18, {18}},
-    {19, {19}},
-    {25, {25}},
-};
-
-const PairList kFloatPath = {
-    {0, {0, 1, 2, 6, 8, 9, 10, 12, 13, 14, 16, 17, 23}},
-    {1, {0, 1, 2, 5, 17}},
-    {2, {0, 1, 2, 5, 6, 7, 10, 11, 12, 13, 17, 23, 24}},
-    {3, {1, 3}},
-    {4, {1, 4}},
-    {5, {1, 2, 5, 9, 12, 16, 17}},
-    {6, {0, 5}},
-    {8, {0, 5}},
-    {9, {0, 5}},
-    {10, {0, 2, 10, 11, 20}},
-    {11, {0, 2, 5, 10}},
-    {12, {2}},
-    {13, {13, 17}},
-    {14, {0, 2, 14, 17, 23}},
-    {15, {15, 16}},
-    {16, {0, 5, 13, 15, 17, 23}},
-    {17, {0, 1, 2, 5, 10, 13, 14, 16, 17, 23}},
-    {21, {2}},
-    {24, {2}},
-};
-
 TEST(ConverterPairs, IntegerPath) {
     ExpectTable(integerPairs, kIntegerPath);
 }
@@ -466,8 +411,8 @@ TEST(ConverterPairs, FloatPath) {
 }
 
 TEST(ConverterPairs, FixedPointAndFloatSimdPaths) {
-    ExpectTable(fixedPointPairs, {{0, {0, 1}}, {1, {1}}, {2, {2}}, {3, {3}}, {4, {4}}, {5, {5}}});
-    ExpectTable(floatSimdPairs, {{0, {1}}});
+    ExpectTable(fixedPointPairs, kFixedPointPath);
+    ExpectTable(floatSimdPairs, kFloatSimdPath);
 }
 
 TEST(ConverterPairs, EveryPairOfTheIntegerPathHasANamedKernel) {
@@ -489,13 +434,7 @@ TEST(ConverterPairs, EveryPairOfTheIntegerPathHasANamedKernel) {
 }
 
 TEST(ConverterPairs, KernelsOfThisLibrary) {
-    const PairList exist = {{0, {0, 2}}, {1, {1}},   {2, {0, 2, 5, 11, 14}},
-                            {3, {3}},    {4, {4}},   {5, {2, 5}},
-                            {6, {0, 5}}, {10, {10}}, {11, {2}},
-                            {13, {13}},  {14, {14}}, {15, {15}},
-                            {16, {16}},  {17, {17}}, {18, {18}},
-                            {19, {19}},  {25, {25}}};
-    for (const auto& [source, destinations] : exist) {
+    for (const auto& [source, destinations] : kKernelsOfToday) {
         for (const int destination : destinations) {
             for (const bool sse2 : {false, true}) {
                 EXPECT_NE(FindIntegerKernel(static_cast<std::uint32_t>(source),
