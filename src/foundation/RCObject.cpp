@@ -10,9 +10,17 @@ void RCObject::AddReference() {
 
 void RCObject::RemoveReference() {
     // The count is taken from the decrement itself, so that of two threads that drop the last two references
-    // at the same moment exactly one deletes.
-    if (referenceCount.fetch_sub(1, std::memory_order_acq_rel) == 1) {
-        delete this;
+    // at the same moment exactly one deletes. It never goes below 0, from where the first of two later owners
+    // would delete the object of both.
+    std::int32_t count = referenceCount.load(std::memory_order_relaxed);
+    while (count > 0) {
+        if (referenceCount.compare_exchange_weak(count, count - 1, std::memory_order_acq_rel,
+                                                 std::memory_order_relaxed)) {
+            if (count == 1) {
+                delete this;
+            }
+            return;
+        }
     }
 }
 

@@ -1,6 +1,7 @@
 #include <TesselU/foundation/RCObject.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstring>
 #include <string>
 #include <thread>
@@ -67,6 +68,32 @@ TEST(RCObjectTest, SharedMeansMoreThanOneReference) {
     EXPECT_EQ(log.back(), "~a");
 }
 
+TEST(RCObjectTest, WithoutAReferenceThereIsNoneToRemove) {
+    Log log;
+    Logged* const object = new Logged("a", log);
+    object->RemoveReference();
+    object->RemoveReference();
+    EXPECT_EQ(log, (Log{"-a", "-a"})) << "still there";
+    EXPECT_FALSE(object->IsShared());
+    {
+        const RCPtr<Logged> first(object);
+        {
+            const RCPtr<Logged> second(object);
+            EXPECT_TRUE(object->IsShared()) << "the count was 0, not below";
+        }
+        EXPECT_EQ(log.back(), "-a") << "one owner is left";
+    }
+    EXPECT_EQ(log.back(), "~a");
+
+    Log logOfLocal;
+    {
+        Logged local("b", logOfLocal);
+        local.RemoveReference();
+        EXPECT_EQ(logOfLocal, (Log{"-b"}));
+    }
+    EXPECT_EQ(logOfLocal, (Log{"-b", "~b"})) << "an object without owners ends where it was made, once";
+}
+
 TEST(RCObjectTest, CopyStartsWithoutReferences) {
     Log log;
     const RCPtr<Logged> original(new Logged("a", log));
@@ -121,6 +148,25 @@ TEST(RCObjectTest, CountsOnManyThreads) {
         EXPECT_FALSE(gone);
     }
     EXPECT_TRUE(gone);
+}
+
+TEST(RCObjectTest, OfTheLastTwoReferencesOneDeletes) {
+    class Counted : public RCObject {
+    public:
+        explicit Counted(std::atomic<int>& count) : gone(count) {}
+        ~Counted() override { ++gone; }
+
+    private:
+        std::atomic<int>& gone;
+    };
+    std::atomic<int> gone{0};
+    for (int round = 1; round <= 200; ++round) {
+        RCPtr<Counted> first(new Counted(gone));
+        std::thread other([second = first]() mutable { second = nullptr; });
+        first = nullptr;
+        other.join();
+        ASSERT_EQ(gone, round);
+    }
 }
 
 #if defined(__GNUC__) && (defined(__x86_64__) || defined(__i386__))

@@ -14,7 +14,8 @@ class TESSELU_API RCObject {
 public:
     /// One more owner.
     virtual void AddReference();
-    /// One owner less; the last one deletes the object.
+    /// One owner less; the last one deletes the object. Without an owner nothing happens: the count stays 0
+    /// and the object as it is, to be owned, or deleted, as ever.
     virtual void RemoveReference();
     /// True when there is more than one owner.
     virtual bool IsShared() const;
