@@ -97,6 +97,19 @@ TEST(CompositeAlpha, PitchesAddressesAndHeights) {
     });
 }
 
+TEST(CompositeAlpha, StreamedToAnyAddressAndPitch) {
+    StreamingOnEveryTarget([](Zan::ZanCompositor& compositor, const Machine&) {
+        for (const unsigned path : {1U, 2U}) {
+            for (std::size_t shift = 0; shift < 64; shift += shift < 9 ? 1 : 7) {
+                for (const std::ptrdiff_t odd : {0, 1, 2, 3}) {
+                    ASSERT_NO_FATAL_FAILURE(Check(compositor, path, 331, 3, 1324 + odd, 1324, 331 + odd,
+                                                  shift % 2 == 0 ? 1324 + odd : -(1328 + odd), shift));
+                }
+            }
+        }
+    });
+}
+
 TEST(CompositeAlpha, AllAlphasOnAllSamples) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine&) {
         for (const unsigned path : {1U, 2U}) {

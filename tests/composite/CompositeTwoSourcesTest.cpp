@@ -63,6 +63,17 @@ TEST(CompositeTwoSources, PitchesAddressesAndHeights) {
     });
 }
 
+TEST(CompositeTwoSources, StreamedToAnyAddressAndPitch) {
+    StreamingOnEveryTarget([](Zan::ZanCompositor& compositor, const Machine&) {
+        for (std::size_t shift = 0; shift < 64; shift += shift < 9 ? 1 : 7) {
+            for (const std::ptrdiff_t odd : {0, 1, 6}) {
+                ASSERT_NO_FATAL_FAILURE(Check(compositor, 205, 3, 820 + odd, 820,
+                                              shift % 2 == 0 ? 820 + odd : -(828 + odd), shift));
+            }
+        }
+    });
+}
+
 TEST(CompositeTwoSources, AllAlphasOnAllSamples) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine&) {
         // Column x: the sample of one source and, in byte 3, its alpha; row y: the alpha of the second.

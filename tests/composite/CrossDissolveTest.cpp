@@ -131,6 +131,19 @@ TEST_F(CrossDissolve, AnyAddress) {
     });
 }
 
+TEST_F(CrossDissolve, StreamedToAnyAddressAndPitch) {
+    StreamingOnEveryTarget([&](Zan::ZanCompositor& compositor, const Machine& machine) {
+        for (unsigned path = 0; path <= 2; ++path) {
+            for (std::size_t shift = 0; shift < 64; shift += shift < 9 ? 1 : 7) {
+                for (const std::ptrdiff_t odd : {0, 1, 6}) {
+                    ASSERT_NO_FATAL_FAILURE(Check(compositor, machine, path, 205, 3, 820 + odd, 820,
+                                                  shift % 2 == 0 ? 820 + odd : -(828 + odd), 0.6, shift));
+                }
+            }
+        }
+    });
+}
+
 TEST_F(CrossDissolve, HeightsFromNothing) {
     OnEveryMachine([&](Zan::ZanCompositor& compositor, const Machine& machine) {
         for (unsigned path = 0; path <= 2; ++path) {

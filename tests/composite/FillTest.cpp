@@ -215,6 +215,22 @@ TEST(Fill, WordPlanesAtEveryAddress) {
     });
 }
 
+TEST(Fill, StreamedToAnyAddressAndPitch) {
+    StreamingOnEveryTarget([](Zan::ZanCompositor& compositor, const Machine& machine) {
+        for (const int style : {0, 2, 3, 5}) {
+            for (std::size_t slack = 0; slack < 64; slack += slack < 9 ? 1 : 7) {
+                const auto odd = static_cast<Zan::ULong32>(slack % 5);
+                for (const Format& format :
+                     {Format::Rgb(133, 3), Format::YCrCb(266, 3, Zan::k422), Format::Grey(531, 3)}) {
+                    const auto width = static_cast<Zan::Long32>(format.width);
+                    ASSERT_NO_FATAL_FAILURE(CheckFill(compositor, machine, format.Padded(odd).Slack(slack),
+                                                      {0, 0, width, 3}, style, kColour, kPlain));
+                }
+            }
+        }
+    });
+}
+
 // The last row of the plane: what the alignment step writes beyond it is clipped.
 TEST(Fill, AlignmentStepEndsWithThePlane) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {

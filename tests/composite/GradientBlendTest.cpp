@@ -85,6 +85,20 @@ TEST(GradientBlend, PitchesAddressesAndHeights) {
     });
 }
 
+TEST(GradientBlend, StreamedToAnyAddressAndPitch) {
+    StreamingOnEveryTarget([](Zan::ZanCompositor& compositor, const Machine& machine) {
+        for (const unsigned path : {1U, 2U}) {
+            for (std::size_t shift = 0; shift < 64; shift += shift < 9 ? 1 : 7) {
+                for (const std::ptrdiff_t odd : {0, 1, 2, 3}) {
+                    ASSERT_NO_FATAL_FAILURE(Check(compositor, machine, path, 331, 3, 1324 + odd, 1324,
+                                                  331 + odd, shift % 2 == 0 ? 1324 + odd : -(1328 + odd), 0.3,
+                                                  0.02, shift));
+                }
+            }
+        }
+    });
+}
+
 // The alpha that each key value got, read off a blend of black and white.
 void CheckAlphas(Zan::ZanCompositor& compositor, const Machine& machine, double threshold, double gain) {
     std::vector<unsigned char> key(256);

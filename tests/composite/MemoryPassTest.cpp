@@ -281,6 +281,33 @@ TEST(ReadTwoSourcesWriteDst, OrsWordByWord) {
     }
 }
 
+TEST(ReadTwoSourcesWriteDst, StreamedToAnyAddressAndPitch) {
+    StreamingOnEveryTarget([](Zan::ZanCompositor& compositor, const Machine& machine) {
+        if (!machine.HasSse2()) {
+            return;
+        }
+        for (std::size_t slack = 0; slack < 64; slack += slack < 9 ? 1 : 7) {
+            const auto odd = static_cast<Zan::ULong32>(slack % 5);
+            Picture a(Format::Rgb(131, 3).Padded(odd));
+            Picture b(Format::Rgb(131, 3).Slack(slack / 2));
+            Picture dst(Format::Rgb(131, 3).Padded(odd).Slack(slack));
+            Zan::ImageView viewA(a);
+            Zan::ImageView viewB(b);
+            Zan::ImageView viewDst(dst);
+            PlaneModel expected = dst.Model(viewDst);
+            const PlaneModel modelA = a.Model(viewA);
+            const PlaneModel modelB = b.Model(viewB);
+            for (unsigned y = 0; y < 3; ++y) {
+                for (unsigned i = 0; i < 4 * 131; ++i) {
+                    expected.At(y, i) = modelA.At(y, i) | modelB.At(y, i);
+                }
+            }
+            ASSERT_EQ(compositor.ReadTwoSourcesWriteDst(viewA, viewB, viewDst, Zan::kBestAvailable), 0);
+            ASSERT_TRUE(Matches(expected, dst.Colour())) << slack;
+        }
+    });
+}
+
 TEST(ReadTwoSourcesWriteDst, SmallerViewsAreNotLeft) {
     Zan::ScopedInstructionSet scope(Zan::kSSE2);
     Zan::ZanCompositor compositor;

@@ -15,9 +15,9 @@
 #include <vector>
 
 #include "foundation/CapabilitySeam.h"
-#include "simd/Rows.h"
 #include "simd/Targets.h"
 #include "support/FencedMemory.h"
+#include "support/Streaming.h"
 
 namespace composite_test {
 
@@ -277,32 +277,53 @@ inline Zan::ImageView Part(Picture& picture, Zan::Long32 left, Zan::Long32 top, 
     return Zan::ImageView(picture, Zan::Rectangle(left, top, width, height), field);
 }
 
+namespace internal {
+
+template <class Body>
+void RunAs(const Machine& machine, Zan::simd::Target target, bool aroundCache, Body& body) {
+    SCOPED_TRACE(::testing::PrintToString(machine) + " on " + Zan::simd::TargetName(target) +
+                 (aroundCache ? ", streaming" : ""));
+    const Zan::ScopedInstructionSet scope(machine.set);
+    const Zan::simd::ScopedTarget limit(target);
+    const ScopedStreaming streaming(aroundCache);
+    Zan::ZanCompositor compositor;
+    compositor.SetMMXonlyStyle(machine.mmxOnly);
+    body(compositor, machine);
+}
+
+}  // namespace internal
+
 /// Runs `body(compositor, machine)` as on every machine, on every target of the vector bodies and, on the
 /// best of them, with stores around the cache as well.
 template <class Body>
 void OnEveryMachine(Body body) {
-    struct BySize {
-        ~BySize() { Zan::simd::ForceStreaming(-1); }
-    } bySizeAgain;
-    const auto run = [&](const Machine& machine, Zan::simd::Target target, bool streaming) {
-        SCOPED_TRACE(::testing::PrintToString(machine) + " on " + Zan::simd::TargetName(target) +
-                     (streaming ? ", streaming" : ""));
-        Zan::ScopedInstructionSet scope(machine.set);
-        Zan::simd::ScopedTarget limit(target);
-        Zan::simd::ForceStreaming(streaming ? 1 : 0);
-        Zan::ZanCompositor compositor;
-        compositor.SetMMXonlyStyle(machine.mmxOnly);
-        body(compositor, machine);
-    };
     for (const Machine& machine : AllMachines()) {
         for (std::size_t i = 0; i < Zan::simd::kTargetCount; ++i) {
             const auto target = static_cast<Zan::simd::Target>(i);
             if (!Zan::simd::IsTargetAvailable(target)) {
                 continue;
             }
-            run(machine, target, false);
+            internal::RunAs(machine, target, false, body);
             if (target == Zan::simd::BestTarget()) {
-                run(machine, target, true);
+                internal::RunAs(machine, target, true, body);
+            }
+            if (::testing::Test::HasFatalFailure()) {
+                return;
+            }
+        }
+    }
+}
+
+/// Runs `body(compositor, machine)` with stores around the cache, on every target and every path. Rows must
+/// be some hundred pixels wide for such stores to happen at all.
+template <class Body>
+void StreamingOnEveryTarget(Body body) {
+    for (const Machine machine :
+         {Machine{Zan::kMMX, false}, Machine{Zan::kSSE_MMX, false}, Machine{Zan::kSSE2, false}}) {
+        for (std::size_t i = 0; i < Zan::simd::kTargetCount; ++i) {
+            const auto target = static_cast<Zan::simd::Target>(i);
+            if (Zan::simd::IsTargetAvailable(target)) {
+                internal::RunAs(machine, target, true, body);
             }
             if (::testing::Test::HasFatalFailure()) {
                 return;

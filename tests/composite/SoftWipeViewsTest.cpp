@@ -126,6 +126,23 @@ TEST(SoftWipeViews, AddressesAndPitchesOfAnyKind) {
     });
 }
 
+TEST(SoftWipeViews, StreamedToAnyAddressAndPitch) {
+    StreamingOnEveryTarget([](Zan::ZanCompositor& compositor, const Machine& machine) {
+        for (const auto sampling : kSamplings) {
+            for (const int style : {0, 1, 2, 5}) {
+                for (std::size_t slack = 0; slack < 64; slack += slack < 9 ? 1 : 7) {
+                    const auto odd = static_cast<Zan::ULong32>(slack % 5);
+                    const Format to = Colour(531, 3, sampling).Padded(odd, odd).Slack(slack);
+                    Wipe wipe(Colour(531, 3, sampling).Padded(odd, 1), Colour(531, 3, sampling),
+                              Format::Grey(531, 3).Padded(odd).Slack(slack / 2),
+                              slack % 3 == 0 ? to.BottomLeft() : to);
+                    ASSERT_NO_FATAL_FAILURE(Check(compositor, machine, wipe, 0.5, 70.0, style));
+                }
+            }
+        }
+    });
+}
+
 TEST(SoftWipeViews, RefusedFormats) {
     Format threeBytes = Format::Rgb(16, 4);
     threeBytes.sampling = Zan::k444;

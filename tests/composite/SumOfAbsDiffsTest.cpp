@@ -85,6 +85,22 @@ TEST(SumOfAbsDiffs, PitchesAddressesAndHeights) {
     });
 }
 
+TEST(SumOfAbsDiffs, StreamedToAnyAddressAndPitch) {
+    StreamingOnEveryTarget([](Zan::ZanCompositor& compositor, const Machine& machine) {
+        for (const unsigned path : {1U, 2U}) {
+            if (path == 2 && !machine.TakesSse()) {
+                continue;
+            }
+            for (std::size_t shift = 0; shift < 64; shift += shift < 9 ? 1 : 7) {
+                for (const std::ptrdiff_t odd : {0, 1, 2, 3}) {
+                    ASSERT_NO_FATAL_FAILURE(Check(compositor, path, 411, 3, 1644 + odd, 1644,
+                                                  shift % 2 == 0 ? 411 + odd : -(420 + odd), shift));
+                }
+            }
+        }
+    });
+}
+
 TEST(SumOfAbsDiffs, WorkedPixels) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
         Zan::ULong32 a[8] = {0x00000000U, 0xFF000000U, 0x00102030U, 0x00FF0000U,

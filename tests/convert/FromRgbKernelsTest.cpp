@@ -52,6 +52,12 @@ TEST(ConverterKernels, Rgb32ToPairsWithDefaults) {
     ExpectRgb32ToPairs({kFmtRGB32StudioOpen, kFmtCbYCrY}, kFromStudioRgb, {});
 }
 
+TEST(ConverterKernels, Rgb32ToPairsStreamedToAnyAddress) {
+    ForEveryStreamedAddress([](const Size& size, const Placement& placement, const RunsAs& run) {
+        ExpectConversion(kRgb32ToPairs, size, placement, run, {}, Rgb32InPairs(kFromFullRgb, size));
+    });
+}
+
 TEST(ConverterKernels, Rgb32ToPairsWithOwnMatrix) {
     Matrix own{};
     own.m = {{{0.75, -0.5, -0.25, 0}, {0.25, 0.625, 0.125, 0}, {-0.125, -0.375, 0.5, 0}, {0, 0, 0, 1}}};

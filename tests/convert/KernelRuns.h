@@ -135,6 +135,25 @@ inline void ForEverySize(const std::function<void(const Size&, const Placement&,
     });
 }
 
+/// Rows so wide that every target writes them around the cache, at all addresses, lines apart and touching.
+inline void ForEveryStreamedAddress(
+    const std::function<void(const Size&, const Placement&, const RunsAs&)>& body) {
+    ForEveryRun([&](const RunsAs& run) {
+        if (!run.streaming || run.set != Zan::kSSE2) {
+            return;
+        }
+        for (unsigned slack = 0; slack < 64; slack += slack < 17 ? 1 : 5) {
+            for (const unsigned width : {320U, 531U}) {
+                // The destination has a byte more than is given here.
+                body({width, 4}, {slack % 4 == 0 ? 3 : slack % 9, slack, slack % 3 == 0}, run);
+                if (testing::Test::HasFatalFailure()) {
+                    return;
+                }
+            }
+        }
+    });
+}
+
 /// Converts a picture of one line and gives back the bytes of the destination.
 inline Bytes OneLine(const Conversion& pair, unsigned width, const Bytes& line, Given given = {}) {
     ConvertedPicture source(pair.source, width, 1), destination(pair.destination, width, 1);

@@ -7,12 +7,9 @@ namespace {
 using namespace Zan;
 using namespace convert_test;
 
-// What a repack makes of a picture: of `pixels` in its first plane, and alpha as it is.
+// What a repack makes of a byte of the first plane. Alpha stays as it is.
 using Repack = std::function<int(ConvertedPicture& source, std::size_t byte, std::size_t row)>;
 
-int Kept(ConvertedPicture& source, std::size_t byte, std::size_t row) {
-    return source.At(0, byte, row);
-}
 int Swapped(ConvertedPicture& source, std::size_t byte, std::size_t row) {
     return source.At(0, byte ^ 1U, row);
 }
@@ -59,6 +56,16 @@ const PairRepack kPairRepacks[] = {
 TEST(ConverterKernels, RepacksOfPairs) {
     for (const PairRepack& each : kPairRepacks) {
         ForEverySize([&](const Size& size, const Placement& placement, const RunsAs& run) {
+            ExpectConversion(each.pair, size, placement, run, {},
+                             PairsBy(each.repack, size, each.missingLuma));
+        });
+    }
+}
+
+// With an alpha plane beside the pairs, too: one pass or two, the bytes are the same.
+TEST(ConverterKernels, RepacksOfPairsStreamedToAnyAddress) {
+    for (const PairRepack& each : kPairRepacks) {
+        ForEveryStreamedAddress([&](const Size& size, const Placement& placement, const RunsAs& run) {
             ExpectConversion(each.pair, size, placement, run, {},
                              PairsBy(each.repack, size, each.missingLuma));
         });
@@ -119,38 +126,46 @@ TEST(ConverterKernels, MonochromeInPlace) {
 
 // ---- Copies ----------------------------------------------------------------------------------------------
 
-TEST(ConverterKernels, CopiesOfWholePixels) {
-    for (const ConverterFormat format :
-         {kFmtRGB32, kFmtCbYCrA, kFmtRGB32NarrowClamp, kFmtRGB32Studio, kFmtRGB32StudioOpen, kFmtYCbCrA,
-          kFmtRGB32Shaped, kFmtCbYCrAShaped, kFmtRGB24, kFmtAlpha8}) {
-        const std::size_t bytes = format == kFmtAlpha8 ? 1 : format == kFmtRGB24 ? 3 : 4;
+struct Copy {
+    ConverterFormat format;
+    std::size_t columnBytes;  ///< of a column, or of half a pair
+    bool inPairs;             ///< leaves an odd last column alone
+};
+
+constexpr Copy kCopies[] = {
+    {kFmtRGB32, 4, false},        {kFmtCbYCrA, 4, false},          {kFmtRGB32NarrowClamp, 4, false},
+    {kFmtRGB32Studio, 4, false},  {kFmtRGB32StudioOpen, 4, false}, {kFmtYCbCrA, 4, false},
+    {kFmtRGB32Shaped, 4, false},  {kFmtCbYCrAShaped, 4, false},    {kFmtRGB24, 3, false},
+    {kFmtAlpha8, 1, false},       {kFmtCbYCrY, 2, true},           {kFmtCbYCrY4, 2, true},
+    {kFmtCbYCrY4Shaped, 2, true},
+};
+
+Expectation CopiedBy(const Copy& copy, const Size& size) {
+    return [copy, size](ConvertedPicture& source, ExpectedPicture& expected) {
+        const std::size_t columns = copy.inPairs ? size.width / 2 * 2 : size.width;
+        for (std::size_t y = 0; y < size.height; ++y) {
+            for (std::size_t i = 0; i < copy.columnBytes * columns; ++i) {
+                expected.Set(0, i, y, source.At(0, i, y));
+            }
+            for (std::size_t x = 0; source.Planes() > 1 && x < size.width; ++x) {
+                expected.Set(1, x, y, source.At(1, x, y));
+            }
+        }
+    };
+}
+
+TEST(ConverterKernels, Copies) {
+    for (const Copy& copy : kCopies) {
         ForEverySize([&](const Size& size, const Placement& placement, const RunsAs& run) {
-            ExpectConversion({format, format}, size, placement, run, {},
-                             [&](ConvertedPicture& source, ExpectedPicture& expected) {
-                                 for (std::size_t y = 0; y < size.height; ++y) {
-                                     for (std::size_t i = 0; i < bytes * size.width; ++i) {
-                                         expected.Set(0, i, y, Kept(source, i, y));
-                                     }
-                                 }
-                             });
+            ExpectConversion({copy.format, copy.format}, size, placement, run, {}, CopiedBy(copy, size));
         });
     }
 }
 
-TEST(ConverterKernels, CopiesOfPairsLeaveAnOddLastColumn) {
-    for (const ConverterFormat format : {kFmtCbYCrY, kFmtCbYCrY4, kFmtCbYCrY4Shaped}) {
-        ForEverySize([&](const Size& size, const Placement& placement, const RunsAs& run) {
-            ExpectConversion({format, format}, size, placement, run, {},
-                             [&](ConvertedPicture& source, ExpectedPicture& expected) {
-                                 for (std::size_t y = 0; y < size.height; ++y) {
-                                     for (std::size_t i = 0; i < 4 * (std::size_t{size.width} / 2); ++i) {
-                                         expected.Set(0, i, y, Kept(source, i, y));
-                                     }
-                                     for (std::size_t x = 0; source.Planes() > 1 && x < size.width; ++x) {
-                                         expected.Set(1, x, y, source.At(1, x, y));
-                                     }
-                                 }
-                             });
+TEST(ConverterKernels, CopiesStreamedToAnyAddress) {
+    for (const Copy& copy : kCopies) {
+        ForEveryStreamedAddress([&](const Size& size, const Placement& placement, const RunsAs& run) {
+            ExpectConversion({copy.format, copy.format}, size, placement, run, {}, CopiedBy(copy, size));
         });
     }
 }
@@ -158,14 +173,9 @@ TEST(ConverterKernels, CopiesOfPairsLeaveAnOddLastColumn) {
 TEST(ConverterKernels, CopiesLookAtNoMatrix) {
     const Matrix own = RandomMatrix(8000, 2000);
     ForEveryRun([&](const RunsAs& run) {
-        ExpectConversion({kFmtRGB32, kFmtRGB32}, {33, 2}, {}, run, Given::Both(own, 9),
-                         [](ConvertedPicture& source, ExpectedPicture& expected) {
-                             for (std::size_t y = 0; y < 2; ++y) {
-                                 for (std::size_t i = 0; i < 4 * 33; ++i) {
-                                     expected.Set(0, i, y, Kept(source, i, y));
-                                 }
-                             }
-                         });
+        const Copy& copy = kCopies[0];
+        ExpectConversion({copy.format, copy.format}, {33, 2}, {}, run, Given::Both(own, 9),
+                         CopiedBy(copy, {33, 2}));
     });
 }
 

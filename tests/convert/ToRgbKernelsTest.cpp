@@ -78,6 +78,12 @@ TEST(ConverterKernels, MatrixAndOffsetsAreGivenEachByItself) {
     ExpectPairsToRgb32(kPairsToRgb32, ownOffsets, {nullptr, &own, 255});
 }
 
+TEST(ConverterKernels, PairsToRgb32StreamedToAnyAddress) {
+    ForEveryStreamedAddress([](const Size& size, const Placement& placement, const RunsAs& run) {
+        ExpectConversion(kPairsToRgb32, size, placement, run, {}, PairsInRgb32(kToFullRgb, size, run, 255));
+    });
+}
+
 // Widths of whole groups, where nothing but the fixed-point arithmetic counts.
 void ExpectWholeGroupsToRgb32(const Matrix& own, const Size& size, const RunsAs& run) {
     ExpectConversion(kPairsToRgb32, size, {}, run, Given::Both(own), PairsInRgb32(own, size, run, 255));
@@ -247,6 +253,12 @@ TEST(ConverterKernels, Planar420ToRgb32WithDefaults) {
     const Given fill = {nullptr, nullptr, 201};
     ExpectPlanesToRgb32(kPlanesToRgb32, kToFullRgb, fill, true);
     ExpectPlanesToRgb32({kFmtPlanar420, kFmtRGB32StudioOpen}, kToStudioRgb, fill, true);
+}
+
+TEST(ConverterKernels, Planar420ToRgb32StreamedToAnyAddress) {
+    ForEveryStreamedAddress([](const Size& size, const Placement& placement, const RunsAs& run) {
+        ExpectConversion(kPlanesToRgb32, size, placement, run, {}, PlanesInRgb32(kToFullRgb, size));
+    });
 }
 
 TEST(ConverterKernels, Planar420ToRgb32WithOwnMatrix) {

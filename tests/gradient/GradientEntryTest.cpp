@@ -270,7 +270,8 @@ TEST(GradientEntry, AspectRatioIsLimited) {
         EXPECT_EQ(Drawn(n, -3.0F, 0.25F), Drawn(n, 0.01F, 0.25F)) << n;
         EXPECT_EQ(Drawn(n, 250.0F, 0.25F), Drawn(n, 100.0F, 0.25F)) << n;
         EXPECT_EQ(Drawn(n, std::numeric_limits<float>::infinity(), 0.25F), Drawn(n, 100.0F, 0.25F)) << n;
-        EXPECT_NE(Drawn(n, 0.01F, 0.25F), Drawn(n, 0.02F, 0.25F)) << n;
+        EXPECT_EQ(Drawn(n, 0.0099F, 0.25F), Drawn(n, 0.01F, 0.25F)) << n;
+        EXPECT_NE(Drawn(n, 0.0101F, 0.25F), Drawn(n, 0.01F, 0.25F)) << n;
         EXPECT_NE(Drawn(n, 100.0F, 0.25F), Drawn(n, 99.0F, 0.25F)) << n;
     }
 }
@@ -278,9 +279,12 @@ TEST(GradientEntry, AspectRatioIsLimited) {
 TEST(GradientEntry, CellFractionIsLimited) {
     for (Zan::ULong32 n : {71U, 72U, 73U, 74U}) {
         EXPECT_EQ(Drawn(n, 1.0F, 2.0F), Drawn(n, 1.0F, 1.0F)) << n;
-        EXPECT_NE(Drawn(n, 1.0F, 0.9F), Drawn(n, 1.0F, 1.0F)) << n;
+        EXPECT_NE(Drawn(n, 1.0F, 0.99F), Drawn(n, 1.0F, 1.0F)) << n;
         EXPECT_EQ(Drawn(n, 1.0F, 0.0F), Drawn(n, 1.0F, 0.001F)) << n;
         EXPECT_EQ(Drawn(n, 1.0F, -1.0F), Drawn(n, 1.0F, 0.001F)) << n;
+        EXPECT_EQ(Drawn(n, 1.0F, 0.00099F), Drawn(n, 1.0F, 0.001F)) << n;
+        EXPECT_NE(Drawn(n, 1.0F, 0.00101F), Drawn(n, 1.0F, 0.001F)) << n;
+        EXPECT_NE(Drawn(n, 1.0F, 0.0015F), Drawn(n, 1.0F, 0.001F)) << n;
     }
 }
 
