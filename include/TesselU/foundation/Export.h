@@ -2,9 +2,13 @@
 #define TESSELU_FOUNDATION_EXPORT_H
 
 /// Marks what the shared library exports. Nothing else is visible.
-#if defined(_WIN32) && defined(TESSELU_BUILDING)
+/// On Windows, TESSELU_STATIC must be defined where the static library is linked; its CMake target and
+/// `pkg-config --static` see to that.
+#if defined(_WIN32) && defined(TESSELU_STATIC)
+#define TESSELU_API
+#elif defined(_WIN32) && defined(TESSELU_BUILDING)
 #define TESSELU_API __declspec(dllexport)
-#elif defined(_WIN32) && defined(TESSELU_SHARED)
+#elif defined(_WIN32)
 #define TESSELU_API __declspec(dllimport)
 #elif defined(__GNUC__)
 #define TESSELU_API __attribute__((visibility("default")))
