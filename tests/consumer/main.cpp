@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-// Half of a wipe from red to blue, through the installed library.
+// Half of a wipe from red to blue, as a host would make it.
 int main() {
     const Zan::ULong32 width = 64, height = 48;
     Zan::ImageDescriptor rgb(width, height, Zan::kRGB, Zan::kProgressive, Zan::kNoFields, Zan::kTopLeft,
