@@ -36,7 +36,7 @@ TEST_F(CommandLineTest, EveryBadOptionIsNamed) {
         {"--scan sideways", "--scan sideways"}, {"--softness nan", "--softness"},
         {"--softness inf", "--softness"},       {"--softness -1", "--softness"},
         {"--softness soft", "--softness"},      {"--frames 0", "--frames 0"},
-        {"--frames -3", "--frames -3"},         {"--frames 99999999999", "--frames"},
+        {"--frames -3", "--frames -3"},         {"--frames 99999999999-", "--frames"},
         {"--pattern 0", "--pattern 0"},         {"--pattern 9", "--pattern 9"},
         {"--pattern 124", "--pattern 124"},     {"--pattern 409", "--pattern 409"},
         {"--pattern -1", "--pattern"},          {"--pattern x", "--pattern"},

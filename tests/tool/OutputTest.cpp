@@ -1,8 +1,4 @@
 #include <signal.h>
-#include <unistd.h>
-
-#include <chrono>
-#include <thread>
 
 #include "ProgramRun.h"
 #include "media/Reader.h"
@@ -27,6 +23,17 @@ PngSize SizeOfPng(const std::string& bytes) {
     return {number(16), number(20)};
 }
 
+/// Frames of a clip, taken as they are.
+std::optional<long> PicturesOf(Reader& reader) {
+    PictureFormat format;
+    format.width = reader.Width();
+    format.height = reader.Height();
+    format.scan = reader.Timing().scan;
+    format.rate = reader.Timing().rate;
+    reader.SetTarget(format, reader.Aspect());
+    return reader.Pictures();
+}
+
 TEST_F(OutputTest, Y4mHeaderSaysSizeRateAndScan) {
     WriteFlat("a.y4m", 4);
     WriteFlat("b.y4m", 4);
@@ -34,10 +41,17 @@ TEST_F(OutputTest, Y4mHeaderSaysSizeRateAndScan) {
     ASSERT_EQ(Run("wipe a.y4m b.y4m -o b2.y4m --scan bff").status, 0);
     ASSERT_EQ(Run("wipe a.y4m b.y4m -o p.y4m").status, 0);
     // Sampling fields halves the rate of 50 frames a second.
-    EXPECT_EQ(Contents(In("t.y4m")).rfind("YUV4MPEG2 W32 H16 F25:1 It A1:1 C422\nFRAME\n", 0), 0U);
-    EXPECT_EQ(Contents(In("b2.y4m")).rfind("YUV4MPEG2 W32 H16 F25:1 Ib A1:1 C422\nFRAME\n", 0), 0U);
-    EXPECT_EQ(Contents(In("p.y4m")).rfind("YUV4MPEG2 W32 H16 F50:1 Ip A1:1 C422\nFRAME\n", 0), 0U);
-    const std::size_t header = std::string("YUV4MPEG2 W32 H16 F25:1 It A1:1 C422\n").size();
+    EXPECT_EQ(
+        Contents(In("t.y4m")).rfind("YUV4MPEG2 W32 H16 F25:1 It A1:1 C422 XCOLORRANGE=LIMITED\nFRAME\n", 0),
+        0U);
+    EXPECT_EQ(
+        Contents(In("b2.y4m")).rfind("YUV4MPEG2 W32 H16 F25:1 Ib A1:1 C422 XCOLORRANGE=LIMITED\nFRAME\n", 0),
+        0U);
+    EXPECT_EQ(
+        Contents(In("p.y4m")).rfind("YUV4MPEG2 W32 H16 F50:1 Ip A1:1 C422 XCOLORRANGE=LIMITED\nFRAME\n", 0),
+        0U);
+    const std::size_t header =
+        std::string("YUV4MPEG2 W32 H16 F25:1 It A1:1 C422 XCOLORRANGE=LIMITED\n").size();
     const std::size_t frame = std::string("FRAME\n").size() + 32 * 16 * 2;
     EXPECT_EQ(Contents(In("t.y4m")).size(), header + 2 * frame);
     EXPECT_EQ(Contents(In("p.y4m")).size(), header + 4 * frame);
@@ -82,9 +96,9 @@ TEST_F(OutputTest, MatroskaKeepsTheFieldOrder) {
     for (const auto& [name, scan] : cases) {
         SCOPED_TRACE(name);
         ASSERT_EQ(Run(std::string("wipe a.y4m a.y4m -o out.mkv --scan ") + name).status, 0);
-        const Reader reader(In("out.mkv"));
-        EXPECT_EQ(reader.Scan(), scan);
-        EXPECT_EQ(reader.CountFrames(), scan == Zan::kProgressive ? 4 : 2);
+        Reader reader(In("out.mkv"));
+        EXPECT_EQ(reader.Timing().scan, scan);
+        EXPECT_EQ(PicturesOf(reader), scan == Zan::kProgressive ? 4 : 2);
     }
 }
 
@@ -96,9 +110,9 @@ TEST_F(OutputTest, Mp4WhereThereIsAnEncoder) {
         EXPECT_FALSE(Exists("out.mp4"));
         GTEST_SKIP() << "no encoder";
     }
-    const Reader reader(In("out.mp4"));
-    EXPECT_EQ(reader.Scan(), Zan::kUpperFieldFirst);
-    EXPECT_EQ(reader.CountFrames(), 2);
+    Reader reader(In("out.mp4"));
+    EXPECT_EQ(reader.Timing().scan, Zan::kUpperFieldFirst);
+    EXPECT_EQ(PicturesOf(reader), 2);
 }
 
 TEST_F(OutputTest, UnwritablePlacesAreNamed) {
@@ -114,7 +128,8 @@ TEST_F(OutputTest, WhatCannotBeFinishedIsRemoved) {
     // A limit of some 16 KB stands for a full disk.
     for (const char* name : {"out.y4m", "out.mkv", "out-%d.png"}) {
         SCOPED_TRACE(name);
-        const Outcome outcome = Run(std::string("testcard --kind 2 --size 640x480 ") + name, "ulimit -f 16;");
+        const Outcome outcome =
+            Run(std::string("testcard --kind 2 --size 640x480 -o ") + name, "ulimit -f 16;");
         ExpectOneLine(outcome, 1, "out");
     }
     for (const auto& entry : std::filesystem::directory_iterator(directory))
@@ -123,32 +138,19 @@ TEST_F(OutputTest, WhatCannotBeFinishedIsRemoved) {
 
 TEST_F(OutputTest, ADeviceIsNotRemoved) {
     std::filesystem::create_symlink("/dev/full", directory / "full.y4m");
-    ExpectOneLine(Run("testcard full.y4m"), 1, "full.y4m");
+    ExpectOneLine(Run("testcard -o full.y4m"), 1, "full.y4m");
     EXPECT_TRUE(std::filesystem::is_symlink(directory / "full.y4m"));
 }
 
 TEST_F(OutputTest, ASignalRemovesTheOutput) {
-    for (const int number : {SIGINT, SIGTERM}) {
-        const std::string output = In("out.y4m");
-        const pid_t child = fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            if (std::freopen(In("err").c_str(), "w", stderr) == nullptr)
-                _exit(99);
-            execl(TESSELU_PROGRAM, TESSELU_PROGRAM, "testcard", output.c_str(), "--frames", "1000000",
-                  "--size", "64x64", static_cast<char*>(nullptr));
-            _exit(99);
-        }
-        std::error_code missing;
-        while (!(std::filesystem::file_size(output, missing) > 0 && !missing) && kill(child, 0) == 0)
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        kill(child, number);
-        int raw = 0;
-        ASSERT_EQ(waitpid(child, &raw, 0), child);
-        ASSERT_TRUE(WIFEXITED(raw));
-        EXPECT_EQ(WEXITSTATUS(raw), 130);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        Background run(*this, {"testcard", "-o", "out.y4m", "--length", "1000000", "--size", "64x64"});
+        ASSERT_TRUE(WaitFor([this] { return SizeOfUnfinished() > 0; }));
+        run.Signal(number);
+        EXPECT_EQ(run.Wait(), 128 + number);
         EXPECT_FALSE(Exists("out.y4m"));
-        EXPECT_EQ(Contents(In("err")), "tesselu: interrupted\n");
+        EXPECT_EQ(SizeOfUnfinished(), 0U);
+        EXPECT_EQ(Contents(In(".err")), "tesselu: interrupted\n");
     }
 }
 

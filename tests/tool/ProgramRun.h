@@ -1,17 +1,23 @@
 #ifndef TESSELU_TESTS_TOOL_PROGRAMRUN_H
 #define TESSELU_TESTS_TOOL_PROGRAMRUN_H
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <stdlib.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <sstream>
 #include <string>
+#include <thread>
+#include <vector>
 
 namespace tool::test {
 
@@ -53,6 +59,91 @@ protected:
         return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, Contents(directory / ".out"),
                 Contents(directory / ".err")};
     }
+
+    /// Any command of a shell, in the directory of the test; "tesselu" is the program.
+    Outcome Shell(const std::string& command) const {
+        const std::string script = "cd '" + directory.string() +
+                                   "' && tesselu() { '" TESSELU_PROGRAM "' \"$@\"; } && { " + command +
+                                   "; } >.out 2>.err";
+        std::ofstream(directory / ".script") << script;
+        const int raw = std::system(("bash '" + In(".script") + "'").c_str());
+        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, Contents(directory / ".out"),
+                Contents(directory / ".err")};
+    }
+
+    /// Bytes of outputs that have not taken their place yet.
+    std::uintmax_t SizeOfUnfinished() const {
+        std::uintmax_t size = 0;
+        for (const auto& entry : std::filesystem::directory_iterator(directory)) {
+            std::error_code gone;
+            if (entry.path().filename().string().rfind(".tesselu-", 0) == 0)
+                if (const auto bytes = entry.file_size(gone); !gone)
+                    size += bytes;
+        }
+        return size;
+    }
+
+    /// Asks again and again, for a long time at most.
+    static bool WaitFor(const std::function<bool()>& condition) {
+        constexpr int kAttempts = 10000;
+        for (int i = 0; i < kAttempts && !condition(); ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        return condition();
+    }
+
+    /// The program while it runs, its error stream in ".err".
+    class Background {
+    public:
+        Background(const ProgramTest& test, std::vector<std::string> words, int ignored = 0) {
+            process = fork();
+            if (process != 0)
+                return;
+            if (ignored != 0)
+                signal(ignored, SIG_IGN);
+            const bool ready = chdir(test.directory.c_str()) == 0 &&
+                               std::freopen(".err", "w", stderr) != nullptr &&
+                               std::freopen(".out", "w", stdout) != nullptr;
+            std::vector<char*> arguments;
+            words.insert(words.begin(), "tesselu");
+            for (std::string& word : words)
+                arguments.push_back(word.data());
+            arguments.push_back(nullptr);
+            if (ready)
+                execv(TESSELU_PROGRAM, arguments.data());
+            _exit(99);
+        }
+        ~Background() {
+            if (process > 0 && !waited) {
+                kill(process, SIGKILL);
+                Wait();
+            }
+        }
+        Background(const Background&) = delete;
+        Background& operator=(const Background&) = delete;
+
+        void Signal(int number) const { kill(process, number); }
+        bool IsRunning() {
+            int raw = 0;
+            if (!waited && waitpid(process, &raw, WNOHANG) == process) {
+                waited = true;
+                status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+            }
+            return !waited;
+        }
+        /// The exit status, or -1.
+        int Wait() {
+            int raw = 0;
+            if (!waited && waitpid(process, &raw, 0) == process)
+                status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+            waited = true;
+            return status;
+        }
+
+    private:
+        pid_t process = -1;
+        bool waited = false;
+        int status = -1;
+    };
 
     void ExpectOneLine(const Outcome& outcome, int status, const std::string& part) const {
         EXPECT_EQ(outcome.status, status) << outcome.err;

@@ -4,7 +4,7 @@
 
 #include "Errors.h"
 #include "media/DigitFont.h"
-#include "media/PngSequenceWriter.h"
+#include "media/FileNames.h"
 
 namespace tool {
 namespace {

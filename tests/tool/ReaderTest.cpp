@@ -12,6 +12,7 @@ protected:
         PictureFormat format;
         format.width = width;
         format.height = height;
+        format.rate = {50, 1};
         return format;
     }
     static int Luma(const Zan::Image& picture, unsigned x, unsigned y) { return Line(picture, y)[2 * x + 1]; }
@@ -20,27 +21,26 @@ protected:
 TEST_F(ReaderTest, FramesComeInOrderAndTheLastOneStays) {
     WriteFlat("a.y4m", 3, 50);
     Reader reader(In("a.y4m"));
-    EXPECT_EQ(reader.CountFrames(), 3);
     EXPECT_FALSE(reader.IsStill());
     reader.SetTarget(Format(32, 16), 2.0);
-    EXPECT_EQ(Luma(reader.FrameAt(0), 5, 5), 50);
-    EXPECT_EQ(Luma(reader.FrameAt(0), 5, 5), 50);
-    EXPECT_EQ(Luma(reader.FrameAt(2), 5, 5), 52);
-    EXPECT_EQ(Luma(reader.FrameAt(100), 5, 5), 52);
+    EXPECT_EQ(reader.Pictures(), 3);
+    EXPECT_EQ(Luma(*reader.PictureAt(0, 0), 5, 5), 50);
+    EXPECT_EQ(Luma(*reader.PictureAt(0, 0), 5, 5), 50);
+    EXPECT_EQ(Luma(*reader.PictureAt(2, 0), 5, 5), 52);
+    EXPECT_EQ(Luma(*reader.PictureAt(100, 0), 5, 5), 52);
 }
 
 TEST_F(ReaderTest, OneFrameIsAStill) {
     WriteFlat("a.y4m", 1);
     const Reader reader(In("a.y4m"));
     EXPECT_TRUE(reader.IsStill());
-    EXPECT_EQ(reader.CountFrames(), 1);
 }
 
 TEST_F(ReaderTest, FieldOrderIsThatOfTheFile) {
     WriteFlat("t.y4m", 3, 40, 32, 16, "It");
     WriteFlat("b.y4m", 3, 40, 32, 16, "Ib");
-    EXPECT_EQ(Reader(In("t.y4m")).Scan(), Zan::kUpperFieldFirst);
-    EXPECT_EQ(Reader(In("b.y4m")).Scan(), Zan::kLowerFieldFirst);
+    EXPECT_EQ(Reader(In("t.y4m")).Timing().scan, Zan::kUpperFieldFirst);
+    EXPECT_EQ(Reader(In("b.y4m")).Timing().scan, Zan::kLowerFieldFirst);
 }
 
 // A picture of another shape fills the wanted one and loses its sides.
@@ -54,7 +54,8 @@ TEST_F(ReaderTest, OtherShapesAreCroppedAboutTheirCentre) {
         grey, grey);
     Reader reader(In("wide.y4m"));
     reader.SetTarget(Format(32, 16), 2.0);
-    Zan::Image& picture = reader.FrameAt(0);
+    const SharedPicture shown = reader.PictureAt(0, 0);
+    const Zan::Image& picture = *shown;
     for (unsigned x = 0; x < 32; ++x)
         EXPECT_EQ(Luma(picture, x, 7), x < 16 ? 40 : 120) << x;
 }
@@ -68,7 +69,8 @@ TEST_F(ReaderTest, InterlacedFramesAreScaledFieldByField) {
     PictureFormat format = Format(32, 16);
     format.scan = Zan::kUpperFieldFirst;
     reader.SetTarget(format, 1.0);
-    Zan::Image& picture = reader.FrameAt(0);
+    const SharedPicture shown = reader.PictureAt(0, 0);
+    const Zan::Image& picture = *shown;
     for (unsigned y = 0; y < 16; ++y)
         EXPECT_EQ(Luma(picture, 9, y), y % 2 == 0 ? 200 : 50) << y;
 }
@@ -107,7 +109,8 @@ TEST_F(ReaderTest, FramesAreTurnedAsTheirLabelSays) {
         ASSERT_EQ(reader.Width(), turned.width);
         ASSERT_EQ(reader.Height(), turned.height);
         reader.SetTarget(Format(turned.width, turned.height), reader.Aspect());
-        Zan::Image& picture = reader.FrameAt(0);
+        const SharedPicture shown = reader.PictureAt(0, 0);
+        const Zan::Image& picture = *shown;
         constexpr int kCoding = 6;
         EXPECT_NEAR(Luma(picture, 4, 4), turned.topLeft, kCoding);
         EXPECT_NEAR(Luma(picture, turned.width - 5, 4), turned.topRight, kCoding);
@@ -125,7 +128,8 @@ TEST_F(ReaderTest, MatricesAreBroughtTogether) {
     Reader reader(In("green.y4m"));
     EXPECT_EQ(reader.Weights(), LumaWeights::kBt709);
     reader.SetTarget(Format(1280, 16), 80.0);
-    Zan::Image& picture = reader.FrameAt(0);
+    const SharedPicture shown = reader.PictureAt(0, 0);
+    const Zan::Image& picture = *shown;
     EXPECT_NEAR(Line(picture, 8)[400], 54, 1);
     EXPECT_NEAR(Line(picture, 8)[401], 145, 1);
     EXPECT_NEAR(Line(picture, 8)[402], 34, 1);

@@ -1,5 +1,3 @@
-#include "Wipe.h"
-
 #include <algorithm>
 #include <cmath>
 #include <vector>
@@ -61,16 +59,21 @@ protected:
         PictureFormat format;
         format.width = kWidth;
         format.height = kHeight;
+        format.rate = {50, 1};
         return format;
     }
 
     /// `firstLine` is the parity of the lines that come first in time.
     void ExpectFieldWipe(const std::string& output, int firstLine, double softness) const {
         Reader reader(In(output));
-        ASSERT_EQ(reader.CountFrames(), kFrames / 2);
-        reader.SetTarget(Format(), 2.0);
+        PictureFormat format = Format();
+        format.scan = firstLine == 0 ? Zan::kUpperFieldFirst : Zan::kLowerFieldFirst;
+        format.rate = {25, 1};
+        reader.SetTarget(format, 2.0);
+        ASSERT_EQ(reader.Pictures(), kFrames / 2);
         for (int picture = 0; picture < kFrames / 2; ++picture) {
-            Zan::Image& image = reader.FrameAt(picture);
+            const SharedPicture shown = reader.PictureAt(picture, 0);
+            const Zan::Image& image = *shown;
             for (int y = 0; y < kHeight; ++y) {
                 const int frame = 2 * picture + (y % 2 == firstLine ? 0 : 1);
                 EXPECT_EQ(LineOf(image, y), ExpectedLine(y, frame, frame / (kFrames - 1.0), softness))
@@ -94,10 +97,11 @@ TEST_F(WipeTest, ProgressiveOutputWipesFrames) {
     WriteClips();
     ASSERT_EQ(Run("wipe a.y4m b.y4m -o p.mkv --pattern 1 --softness 40 --scan progressive").status, 0);
     Reader reader(In("p.mkv"));
-    ASSERT_EQ(reader.CountFrames(), kFrames);
     reader.SetTarget(Format(), 2.0);
+    ASSERT_EQ(reader.Pictures(), kFrames);
     for (int picture = 0; picture < kFrames; ++picture) {
-        Zan::Image& image = reader.FrameAt(picture);
+        const SharedPicture shown = reader.PictureAt(picture, 0);
+        const Zan::Image& image = *shown;
         for (int y = 0; y < kHeight; ++y)
             EXPECT_EQ(LineOf(image, y), ExpectedLine(y, picture, picture / (kFrames - 1.0), 40));
     }
@@ -119,14 +123,14 @@ TEST_F(WipeTest, BeginsWithAAndEndsWithB) {
             format.width = 64;
             format.height = 48;
             reader.SetTarget(format, 64.0 / 48);
-            Zan::Image& first = reader.FrameAt(0);
+            const SharedPicture first = reader.PictureAt(0, 0);
             for (unsigned y = 0; y < 48; ++y)
                 for (unsigned x = 0; x < 64; ++x)
-                    ASSERT_EQ(Line(first, y)[2 * x + 1], 40) << x << " " << y;
-            Zan::Image& last = reader.FrameAt(4);
+                    ASSERT_EQ(Line(*first, y)[2 * x + 1], 40) << x << " " << y;
+            const SharedPicture last = reader.PictureAt(4, 0);
             for (unsigned y = 0; y < 48; ++y)
                 for (unsigned x = 0; x < 64; ++x)
-                    ASSERT_EQ(Line(last, y)[2 * x + 1], 204) << x << " " << y;
+                    ASSERT_EQ(Line(*last, y)[2 * x + 1], 204) << x << " " << y;
         }
 }
 
@@ -140,7 +144,7 @@ TEST_F(WipeTest, StillsLastAsLongAsTheOtherClip) {
               0U);
     EXPECT_EQ(Run("wipe still.y4m still.y4m -o out.y4m").out.rfind("50 frames of 32x16p at 25 a second\n", 0),
               0U);
-    EXPECT_EQ(Run("wipe clip.y4m still.y4m -o out.y4m --frames 2").out.rfind("2 frames of ", 0), 0U);
+    EXPECT_EQ(Run("wipe clip.y4m still.y4m -o out.y4m --length 2").out.rfind("2 frames of ", 0), 0U);
 }
 
 TEST_F(WipeTest, SizeIsThatOfAUnlessGiven) {
@@ -176,7 +180,7 @@ TEST(RgbConversionTest, FollowsTheLumaWeights) {
                 Line(*picture, y)[x + 2] = static_cast<std::uint8_t>(green.cr);
             }
         RgbConversion conversion(format);
-        const Raster rgb = conversion.Convert(*picture);
+        const Raster rgb = conversion.ToRaster(*picture);
         EXPECT_NEAR(rgb.At(3, 3)[0], 0, 2);
         EXPECT_NEAR(rgb.At(3, 3)[1], 255, 2);
         EXPECT_NEAR(rgb.At(3, 3)[2], 0, 2);

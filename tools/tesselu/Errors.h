@@ -5,19 +5,17 @@
 
 namespace tool {
 
-/// The program was called wrongly: exit status 2.
+// What the program returns. A signal returns 128 and its number.
+constexpr int kExitSuccess = 0, kExitFailure = 1, kExitUsage = 2;
+
+/// The program was called wrongly.
 struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// The work could not be done: exit status 1.
+/// The work could not be done.
 struct Failure : std::runtime_error {
     using std::runtime_error::runtime_error;
-};
-
-/// A signal asked the program to stop: exit status 130.
-struct Interrupted : std::runtime_error {
-    Interrupted() : std::runtime_error("interrupted") {}
 };
 
 }  // namespace tool

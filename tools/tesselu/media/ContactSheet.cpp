@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "media/PngWriter.h"
+#include "media/PngEncoder.h"
 
 namespace tool {
 
@@ -23,14 +23,14 @@ Raster Grid(const std::vector<Raster>& cells, unsigned columns, unsigned gap) {
 ContactSheet::ContactSheet(const std::string& path, const PictureFormat& format, long newPictures)
     : pictures(newPictures), file(path), conversion(format) {}
 
-void ContactSheet::Look(Zan::Image& picture) {
+void ContactSheet::Look(const Zan::Image& picture) {
     // A run of less than twelve pictures shows some of them more than once.
     const auto wanted = [this](long moment) {
         return (moment * (pictures - 1) * 2 + kMoments - 1) / (2 * (kMoments - 1));
     };
     const auto have = static_cast<long>(cells.size());
     if (have < kMoments && wanted(have) == seen) {
-        const Raster cell = ShrinkToWidth(conversion.Convert(picture), kCellWidth);
+        const Raster cell = ShrinkToWidth(conversion.ToRaster(picture), kCellWidth);
         for (long moment = have; moment < kMoments && wanted(moment) == seen; ++moment)
             cells.push_back(cell);
     }
@@ -38,8 +38,7 @@ void ContactSheet::Look(Zan::Image& picture) {
 }
 
 void ContactSheet::Finish() {
-    WritePng(file.Path(), Grid(cells, kColumns, kGap));
-    file.Keep();
+    WritePng(file, Grid(cells, kColumns, kGap));
 }
 
 }  // namespace tool

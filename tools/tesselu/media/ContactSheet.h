@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "OutputFile.h"
 #include "media/Raster.h"
 #include "media/RgbConversion.h"
+#include "run/OutputFile.h"
 
 namespace tool {
 
@@ -24,9 +24,10 @@ public:
     ContactSheet(const std::string& path, const PictureFormat& format, long pictures);
 
     /// To be called with every picture of the run, in order.
-    void Look(Zan::Image& picture);
+    void Look(const Zan::Image& picture);
     void Finish();
-    const RgbConversion& Conversion() const noexcept { return conversion; }
+    /// Time spent in the library so far.
+    double LibrarySeconds() const noexcept { return conversion.Seconds(); }
 
 private:
     long pictures;

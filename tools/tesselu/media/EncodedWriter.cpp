@@ -1,5 +1,6 @@
 #include "media/EncodedWriter.h"
 
+#include <cerrno>
 #include <new>
 
 #include "Errors.h"
@@ -8,55 +9,97 @@
 namespace tool {
 namespace {
 
-bool TakesPlanar422(const AVCodec& codec) {
+bool Takes(const AVCodec& codec, AVPixelFormat samples) {
     for (const AVPixelFormat* format = codec.pix_fmts; format != nullptr && *format != AV_PIX_FMT_NONE;
          ++format)
-        if (*format == AV_PIX_FMT_YUV422P)
+        if (*format == samples)
             return true;
     return false;
 }
 
-const AVCodec* FindEncoder(AVCodecID id) {
+const AVCodec* FindEncoder(AVCodecID id, AVPixelFormat samples) {
     void* walk = nullptr;
     while (const AVCodec* codec = av_codec_iterate(&walk))
-        if (codec->id == id && av_codec_is_encoder(codec) != 0 && TakesPlanar422(*codec))
+        if (codec->id == id && av_codec_is_encoder(codec) != 0 && Takes(*codec, samples))
             return codec;
     return nullptr;
 }
 
 }  // namespace
 
-void EncodedWriter::FreeOutput::operator()(AVFormatContext* context) const noexcept {
-    avio_closep(&context->pb);
-    avformat_free_context(context);
+int EncodedWriter::WriteBytes(void* self, std::uint8_t* bytes, int size) {
+    auto& writer = *static_cast<EncodedWriter*>(self);
+    try {
+        writer.file.Write(bytes, static_cast<std::size_t>(size));
+        return size;
+    } catch (...) {
+        writer.fault = std::current_exception();
+        return AVERROR(EIO);
+    }
 }
 
-EncodedWriter::EncodedWriter(const std::string& path, const PictureFormat& newFormat, Kind kind)
+std::int64_t EncodedWriter::SeekBytes(void* self, std::int64_t offset, int whence) {
+    auto& writer = *static_cast<EncodedWriter*>(self);
+    if ((whence & AVSEEK_SIZE) != 0)
+        return AVERROR(ENOSYS);
+    return writer.file.Seek(offset, whence & ~AVSEEK_FORCE);
+}
+
+void EncodedWriter::Check(int result, const char* about) {
+    if (fault)
+        std::rethrow_exception(fault);
+    CheckLibav(result, file.Path() + about);
+    if (io->error < 0)
+        CheckLibav(io->error, file.Path() + about);
+}
+
+EncodedWriter::EncodedWriter(const std::string& path, const PictureFormat& newFormat, Kind kind, int threads)
     : format(newFormat), file(path) {
-    AVFormatContext* context = nullptr;
-    CheckLibav(avformat_alloc_output_context2(&context, nullptr, kind == kH264Mp4 ? "mp4" : "matroska",
-                                              LocalFile(path).c_str()),
-               path + ": cannot be written");
-    output.reset(context);
-    CheckLibav(avio_open(&output->pb, LocalFile(path).c_str(), AVIO_FLAG_WRITE),
-               path + ": cannot be written");
-    OpenEncoder(kind);
+    OpenOutput(kind);
+    OpenEncoder(kind, threads);
     stream = avformat_new_stream(output.get(), nullptr);
     if (stream == nullptr)
         throw std::bad_alloc();
-    CheckLibav(avcodec_parameters_from_context(stream->codecpar, codec.get()), path + ": cannot be written");
+    constexpr const char* kAbout = ": cannot be written";
+    Check(avcodec_parameters_from_context(stream->codecpar, codec.get()), kAbout);
     stream->time_base = codec->time_base;
     stream->avg_frame_rate = format.rate;
     stream->r_frame_rate = format.rate;
     stream->sample_aspect_ratio = format.pixelAspect;
-    CheckLibav(avformat_write_header(output.get(), nullptr), path + ": cannot be written");
-    planes = NewFrame(AV_PIX_FMT_YUV422P, codec->width, codec->height);
+    AVDictionary* options = nullptr;
+    // Without a way back the index of MP4 comes in pieces.
+    if (kind == kH264Mp4 && !file.IsSeekable())
+        av_dict_set(&options, "movflags", "frag_keyframe+empty_moov", 0);
+    const int started = avformat_write_header(output.get(), &options);
+    av_dict_free(&options);
+    Check(started, kAbout);
+    planes = NewFrame(codec->pix_fmt, codec->width, codec->height);
 }
 
 EncodedWriter::~EncodedWriter() = default;
 
-void EncodedWriter::OpenEncoder(Kind kind) {
-    const AVCodec* encoder = FindEncoder(kind == kH264Mp4 ? AV_CODEC_ID_H264 : AV_CODEC_ID_FFV1);
+void EncodedWriter::OpenOutput(Kind kind) {
+    AVFormatContext* context = nullptr;
+    CheckLibav(
+        avformat_alloc_output_context2(&context, nullptr, kind == kH264Mp4 ? "mp4" : "matroska", nullptr),
+        file.Path() + ": cannot be written");
+    output.reset(context);
+    constexpr int kBufferSize = 1 << 16;
+    auto* buffer = static_cast<unsigned char*>(av_malloc(kBufferSize));
+    if (buffer == nullptr)
+        throw std::bad_alloc();
+    io.reset(avio_alloc_context(buffer, kBufferSize, 1, this, nullptr, WriteBytes,
+                                file.IsSeekable() ? SeekBytes : nullptr));
+    if (!io) {
+        av_free(buffer);
+        throw std::bad_alloc();
+    }
+    output->pb = io.get();
+}
+
+void EncodedWriter::OpenEncoder(Kind kind, int threads) {
+    const AVPixelFormat samples = format.hasAlpha ? AV_PIX_FMT_YUVA422P : AV_PIX_FMT_YUV422P;
+    const AVCodec* encoder = FindEncoder(kind == kH264Mp4 ? AV_CODEC_ID_H264 : AV_CODEC_ID_FFV1, samples);
     if (encoder == nullptr)
         throw Failure(file.Path() +
                       ": the libavcodec of this machine has no encoder for it in 4:2:2; use .mkv or .y4m");
@@ -65,7 +108,7 @@ void EncodedWriter::OpenEncoder(Kind kind) {
         throw std::bad_alloc();
     codec->width = static_cast<int>(format.width);
     codec->height = static_cast<int>(format.height);
-    codec->pix_fmt = AV_PIX_FMT_YUV422P;
+    codec->pix_fmt = samples;
     codec->time_base = av_inv_q(format.rate);
     codec->framerate = format.rate;
     codec->sample_aspect_ratio = format.pixelAspect;
@@ -74,7 +117,7 @@ void EncodedWriter::OpenEncoder(Kind kind) {
     codec->colorspace = is709 ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M;
     codec->color_primaries = is709 ? AVCOL_PRI_BT709 : AVCOL_PRI_SMPTE170M;
     codec->color_trc = is709 ? AVCOL_TRC_BT709 : AVCOL_TRC_SMPTE170M;
-    codec->thread_count = 0;
+    codec->thread_count = threads;
     if (format.IsInterlaced()) {
         codec->flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
         // Both fields of a picture are stored together, line by line.
@@ -89,6 +132,9 @@ void EncodedWriter::OpenEncoder(Kind kind) {
         codec->level = 3;
         codec->gop_size = 1;
         av_dict_set(&options, "slicecrc", "1", 0);
+        // What can be coded at once must not depend on the machine.
+        constexpr unsigned kLarge = 1280 * 720;
+        codec->slices = format.width * format.height >= kLarge ? 16 : 4;
     } else
         av_dict_set(&options, "crf", "18", 0);
     const int opened = avcodec_open2(codec.get(), encoder, &options);
@@ -96,10 +142,9 @@ void EncodedWriter::OpenEncoder(Kind kind) {
     CheckLibav(opened, file.Path() + ": the encoder refuses the format");
 }
 
-void EncodedWriter::Write(Zan::Image& picture) {
+void EncodedWriter::Write(const Zan::Image& picture) {
     CheckLibav(av_frame_make_writable(planes.get()), file.Path());
-    ToPlanes(picture, {planes->data[0], planes->data[1], planes->data[2]},
-             {planes->linesize[0], planes->linesize[1], planes->linesize[2]});
+    ToPlanes(picture, *planes);
     planes->pts = written++;
     planes->sample_aspect_ratio = format.pixelAspect;
     planes->color_range = codec->color_range;
@@ -112,27 +157,25 @@ void EncodedWriter::Write(Zan::Image& picture) {
 }
 
 void EncodedWriter::Drain(AVFrame* picture) {
-    CheckLibav(avcodec_send_frame(codec.get(), picture), file.Path() + ": cannot be encoded");
+    Check(avcodec_send_frame(codec.get(), picture), ": cannot be encoded");
     for (;;) {
         const int received = avcodec_receive_packet(codec.get(), packet.get());
         if (received == AVERROR(EAGAIN) || received == AVERROR_EOF)
             return;
-        CheckLibav(received, file.Path() + ": cannot be encoded");
+        Check(received, ": cannot be encoded");
         packet->stream_index = stream->index;
         if (packet->duration == 0)
             packet->duration = 1;
         av_packet_rescale_ts(packet.get(), codec->time_base, stream->time_base);
-        CheckLibav(av_interleaved_write_frame(output.get(), packet.get()),
-                   file.Path() + ": cannot be written");
-        CheckLibav(output->pb->error, file.Path() + ": cannot be written");
+        Check(av_interleaved_write_frame(output.get(), packet.get()), ": cannot be written");
     }
 }
 
 void EncodedWriter::Finish() {
     Drain(nullptr);
-    CheckLibav(av_write_trailer(output.get()), file.Path() + ": cannot be written");
-    CheckLibav(output->pb->error, file.Path() + ": cannot be written");
-    CheckLibav(avio_closep(&output->pb), file.Path() + ": cannot be written");
+    Check(av_write_trailer(output.get()), ": cannot be written");
+    avio_flush(io.get());
+    Check(0, ": cannot be written");
     file.Keep();
 }
 

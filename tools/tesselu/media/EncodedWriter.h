@@ -1,32 +1,48 @@
 #ifndef TESSELU_TOOLS_MEDIA_ENCODEDWRITER_H
 #define TESSELU_TOOLS_MEDIA_ENCODEDWRITER_H
 
-#include "OutputFile.h"
+#include <exception>
+
 #include "media/Writer.h"
+#include "run/OutputFile.h"
 
 namespace tool {
 
-/// A video file by libavformat and libavcodec, 4:2:2 in three planes.
+/// A video file by libavformat and libavcodec, 4:2:2 in three planes, or in four with alpha where the codec
+/// has that.
 class EncodedWriter : public Writer {
 public:
     enum Kind { kLosslessMatroska, kH264Mp4 };
 
-    EncodedWriter(const std::string& path, const PictureFormat& format, Kind kind);
+    EncodedWriter(const std::string& path, const PictureFormat& format, Kind kind, int threads);
     ~EncodedWriter() override;
 
-    void Write(Zan::Image& picture) override;
+    void Write(const Zan::Image& picture) override;
     void Finish() override;
 
 private:
     struct FreeOutput {
-        void operator()(AVFormatContext* context) const noexcept;
+        void operator()(AVFormatContext* context) const noexcept { avformat_free_context(context); }
+    };
+    struct FreeIo {
+        void operator()(AVIOContext* context) const noexcept {
+            av_freep(&context->buffer);
+            avio_context_free(&context);
+        }
     };
 
-    void OpenEncoder(Kind kind);
+    static int WriteBytes(void* self, std::uint8_t* bytes, int size);
+    static std::int64_t SeekBytes(void* self, std::int64_t offset, int whence);
+
+    void OpenOutput(Kind kind);
+    void OpenEncoder(Kind kind, int threads);
     void Drain(AVFrame* picture);
+    void Check(int result, const char* about);
 
     PictureFormat format;
     OutputFile file;
+    std::exception_ptr fault;  ///< what a callback met
+    std::unique_ptr<AVIOContext, FreeIo> io;
     std::unique_ptr<AVFormatContext, FreeOutput> output;
     CodecPtr codec;
     FramePtr planes;

@@ -3,7 +3,6 @@
 #include <new>
 
 #include "Errors.h"
-#include "Interrupt.h"
 
 namespace tool {
 
@@ -40,12 +39,7 @@ std::string LibavText(int error) {
 int CheckLibav(int result, const std::string& about) {
     if (result >= 0)
         return result;
-    StopIfInterrupted();
     throw Failure(about + " (" + LibavText(result) + ")");
-}
-
-AVIOInterruptCB InterruptHook() noexcept {
-    return {[](void*) { return WasInterrupted() ? 1 : 0; }, nullptr};
 }
 
 std::string LocalFile(const std::string& path) {

@@ -3,8 +3,13 @@
 
 extern "C" {
 #include <libavcodec/avcodec.h>
+#include <libavfilter/avfilter.h>
+#include <libavfilter/buffersink.h>
+#include <libavfilter/buffersrc.h>
 #include <libavformat/avformat.h>
 #include <libavutil/display.h>
+#include <libavutil/imgutils.h>
+#include <libavutil/opt.h>
 #include <libavutil/pixdesc.h>
 #include <libswscale/swscale.h>
 }
@@ -30,10 +35,15 @@ struct FreeSws {
     void operator()(SwsContext* context) const noexcept { sws_freeContext(context); }
 };
 
+struct FreeGraph {
+    void operator()(AVFilterGraph* graph) const noexcept { avfilter_graph_free(&graph); }
+};
+
 using InputPtr = std::unique_ptr<AVFormatContext, FreeInput>;
 using CodecPtr = std::unique_ptr<AVCodecContext, FreeCodec>;
 using FramePtr = std::unique_ptr<AVFrame, FreeFrame>;
 using PacketPtr = std::unique_ptr<AVPacket, FreePacket>;
+using GraphPtr = std::unique_ptr<AVFilterGraph, FreeGraph>;
 using SwsPtr = std::unique_ptr<SwsContext, FreeSws>;
 
 /// These throw `std::bad_alloc` instead of returning null.
@@ -45,12 +55,8 @@ FramePtr NewFrame(AVPixelFormat format, int width, int height);
 /// The words for a negative libav result.
 std::string LibavText(int error);
 
-/// Throws `Failure` "about: what libav says" for a negative result; returns the result otherwise. A result
-/// that comes of a signal throws `Interrupted`.
+/// Throws `Failure` "about: what libav says" for a negative result; returns the result otherwise.
 int CheckLibav(int result, const std::string& about);
-
-/// What libav calls now and then while it waits; lets a signal end the wait.
-AVIOInterruptCB InterruptHook() noexcept;
 
 /// The name of a local file as libav must hear it: no protocol is ever read out of it.
 std::string LocalFile(const std::string& path);

@@ -12,12 +12,17 @@ Zan::FieldPackingEnum FieldsOf(Zan::ScanStyleEnum scan) {
 }
 
 Zan::ImageDescriptor PackedFormat(const PictureFormat& format) {
-    return {format.width,  format.height,
-            Zan::kYCrCb,   Zan::k422,
-            Zan::kCbYCrA,  Zan::kPacked,
-            format.scan,   FieldsOf(format.scan),
-            Zan::kTopLeft, static_cast<float>(av_q2d(format.pixelAspect)),
-            Zan::kUnshaped};
+    return {format.width,
+            format.height,
+            Zan::kYCrCb,
+            format.hasAlpha ? Zan::k4224 : Zan::k422,
+            Zan::kCbYCrA,
+            Zan::kPacked,
+            format.scan,
+            FieldsOf(format.scan),
+            Zan::kTopLeft,
+            static_cast<float>(av_q2d(format.pixelAspect)),
+            format.hasAlpha ? Zan::kShaped : Zan::kUnshaped};
 }
 
 ImagePtr Checked(ImagePtr image) {
@@ -32,9 +37,8 @@ ImagePtr NewPicture(const PictureFormat& format) {
     return Checked(std::make_unique<Zan::Image>(PackedFormat(format), kAlignment));
 }
 
-ImagePtr WrapPicture(const PictureFormat& format, AVFrame& frame) {
-    return Checked(std::make_unique<Zan::Image>(frame.data[0], static_cast<Zan::ULong32>(frame.linesize[0]),
-                                                PackedFormat(format), 1, 1));
+ImagePtr WrapPicture(const PictureFormat& format, std::uint8_t* memory, unsigned pitch) {
+    return Checked(std::make_unique<Zan::Image>(memory, pitch, PackedFormat(format), 1, 1));
 }
 
 ImagePtr NewKey(const PictureFormat& format) {

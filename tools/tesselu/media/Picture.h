@@ -8,13 +8,23 @@
 #include <memory>
 
 #include "media/Libav.h"
+#include "media/Rates.h"
 
 namespace tool {
+
+struct FrameSize {
+    unsigned width = 0, height = 0;
+};
+
+constexpr unsigned kSmallestSide = 8;
+constexpr unsigned kLargestSide = 16384;
 
 /// The luma weights behind the YCrCb samples of a picture.
 enum class LumaWeights { kBt601, kBt709 };
 
-/// What all pictures of one run share: packed 4:2:2, in the order Cb, Y0, Cr, Y1.
+/// What all pictures of one run share: packed 4:2:2, in the order Cb, Y0, Cr, Y1, at video levels. With alpha
+/// they have a plane of it beside, and colours that are multiplied with it (shaped), so that what is
+/// transparent is black.
 struct PictureFormat {
     unsigned width = 0;   ///< pixels, even
     unsigned height = 0;  ///< lines
@@ -22,20 +32,22 @@ struct PictureFormat {
     LumaWeights weights = LumaWeights::kBt601;
     AVRational rate{25, 1};        ///< pictures a second
     AVRational pixelAspect{1, 1};  ///< width of a pixel over its height
+    bool hasAlpha = false;
 
     bool IsInterlaced() const noexcept { return scan != Zan::kProgressive; }
     double Aspect() const noexcept { return av_q2d(pixelAspect) * width / height; }
 };
 
-constexpr unsigned kLargestSide = 16384;
-
 using ImagePtr = std::unique_ptr<Zan::Image>;
 
-/// An empty 4:2:2 picture. Throws `std::bad_alloc`.
+/// The channel of alpha in a picture that has it.
+constexpr Zan::ULong32 kAlphaChannel = 3;
+
+/// A 4:2:2 picture with memory of its own. Throws `std::bad_alloc`.
 ImagePtr NewPicture(const PictureFormat& format);
 
-/// The 4:2:2 picture that lies in `frame`, which must outlive it.
-ImagePtr WrapPicture(const PictureFormat& format, AVFrame& frame);
+/// A 4:2:2 picture without alpha in memory that outlives it.
+ImagePtr WrapPicture(const PictureFormat& format, std::uint8_t* memory, unsigned pitch);
 
 /// A plane of one byte a pixel, of the size and scan of the pictures.
 ImagePtr NewKey(const PictureFormat& format);
@@ -43,9 +55,14 @@ ImagePtr NewKey(const PictureFormat& format);
 /// An RGB picture of 32 bits a pixel.
 ImagePtr NewRgb(unsigned width, unsigned height);
 
-/// Line `y` of the first plane.
-inline std::uint8_t* Line(const Zan::Image& image, unsigned y) {
-    return static_cast<std::uint8_t*>(image.GetMemoryPointer(0)) + std::size_t{image.GetPitch(0)} * y;
+/// Line `y` of the plane of a channel.
+inline std::uint8_t* Line(const Zan::Image& image, unsigned y, Zan::ULong32 channel = 0) {
+    return static_cast<std::uint8_t*>(image.GetMemoryPointer(channel)) +
+           std::size_t{image.GetPitch(channel)} * y;
+}
+
+inline bool HasAlpha(const Zan::Image& image) {
+    return image.GetChannelSampling() == Zan::k4224;
 }
 
 /// The whole of `image`, or one of its fields.

@@ -1,41 +1,35 @@
 #ifndef TESSELU_TOOLS_MEDIA_PNGSEQUENCEWRITER_H
 #define TESSELU_TOOLS_MEDIA_PNGSEQUENCEWRITER_H
 
-#include <list>
+#include <optional>
 
-#include "OutputFile.h"
+#include "media/FileNames.h"
+#include "media/PngEncoder.h"
 #include "media/RgbConversion.h"
 #include "media/Writer.h"
 
 namespace tool {
 
-/// A file name with one number in it, written %d, %4d or %04d.
-class NumberedName {
-public:
-    /// Throws `UsageError` when there is no such number, or more than one.
-    explicit NumberedName(const std::string& pattern);
-
-    std::string At(long number) const;
-
-private:
-    std::string before, after;
-    std::size_t digits = 0;
-};
-
-/// RGB pictures, one PNG file each, numbered from 0.
+/// RGB pictures, with alpha where the run has it, one PNG file each. Each file takes its place when it is
+/// whole and stays, whatever becomes of those after it.
 class PngSequenceWriter : public Writer {
 public:
-    PngSequenceWriter(const std::string& pattern, const PictureFormat& format);
+    PngSequenceWriter(const std::string& pattern, const PictureFormat& format, long first, int threads);
 
-    void Write(Zan::Image& picture) override;
+    void Write(const Zan::Image& picture) override;
     void Finish() override;
     double LibrarySeconds() const noexcept override { return conversion.Seconds(); }
 
 private:
+    void Take();
+
     NumberedName name;
+    bool hasAlpha;
     RgbConversion conversion;
-    std::list<OutputFile> files;
-    bool started = false;  ///< the first file has its picture
+    PngEncoder encoder;
+    long number;  ///< of the next file
+    std::optional<OutputFile> file;
+    std::int64_t sent = 0;
 };
 
 }  // namespace tool

@@ -1,112 +1,53 @@
 #include "media/Reader.h"
 
-#include <filesystem>
+#include <cmath>
+#include <cstdio>
 #include <utility>
 
 #include "Errors.h"
-#include "Interrupt.h"
+#include "run/Console.h"
 
 namespace tool {
 namespace {
 
-/// Opens a local file and nothing else: a play list in it cannot reach out to other places.
-InputPtr OpenInput(const std::string& path) {
-    AVFormatContext* context = avformat_alloc_context();
-    if (context == nullptr)
-        throw std::bad_alloc();
-    context->interrupt_callback = InterruptHook();
-    AVDictionary* options = nullptr;
-    av_dict_set(&options, "protocol_whitelist", "file", 0);
-    const int opened = avformat_open_input(&context, LocalFile(path).c_str(), nullptr, &options);
-    av_dict_free(&options);
-    CheckLibav(opened, path + ": not a video or picture file");
-    return InputPtr(context);
+Zan::ScanStyleEnum ScanOf(const AVFrame& frame) {
+    if (frame.interlaced_frame == 0)
+        return Zan::kProgressive;
+    return frame.top_field_first != 0 ? Zan::kUpperFieldFirst : Zan::kLowerFieldFirst;
 }
 
 }  // namespace
 
-Reader::Reader(std::string newPath) : path(std::move(newPath)) {
-    Open();
-    if (!Decode(*current))
+Reader::Reader(std::string newPath, const InputOptions& newOptions)
+    : path(std::move(newPath)), options(newOptions), decoder(path, options) {
+    if (!Next(current))
         throw Failure(path + ": holds no picture that can be decoded");
-    turn = TurnOf(*current, *input->streams[stream]);
+    origin = current.time;
+    turn = TurnOf(*current.frame, decoder.Stream());
+    hasAlpha = ShowsAlpha(*current.frame);
     if (Width() > kLargestSide || Height() > kLargestSide)
         throw Failure(path + ": larger than " + std::to_string(kLargestSide) + " pixels or lines");
-    hasNext = Decode(*next);
-    still = !hasNext;
-}
-
-void Reader::Open() {
-    std::error_code error;
-    if (!std::filesystem::exists(path, error))
-        throw Failure(path + ": no such file");
-    if (!std::filesystem::is_regular_file(path, error))
-        throw Failure(path + ": not a file");
-    input = OpenInput(path);
-    CheckLibav(avformat_find_stream_info(input.get(), nullptr), path + ": not a video or picture file");
-    const AVCodec* decoder = nullptr;
-    stream = av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, &decoder, 0);
-    if (stream == AVERROR_DECODER_NOT_FOUND)
-        throw Failure(path + ": no decoder for its video");
-    if (stream < 0)
-        throw Failure(path + ": holds no video and no picture");
-    for (unsigned i = 0; i < input->nb_streams; ++i)
-        if (static_cast<int>(i) != stream)
-            input->streams[i]->discard = AVDISCARD_ALL;
-
-    codec.reset(avcodec_alloc_context3(decoder));
-    if (!codec)
-        throw std::bad_alloc();
-    codec->thread_count = 0;
-    const AVStream* video = input->streams[stream];
-    CheckLibav(avcodec_parameters_to_context(codec.get(), video->codecpar), path + ": cannot be decoded");
-    codec->pkt_timebase = video->time_base;
-    CheckLibav(avcodec_open2(codec.get(), decoder, nullptr), path + ": cannot be decoded");
-}
-
-bool Reader::Decode(AVFrame& into) {
-    for (;;) {
-        StopIfInterrupted();
-        av_frame_unref(&into);
-        const int received = avcodec_receive_frame(codec.get(), &into);
-        if (received == 0)
-            return into.width > 0 && into.height > 0;
-        if (received == AVERROR_EOF)
-            return false;
-        // A damaged packet costs its frame, not the clip.
-        if (received != AVERROR(EAGAIN)) {
-            if (received != AVERROR_INVALIDDATA)
-                CheckLibav(received, path + ": cannot be decoded");
-            continue;
-        }
-        if (draining)
-            return false;
-        const int read = av_read_frame(input.get(), packet.get());
-        if (read < 0) {
-            StopIfInterrupted();
-            draining = true;
-            avcodec_send_packet(codec.get(), nullptr);
-            continue;
-        }
-        if (packet->stream_index == stream) {
-            const int sent = avcodec_send_packet(codec.get(), packet.get());
-            if (sent < 0 && sent != AVERROR_INVALIDDATA)
-                CheckLibav(sent, path + ": cannot be decoded");
-        }
-        av_packet_unref(packet.get());
+    hasNext = Next(next);
+    isStill = !hasNext;
+    timing.rate = decoder.Rate();
+    // Some clips begin with a frame that is progressive by chance.
+    if (!isStill) {
+        timing.scan = ScanOf(*current.frame);
+        if (timing.scan == Zan::kProgressive)
+            timing.scan = ScanOf(*next.frame);
     }
 }
 
 unsigned Reader::Width() const noexcept {
-    return static_cast<unsigned>(SwapsSides(turn) ? current->height : current->width);
+    return static_cast<unsigned>(SwapsSides(turn) ? current.frame->height : current.frame->width);
 }
 
 unsigned Reader::Height() const noexcept {
-    return static_cast<unsigned>(SwapsSides(turn) ? current->width : current->height);
+    return static_cast<unsigned>(SwapsSides(turn) ? current.frame->width : current.frame->height);
 }
 
 AVRational Reader::PixelAspect() const noexcept {
-    const AVRational aspect = PixelAspectOf(*current);
+    const AVRational aspect = PixelAspectOf(*current.frame);
     return SwapsSides(turn) ? av_inv_q(aspect) : aspect;
 }
 
@@ -114,61 +55,121 @@ double Reader::Aspect() const noexcept {
     return av_q2d(PixelAspect()) * Width() / Height();
 }
 
-Zan::ScanStyleEnum Reader::Scan() const noexcept {
-    if (still || current->interlaced_frame == 0 || turn != Turn::kNone)
-        return Zan::kProgressive;
-    return current->top_field_first != 0 ? Zan::kUpperFieldFirst : Zan::kLowerFieldFirst;
-}
-
 LumaWeights Reader::Weights() const noexcept {
-    const AVColorSpace space = ColourSpaceOf(*current);
+    const AVColorSpace space = ColourSpaceOf(*current.frame);
     return space == AVCOL_SPC_BT709 || space == AVCOL_SPC_BT2020_NCL ? LumaWeights::kBt709
                                                                      : LumaWeights::kBt601;
 }
 
-AVRational Reader::Rate() const noexcept {
-    const AVRational rate = av_guess_frame_rate(input.get(), input->streams[stream], nullptr);
-    return rate.num > 0 && rate.den > 0 ? rate : AVRational{25, 1};
-}
-
-long Reader::CountFrames() const {
-    if (still)
-        return 1;
-    const auto told = input->streams[stream]->nb_frames;
-    if (told > 0)
-        return static_cast<long>(told);
-    const InputPtr again = OpenInput(path);
-    CheckLibav(avformat_find_stream_info(again.get(), nullptr), path);
-    const PacketPtr one = NewPacket();
-    long count = 0;
-    while (av_read_frame(again.get(), one.get()) >= 0) {
-        StopIfInterrupted();
-        if (one->stream_index == stream)
-            ++count;
-        av_packet_unref(one.get());
-    }
-    return count;
-}
-
 void Reader::SetTarget(const PictureFormat& target, double aspect) {
-    scaler.emplace(target, aspect, Scan() != Zan::kProgressive, turn);
-    convertedPosition = -1;
+    SourceTiming source = timing;
+    timeline.emplace(target, source);
+    FieldUse fields = timeline->Fields();
+    // Lines that are turned are no fields any more.
+    if (timing.scan != Zan::kProgressive && turn != Turn::kNone && fields != FieldUse::kDeinterlaceFields) {
+        fields = target.IsInterlaced() ? FieldUse::kDeinterlaceFields : FieldUse::kDeinterlace;
+        source.scan = Zan::kProgressive;
+        source.rate = fields == FieldUse::kDeinterlace ? timing.rate : av_mul_q(timing.rate, {2, 1});
+        timeline.emplace(target, source);
+    }
+    scaler.emplace(target, aspect, turn);
+    pool.emplace(target);
+    converted.reset();
+    if (fields == FieldUse::kFrames || fields == FieldUse::kFieldLater || isStill)
+        return;
+    deinterlacer.emplace(fields == FieldUse::kDeinterlaceFields, options.threads);
+    // The frames that were looked at already go through the filter, too.
+    deinterlacer->Send(current.frame.get(), current.time);
+    if (hasNext)
+        deinterlacer->Send(next.frame.get(), next.time);
+    if (Next(current))
+        hasNext = Next(next);
+}
+
+std::optional<long> Reader::Pictures() const {
+    if (!decoder.End())
+        return std::nullopt;
+    return timeline->Pictures(*decoder.End() - origin);
+}
+
+bool Reader::Next(TimedFrame& into) {
+    if (!deinterlacer) {
+        if (!decoderEnded && decoder.Next(*into.frame, into.time))
+            return true;
+        decoderEnded = true;
+        return false;
+    }
+    const FramePtr decoded = NewFrame();
+    while (!deinterlacer->Receive(*into.frame, into.time)) {
+        if (decoderEnded)
+            return false;
+        double time = 0;
+        if (decoder.Next(*decoded, time))
+            deinterlacer->Send(decoded.get(), time);
+        else {
+            decoderEnded = true;
+            deinterlacer->Send(nullptr, 0);
+        }
+    }
+    return true;
+}
+
+void Reader::LookAtRate() {
+    if (saidRate || deinterlacer)
+        return;
+    const double nominal = 1 / av_q2d(timing.rate);
+    const double here = next.time - current.time;
+    // Stamps in milliseconds, or of two fields and three in turn, are no change of the rate.
+    if (std::abs(here - nominal) <= 0.6 * nominal + 0.001)
+        return;
+    saidRate = true;
+    char text[96];
+    std::snprintf(text, sizeof text, "a frame of %.0f ms among those of %.1f ms", here * 1e3, nominal * 1e3);
+    console::Note(path + ": its rate changes (" + text + "); frames are picked by their time stamps");
 }
 
 void Reader::Advance() {
+    LookAtRate();
     std::swap(current, next);
-    ++position;
-    hasNext = Decode(*next);
+    converted.reset();
+    hasNext = Next(next);
 }
 
-Zan::Image& Reader::FrameAt(long index) {
-    while (position < index && hasNext)
+double Reader::EndSeconds() const {
+    double duration = 1 / av_q2d(timing.rate);
+    if (deinterlacer)
+        duration /= deinterlacer->FramesPerFrame();
+    else if (current.frame->pkt_duration > 0)
+        duration = static_cast<double>(current.frame->pkt_duration) * av_q2d(decoder.Stream().time_base);
+    return current.time - origin + duration;
+}
+
+bool Reader::EndsBefore(long picture) {
+    if (isStill)
+        return false;
+    const double reach = origin + timeline->Reach(picture, 0);
+    while (hasNext && next.time <= reach)
         Advance();
-    if (convertedPosition != position) {
-        converted = &scaler->Convert(*current);
-        convertedPosition = position;
+    return !hasNext && picture >= timeline->Pictures(EndSeconds());
+}
+
+SharedPicture Reader::PictureAt(long picture, int field) {
+    if (!isStill) {
+        const double reach = origin + timeline->Reach(picture, field);
+        while (hasNext && next.time <= reach)
+            Advance();
+        if (!hasNext && !saidEnd && picture >= timeline->Pictures(EndSeconds())) {
+            saidEnd = true;
+            console::Note(path + ": ends after " + std::to_string(timeline->Pictures(EndSeconds())) +
+                          " frames of the output; its last frame stays");
+        }
     }
-    return *converted;
+    if (!converted) {
+        SharedPicture fresh = pool->Take();
+        scaler->Convert(*current.frame, *fresh);
+        converted = std::move(fresh);
+    }
+    return converted;
 }
 
 }  // namespace tool

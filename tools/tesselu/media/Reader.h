@@ -1,18 +1,23 @@
 #ifndef TESSELU_TOOLS_MEDIA_READER_H
 #define TESSELU_TOOLS_MEDIA_READER_H
 
+#include <memory>
 #include <optional>
 #include <string>
 
+#include "media/Decoder.h"
+#include "media/Deinterlacer.h"
+#include "media/PicturePool.h"
 #include "media/Scaler.h"
+#include "run/Timeline.h"
 
 namespace tool {
 
-/// The frames of a video file or still picture, in order, as packed 4:2:2.
+/// The pictures of one input as the output wants them: of its size, its scan, and at its times.
 class Reader {
 public:
-    /// Opens the file and decodes its first frame. Throws `Failure` naming the file.
-    explicit Reader(std::string path);
+    /// Opens the input and decodes its first frames. Throws `Failure` naming the input.
+    explicit Reader(std::string path, const InputOptions& options = {});
 
     const std::string& Path() const noexcept { return path; }
     /// The size of the first frame as it is shown, turned if its label says so.
@@ -22,43 +27,55 @@ public:
     double Aspect() const noexcept;
     /// Width of a pixel over its height.
     AVRational PixelAspect() const noexcept;
-    /// How the first frame is labelled.
-    Zan::ScanStyleEnum Scan() const noexcept;
+    /// How the first frames are labelled.
+    SourceTiming Timing() const noexcept { return timing; }
     LumaWeights Weights() const noexcept;
-    /// Frames a second.
-    AVRational Rate() const noexcept;
-    /// The file holds one frame only.
-    bool IsStill() const noexcept { return still; }
-    /// How many frames the file says to have, or has when its packets are counted.
-    long CountFrames() const;
+    bool HasAlpha() const noexcept { return hasAlpha; }
+    /// The input holds one frame only.
+    bool IsStill() const noexcept { return isStill; }
 
     /// From here on pictures come in this format, cropped to `aspect`.
     void SetTarget(const PictureFormat& target, double aspect);
 
-    /// Frame `index`, which must not be below that of the call before; beyond the end the last frame stays.
-    /// The picture is valid until the next call.
-    Zan::Image& FrameAt(long index);
+    /// How many pictures of the target the input makes; none when that is not known before its end.
+    std::optional<long> Pictures() const;
+
+    /// What a field of output picture `picture` shows; later calls ask for the same or a later time. Beyond
+    /// the end the last frame stays.
+    SharedPicture PictureAt(long picture, int field);
+
+    /// The input ends before this picture. Looks ahead as far as it must.
+    bool EndsBefore(long picture);
 
 private:
-    void Open();
-    bool Decode(AVFrame& into);
+    struct TimedFrame {
+        FramePtr frame = NewFrame();
+        double time = 0;
+    };
+
+    bool Next(TimedFrame& into);
     void Advance();
+    void LookAtRate();
+    double EndSeconds() const;
 
     std::string path;
-    InputPtr input;
-    CodecPtr codec;
-    PacketPtr packet = NewPacket();
-    FramePtr current = NewFrame();
-    FramePtr next = NewFrame();  ///< one frame ahead, so that a still and an end are known for what they are
-    int stream = -1;
-    Turn turn = Turn::kNone;
-    bool draining = false;
+    InputOptions options;
+    Decoder decoder;
+    std::optional<Deinterlacer> deinterlacer;
+    bool decoderEnded = false;
+    TimedFrame current, next;  ///< one frame ahead, so that a still and an end are known for what they are
     bool hasNext = false;
-    bool still = false;
-    long position = 0;
-    long convertedPosition = -1;
+    bool isStill = false;
+    bool hasAlpha = false;
+    Turn turn = Turn::kNone;
+    SourceTiming timing;
+    double origin = 0;  ///< time of the first frame
+    bool saidRate = false;
+    bool saidEnd = false;
+    std::optional<Timeline> timeline;
     std::optional<Scaler> scaler;
-    Zan::Image* converted = nullptr;
+    std::optional<PicturePool> pool;
+    SharedPicture converted;  ///< of `current`; null: not yet
 };
 
 }  // namespace tool

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "Errors.h"
-#include "Stopwatch.h"
+#include "run/Stopwatch.h"
 
 namespace tool {
 namespace {
@@ -26,12 +26,15 @@ struct Bt709Matrix {
 }  // namespace
 
 RgbConversion::RgbConversion(const PictureFormat& format)
-    : weights(format.weights), rgb(NewRgb(format.width, format.height)) {}
+    : colour(format), rgb(NewRgb(format.width, format.height)) {
+    colour.hasAlpha = false;
+}
 
-Raster RgbConversion::Convert(Zan::Image& picture) {
+const Zan::Image& RgbConversion::Convert(const Zan::Image& picture) {
     Bt709Matrix bt709;
-    double* const matrix = weights == LumaWeights::kBt709 ? bt709.values : nullptr;
-    Zan::ImageView source = Whole(picture);
+    double* const matrix = colour.weights == LumaWeights::kBt709 ? bt709.values : nullptr;
+    const ImagePtr opaque = WrapPicture(colour, Line(picture, 0), picture.GetPitch(0));
+    Zan::ImageView source = Whole(*opaque);
     Zan::ImageView destination = Whole(*rgb);
     Zan::Long32 status = Zan::kStatusOk;
     {
@@ -40,8 +43,11 @@ Raster RgbConversion::Convert(Zan::Image& picture) {
     }
     if (status != Zan::kStatusOk)
         throw Failure("conversion to RGB: the library returned status " + std::to_string(status));
-    ++pictures;
+    return *rgb;
+}
 
+Raster RgbConversion::ToRaster(const Zan::Image& picture) {
+    Convert(picture);
     Raster raster(rgb->GetWidth(), rgb->GetHeight());
     for (unsigned y = 0; y < raster.height; ++y) {
         const std::uint8_t* bgra = Line(*rgb, y);

@@ -13,19 +13,20 @@ class RgbConversion {
 public:
     explicit RgbConversion(const PictureFormat& format);
 
-    /// Throws `Failure` with the status when the library refuses.
-    Raster Convert(Zan::Image& picture);
+    /// The picture as B, G, R and a fourth byte that says nothing, as it looks on black. Valid until the next
+    /// call. Throws `Failure` with the status when the library refuses.
+    const Zan::Image& Convert(const Zan::Image& picture);
+    /// The same as a raster.
+    Raster ToRaster(const Zan::Image& picture);
 
     /// Time spent in the library so far.
     double Seconds() const noexcept { return seconds; }
-    long Pictures() const noexcept { return pictures; }
 
 private:
-    LumaWeights weights;
+    PictureFormat colour;  ///< without alpha
     ImagePtr rgb;
     Zan::ColorSpaceConverter converter;
     double seconds = 0;
-    long pictures = 0;
 };
 
 }  // namespace tool

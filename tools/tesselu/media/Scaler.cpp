@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
+#include <cstring>
 #include <new>
 
 #include "Errors.h"
@@ -48,10 +48,62 @@ FramePtr CropToAspect(const AVFrame& frame, double aspect) {
     return cropped;
 }
 
-/// Lines of one field can be picked out of every plane.
-bool HasWholeFields(const AVFrame& frame) {
+bool IsGrey(const AVFrame& frame) {
     const AVPixFmtDescriptor* format = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
-    return format != nullptr && frame.height % (2 << format->log2_chroma_h) == 0;
+    return format != nullptr && format->nb_components <= 2 && (format->flags & AV_PIX_FMT_FLAG_PAL) == 0;
+}
+
+Levels LevelsOf(const AVFrame& frame) {
+    return {ColourSpaceOf(frame), IsFullRange(frame)};
+}
+
+/// A frame to be written anew whenever its size changes.
+AVFrame& Sized(FramePtr& frame, AVPixelFormat format, const AVFrame& like) {
+    if (!frame || frame->format != format || frame->width != like.width || frame->height != like.height)
+        frame = NewFrame(format, like.width, like.height);
+    return *frame;
+}
+
+std::uint8_t* At(const AVFrame& frame, int plane, int y) {
+    return frame.data[plane] + std::ptrdiff_t{y} * frame.linesize[plane];
+}
+
+/// Luma out of `luma` (every `step` bytes), chroma without colour.
+void FillGrey(AVFrame& out, const AVFrame& luma, int offset, int step) {
+    for (int y = 0; y < out.height; ++y) {
+        const std::uint8_t* in = At(luma, 0, y) + offset;
+        std::uint8_t* line = At(out, 0, y);
+        for (int x = 0; x < out.width; ++x)
+            line[x] = in[std::ptrdiff_t{x} * step];
+        for (const int plane : {1, 2})
+            std::memset(At(out, plane, y), 128, static_cast<std::size_t>(out.width));
+    }
+}
+
+/// One byte a pixel of what lies in the same plane or beside it.
+void CopyBytes(const AVFrame& in, int offset, int step, AVFrame& out, int plane) {
+    for (int y = 0; y < out.height; ++y) {
+        const std::uint8_t* from = At(in, 0, y) + offset;
+        std::uint8_t* line = At(out, plane, y);
+        for (int x = 0; x < out.width; ++x)
+            line[x] = from[std::ptrdiff_t{x} * step];
+    }
+}
+
+/// Multiplies the first three planes with the fourth, about the level that black has there.
+void Shape(AVFrame& frame, int blackLuma, int blackChroma) {
+    for (int y = 0; y < frame.height; ++y) {
+        const std::uint8_t* alpha = At(frame, 3, y);
+        for (int plane = 0; plane < 3; ++plane) {
+            const int black = plane == 0 ? blackLuma : blackChroma;
+            std::uint8_t* line = At(frame, plane, y);
+            for (int x = 0; x < frame.width; ++x) {
+                const int product = (line[x] - black) * alpha[x];
+                line[x] =
+                    static_cast<std::uint8_t>(black + (product >= 0 ? product + 127 : product - 127) / 255);
+            }
+        }
+    }
 }
 
 }  // namespace
@@ -91,96 +143,156 @@ Turn TurnOf(const AVFrame& frame, const AVStream& stream) {
     return static_cast<Turn>((std::lround(angle / 90) + 4) % 4);
 }
 
-Scaler::Scaler(const PictureFormat& newTarget, double newAspect, bool newInterlacedSource, Turn newTurn)
-    : target(newTarget),
-      aspect(newAspect),
-      interlacedSource(newInterlacedSource),
-      turn(newTurn),
-      packed(NewFrame(AV_PIX_FMT_UYVY422, static_cast<int>(target.width), static_cast<int>(target.height))),
-      picture(WrapPicture(target, *packed)) {
-    if (turn != Turn::kNone)
-        scaled = SwapsSides(turn) ? NewFrame(AV_PIX_FMT_YUV444P, packed->height, packed->width)
-                                  : NewFrame(AV_PIX_FMT_YUV444P, packed->width, packed->height);
+bool ShowsAlpha(const AVFrame& frame) {
+    const AVPixFmtDescriptor* format = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
+    if (format == nullptr || (format->flags & AV_PIX_FMT_FLAG_ALPHA) == 0)
+        return false;
+    if ((format->flags & AV_PIX_FMT_FLAG_PAL) == 0)
+        return true;
+    constexpr int kColours = 256;
+    const auto* palette = reinterpret_cast<const std::uint32_t*>(frame.data[1]);
+    return std::any_of(palette, palette + kColours, [](std::uint32_t colour) {
+        return colour >> 24 != 255 && colour != 0;  // entries that are not used are 0
+    });
 }
 
-Zan::Image& Scaler::Convert(const AVFrame& frame) {
-    const FramePtr source = CropToAspect(frame, SwapsSides(turn) ? 1 / aspect : aspect);
-    const bool byField = interlacedSource && turn == Turn::kNone &&
-                         static_cast<unsigned>(source->height) != target.height && HasWholeFields(*source) &&
-                         target.height % 2 == 0;
-    Scale(*source, byField ? 2 : 1);
-    if (turn != Turn::kNone)
-        PackTurned();
-    return *picture;
+Scaler::Scaler(const PictureFormat& newTarget, double newAspect, Turn newTurn)
+    : target(newTarget), aspect(newAspect), turn(newTurn) {
+    if (turn == Turn::kNone)
+        return;
+    const int width = static_cast<int>(target.width), height = static_cast<int>(target.height);
+    const bool swaps = SwapsSides(turn);
+    turned = NewFrame(AV_PIX_FMT_YUV444P, swaps ? height : width, swaps ? width : height);
+    if (target.hasAlpha)
+        turnedAlpha = NewFrame(AV_PIX_FMT_GRAY8, turned->width, turned->height);
 }
 
-void Scaler::Scale(const AVFrame& source, int fields) {
-    Prepare(source, fields);
-    const AVFrame& out = scaled ? *scaled : *packed;
-    for (int field = 0; field < fields; ++field) {
-        const std::uint8_t* from[AV_NUM_DATA_POINTERS] = {};
-        int fromPitch[AV_NUM_DATA_POINTERS] = {};
-        std::uint8_t* to[AV_NUM_DATA_POINTERS] = {};
-        int toPitch[AV_NUM_DATA_POINTERS] = {};
-        for (std::size_t plane = 0; plane < std::size(from); ++plane) {
-            from[plane] = source.data[plane];
-            // The second plane of a palette picture is the palette and has no lines.
-            if (from[plane] != nullptr && source.linesize[plane] != 0) {
-                from[plane] += std::ptrdiff_t{field} * source.linesize[plane];
-                fromPitch[plane] = source.linesize[plane] * fields;
+void Scaler::Convert(const AVFrame& frame, Zan::Image& picture) {
+    FramePtr source = CropToAspect(frame, SwapsSides(turn) ? 1 / aspect : aspect);
+    const Levels levels = LevelsOf(frame);
+    const bool byField = frame.interlaced_frame != 0 && target.IsInterlaced() && turn == Turn::kNone;
+    if (byField && !HasWholeFields(*source))
+        source = WithWholeFields(*source);
+
+    const bool isGrey = IsGrey(frame);
+    if (!ShowsAlpha(frame)) {
+        if (isGrey) {
+            // libswscale takes every grey for one at video levels, so it gets chroma beside it.
+            const AVFrame* luma = source.get();
+            if (frame.format != AV_PIX_FMT_GRAY8) {
+                toGrey.Convert(*source, {levels.space, false}, Sized(grey, AV_PIX_FMT_GRAY8, *source),
+                               {levels.space, false}, false);
+                luma = grey.get();
             }
-            if (out.data[plane] != nullptr) {
-                to[plane] = out.data[plane] + std::ptrdiff_t{field} * out.linesize[plane];
-                toPitch[plane] = out.linesize[plane] * fields;
-            }
-        }
-        CheckLibav(sws_scale(sws.get(), from, fromPitch, 0, source.height / fields, to, toPitch), "scaling");
+            FillGrey(Sized(withChroma, AV_PIX_FMT_YUV444P, *source), *luma, 0, 1);
+            ConvertColour(*withChroma, levels, byField, picture);
+        } else
+            ConvertColour(*source, levels, byField, picture);
+        ConvertAlpha(nullptr, byField, picture);
+        return;
+    }
+
+    const bool isRgb = IsRgb(frame);
+    AVFrame& straight = Sized(shaped, isRgb ? AV_PIX_FMT_GBRAP : AV_PIX_FMT_YUVA444P, *source);
+    if (isGrey) {
+        const bool isWide = frame.format != AV_PIX_FMT_YA8;
+        const int high = frame.format == AV_PIX_FMT_YA16LE ? 1 : 0;
+        FillGrey(straight, *source, high, isWide ? 4 : 2);
+        CopyBytes(*source, isWide ? 2 + high : 1, isWide ? 4 : 2, straight, 3);
+    } else
+        toShaped.Convert(*source, levels, straight, levels, byField);
+    Shape(straight, isRgb || levels.isFull ? 0 : 16, isRgb ? 0 : 128);
+    // The same planes without the fourth.
+    const FramePtr opaque =
+        ShellOf(isRgb ? AV_PIX_FMT_GBRP : AV_PIX_FMT_YUV444P, straight.width, straight.height);
+    const FramePtr alpha = ShellOf(AV_PIX_FMT_GRAY8, straight.width, straight.height);
+    for (int plane = 0; plane < 3; ++plane) {
+        opaque->data[plane] = straight.data[plane];
+        opaque->linesize[plane] = straight.linesize[plane];
+    }
+    alpha->data[0] = straight.data[3];
+    alpha->linesize[0] = straight.linesize[3];
+    ConvertColour(*opaque, levels, byField, picture);
+    ConvertAlpha(alpha.get(), byField, picture);
+}
+
+void Scaler::ConvertColour(const AVFrame& source, const Levels& levels, bool byField, Zan::Image& picture) {
+    const Levels video = {target.weights == LumaWeights::kBt709 ? SWS_CS_ITU709 : SWS_CS_ITU601, false};
+    if (turn != Turn::kNone) {
+        colour.Convert(source, levels, *turned, video, false);
+        PackTurned(picture);
+        return;
+    }
+    const FramePtr packed =
+        ShellOf(AV_PIX_FMT_UYVY422, static_cast<int>(target.width), static_cast<int>(target.height));
+    packed->data[0] = Line(picture, 0);
+    packed->linesize[0] = static_cast<int>(picture.GetPitch(0));
+    colour.Convert(source, levels, *packed, video, byField);
+}
+
+namespace {
+
+/// Where the pixel that is shown at (x, y) lies in a frame that is still to be turned.
+struct Place {
+    int column, row;
+};
+
+Place BeforeTurn(Turn turn, const AVFrame& frame, int x, int y) {
+    const int lastColumn = frame.width - 1, lastRow = frame.height - 1;
+    switch (turn) {
+        case Turn::kQuarter:
+            return {y, lastRow - x};
+        case Turn::kHalf:
+            return {lastColumn - x, lastRow - y};
+        case Turn::kThreeQuarters:
+            return {lastColumn - y, x};
+        default:
+            return {x, y};
     }
 }
 
-void Scaler::PackTurned() {
-    const int lastColumn = scaled->width - 1, lastRow = scaled->height - 1;
-    const auto at = [&](int plane, int x, int y) -> int {
-        int column = lastColumn - x, row = lastRow - y;
-        if (turn == Turn::kQuarter) {
-            column = y;
-            row = lastRow - x;
-        } else if (turn == Turn::kThreeQuarters) {
-            column = lastColumn - y;
-            row = x;
+}  // namespace
+
+void Scaler::ConvertAlpha(const AVFrame* alpha, bool byField, Zan::Image& picture) {
+    if (!target.hasAlpha)
+        return;
+    const int width = static_cast<int>(target.width), height = static_cast<int>(target.height);
+    if (alpha == nullptr) {
+        for (unsigned y = 0; y < target.height; ++y)
+            std::memset(Line(picture, y, kAlphaChannel), 255, target.width);
+        return;
+    }
+    if (turn != Turn::kNone) {
+        alphaPlane.Convert(*alpha, {}, *turnedAlpha, {}, false);
+        for (int y = 0; y < height; ++y) {
+            std::uint8_t* line = Line(picture, static_cast<unsigned>(y), kAlphaChannel);
+            for (int x = 0; x < width; ++x) {
+                const Place from = BeforeTurn(turn, *turnedAlpha, x, y);
+                line[x] = At(*turnedAlpha, 0, from.row)[from.column];
+            }
         }
-        return scaled->data[plane][std::ptrdiff_t{row} * scaled->linesize[plane] + column];
+        return;
+    }
+    const FramePtr plane = ShellOf(AV_PIX_FMT_GRAY8, width, height);
+    plane->data[0] = Line(picture, 0, kAlphaChannel);
+    plane->linesize[0] = static_cast<int>(picture.GetPitch(kAlphaChannel));
+    alphaPlane.Convert(*alpha, {}, *plane, {}, byField);
+}
+
+void Scaler::PackTurned(Zan::Image& picture) const {
+    const auto at = [this](int plane, unsigned x, unsigned y) -> int {
+        const Place from = BeforeTurn(turn, *turned, static_cast<int>(x), static_cast<int>(y));
+        return At(*turned, plane, from.row)[from.column];
     };
-    for (int y = 0; y < packed->height; ++y) {
-        std::uint8_t* out = packed->data[0] + std::ptrdiff_t{y} * packed->linesize[0];
-        for (int x = 0; x < packed->width; x += 2, out += 4) {
+    for (unsigned y = 0; y < target.height; ++y) {
+        std::uint8_t* out = Line(picture, y);
+        for (unsigned x = 0; x < target.width; x += 2, out += 4) {
             out[0] = static_cast<std::uint8_t>((at(1, x, y) + at(1, x + 1, y) + 1) / 2);
             out[1] = static_cast<std::uint8_t>(at(0, x, y));
             out[2] = static_cast<std::uint8_t>((at(2, x, y) + at(2, x + 1, y) + 1) / 2);
             out[3] = static_cast<std::uint8_t>(at(0, x + 1, y));
         }
     }
-}
-
-void Scaler::Prepare(const AVFrame& frame, int fields) {
-    const int space = ColourSpaceOf(frame);
-    const int range = IsFullRange(frame) ? 1 : 0;
-    const int wanted[] = {frame.width, frame.height, frame.format, space, range, fields};
-    static_assert(sizeof wanted == sizeof preparedFor);
-    if (sws && std::equal(std::begin(wanted), std::end(wanted), std::begin(preparedFor)))
-        return;
-    const AVFrame& out = scaled ? *scaled : *packed;
-    sws.reset(sws_getContext(frame.width, frame.height / fields, static_cast<AVPixelFormat>(frame.format),
-                             out.width, out.height / fields, static_cast<AVPixelFormat>(out.format),
-                             SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INP, nullptr, nullptr, nullptr));
-    if (!sws)
-        throw Failure("no conversion of the pixel format to 4:2:2");
-    const int targetSpace = target.weights == LumaWeights::kBt709 ? SWS_CS_ITU709 : SWS_CS_ITU601;
-    const int sourceSpace = space == AVCOL_SPC_RGB ? targetSpace : space;
-    constexpr int kUnity = 1 << 16;
-    sws_setColorspaceDetails(sws.get(), sws_getCoefficients(sourceSpace), range,
-                             sws_getCoefficients(targetSpace), 0, 0, kUnity, kUnity);
-    std::copy(std::begin(wanted), std::end(wanted), std::begin(preparedFor));
 }
 
 }  // namespace tool

@@ -2,6 +2,7 @@
 #define TESSELU_TOOLS_MEDIA_SCALER_H
 
 #include "media/Picture.h"
+#include "media/Resampler.h"
 
 namespace tool {
 
@@ -12,35 +13,38 @@ inline bool SwapsSides(Turn turn) {
     return turn == Turn::kQuarter || turn == Turn::kThreeQuarters;
 }
 
-/// Brings decoded frames of any format to packed 4:2:2 of one size, at video levels and with the luma weights
-/// of the run. This is the only use of libswscale.
+/// Brings decoded frames of any format to the pictures of the run.
 class Scaler {
 public:
     /// `aspect` is width over height of what is shown of a frame, once it is turned.
-    Scaler(const PictureFormat& target, double aspect, bool interlacedSource, Turn turn);
+    Scaler(const PictureFormat& target, double aspect, Turn turn);
 
-    /// Frames are cropped about their centre to the wanted aspect first, and interlaced ones are scaled field
-    /// by field. The result stays valid until the next call.
-    Zan::Image& Convert(const AVFrame& frame);
+    /// Frames are cropped about their centre to the wanted aspect first. Those that are labelled as
+    /// interlaced are scaled field by field. What is transparent becomes black; alpha itself is kept where
+    /// pictures have it.
+    void Convert(const AVFrame& frame, Zan::Image& picture);
 
 private:
-    void Prepare(const AVFrame& frame, int fields);
-    void Scale(const AVFrame& source, int fields);
-    void PackTurned();
+    void ConvertColour(const AVFrame& source, const Levels& levels, bool byField, Zan::Image& picture);
+    void ConvertAlpha(const AVFrame* alpha, bool byField, Zan::Image& picture);
+    void PackTurned(Zan::Image& picture) const;
 
     PictureFormat target;
     double aspect;
-    bool interlacedSource;
     Turn turn;
-    FramePtr packed;
-    FramePtr scaled;  ///< 4:4:4, still to be turned; unused without a turn
-    ImagePtr picture;
-    SwsPtr sws;
-    int preparedFor[6] = {-1, -1, -1, -1, -1, -1};  ///< the frame properties that `sws` was made for
+    FramePtr turned;       ///< 4:4:4, still to be turned; unused without a turn
+    FramePtr turnedAlpha;  ///< one byte a pixel, still to be turned
+    FramePtr shaped;       ///< of the size of the source, with alpha, 4:4:4 or RGB
+    FramePtr grey;         ///< of the size of the source
+    FramePtr withChroma;   ///< of the size of the source, grey made 4:4:4
+    Resampler toShaped, toGrey, colour, alphaPlane;
 };
 
-/// The luma weights that the samples of `frame` were made with, by its label or, without one, its size.
+/// The weights of luma that the samples of `frame` were made with, by its label or, without one, its size.
 AVColorSpace ColourSpaceOf(const AVFrame& frame);
+
+/// Some pixel of such a frame may be transparent.
+bool ShowsAlpha(const AVFrame& frame);
 
 /// How `frame` is to be turned by its own label or, without one, that of its stream. Mirrored labels and
 /// angles in between are not followed.

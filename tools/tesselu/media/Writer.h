@@ -3,31 +3,47 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "media/Picture.h"
 
 namespace tool {
 
-/// Takes the pictures of a run, one after the other. What was written is removed when a writer is destroyed
-/// before `Finish`.
+/// Takes the pictures of a run, one after the other. What was there before is replaced when the output is
+/// whole, and stays when the writer is destroyed before `Finish`.
 class Writer {
 public:
     virtual ~Writer() = default;
 
-    virtual void Write(Zan::Image& picture) = 0;
+    virtual void Write(const Zan::Image& picture) = 0;
     /// Completes the output. Throws `Failure` when that does not work out.
     virtual void Finish() = 0;
     /// Time spent in the library for this output.
     virtual double LibrarySeconds() const noexcept { return 0; }
 };
 
-/// Throws `UsageError` when no writer goes by the name `path`; nothing is touched.
-void CheckOutputName(const std::string& path);
+struct OutputOptions {
+    std::string kind;  ///< "mkv", "mp4", "y4m", "png" or a pixel format; empty: by the name
+    int threads = 0;   ///< of the encoder; 0: as many as there are processors
+    long first = 0;    ///< the number of the first picture, for the names of a sequence
+};
+
+/// Kinds that have a name of their own.
+const std::vector<std::string>& OutputKinds();
+
+/// Throws `UsageError` when no writer goes by that name and kind; nothing is touched.
+void CheckOutputName(const std::string& path, const OutputOptions& options);
+
+/// The output has a place for alpha.
+bool HoldsAlpha(const std::string& path, const OutputOptions& options);
+
+/// One file for each picture.
+bool IsSequenceOutput(const std::string& path, const OutputOptions& options);
 
 /// The writer by file name: .mkv lossless FFV1, .mp4 H.264, .y4m plain 4:2:2, .png with a number such as %04d
-/// in its name a picture per file. Throws `UsageError` for another name, `Failure` when the file cannot be
-/// made.
-std::unique_ptr<Writer> OpenWriter(const std::string& path, const PictureFormat& format);
+/// in its name a picture per file, "-" y4m to standard output. Throws `Failure` when it cannot be made.
+std::unique_ptr<Writer> OpenWriter(const std::string& path, const OutputOptions& options,
+                                   const PictureFormat& format);
 
 }  // namespace tool
 

@@ -1,11 +1,10 @@
 #ifndef TESSELU_TOOLS_MEDIA_Y4MWRITER_H
 #define TESSELU_TOOLS_MEDIA_Y4MWRITER_H
 
-#include <fstream>
 #include <vector>
 
-#include "OutputFile.h"
 #include "media/Writer.h"
+#include "run/OutputFile.h"
 
 namespace tool {
 
@@ -15,15 +14,13 @@ class Y4mWriter : public Writer {
 public:
     Y4mWriter(const std::string& path, const PictureFormat& format);
 
-    void Write(Zan::Image& picture) override;
+    void Write(const Zan::Image& picture) override;
     void Finish() override;
 
 private:
-    void Check() const;
-
     OutputFile file;
-    std::ofstream out;
-    std::vector<std::uint8_t> planes;
+    FramePtr planes;
+    std::vector<std::uint8_t> frame;  ///< the word and the planes
 };
 
 }  // namespace tool

@@ -1,0 +1,70 @@
+#ifndef TESSELU_TOOLS_CLI_COMMAND_H
+#define TESSELU_TOOLS_CLI_COMMAND_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace tool {
+
+class Arguments;
+class Effect;
+
+/// What may stand after an option. It decides how the value is checked, and what a shell offers for it.
+enum class ValueKind {
+    kNone,       ///< the option is a switch
+    kText,       ///< checked by whoever uses it
+    kInteger,    ///< decimal digits, from `least` to `most`
+    kReal,       ///< a number from `least` to `most`
+    kChoice,     ///< one of `choices`
+    kSize,       ///< WIDTHxHEIGHT, both even
+    kRate,       ///< pictures a second: 25, 23.976 or 30000/1001
+    kInterval,   ///< A-B or A-
+    kMedia,      ///< a clip, still or sequence to read
+    kClip,       ///< a clip or sequence to write
+    kPngPicture  ///< a PNG file to write
+};
+
+struct Option {
+    std::string name;    ///< without its dashes
+    char letter = '\0';  ///< the short form
+    ValueKind kind = ValueKind::kNone;
+    std::string value = {};  ///< what the help calls the value
+    std::string help = {};
+    std::string initial = {};  ///< what counts when the option is not given
+    double least = 0, most = 0;
+    std::vector<std::string> choices = {};
+    bool isRequired = false;
+};
+
+/// An input of a command, by its place on the command line.
+struct Operand {
+    std::string name;
+    std::string help;
+};
+
+struct Example {
+    std::string call;
+    std::string about;
+};
+
+/// One command of the program: all that help, manual, completions, parser and run know about it.
+///
+/// A command that makes pictures has `makeEffect`; it gets the options of a run beside its own, and all of
+/// opening, timing, writing and reporting done for it. Another has `execute` and does its work itself.
+struct Command {
+    std::string name;
+    std::string summary;      ///< one line, without a capital and a full stop
+    std::string description;  ///< a paragraph
+    std::vector<Operand> inputs = {};
+    std::vector<Option> options = {};
+    std::vector<Example> examples = {};
+    /// Where in the run a picture stands decides what becomes of it, so the run's length must be known.
+    bool needsLength = false;
+    std::unique_ptr<Effect> (*makeEffect)(const Arguments&) = nullptr;
+    void (*execute)(const Arguments&) = nullptr;
+};
+
+}  // namespace tool
+
+#endif  // TESSELU_TOOLS_CLI_COMMAND_H

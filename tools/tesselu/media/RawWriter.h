@@ -1,0 +1,35 @@
+#ifndef TESSELU_TOOLS_MEDIA_RAWWRITER_H
+#define TESSELU_TOOLS_MEDIA_RAWWRITER_H
+
+#include <vector>
+
+#include "media/Resampler.h"
+#include "media/Writer.h"
+#include "run/OutputFile.h"
+
+namespace tool {
+
+/// The pixel format of that name in 8 bits or more, in ordinary memory. Throws `UsageError` naming the
+/// option.
+AVPixelFormat RawPixelFormat(const std::string& option, const std::string& name);
+
+/// Frames one after the other without anything between them: video levels in YCrCb, the full range in RGB.
+class RawWriter : public Writer {
+public:
+    RawWriter(const std::string& path, const PictureFormat& format, AVPixelFormat samples);
+
+    void Write(const Zan::Image& picture) override;
+    void Finish() override;
+
+private:
+    PictureFormat format;
+    OutputFile file;
+    FramePtr planes;   ///< 4:2:2
+    FramePtr samples;  ///< in the format that is wanted
+    Resampler resampler;
+    std::vector<std::uint8_t> bytes;
+};
+
+}  // namespace tool
+
+#endif  // TESSELU_TOOLS_MEDIA_RAWWRITER_H

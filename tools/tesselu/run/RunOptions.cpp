@@ -1,0 +1,136 @@
+#include "run/RunOptions.h"
+
+#include <algorithm>
+
+#include "Errors.h"
+#include "media/FileNames.h"
+#include "media/RawWriter.h"
+
+namespace tool {
+namespace {
+
+constexpr Zan::ScanStyleEnum kScans[] = {Zan::kUpperFieldFirst, Zan::kLowerFieldFirst, Zan::kProgressive};
+constexpr Zan::ProcessingStyleEnum kStyles[] = {Zan::kBestAvailable, Zan::kFlp, Zan::kFP, Zan::kInt_MMXorSIMD,
+                                                Zan::kFlp_SIMD};
+constexpr double kMostThreads = 256;
+
+}  // namespace
+
+const std::vector<Option>& CommonRunOptions() {
+    static const std::vector<Option> options = {
+        {.name = "output",
+         .letter = 'o',
+         .kind = ValueKind::kClip,
+         .value = "OUT",
+         .help =
+             "OUT.mkv (lossless FFV1), OUT.mp4 (H.264), OUT.y4m, OUT-%04d.png (a file for each frame), or - "
+             "(y4m to standard output); replaced when the new one is whole",
+         .isRequired = true},
+        {.name = "to",
+         .kind = ValueKind::kText,
+         .value = "KIND",
+         .help = "kind of the output where its name does not say it: mkv, mp4, y4m, or raw frames in a pixel "
+                 "format such as uyvy422, yuv422p or rgba"},
+        {.name = "frames",
+         .kind = ValueKind::kInterval,
+         .value = "A-B",
+         .help = "make frames A to B of the whole run only, counted from 0; A- goes to its end"},
+        {.name = "length",
+         .kind = ValueKind::kInteger,
+         .value = "N",
+         .help = "frames of the whole run [those of the shortest clip; 50 of stills]",
+         .least = 1,
+         .most = static_cast<double>(kMostPictures)},
+        {.name = "size",
+         .kind = ValueKind::kSize,
+         .value = "WIDTHxHEIGHT",
+         .help = "size of the output, and of raw frames [as the first input]"},
+        {.name = "scan",
+         .kind = ValueKind::kChoice,
+         .value = "SCAN",
+         .help = "tff (upper field first), bff (lower field first) or progressive [as the first clip]; "
+                 "interlaced clips are deinterlaced where their fields cannot be kept",
+         .choices = {"tff", "bff", "progressive"}},
+        {.name = "rate",
+         .kind = ValueKind::kRate,
+         .value = "RATE",
+         .help = "frames a second of inputs that have no rate: stills, sequences, raw frames",
+         .initial = "25"},
+        {.name = "output-rate",
+         .kind = ValueKind::kRate,
+         .value = "RATE",
+         .help = "frames a second of the output [as the first clip]"},
+        {.name = "raw",
+         .kind = ValueKind::kText,
+         .value = "FORMAT",
+         .help =
+             "inputs called *.yuv, *.rgb, *.raw or - are progressive frames in this pixel format, without "
+             "a header; needs --size"},
+        {.name = "sheet",
+         .kind = ValueKind::kPngPicture,
+         .value = "FILE.png",
+         .help = "also write twelve moments of the run on one picture"},
+        {.name = "style",
+         .kind = ValueKind::kChoice,
+         .value = "STYLE",
+         .help = "code path of the library: best, flp, fp, int or flp-simd",
+         .initial = "best",
+         .choices = {"best", "flp", "fp", "int", "flp-simd"}},
+        {.name = "threads",
+         .kind = ValueKind::kInteger,
+         .value = "N",
+         .help = "threads of each decoder and of the encoder, beside those that the library works on; 0: as "
+                 "many as there are processors",
+         .initial = "0",
+         .least = 0,
+         .most = kMostThreads},
+        {.name = "keep-going", .help = "pass over damage in an input, and say so"},
+        {.name = "json",
+         .help = "print one line of JSON instead of the summary: frames, times a frame in milliseconds"},
+        {.name = "quiet", .letter = 'q', .help = "print errors only"},
+    };
+    return options;
+}
+
+RunOptions::RunOptions(const Arguments& arguments)
+    : inputs(arguments.Inputs()), output(arguments.Text("output")), sheet(arguments.Text("sheet")) {
+    input.rate = arguments.Rate("rate");
+    input.rawFormat = arguments.Text("raw");
+    input.threads = static_cast<int>(arguments.Integer("threads"));
+    input.keepGoing = arguments.Has("keep-going");
+    out.kind = arguments.Text("to");
+    out.threads = input.threads;
+    if (arguments.Has("scan"))
+        scan = kScans[arguments.Choice("scan")];
+    if (arguments.Has("size"))
+        size = arguments.Size("size");
+    if (arguments.Has("output-rate"))
+        outputRate = arguments.Rate("output-rate");
+    if (arguments.Has("length"))
+        length = arguments.Integer("length");
+    if (arguments.Has("frames")) {
+        part = arguments.Pictures("frames");
+        out.first = part.first;
+    }
+    isJson = arguments.Has("json");
+    isQuiet = arguments.Has("quiet");
+
+    CheckOutputName(output, out);
+    if (!input.rawFormat.empty()) {
+        RawPixelFormat("--raw", input.rawFormat);
+        if (!size)
+            throw UsageError("--raw " + input.rawFormat + ": needs --size WIDTHxHEIGHT");
+        input.rawSize = *size;
+        if (std::none_of(inputs.begin(), inputs.end(),
+                         [this](const std::string& path) { return IsRawName(path, input); }))
+            throw UsageError("--raw " + input.rawFormat + ": no input is called -, *.yuv, *.rgb or *.raw");
+    }
+    if (std::count(inputs.begin(), inputs.end(), kStandardStream) > 1)
+        throw UsageError("-: standard input can be read once only");
+}
+
+Zan::ProcessingStyleEnum StyleOf(const Arguments& arguments) {
+    return kStyles[arguments.Choice("style")];
+}
+
+}  // namespace tool

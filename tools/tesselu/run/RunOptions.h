@@ -1,0 +1,42 @@
+#ifndef TESSELU_TOOLS_RUN_RUNOPTIONS_H
+#define TESSELU_TOOLS_RUN_RUNOPTIONS_H
+
+#include <TesselU/foundation/ProcessingStyle.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/Arguments.h"
+#include "media/Decoder.h"
+#include "media/Writer.h"
+
+namespace tool {
+
+/// The options that every command has which makes pictures.
+const std::vector<Option>& CommonRunOptions();
+
+/// What they say.
+struct RunOptions {
+    explicit RunOptions(const Arguments& arguments);
+
+    std::vector<std::string> inputs;
+    std::string output;
+    std::string sheet;  ///< empty: none
+    InputOptions input;
+    OutputOptions out;
+    std::optional<Zan::ScanStyleEnum> scan;  ///< else that of the first clip
+    std::optional<FrameSize> size;           ///< else that of the first input
+    std::optional<AVRational> outputRate;    ///< else that of the first clip
+    std::optional<long> length;              ///< else that of the shortest clip
+    Interval part;
+    bool isJson = false;
+    bool isQuiet = false;
+};
+
+/// The code path that an effect asks the library for.
+Zan::ProcessingStyleEnum StyleOf(const Arguments& arguments);
+
+}  // namespace tool
+
+#endif  // TESSELU_TOOLS_RUN_RUNOPTIONS_H
