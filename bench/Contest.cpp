@@ -45,8 +45,8 @@ std::string Compare(Contest& contest, const Size& size, std::uint8_t* result) {
     std::vector<std::uint8_t> ours;
     for (Entrant& entrant : contest.entrants) {
         std::memset(result, 0x5A, bytes);
-        entrant.isHere = entrant.run() == 0;
-        if (!entrant.isHere) {
+        entrant.isAvailable = entrant.run() == 0;
+        if (!entrant.isAvailable) {
             continue;
         }
         if (entrant.column == kOurs) {
@@ -56,14 +56,14 @@ std::string Compare(Contest& contest, const Size& size, std::uint8_t* result) {
         if (entrant.promise == Promise::kNone || ours.empty()) {
             continue;
         }
-        entrant.farthest = 0;
+        entrant.difference = 0;
         const bool skipAlpha = contest.hasAlpha && entrant.promise == Promise::kApproximate;
         for (std::size_t i = 0; i < bytes; ++i) {
             if (!skipAlpha || i % 4 != 3) {
-                entrant.farthest = std::max(entrant.farthest, std::abs(int{ours[i]} - int{result[i]}));
+                entrant.difference = std::max(entrant.difference, std::abs(int{ours[i]} - int{result[i]}));
             }
         }
-        if (entrant.promise == Promise::kSameBytes && entrant.farthest != 0) {
+        if (entrant.promise == Promise::kSameBytes && entrant.difference != 0) {
             return entrant.name;
         }
     }

@@ -17,7 +17,7 @@ struct Size {
     std::string Text() const { return std::to_string(width) + "x" + std::to_string(height); }
 };
 
-/// Few pixels are a matter of what a call costs, and are shown in ns a call.
+/// So few pixels that the call itself is measured; shown in ns a call.
 inline constexpr Size kCallSize = {16, 2};
 
 /// The columns of the table. Several entrants may share one; it shows the fastest of them.
@@ -27,9 +27,9 @@ const char* ColumnName(Column column);
 
 /// What an entrant promises of its result, held against ours before anything is timed.
 enum class Promise {
-    kSameBytes,    ///< the very bytes of ours, or there is no table
-    kApproximate,  ///< the same picture, by a formula of its own
-    kNone          ///< it only moves as many bytes
+    kSameBytes,    ///< equal to ours in every byte; a difference ends the program
+    kApproximate,  ///< the same picture, by another formula
+    kNone          ///< another job, which moves as many bytes
 };
 
 /// An implementation under comparison.
@@ -39,8 +39,8 @@ struct Entrant {
     Promise promise;
     std::function<int()> run;  ///< does the work once; a status other than 0 says that it cannot
 
-    bool isHere = true;
-    int farthest = -1;  ///< from our result, in code values; -1 if not compared
+    bool isAvailable = true;
+    int difference = -1;  ///< the largest from our result, in code values; -1 if not compared
 };
 
 enum class Operation : std::size_t {
@@ -64,7 +64,7 @@ enum class Operation : std::size_t {
     kCount
 };
 
-/// What we want to reach; 0 says that it is no matter.
+/// What we want to reach; 0: no aim.
 struct Aim {
     double ratio = 0;        ///< how many times faster than the best peer
     double withAVX2 = 0;     ///< the same, when our kernels run on AVX2 at most
@@ -73,7 +73,7 @@ struct Aim {
     double nanoseconds = 0;  ///< of a call at kCallSize
 };
 
-/// One operation at one size, and all who can do it.
+/// One operation at one size, and the implementations of it.
 struct Contest {
     const char* operation;  ///< in the names of benchmarks
     const char* title;      ///< in the table
@@ -111,8 +111,8 @@ private:
     std::array<Contest, static_cast<std::size_t>(Operation::kCount)> all;
 };
 
-/// Runs every entrant once and notes who is here and how far from ours its result lies. Returns the name of
-/// an entrant whose promise does not hold, or nothing.
+/// Runs every entrant once; notes whether it can do the work, and the difference of its result from ours.
+/// Returns the name of an entrant that does not keep its promise, or nothing.
 std::string Compare(Contest& contest, const Size& size, std::uint8_t* result);
 
 }  // namespace bench

@@ -1,5 +1,5 @@
-// Counts the instructions of our operations and of libyuv's under callgrind, which nothing disturbs: those of
-// a pixel and those of a call, as a straight line through two sizes.
+// Counts the instructions of our operations and of libyuv's under callgrind, at two sizes: the slope is the
+// instructions of a pixel, the rest those of a call. Other programs on the machine do not change the counts.
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -39,17 +39,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Valgrind shows programs a processor with AVX2.
+/// Valgrind emulates a processor with AVX2, without AVX-512.
 constexpr Zan::simd::Target kTargets[] = {Zan::simd::kSSSE3, Zan::simd::kAVX2};
 
 constexpr Size kSmall = {720, 32}, kLarge = {720, 96};
 
-/// The same instructions come from the same compiler and the same Highway only.
+/// Other compilers and versions of Highway make other instructions.
 const std::string kMadeWith = "compiled by " TESSELU_BENCH_COMPILER " with Highway " + TESSELU_BENCH_HIGHWAY;
 
 constexpr const char* kUpdate = "./scripts/bench --instructions --update";
 
-/// A count may be higher than in the table by this part of it, one of a call by a few instructions as well.
+/// By how much a count may exceed the table: a part of it; a count of calls also by a few instructions.
 constexpr double kTolerance = 0.03, kFew = 5;
 
 // ---- inside of valgrind ----
@@ -58,7 +58,7 @@ std::string Label(const std::string& target, const Contest& contest, Column colu
     return target + "/" + contest.operation + "/" + ColumnName(column) + "/" + size.Text();
 }
 
-/// What is counted when nothing is done.
+/// The label of a run that does nothing: what counting costs.
 constexpr const char* kNothing = "nothing";
 
 void Count(const std::function<int()>& run, const std::string& label) {
@@ -82,12 +82,12 @@ void CountAll() {
             Contests contests;
             EnterOurs(contests, pictures);
 #ifdef TESSELU_BENCH_LIBYUV
-            HoldLibyuvForCounting(LevelOf(target));
+            LimitLibyuvForCounting(LevelOf(target));
             Libyuv().enter(contests, pictures);
 #endif
             for (const Contest& contest : contests) {
                 for (const Entrant& entrant : contest.entrants) {
-                    // The first call makes what is made only once.
+                    // What happens only in the first call is not counted.
                     if (entrant.run() == 0) {
                         Count(entrant.run,
                               Label(Zan::simd::TargetName(target), contest, entrant.column, size));
@@ -100,7 +100,7 @@ void CountAll() {
 
 // ---- outside ----
 
-/// A directory that goes away again.
+/// A temporary directory.
 class Scratch {
 public:
     Scratch() {
@@ -124,9 +124,9 @@ void RunUnderValgrind(const fs::path& folder) {
     const std::string out = "--callgrind-out-file=" + (folder / "count").string();
     const pid_t child = fork();
     if (child == 0) {
-        // No function is still being looked up by its name.
+        // Functions of shared libraries are bound at the start, not by their first call.
         setenv("LD_BIND_NOW", "1", 1);
-        // Copies of whole vectors: a string instruction is counted once for every byte that it moves.
+        // No string instructions in memcpy: they are counted once for every byte that they move.
         setenv("GLIBC_TUNABLES", "glibc.cpu.hwcaps=-ERMS,-FSRM", 1);
         execlp("valgrind", "valgrind", "-q", "--tool=callgrind", out.c_str(),
                fs::read_symlink("/proc/self/exe").c_str(), nullptr);

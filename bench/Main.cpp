@@ -1,5 +1,4 @@
-// Times our operations beside what else could do their work: other libraries, the plain loop, and the copy of
-// as many bytes.
+// Times our operations beside those of other libraries, the plain loop, and the copy of as many bytes.
 
 #include <TesselU/foundation/Version.h>
 #include <benchmark/benchmark.h>
@@ -92,11 +91,11 @@ Row Run(const Contest& contest, const Size& size, const Options& options, Collec
     benchmark::ClearRegisteredBenchmarks();
     const std::string prefix = std::string(contest.operation) + "/" + size.Text() + "/";
     for (const Entrant& entrant : contest.entrants) {
-        if (!entrant.isHere) {
+        if (!entrant.isAvailable) {
             continue;
         }
-        // The time of all threads of the process: nobody wins by starting some. Short calls are many even in
-        // a sixth of the time.
+        // The time of all threads of the process: starting some gains nothing. A sixth of the time holds
+        // enough calls of kCallSize.
         benchmark::RegisterBenchmark((prefix + entrant.name).c_str(),
                                      [&entrant](benchmark::State& state) {
                                          for ([[maybe_unused]] auto _ : state) {
@@ -132,7 +131,7 @@ void Progress(const std::string& name) {
     }
 }
 
-/// Who takes part, and on which instructions.
+/// The versions of all libraries, and the instructions that they may use.
 void PrintHeading(std::ostream& out, const std::vector<Peer>& peers, const Options& options) {
     using namespace Zan::simd;
     const Level level = CurrentLevel();
@@ -147,7 +146,7 @@ void PrintHeading(std::ostream& out, const std::vector<Peer>& peers, const Optio
         bool isThere = false;
         for (const Peer& peer : peers) {
             if (peer.column == column) {
-                out << ColumnName(column) << " " << peer.version << ": " << peer.hold(level) << "\n";
+                out << ColumnName(column) << " " << peer.version << ": " << peer.limit(level) << "\n";
                 isThere = true;
             }
         }
@@ -215,7 +214,7 @@ int Main(int argc, char** argv) {
     if (!options.targets.empty()) {
         return RunEach(options.targets, argv);
     }
-    HoldByEnvironment(argv);
+    LimitByEnvironment(argv);
     const std::regex filter(options.filter);
     const std::vector<Peer> peers = Peers();
 
@@ -242,7 +241,7 @@ int Main(int argc, char** argv) {
         EnterOurs(contests, pictures);
         EnterPlain(contests, pictures, CurrentLevel());
         for (const Peer& peer : peers) {
-            peer.hold(CurrentLevel());
+            peer.limit(CurrentLevel());
             peer.enter(contests, pictures);
         }
         EnterCopies(contests, pictures);
@@ -279,8 +278,9 @@ int Main(int argc, char** argv) {
     if (!rows.empty()) {
         std::cout << "In ns a pixel:\n\n";
         PrintTable(std::cout, rows);
-        std::cout << "\nWho stands in the columns, and how far from our result (pictures of noise: a chroma "
-                     "filter of its own shows):\n";
+        std::cout
+            << "\nEntries of the columns, with the largest difference from our result (the pictures are "
+               "noise, where another chroma filter shows):\n";
         PrintEntrants(std::cout, rows);
         std::cout << "\n";
     }

@@ -14,7 +14,7 @@ struct Variable {
     const char* value;
 };
 
-// What OpenCV, pixman and the C library must not use on a processor of the level.
+// The variables of OpenCV, pixman and the C library that name what they must not use.
 std::vector<Variable> EnvironmentOf(Level level) {
     switch (level) {
         case Level::kBaseline:
@@ -103,7 +103,7 @@ std::vector<std::string> TargetNames() {
     return names;
 }
 
-void HoldByEnvironment(char** arguments) {
+void LimitByEnvironment(char** arguments) {
     bool changed = false;
     for (const auto& [name, value] : EnvironmentOf(CurrentLevel())) {
         const char* now = std::getenv(name);

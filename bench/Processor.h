@@ -10,12 +10,12 @@
 
 namespace bench {
 
-/// A mistake of the caller's: the message goes to the terminal, the exit status is 2.
+/// Wrong use of the command line: the message goes to the terminal, the exit status is 2.
 struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// The processors that all who take part can be held to, each with the instructions of those before it.
+/// Processors that all entrants can be limited to. Each has the instructions of those before it.
 enum class Level {
     kBaseline,  ///< SSE2 on 64-bit x86
     kSSSE3,
@@ -23,10 +23,10 @@ enum class Level {
     kAll    ///< this machine
 };
 
-/// The processor that a target of our kernels stands for.
+/// The processor whose instructions a target of our kernels uses.
 Level LevelOf(Zan::simd::Target target);
 
-/// That of the target that our kernels run on; kAll when it is the best one.
+/// The level of the current target; kAll when that is the best one.
 Level CurrentLevel();
 
 /// Limits our kernels to the target of that name. Throws UsageError when there is none on this machine.
@@ -35,9 +35,9 @@ void LimitTarget(const std::string& name);
 /// The names of the targets of this machine, best first.
 std::vector<std::string> TargetNames();
 
-/// Some libraries take their limits from the environment, and read it before `main`. Sets what they read for
-/// the current level, and starts the program again if that was a change.
-void HoldByEnvironment(char** arguments);
+/// Limits the libraries that read the environment before `main` to the current level: sets their variables,
+/// and starts the program again if one of them had another value.
+void LimitByEnvironment(char** arguments);
 
 std::string ProcessorName();
 

@@ -111,7 +111,7 @@ void PrintColumns(std::ostream& out, const std::string& before, const std::strin
 
 Timing Summarize(const Entrant& entrant, std::vector<double> times) {
     std::sort(times.begin(), times.end());
-    Timing timing = {entrant.column, entrant.name, entrant.farthest};
+    Timing timing = {entrant.column, entrant.name, entrant.difference};
     timing.median = Quantile(times, 0.5);
     const double spread = (Quantile(times, 0.75) - Quantile(times, 0.25)) / 1.349;
     timing.uncertainty = 1.2533 * spread / std::sqrt(static_cast<double>(times.size())) / timing.median;
@@ -170,27 +170,28 @@ void PrintCalls(std::ostream& out, const std::vector<Row>& rows) {
 
 void PrintEntrants(std::ostream& out, const std::vector<Row>& rows) {
     std::set<std::string> said;
-    const auto farthestOf = [&](const char* title, const std::string& name) {
-        int farthest = -1;
+    const auto differenceOf = [&](const char* title, const std::string& name) {
+        int difference = -1;
         for (const Row& row : rows) {
             for (const Timing& timing : row.timings) {
                 if (row.title == title && timing.name == name) {
-                    farthest = std::max(farthest, timing.farthest);
+                    difference = std::max(difference, timing.difference);
                 }
             }
         }
-        return farthest;
+        return difference;
     };
     for (const Row& row : rows) {
         std::string line;
         for (const Timing& timing : row.timings) {
-            const int farthest = farthestOf(row.title, timing.name);
+            const int difference = differenceOf(row.title, timing.name);
             if (timing.column == kOurs || timing.name == ColumnName(kPlain) || timing.column == kCopy ||
-                farthest < 0) {
+                difference < 0) {
                 continue;
             }
             line += line.empty() ? "" : "; ";
-            line += timing.name + (farthest == 0 ? " (same bytes)" : Text(" (off by up to %d)", farthest));
+            line +=
+                timing.name + (difference == 0 ? " (same bytes)" : Text(" (off by up to %d)", difference));
         }
         if (!line.empty() && said.insert(row.title).second) {
             out << Text("%-26s ", row.title) << line << "\n";

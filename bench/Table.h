@@ -13,7 +13,7 @@ namespace bench {
 struct Timing {
     Column column;
     std::string name;
-    int farthest;            ///< from our result, -1 if not compared
+    int difference;          ///< the largest from our result, -1 if not compared
     double median = 0;       ///< ns a pixel, or a call at kCallSize
     double uncertainty = 0;  ///< standard error of the median, as a fraction of it
 };
@@ -36,7 +36,7 @@ void PrintTable(std::ostream& out, const std::vector<Row>& rows);
 /// The same of calls that have next to nothing to do, in ns a call.
 void PrintCalls(std::ostream& out, const std::vector<Row>& rows);
 
-/// Says what stands behind the columns, and how far each result lies from ours.
+/// Lists the entrants of each operation, with the largest difference of their results from ours.
 void PrintEntrants(std::ostream& out, const std::vector<Row>& rows);
 
 }  // namespace bench

@@ -15,41 +15,41 @@ void Enter(Contests& contests, const Pictures& p) {
     const auto enter = [&](Operation operation, const char* call, Promise promise, auto work) {
         contests[operation].Enter(kLibyuv, call, promise, work);
     };
-    constexpr Promise same = Promise::kSameBytes, approximate = Promise::kApproximate;
+    constexpr Promise kSame = Promise::kSameBytes, kApproximate = Promise::kApproximate;
 
     // The fraction is that of the second source.
-    enter(Operation::kDissolvePixels, "libyuv InterpolatePlane", approximate,
+    enter(Operation::kDissolvePixels, "libyuv InterpolatePlane", kApproximate,
           [=] { return libyuv::InterpolatePlane(b, 4 * w, a, 4 * w, out, 4 * w, 4 * w, h, kFadeOf256); });
-    enter(Operation::kDissolvePairs, "libyuv InterpolatePlane", approximate,
+    enter(Operation::kDissolvePairs, "libyuv InterpolatePlane", kApproximate,
           [=] { return libyuv::InterpolatePlane(b, 2 * w, a, 2 * w, out, 2 * w, 2 * w, h, kFadeOf256); });
     // Its blend wants colours that are multiplied by alpha.
-    enter(Operation::kCompositeTwoSources, "libyuv ARGBAttenuate, ARGBBlend", approximate, [=] {
+    enter(Operation::kCompositeTwoSources, "libyuv ARGBAttenuate, ARGBBlend", kApproximate, [=] {
         const int status = libyuv::ARGBAttenuate(b, 4 * w, scratch, 4 * w, w, h);
         return status != 0 ? status : libyuv::ARGBBlend(scratch, 4 * w, a, 4 * w, out, 4 * w, w, h);
     });
     enter(Operation::kCompositeByPlane, "libyuv ARGBCopy, ARGBCopyYToAlpha, ARGBAttenuate, ARGBBlend",
-          approximate, [=] {
+          kApproximate, [=] {
               return libyuv::ARGBCopy(b, 4 * w, scratch, 4 * w, w, h) |
                      libyuv::ARGBCopyYToAlpha(key, w, scratch, 4 * w, w, h) |
                      libyuv::ARGBAttenuate(scratch, 4 * w, scratch, 4 * w, w, h) |
                      libyuv::ARGBBlend(scratch, 4 * w, a, 4 * w, out, 4 * w, w, h);
           });
-    enter(Operation::kFill, "libyuv ARGBRect", same,
+    enter(Operation::kFill, "libyuv ARGBRect", kSame,
           [=] { return libyuv::ARGBRect(out, 4 * w, 0, 0, w, h, kColour); });
-    enter(Operation::kCopyPixels, "libyuv ARGBCopy", same,
+    enter(Operation::kCopyPixels, "libyuv ARGBCopy", kSame,
           [=] { return libyuv::ARGBCopy(a, 4 * w, out, 4 * w, w, h); });
-    enter(Operation::kCopyPairs, "libyuv CopyPlane", same, [=] {
+    enter(Operation::kCopyPairs, "libyuv CopyPlane", kSame, [=] {
         libyuv::CopyPlane(a, 2 * w, out, 2 * w, 2 * w, h);
         return 0;
     });
-    enter(Operation::kPairsToPixels, "libyuv UYVYToARGB", approximate,
+    enter(Operation::kPairsToPixels, "libyuv UYVYToARGB", kApproximate,
           [=] { return libyuv::UYVYToARGB(a, 2 * w, out, 4 * w, w, h); });
-    enter(Operation::kPixelsToPairs, "libyuv ARGBToUYVY", approximate,
+    enter(Operation::kPixelsToPairs, "libyuv ARGBToUYVY", kApproximate,
           [=] { return libyuv::ARGBToUYVY(a, 4 * w, out, 2 * w, w, h); });
-    enter(Operation::kPlanarToPixels, "libyuv I420ToARGB", approximate,
+    enter(Operation::kPlanarToPixels, "libyuv I420ToARGB", kApproximate,
           [=] { return libyuv::I420ToARGB(y, w, u, w / 2, v, w / 2, out, 4 * w, w, h); });
     // It has no such conversion, but can put the bytes of four words into any order.
-    enter(Operation::kSwapPairs, "libyuv ARGBShuffle", same, [=] {
+    enter(Operation::kSwapPairs, "libyuv ARGBShuffle", kSame, [=] {
         static constexpr std::uint8_t kOrder[16] = {1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14};
         return libyuv::ARGBShuffle(a, 2 * w, out, 2 * w, kOrder, w / 2, h);
     });
@@ -72,7 +72,7 @@ int FlagsOf(Level level) {
     return -1;
 }
 
-std::string Hold(Level level) {
+std::string Limit(Level level) {
     using namespace libyuv;
     MaskCpuFlags(FlagsOf(level));
     static constexpr InstructionSet kNames[] = {{kCpuHasSSE2, "SSE2"},    {kCpuHasSSSE3, "SSSE3"},
@@ -85,12 +85,12 @@ std::string Hold(Level level) {
 
 }  // namespace
 
-void HoldLibyuvForCounting(Level level) {
+void LimitLibyuvForCounting(Level level) {
     libyuv::MaskCpuFlags(FlagsOf(level) & ~libyuv::kCpuHasERMS);
 }
 
 Peer Libyuv() {
-    return {kLibyuv, std::to_string(LIBYUV_VERSION), Hold, Enter};
+    return {kLibyuv, std::to_string(LIBYUV_VERSION), Limit, Enter};
 }
 
 }  // namespace bench

@@ -25,28 +25,28 @@ void Enter(Contests& contests, const Pictures& p) {
             }
         });
     };
-    constexpr Promise same = Promise::kSameBytes, approximate = Promise::kApproximate;
+    constexpr Promise kSame = Promise::kSameBytes, kApproximate = Promise::kApproximate;
 
-    enter(Operation::kDissolvePixels, kOpenCV, "OpenCV addWeighted", approximate,
+    enter(Operation::kDissolvePixels, kOpenCV, "OpenCV addWeighted", kApproximate,
           [=] { cv::addWeighted(a, kFade, b, 1 - kFade, 0, out); });
-    enter(Operation::kDissolvePairs, kOpenCV, "OpenCV addWeighted", approximate,
+    enter(Operation::kDissolvePairs, kOpenCV, "OpenCV addWeighted", kApproximate,
           [=] { cv::addWeighted(pairsA, kFade, pairsB, 1 - kFade, 0, pairsOut); });
-    enter(Operation::kSumOfAbsDiffs, kOpenCV, "OpenCV absdiff, transform", approximate,
+    enter(Operation::kSumOfAbsDiffs, kOpenCV, "OpenCV absdiff, transform", kApproximate,
           [=, sums = cv::Mat(h, w, CV_8UC1, p.out)] {
               cv::absdiff(a, b, scratch);
               cv::transform(scratch, sums, cv::Matx14f(1, 1, 1, 0));
           });
-    enter(Operation::kFill, kOpenCV, "OpenCV setTo", same, [=] {
+    enter(Operation::kFill, kOpenCV, "OpenCV setTo", kSame, [=] {
         cv::Mat to = out;
         to.setTo(cv::Scalar(kColour & 255, kColour >> 8 & 255, kColour >> 16 & 255, kColour >> 24));
     });
-    enter(Operation::kCopyPixels, kOpenCV, "OpenCV copyTo", same, [=] { a.copyTo(out); });
-    enter(Operation::kCopyPairs, kOpenCV, "OpenCV copyTo", same, [=] { pairsA.copyTo(pairsOut); });
-    enter(Operation::kPairsToPixels, kOpenCV, "OpenCV cvtColor", approximate,
+    enter(Operation::kCopyPixels, kOpenCV, "OpenCV copyTo", kSame, [=] { a.copyTo(out); });
+    enter(Operation::kCopyPairs, kOpenCV, "OpenCV copyTo", kSame, [=] { pairsA.copyTo(pairsOut); });
+    enter(Operation::kPairsToPixels, kOpenCV, "OpenCV cvtColor", kApproximate,
           [=] { cv::cvtColor(pairsA, out, cv::COLOR_YUV2BGRA_UYVY); });
-    enter(Operation::kPlanarToPixels, kOpenCV, "OpenCV cvtColor", approximate,
+    enter(Operation::kPlanarToPixels, kOpenCV, "OpenCV cvtColor", kApproximate,
           [=] { cv::cvtColor(planar, out, cv::COLOR_YUV2BGRA_I420); });
-    enter(Operation::kSwapPairs, kOpenCV, "OpenCV mixChannels", same, [=] {
+    enter(Operation::kSwapPairs, kOpenCV, "OpenCV mixChannels", kSame, [=] {
         static constexpr int kOrder[] = {0, 1, 1, 0};
         cv::Mat to = pairsOut;
         cv::mixChannels(&pairsA, 1, &to, 1, kOrder, 2);
@@ -54,7 +54,7 @@ void Enter(Contests& contests, const Pictures& p) {
 #ifdef TESSELU_BENCH_PIXMAN
     const auto blend = PixmanBlendByPlane(p, p.scratch);
     for (const Operation wipe : {Operation::kWipePixelsRaw, Operation::kWipePixels}) {
-        enter(wipe, kPixman, "OpenCV convertTo, pixman_image_composite32", approximate,
+        enter(wipe, kPixman, "OpenCV convertTo, pixman_image_composite32", kApproximate,
               [=, alpha = cv::Mat(h, w, CV_8UC1, p.scratch)] {
                   key.convertTo(alpha, CV_8UC1, kGain * 255, -kThreshold * 255 * kGain * 255);
                   blend();
@@ -63,8 +63,8 @@ void Enter(Contests& contests, const Pictures& p) {
 #endif
 }
 
-// Its limit came from the environment, when the library was loaded.
-std::string Hold(Level) {
+// Limited by LimitByEnvironment.
+std::string Limit(Level) {
     static constexpr InstructionSet kNames[] = {
         {CV_CPU_SSE3, "SSE3"}, {CV_CPU_SSE4_1, "SSE4.1"},         {CV_CPU_AVX, "AVX"},
         {CV_CPU_AVX2, "AVX2"}, {CV_CPU_AVX512_SKX, "AVX512_SKX"}, {CV_CPU_NEON, "NEON"}};
@@ -74,7 +74,7 @@ std::string Hold(Level) {
 }  // namespace
 
 Peer OpenCV() {
-    return {kOpenCV, cv::getVersionString(), Hold, Enter};
+    return {kOpenCV, cv::getVersionString(), Limit, Enter};
 }
 
 }  // namespace bench

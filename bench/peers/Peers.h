@@ -14,12 +14,12 @@ namespace bench {
 struct Peer {
     Column column;
     std::string version;
-    /// Keeps the library from instructions that a processor of the level lacks, and says what it uses then.
-    std::string (*hold)(Level level);
+    /// Keeps the library from instructions that a processor of the level lacks; returns what it may use.
+    std::string (*limit)(Level level);
     void (*enter)(Contests& contests, const Pictures& pictures);
 };
 
-/// Those that were there when this program was built.
+/// Those that this program was built with.
 std::vector<Peer> Peers();
 
 Peer Libyuv();
@@ -28,11 +28,11 @@ Peer OpenCV();
 Peer Pixman();
 
 #ifdef TESSELU_BENCH_LIBYUV
-/// As `hold`, and without the instructions that move whole strings of bytes: counters take each byte for one.
-void HoldLibyuvForCounting(Level level);
+/// As `limit`, but also without string instructions, which are counted once for every byte that they move.
+void LimitLibyuvForCounting(Level level);
 #endif
 
-/// What a library calls an instruction set, and what we call it.
+/// The flag by which a library knows an instruction set, and its name in the table.
 struct InstructionSet {
     int flag;
     const char* name;

@@ -51,8 +51,8 @@ void Enter(Contests& contests, const Pictures& p) {
     });
 }
 
-// Its limit came from the environment. It has nothing above SSSE3.
-std::string Hold(Level level) {
+// Limited by LimitByEnvironment. It has no code above SSSE3.
+std::string Limit(Level level) {
     return level == Level::kBaseline ? "SSE2" : "SSSE3";
 }
 
@@ -64,7 +64,7 @@ std::function<void()> PixmanBlendByPlane(const Pictures& pictures, const std::ui
 }
 
 Peer Pixman() {
-    return {kPixman, pixman_version_string(), Hold, Enter};
+    return {kPixman, pixman_version_string(), Limit, Enter};
 }
 
 }  // namespace bench

@@ -55,8 +55,8 @@ void Enter(Contests& contests, const Pictures& p) {
     EnterOne(contests[Operation::kSwapPairs], "swscale fast", p.size, uyvy, yuyvOut, SWS_FAST_BILINEAR);
 }
 
-// Read when a context is made.
-std::string Hold(Level level) {
+// swscale reads the flags when a context is made.
+std::string Limit(Level level) {
     av_force_cpu_flags(-1);
 #if defined(__x86_64__) || defined(__i386__)
     constexpr int kBaseline =
@@ -93,7 +93,7 @@ Peer Swscale() {
     return {kSwscale,
             std::to_string(AV_VERSION_MAJOR(version)) + "." + std::to_string(AV_VERSION_MINOR(version)) +
                 "." + std::to_string(AV_VERSION_MICRO(version)),
-            Hold, Enter};
+            Limit, Enter};
 }
 
 }  // namespace bench

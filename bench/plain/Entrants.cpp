@@ -6,7 +6,7 @@
 #include "Ours.h"
 #include "plain/Plain.h"
 
-// The builds of the plain loops: namespaces that differ in the flags of the compiler.
+// One namespace for each build of the plain loops; they differ in the flags of the compiler.
 #define TESSELU_PLAIN_DECLARE(BUILD)       \
     namespace bench::plain::BUILD {        \
     extern const Blends kBlends;           \
