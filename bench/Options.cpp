@@ -50,6 +50,7 @@ std::optional<int> Parse(int argc, char** argv, Options& options) {
     app.add_option("--targets", options.targets,
                    "a table for each, as in AVX2,best; 'best' is what there is without --target")
         ->delimiter(',')
+        ->allow_extra_args(false)
         ->excludes("--target");
     app.add_option("--stream", stream, "whether our stores go around the cache")
         ->transform(
