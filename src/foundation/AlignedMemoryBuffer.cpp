@@ -59,7 +59,7 @@ constinit CPUcapabilities& AlignedMemoryBuffer::CPUinstructionSet =
     classCapabilities[kOwnerAlignedMemoryBuffer];
 
 void AlignedMemoryBuffer::SetEnable64KBaliasingWorkAround(bool enable) noexcept {
-    enable64KBaliasingWorkAround = enable;
+    std::atomic_ref<bool>(enable64KBaliasingWorkAround).store(enable, std::memory_order_relaxed);
 }
 
 AlignedMemoryBuffer::AlignedMemoryBuffer(ULong32 size, ULong32 requestedAlignment,
@@ -102,16 +102,7 @@ AlignedMemoryBuffer::AlignedMemoryBuffer(void* context, AllocCallback alloc, Fre
     CreateNew(nullptr, context, alloc, bytesPerLine, lines, workAround);
 }
 
-AlignedMemoryBuffer::~AlignedMemoryBuffer() {
-    if (!ownsMemory || !rawPointer) {
-        return;
-    }
-    if (freeCallback) {
-        freeCallback(allocatorContext, rawPointer);
-    } else {
-        ::operator delete(rawPointer);
-    }
-}
+AlignedMemoryBuffer::~AlignedMemoryBuffer() = default;
 
 void AlignedMemoryBuffer::ClearAll() noexcept {
     // The natural layout of 32-bit targets, in the order of the fields.
@@ -147,6 +138,7 @@ void AlignedMemoryBuffer::ClearAll() noexcept {
     allocatorContext = nullptr;
     freeCallback = nullptr;
     pixelBytes = 0;
+    ownedMemory.reset();
 }
 
 Long32 AlignedMemoryBuffer::CreateNew(unsigned char* memory, void* context, AllocCallback alloc,
@@ -157,7 +149,8 @@ Long32 AlignedMemoryBuffer::CreateNew(unsigned char* memory, void* context, Allo
     }
 
     // 64 bits hold every intermediate: two factors below 2^32 and less than 2^34 on top.
-    const bool reserve = enable64KBaliasingWorkAround && kOffsetStep % bufferAlignment == 0;
+    const bool enabled = std::atomic_ref<bool>(enable64KBaliasingWorkAround).load(std::memory_order_relaxed);
+    const bool reserve = enabled && kOffsetStep % bufferAlignment == 0;
     const std::uint64_t linePitch = RoundUp<std::uint64_t>(bytesPerLine, lineAlignment);
     constexpr std::uint64_t kLargest = std::numeric_limits<std::uint32_t>::max();
     if (linePitch > kLargest) {
@@ -192,6 +185,15 @@ Long32 AlignedMemoryBuffer::CreateNew(unsigned char* memory, void* context, Allo
             return kStatusNoPixelMemory;
         }
         ownsMemory = true;
+        try {
+            ownedMemory.reset(rawPointer,
+                              [hostContext = allocatorContext, release = freeCallback](void* block) {
+                                  release ? release(hostContext, block) : ::operator delete(block);
+                              });
+        } catch (const std::bad_alloc&) {  // the memory is released already
+            ClearAll();
+            return kStatusNoPixelMemory;
+        }
     }
 
     const std::uintptr_t start = reinterpret_cast<std::uintptr_t>(rawPointer);

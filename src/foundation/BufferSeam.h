@@ -19,9 +19,6 @@ public:
         return buffer.freeCallback;
     }
 
-    /// For a copy, which must not free what the original owns.
-    static void Disown(AlignedMemoryBuffer& buffer) { buffer.ownsMemory = false; }
-
     /// Creation on an empty `buffer` with the alignments already set; returns the status that constructors
     /// hide.
     static Long32 CreateNew(AlignedMemoryBuffer& buffer, ULong32 bufferAlignment, ULong32 lineAlignment,

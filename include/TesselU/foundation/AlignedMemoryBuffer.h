@@ -5,6 +5,8 @@
 #include <TesselU/foundation/RCObject.h>
 #include <TesselU/foundation/Types.h>
 
+#include <memory>
+
 namespace Zan {
 
 class BufferSeam;
@@ -47,8 +49,8 @@ public:
                         ULong32 lines, ULong32 bufferAlignment, ULong32 lineAlignment,
                         WorkAround64KaliasEnum workAround) noexcept;
 
-    /// Shallow transfers: every field but the reference count is copied and no memory is duplicated. Of two
-    /// objects that own the same memory only one may be destroyed.
+    /// Copies are shallow: every field but the reference count is copied and no memory is duplicated. Memory
+    /// that the buffer allocated, or had from callbacks, is released with the last copy.
     AlignedMemoryBuffer(const AlignedMemoryBuffer& other) noexcept = default;
     AlignedMemoryBuffer& operator=(const AlignedMemoryBuffer& other) noexcept = default;
 
@@ -102,6 +104,7 @@ private:
     void* allocatorContext = nullptr;
     FreeCallback freeCallback = nullptr;
     ULong32 pixelBytes = 0;
+    std::shared_ptr<void> ownedMemory;  ///< releases `rawPointer`; empty without `ownsMemory`
 };
 
 }  // namespace Zan
