@@ -156,9 +156,10 @@ protected:
     using Sample = std::function<int(int x, int y, int frame)>;
 
     void WriteY4m(const std::string& name, int width, int height, int frames, const Sample& luma,
-                  const Sample& cb, const Sample& cr, const std::string& scan = "Ip") const {
+                  const Sample& cb, const Sample& cr, const std::string& scan = "Ip",
+                  const std::string& rate = "50:1") const {
         std::ofstream file(directory / name, std::ios::binary);
-        file << "YUV4MPEG2 W" << width << " H" << height << " F50:1 " << scan << " A1:1 C422\n";
+        file << "YUV4MPEG2 W" << width << " H" << height << " F" << rate << " " << scan << " A1:1 C422\n";
         for (int frame = 0; frame < frames; ++frame) {
             file << "FRAME\n";
             for (int y = 0; y < height; ++y)
@@ -173,14 +174,56 @@ protected:
 
     /// A clip of one colour per frame: luma 40 + frame, or as given.
     void WriteFlat(const std::string& name, int frames, int luma = 40, int width = 32, int height = 16,
-                   const std::string& scan = "Ip") const {
+                   const std::string& scan = "Ip", const std::string& rate = "50:1") const {
         const auto grey = [](int, int, int) { return 128; };
         WriteY4m(
             name, width, height, frames, [luma](int, int, int frame) { return luma + frame; }, grey, grey,
-            scan);
+            scan, rate);
+    }
+
+    /// Makes a clip with the ffmpeg program.
+    void Ffmpeg(const std::string& arguments) const {
+        const Outcome made = Shell("ffmpeg -nostdin -v error -y " + arguments);
+        ASSERT_EQ(made.status, 0) << arguments << "\n" << made.err;
     }
 
     std::filesystem::path directory;
+};
+
+/// A YUV4MPEG2 clip in 4:2:2, as the program writes it.
+class Y4mClip {
+public:
+    explicit Y4mClip(const std::string& bytes) {
+        const std::size_t end = bytes.find('\n');
+        header = bytes.substr(0, end);
+        if (end == std::string::npos ||
+            std::sscanf(header.c_str(), "YUV4MPEG2 W%d H%d", &width, &height) != 2) {
+            return;
+        }
+        const std::string word = "FRAME\n";
+        const std::size_t size = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 2;
+        for (std::size_t at = end + 1; bytes.compare(at, word.size(), word) == 0; at += word.size() + size) {
+            pictures.push_back(bytes.substr(at + word.size(), size));
+        }
+    }
+
+    int Frames() const { return static_cast<int>(pictures.size()); }
+    int Luma(int frame, int x, int y) const { return Sample(frame, y * width + x); }
+    int Cb(int frame, int x, int y) const { return Sample(frame, width * height + y * (width / 2) + x / 2); }
+    int Cr(int frame, int x, int y) const {
+        return Sample(frame, width * height * 3 / 2 + y * (width / 2) + x / 2);
+    }
+
+    std::string header;
+    int width = 0, height = 0;
+
+private:
+    int Sample(int frame, int at) const {
+        return static_cast<unsigned char>(
+            pictures.at(static_cast<std::size_t>(frame)).at(static_cast<std::size_t>(at)));
+    }
+
+    std::vector<std::string> pictures;
 };
 
 }  // namespace tool::test

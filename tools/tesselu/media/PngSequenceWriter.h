@@ -24,7 +24,7 @@ private:
     void Take();
 
     NumberedName name;
-    bool hasAlpha;
+    AVPixelFormat samples;
     RgbConversion conversion;
     PngEncoder encoder;
     long number;  ///< of the next file

@@ -24,17 +24,22 @@ RawWriter::RawWriter(const std::string& path, const PictureFormat& newFormat, AV
     planes = NewFrame(format.hasAlpha ? AV_PIX_FMT_YUVA422P : AV_PIX_FMT_YUV422P, width, height);
     if (pixelFormat != planes->format)
         samples = NewFrame(pixelFormat, width, height);
+    if (RgbConversion::Serves(pixelFormat))
+        conversion.emplace(format);
     const int size = CheckLibav(av_image_get_buffer_size(pixelFormat, width, height, 1), path);
     bytes.resize(static_cast<std::size_t>(size));
 }
 
 void RawWriter::Write(const Zan::Image& picture) {
-    ToPlanes(picture, *planes);
-    const AVFrame* out = planes.get();
-    if (samples) {
+    const AVFrame* out = samples ? samples.get() : planes.get();
+    if (conversion) {
+        conversion->Fill(picture, *samples);
+    } else {
+        ToPlanes(picture, *planes);
+    }
+    if (samples && !conversion) {
         const Levels video = {format.weights == LumaWeights::kBt709 ? SWS_CS_ITU709 : SWS_CS_ITU601, false};
         resampler.Convert(*planes, video, *samples, video, format.IsInterlaced());
-        out = samples.get();
     }
     CheckLibav(av_image_copy_to_buffer(bytes.data(), static_cast<int>(bytes.size()), out->data, out->linesize,
                                        static_cast<AVPixelFormat>(out->format), out->width, out->height, 1),

@@ -1,9 +1,11 @@
 #ifndef TESSELU_TOOLS_MEDIA_RAWWRITER_H
 #define TESSELU_TOOLS_MEDIA_RAWWRITER_H
 
+#include <optional>
 #include <vector>
 
 #include "media/Resampler.h"
+#include "media/RgbConversion.h"
 #include "media/Writer.h"
 #include "run/OutputFile.h"
 
@@ -20,13 +22,15 @@ public:
 
     void Write(const Zan::Image& picture) override;
     void Finish() override;
+    double LibrarySeconds() const noexcept override { return conversion ? conversion->Seconds() : 0; }
 
 private:
     PictureFormat format;
     OutputFile file;
-    FramePtr planes;   ///< 4:2:2
-    FramePtr samples;  ///< in the format that is wanted
-    Resampler resampler;
+    FramePtr planes;                          ///< 4:2:2
+    FramePtr samples;                         ///< in the format that is wanted
+    std::optional<RgbConversion> conversion;  ///< for packed RGB
+    Resampler resampler;                      ///< for the rest
     std::vector<std::uint8_t> bytes;
 };
 

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "Errors.h"
+#include "media/Planes.h"
 #include "run/Stopwatch.h"
 
 namespace tool {
@@ -44,6 +45,42 @@ const Zan::Image& RgbConversion::Convert(const Zan::Image& picture) {
     if (status != Zan::kStatusOk)
         throw Failure("conversion to RGB: the library returned status " + std::to_string(status));
     return *rgb;
+}
+
+bool RgbConversion::Serves(AVPixelFormat format) {
+    const AVPixFmtDescriptor* about = av_pix_fmt_desc_get(format);
+    constexpr std::uint64_t kOther = AV_PIX_FMT_FLAG_PLANAR | AV_PIX_FMT_FLAG_BITSTREAM |
+                                     AV_PIX_FMT_FLAG_PAL | AV_PIX_FMT_FLAG_HWACCEL | AV_PIX_FMT_FLAG_BAYER |
+                                     AV_PIX_FMT_FLAG_FLOAT;
+    if (about == nullptr || (about->flags & AV_PIX_FMT_FLAG_RGB) == 0 || (about->flags & kOther) != 0)
+        return false;
+    for (int i = 0; i < about->nb_components; ++i)
+        if (about->comp[i].depth != 8 || about->comp[i].shift != 0)
+            return false;
+    return true;
+}
+
+void RgbConversion::Fill(const Zan::Image& picture, AVFrame& samples) {
+    Convert(picture);
+    const AVPixFmtDescriptor& about = *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(samples.format));
+    const int step = about.comp[0].step;
+    const int red = about.comp[0].offset, green = about.comp[1].offset, blue = about.comp[2].offset;
+    // The byte that is left over: alpha, or nothing.
+    const int fourth = 6 - red - green - blue;
+    const bool keepsAlpha = (about.flags & AV_PIX_FMT_FLAG_ALPHA) != 0 && HasAlpha(picture);
+    for (unsigned y = 0; y < rgb->GetHeight(); ++y) {
+        const std::uint8_t* bgra = Line(*rgb, y);
+        const std::uint8_t* alpha = keepsAlpha ? Line(picture, y, kAlphaChannel) : nullptr;
+        std::uint8_t* out = samples.data[0] + std::ptrdiff_t{samples.linesize[0]} * y;
+        for (unsigned x = 0; x < rgb->GetWidth(); ++x, bgra += 4, out += step) {
+            const int opacity = keepsAlpha ? alpha[x] : 255;
+            out[red] = Unshaped(bgra[2], 0, opacity);
+            out[green] = Unshaped(bgra[1], 0, opacity);
+            out[blue] = Unshaped(bgra[0], 0, opacity);
+            if (step == 4)
+                out[fourth] = static_cast<std::uint8_t>(opacity);
+        }
+    }
 }
 
 Raster RgbConversion::ToRaster(const Zan::Image& picture) {

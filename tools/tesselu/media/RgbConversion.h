@@ -16,6 +16,11 @@ public:
     /// The picture as B, G, R and a fourth byte that says nothing, as it looks on black. Valid until the next
     /// call. Throws `Failure` with the status when the library refuses.
     const Zan::Image& Convert(const Zan::Image& picture);
+    /// The same into a packed RGB format of 8 bits a sample. One with alpha gets the picture's, and the
+    /// colours divided by it.
+    void Fill(const Zan::Image& picture, AVFrame& samples);
+    /// `Fill` serves this format.
+    static bool Serves(AVPixelFormat format);
     /// The same as a raster.
     Raster ToRaster(const Zan::Image& picture);
 

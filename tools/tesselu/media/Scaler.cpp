@@ -90,6 +90,45 @@ void CopyBytes(const AVFrame& in, int offset, int step, AVFrame& out, int plane)
     }
 }
 
+/// Packed RGB with alpha, of 8 or 16 bits a sample, whose high bytes can be taken as they are.
+bool IsPackedRgba(const AVFrame& frame) {
+    switch (frame.format) {
+        case AV_PIX_FMT_RGBA:
+        case AV_PIX_FMT_BGRA:
+        case AV_PIX_FMT_ARGB:
+        case AV_PIX_FMT_ABGR:
+        case AV_PIX_FMT_RGBA64LE:
+        case AV_PIX_FMT_RGBA64BE:
+        case AV_PIX_FMT_BGRA64LE:
+        case AV_PIX_FMT_BGRA64BE:
+            return true;
+        default:
+            return false;
+    }
+}
+
+/// Into the planes G, B, R and alpha, rounded to 8 bits.
+void Unpack(const AVFrame& packed, AVFrame& planes) {
+    const AVPixFmtDescriptor& about = *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(packed.format));
+    const bool isWide = about.comp[0].depth == 16;
+    const int high = (about.flags & AV_PIX_FMT_FLAG_BE) == 0 ? 1 : 0;
+    constexpr int kComponentOfPlane[] = {1, 2, 0, 3};
+    for (int plane = 0; plane < 4; ++plane) {
+        const AVComponentDescriptor& component = about.comp[kComponentOfPlane[plane]];
+        if (!isWide) {
+            CopyBytes(packed, component.offset, component.step, planes, plane);
+            continue;
+        }
+        for (int y = 0; y < planes.height; ++y) {
+            const std::uint8_t* in = At(packed, 0, y) + component.offset;
+            std::uint8_t* line = At(planes, plane, y);
+            for (int x = 0; x < planes.width; ++x, in += component.step) {
+                line[x] = static_cast<std::uint8_t>((in[high] * 256 + in[1 - high] + 128) / 257);
+            }
+        }
+    }
+}
+
 /// Multiplies the first three planes with the fourth, about the level that black has there.
 void Shape(AVFrame& frame, int blackLuma, int blackChroma) {
     for (int y = 0; y < frame.height; ++y) {
@@ -199,6 +238,8 @@ void Scaler::Convert(const AVFrame& frame, Zan::Image& picture) {
         const int high = frame.format == AV_PIX_FMT_YA16LE ? 1 : 0;
         FillGrey(straight, *source, high, isWide ? 4 : 2);
         CopyBytes(*source, isWide ? 2 + high : 1, isWide ? 4 : 2, straight, 3);
+    } else if (IsPackedRgba(frame)) {
+        Unpack(*source, straight);
     } else
         toShaped.Convert(*source, levels, straight, levels, byField);
     Shape(straight, isRgb || levels.isFull ? 0 : 16, isRgb ? 0 : 128);
@@ -276,6 +317,10 @@ void Scaler::ConvertAlpha(const AVFrame* alpha, bool byField, Zan::Image& pictur
     const FramePtr plane = ShellOf(AV_PIX_FMT_GRAY8, width, height);
     plane->data[0] = Line(picture, 0, kAlphaChannel);
     plane->linesize[0] = static_cast<int>(picture.GetPitch(kAlphaChannel));
+    if (alpha->width == width && alpha->height == height) {
+        CopyBytes(*alpha, 0, 1, *plane, 0);
+        return;
+    }
     alphaPlane.Convert(*alpha, {}, *plane, {}, byField);
 }
 
