@@ -13,7 +13,7 @@
 namespace Zan {
 namespace {
 
-// Start positions run through 1 KB, 2 KB ... 63 KB; the reserve of 64 KB pays for the displacement.
+// The workaround aligns buffers to 1 KB, 2 KB ... 63 KB in turn, for which it allocates 64 KB more.
 constexpr ULong32 kOffsetStep = 1024;
 constexpr ULong32 kLastOffset = 64512;
 constexpr ULong32 kReserve = 0x10000;
@@ -28,7 +28,7 @@ constexpr T RoundUp(T value, T unit) {
     return rest == 0 ? value : value + (unit - rest);
 }
 
-// The largest power of two that divides `value`, within what an alignment field can say.
+// The largest power of two that divides `value`, up to 2^31, the most that an alignment field holds.
 ULong32 PowerOfTwoIn(std::uintptr_t value) {
     ULong32 power = 1;
     while (power < 0x80000000U && value % (std::uintptr_t{power} * 2U) == 0) {
@@ -105,7 +105,7 @@ AlignedMemoryBuffer::AlignedMemoryBuffer(void* context, AllocCallback alloc, Fre
 AlignedMemoryBuffer::~AlignedMemoryBuffer() = default;
 
 void AlignedMemoryBuffer::ClearAll() noexcept {
-    // The natural layout of 32-bit targets, in the order of the fields.
+    // On 32-bit targets the fields lie where their order and natural alignment put them.
     constexpr bool kWidePointers = sizeof(void*) != 4;
 #if defined(__GNUC__)
 #pragma GCC diagnostic push
@@ -163,7 +163,7 @@ Long32 AlignedMemoryBuffer::CreateNew(unsigned char* memory, void* context, Allo
         return kStatusNoPixelMemory;
     }
     const std::uint64_t usable = pixels + (reserve ? kReserve : 0U);
-    // Room for a whole number of alignment units from the first aligned address on.
+    // From the first aligned address on there is room for a whole number of alignment units.
     const std::uint64_t total = RoundUp<std::uint64_t>(usable, bufferAlignment) + bufferAlignment - 1U;
     if (total > kLargest) {
         ClearAll();
@@ -209,7 +209,7 @@ Long32 AlignedMemoryBuffer::CreateNew(unsigned char* memory, void* context, Allo
     numberOfLines = lines;
     pitch = lines > 1 ? static_cast<ULong32>(linePitch) : 0;
 
-    // What was achieved may be better than what was asked for.
+    // The memory may be aligned better than was asked for.
     bufferAlignment = std::max(bufferAlignment, PowerOfTwoIn(aligned));
     lineAlignment = std::max(lineAlignment, PowerOfTwoIn(aligned | pitch));
     return kStatusOk;

@@ -5,7 +5,7 @@
 
 namespace Zan {
 
-/// What our own tests reach of a buffer and hosts do not.
+/// For our own tests, not exported: what is private to a buffer.
 class BufferSeam {
 public:
     static ULong32& NextStartOffset() { return AlignedMemoryBuffer::additionalOffsetFor64KBaliasing; }
@@ -19,8 +19,7 @@ public:
         return buffer.freeCallback;
     }
 
-    /// Creation on an empty `buffer` with the alignments already set; returns the status that constructors
-    /// hide.
+    /// What the constructors do with an empty `buffer`, and the status that they do not show.
     static Long32 CreateNew(AlignedMemoryBuffer& buffer, ULong32 bufferAlignment, ULong32 lineAlignment,
                             unsigned char* memory, ULong32 bytesPerLine, ULong32 lines) {
         buffer.bufferAlignment = bufferAlignment;

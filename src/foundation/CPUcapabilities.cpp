@@ -9,7 +9,7 @@
 namespace Zan {
 namespace {
 
-// Hosts and other modules take these records by value.
+// Hosts copy these records: the size is part of the interface.
 static_assert(sizeof(CPUcapabilities) == 8);
 
 enum HyperThreadingState : std::uint8_t {

@@ -111,7 +111,7 @@ void CPUfeatures::CopyBytes(unsigned char* dst, unsigned char* src, Long32 count
     if (ChooseCopyMethod(IsSSE2usable(), IsMMXusable(), dst, src, count) == CopyMethod::kNothing) {
         return;
     }
-    // Every method moves the same bytes, and the run-time library's copy is at home on all these processors.
+    // Every method moves the same bytes, and the run-time library's copy is fast on all these processors.
     std::memmove(dst, src, static_cast<std::size_t>(count));
 }
 

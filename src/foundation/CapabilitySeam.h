@@ -12,8 +12,8 @@
 
 namespace Zan {
 
-/// What our own tests reach and hosts do not: detection on an imagined processor, and classes that believe in
-/// less than the real one offers. Not exported.
+/// For our own tests, not exported: detection on an imagined processor, and records that say less than the
+/// real one offers.
 class CapabilitySeam {
 public:
     /// Detection on `probe`.
@@ -51,7 +51,8 @@ public:
     static Features State(const CPUfeatures& features);
 };
 
-/// Makes all nineteen classes believe in `set` as long as it lives. Not for use while other threads work.
+/// Sets the instruction set of all nineteen classes for the life of the object. Not for use while other
+/// threads work.
 class ScopedInstructionSet {
 public:
     explicit ScopedInstructionSet(CPUinstructionSetEnum set) noexcept;

@@ -5,8 +5,8 @@
 
 namespace Zan {
 
-/// The ways in which `CPUfeatures::CopyBytes` may move a line. All of them copy exactly the bytes asked for;
-/// they stand for what a processor of that ability does best.
+/// How `CPUfeatures::CopyBytes` moves a line on a processor of some ability. All methods copy exactly the
+/// bytes asked for.
 enum class CopyMethod {
     kNothing,     ///< a count of 0 or less
     kLinesSSE2,   ///< whole lines of a 720-pixel 4:2:2 picture, non-temporal stores of 16 bytes

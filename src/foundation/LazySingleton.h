@@ -22,7 +22,7 @@ public:
             return instance.load(std::memory_order_acquire);
         }
         const OpenAgain openAgain{constructions};
-        // The first look may have been before another thread's publication and the count after its reset.
+        // Another thread may have stored the object and reset the count between our two looks.
         T* made = instance.load(std::memory_order_acquire);
         if (!made) {
             made = build();

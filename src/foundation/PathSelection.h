@@ -8,12 +8,12 @@
 
 namespace Zan {
 
-/// Which arithmetic, block and tail an operation runs. Not which instructions: that is the SIMD target's
-/// business, and invisible.
+/// Which arithmetic, block and tail an operation runs. The instructions are chosen elsewhere, by the SIMD
+/// target, and never show in a result.
 enum class Path : std::size_t { kRefused, kFloat, kScalar, kMMX, kSSE, kSSE2 };
 constexpr std::size_t kPaths = 6;
 
-/// What a style asks for. `kVector` is then settled by the processor.
+/// What a style asks for. With `kVector` the processor decides, see `VectorRule`.
 enum class Ask : unsigned char { kRefuse, kFloat, kScalar, kVector };
 
 /// An operation's answer to each style.
@@ -54,8 +54,9 @@ inline Path ChoosePath(const StyleRule& styles, const VectorRule& vectors, unsig
         case Ask::kScalar:
             return Path::kScalar;
         case Ask::kVector:
-            if (vectors.hasSSE2 && processor.IsSSE2supported())
+            if (vectors.hasSSE2 && processor.IsSSE2supported()) {
                 return Path::kSSE2;
+            }
             return processor.IsSSE_MMXsupported() && !mmxOnly ? vectors.sse : vectors.otherwise;
         case Ask::kRefuse:
             break;

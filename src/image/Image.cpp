@@ -11,7 +11,6 @@
 #include "image/ImageLayout.h"
 
 namespace Zan {
-
 namespace {
 
 constexpr float kVideoBlack = 16.0F / 255.0F;
@@ -54,7 +53,7 @@ struct MemorySource {
     bool HasCallbacks() const noexcept { return context && allocCallback && freeCallback; }
 };
 
-// Alignments that do not go together are how a buffer without memory is asked for.
+// A line alignment of 2 in a buffer alignment of 1 is refused, which leaves the buffer without memory.
 AlignedMemoryBuffer* NewEmptyBuffer() noexcept {
     return new (std::nothrow) AlignedMemoryBuffer(0, 0, 1, 2, kNoAliasWorkAround);
 }
@@ -82,7 +81,7 @@ AlignedMemoryBuffer* NewPlane(const MemorySource& source, std::size_t index,
                                                   source.lineAlignment, kAliasWorkAround);
 }
 
-// Planes of the host's must all be given, but for the alpha plane of 4:2:2:4.
+// A host must give all planes or none; only the alpha plane of 4:2:2:4 may be missing.
 bool GivesPlane(const MemorySource& source, std::size_t index, const ImageDescriptor& format) noexcept {
     if (!source.memory) {
         return true;
@@ -196,7 +195,7 @@ bool HaveLevel(ImageDescriptor* descriptor, float ChannelDescriptor::*field, flo
     return true;
 }
 
-// The bytes of a line of samples. Samples of part of a byte take whole ones.
+// Bytes of a line, with the bits of a sample rounded up to whole bytes.
 std::uint64_t LineBytes(const ChannelDescriptor& record) noexcept {
     const ULong32 bits = record.bitsPerSample;
     return std::uint64_t{record.width} * (bits / 8 + (bits % 8 != 0 ? 1 : 0));

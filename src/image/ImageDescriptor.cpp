@@ -1,10 +1,9 @@
 #include <TesselU/image/ImageDescriptor.h>
 
 namespace Zan {
-
 namespace {
 
-// Most pictures have four channels or fewer, so that filling one in does not reallocate.
+// No format has more than four channels: with room for them filling one in does not reallocate.
 constexpr std::size_t kUsualChannels = 4;
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "image/ImageLayout.h"
 
 namespace Zan {
-
 namespace {
 
 constexpr ULong32 UpToEven(ULong32 size) noexcept {
@@ -110,7 +109,7 @@ ImageLayout PackedYCrCbLayout(ImageDescriptor& format) {
     }
 }
 
-// Nothing when the order cannot be laid out in planes.
+// Nothing for a component order that has no planes.
 std::optional<ImageLayout> PlanarYCrCbLayout(ImageDescriptor& format) {
     ImageLayout layout;
     ULong32 chromaDivisor = 2;
@@ -130,7 +129,7 @@ std::optional<ImageLayout> PlanarYCrCbLayout(ImageDescriptor& format) {
             chromaSampling = kHalfBoth;
             break;
         case k411:
-            // Widths of 4:1:1 are refused rather than rounded: the picture then has no columns.
+            // A width that is no multiple of 4 is not rounded: the picture has no columns.
             format.width = format.width % 4 == 0 ? format.width : 0;
             chromaDivisor = 4;
             chromaSampling = kQuarterHorizontal;

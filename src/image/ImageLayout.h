@@ -40,12 +40,12 @@ struct ImageLayout {
                     ULong32 bits = 8) {
         channels[channelCount++] = {role, planeCount - 1, width, height, sampling, bits};
     }
-    /// Channels that exist without a description.
+    /// Channels in their default state, without memory.
     void AddUndescribed(std::size_t count) { channelCount += count; }
 };
 
-/// The layout of `format`, which is adjusted to what can be had. Without planes for a format that has no
-/// layout; nothing when the image must not come to be.
+/// The layout of `format`, whose width, height, order, sampling and packing are adjusted as `Image`
+/// documents. No planes for a format without a layout; nothing where construction of the image must fail.
 std::optional<ImageLayout> LayoutOf(ImageDescriptor& format);
 
 }  // namespace Zan

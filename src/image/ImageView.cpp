@@ -8,7 +8,6 @@
 #include "image/ViewPlane.h"
 
 namespace Zan {
-
 namespace {
 
 constexpr Long32 kLong32Max = std::numeric_limits<Long32>::max();
@@ -50,7 +49,7 @@ void ImageView::SetRegionOfInterest(Rectangle region, WhichFieldEnum field) noex
     fieldOfInterest = field;
     const AggregateChannelSamplingEnum sampling = image->GetChannelSampling();
     if ((sampling == k422 || sampling == k4224) && image->GetPixelPacking() == kPacked) {
-        // A region of packed 4:2:2 starts on a pixel pair. It is the edge asked for that counts, not the
+        // A region of packed 4:2:2 starts on a pixel pair, taken from the left edge asked for, not the
         // clipped one.
         regionOfInterest.setLeft(region.getLeft() & ~Long32{1});
     }
@@ -69,7 +68,7 @@ ULong32 ImageView::GetHeight() const noexcept {
     if (fieldOfInterest == kFrame) {
         return height;
     }
-    // Lines of the field above line n of the buffer: the even ones are (n + 1) / 2, the odd ones n / 2.
+    // Above line n of the buffer lie (n + 1) / 2 even lines and n / 2 odd ones.
     const ULong32 upper = GetSpatialField(image, fieldOfInterest) == kUpperField ? 1 : 0;
     return (top + height + upper) / 2 - (top + upper) / 2;
 }

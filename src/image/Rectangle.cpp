@@ -3,7 +3,6 @@
 #include <algorithm>
 
 namespace Zan {
-
 namespace {
 
 struct Span {

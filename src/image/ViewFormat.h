@@ -21,13 +21,12 @@ inline ViewSize SmallestSize(const ImageView& first, const Views&... others) noe
             std::min({first.GetHeight(), others.GetHeight()...})};
 }
 
-/// Format tests. An alpha-only image is neither 4:4:4:4 nor of the 4:2:2 family, whatever sampling was forced
-/// on it.
+/// Full-rate samples with alpha. Alpha-only images carry `k4444` as well, but do not count.
 inline bool Is4444(const Image& image) noexcept {
     return image.GetChannelSampling() == k4444 && image.GetColorSpace() != kAlphaOnly;
 }
 
-/// 4:2:2 with or without an alpha plane.
+/// 4:2:2 with or without an alpha plane. Alpha-only images on which a host set such a sampling do not count.
 inline bool Is422Family(const Image& image) noexcept {
     const AggregateChannelSamplingEnum sampling = image.GetChannelSampling();
     return (sampling == k422 || sampling == k4224) && image.GetColorSpace() != kAlphaOnly;
@@ -41,7 +40,7 @@ inline bool IsPacked422Family(const Image& image) noexcept {
     return Is422Family(image) && image.GetPixelPacking() == kPacked;
 }
 
-/// Bytes of a pixel, truncated. Limited, for a host may add channels of any depth.
+/// Bytes of a pixel, truncated, and limited to 65536: a host may add channels of any depth.
 inline ULong32 WholeBytesPerPixel(const Image& image) noexcept {
     return static_cast<ULong32>(std::min(image.GetBytesPerPixel(), 65536.0F));
 }

@@ -55,16 +55,16 @@ TEST(PathSelection, VectorStylesFollowTheProcessor) {
 }
 
 TEST(PathSelection, OperationWithoutSSE2KernelKeepsToTheFlag) {
-    constexpr VectorRule noSSE2{false, Path::kSSE, Path::kMMX};
-    EXPECT_EQ(ChoosePath(kStyles, noSSE2, kBestAvailable, Processor(kSSE2), false), Path::kSSE);
-    EXPECT_EQ(ChoosePath(kStyles, noSSE2, kBestAvailable, Processor(kSSE2), true), Path::kMMX);
+    constexpr VectorRule kNoSSE2{false, Path::kSSE, Path::kMMX};
+    EXPECT_EQ(ChoosePath(kStyles, kNoSSE2, kBestAvailable, Processor(kSSE2), false), Path::kSSE);
+    EXPECT_EQ(ChoosePath(kStyles, kNoSSE2, kBestAvailable, Processor(kSSE2), true), Path::kMMX);
 }
 
 TEST(PathSelection, EveryStyleHasItsOwnAnswer) {
-    constexpr StyleRule rule{Ask::kFloat,  Ask::kScalar, Ask::kVector,
-                             Ask::kRefuse, Ask::kScalar, Ask::kFloat};
+    constexpr StyleRule kRule{Ask::kFloat,  Ask::kScalar, Ask::kVector,
+                              Ask::kRefuse, Ask::kScalar, Ask::kFloat};
     const CPUcapabilities processor = Processor(kSSE2);
-    const auto path = [&](unsigned style) { return ChoosePath(rule, kVectors, style, processor, false); };
+    const auto path = [&](unsigned style) { return ChoosePath(kRule, kVectors, style, processor, false); };
     EXPECT_EQ(path(kFlp), Path::kFloat);
     EXPECT_EQ(path(kFP), Path::kScalar);
     EXPECT_EQ(path(kInt_MMXorSIMD), Path::kSSE2);

@@ -11,7 +11,7 @@ namespace Zan {
 
 class BufferSeam;
 
-/// Says for what a buffer is made. Accepted and not looked at; `SetEnable64KBaliasingWorkAround` decides.
+/// An argument of every constructor, accepted and ignored: `SetEnable64KBaliasingWorkAround` decides.
 enum WorkAround64KaliasEnum : int { kNoAliasWorkAround = 0, kAliasWorkAround = 1 };
 
 /// A block of pixel memory with a promised alignment of its start and of every line. It allocates the memory,
@@ -64,8 +64,8 @@ public:
     ULong32 GetLineAlignment() const noexcept { return lineAlignment; }
     /// Bytes requested from the allocator.
     ULong32 GetTotalSize() const noexcept { return totalSize; }
-    /// Pitch times lines, plus 64 KB where the aliasing workaround was in force. Those 64 KB pay for the
-    /// displaced start of the buffer: pixels may use `GetPixelBytes()`.
+    /// Pitch times lines, plus 64 KB where the aliasing workaround was in force. Those 64 KB are room for the
+    /// displaced start, not for pixels: see `GetPixelBytes()`.
     ULong32 size() const noexcept { return usableSize; }
     /// Bytes from `GetAlignedPointer()` that belong to the lines.
     ULong32 GetPixelBytes() const noexcept { return pixelBytes; }

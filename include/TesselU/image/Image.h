@@ -16,8 +16,8 @@ namespace Zan {
 /// Construction builds the channels that the format asks for; records that come with the descriptor are
 /// dropped. It may adjust the format, so ask the image, not the descriptor that it was made from: the widths
 /// of packed and planar 4:2:2 and of 4:2:0, and the height of 4:2:0, go up to even numbers; a width of planar
-/// 4:1:1 that is no multiple of 4 becomes 0; alpha-only images become packed with the order `kBGRA`. Formats
-/// beyond
+/// 4:1:1 that is no multiple of 4 becomes 0; alpha-only images become packed with the order `kBGRA`. These
+/// formats have memory:
 ///
 /// | Colour space | Packing | Sampling | Component order |
 /// |---|---|---|---|
@@ -29,10 +29,11 @@ namespace Zan {
 /// | `kYCrCb` | `kPlanar` | `k420`, `k411` | any, laid out as `kYCbCrPlanes` |
 /// | `kAlphaOnly` | any | any | any |
 ///
-/// have no memory. Samples have 8 bits, with `k4444` RGB and alpha-only images also 16 or 32.
+/// Samples have 8 bits, with `k4444` RGB and alpha-only images also 16 or 32.
 ///
-/// Constructors never throw and report nothing: ask `GetWidth` or `GetMemoryPointer` whether the image came
-/// to be. On an image that did not, every accessor answers 0, but `kNoAlpha` where it is asked for.
+/// Constructors never throw and report nothing. When one fails the image is empty: every accessor answers 0,
+/// `GetAlphaChannelDescription` `kNoAlpha`. When only the memory could not be had, `GetMemoryPointer` is
+/// null.
 ///
 /// `bufferAlignment` and `lineAlignment` are the alignments, in bytes, of the start of each plane and of each
 /// of its lines. The first must be a multiple of the second, otherwise the image has no memory.

@@ -35,8 +35,7 @@ ULong32 WritableMxcsrBits() {
 }
 #endif
 
-// A POSIX system has no guard to run a trial instruction under and needs none: every one that runs on a
-// processor with SSE saves its state, so CPUID tells the same.
+// CPUID answers for a trial execution of SSE: every POSIX system on a processor with SSE saves its state.
 class PosixProcessorProbe final : public ProcessorProbe {
 public:
     std::optional<CpuidRegisters> Cpuid(std::uint32_t leaf) const override {
@@ -50,8 +49,7 @@ public:
         __cpuid_count(leaf, 0, registers.eax, registers.ebx, registers.ecx, registers.edx);
         return registers;
 #else
-        // Everything the library does with these instruction sets exists here in another form, so that this
-        // processor counts as one that has them.
+        // A processor that is no x86 counts as one with SSE2: all SSE2 paths exist in portable form.
         switch (leaf) {
             case 0:
                 return CpuidRegisters{1, 0, 0, 0};
@@ -93,7 +91,8 @@ public:
     ProcessorSet SystemAffinity() const override {
         ProcessorSet set = ReadProcessorList("/sys/devices/system/cpu/online");
         if (set.none()) {
-            for (std::size_t bit = 0; bit < set.size() && bit < SystemProcessorCount(); ++bit) {
+            const std::size_t count = SystemProcessorCount();
+            for (std::size_t bit = 0; bit < set.size() && bit < count; ++bit) {
                 set.set(bit);
             }
         }
@@ -111,7 +110,7 @@ public:
         if (!leaf0 || !leaf1) {
             return Visit::kCpuidFaults;
         }
-        // The processors of one system are alike but for their ids.
+        // The processors of one system differ in their ids only.
         identity = {*leaf0, *leaf1};
         identity.leaf1.ebx = (identity.leaf1.ebx & 0x00FFFFFFU) | (std::uint32_t{id} << 24);
         return Visit::kIdentified;

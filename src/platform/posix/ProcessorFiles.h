@@ -10,10 +10,11 @@
 
 namespace Zan {
 
-// What a kernel tells of its processors in text files. Nothing here allocates; the files are read while the
-// library is loaded.
+// The text files in which an operating system's kernel lists its processors. They are read while the library
+// is loaded, so nothing here allocates.
 
-/// The decimal number at the front of `text`, which moves behind it. Takes nine digits at most.
+/// Reads a decimal number of at most nine digits from the front of `text` and removes it there. False if
+/// there is none.
 bool TakeNumber(std::string_view& text, std::size_t& number) noexcept;
 
 /// The processors of a list such as "0-3,8,10-11"; reading ends at the first character that does not fit.
@@ -22,13 +23,12 @@ ProcessorSet ParseProcessorList(std::string_view text) noexcept;
 /// The processors that the lists in the file at `path` name; none without the file.
 ProcessorSet ReadProcessorList(const char* path) noexcept;
 
-/// The APIC ids of the system's processors, as the kernel read them at start and tells them in the file at
-/// `path`, which has the form of /proc/cpuinfo.
+/// The APIC ids of the system's processors, from the file at `path`, which has the form of /proc/cpuinfo.
 class ApicIds {
 public:
     explicit ApicIds(const char* path) noexcept;
 
-    /// False for a processor whose id is not told.
+    /// False for a processor whose id is not in the file.
     bool Find(std::size_t processor, std::uint8_t& id) const noexcept;
 
 private:
