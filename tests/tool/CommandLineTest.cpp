@@ -1,3 +1,5 @@
+#include <TesselU/foundation/Version.h>
+
 #include "ProgramRun.h"
 
 namespace tool::test {
@@ -84,6 +86,89 @@ TEST_F(CommandLineTest, InputsThatCannotBeReadAreNamed) {
     ExpectOneLine(Run("wipe a.y4m cut.y4m -o out.y4m"), 1, "cut.y4m");
     ExpectOneLine(Run("wipe a.y4m . -o out.y4m"), 1, ".: not a file");
     EXPECT_FALSE(Exists("out.y4m"));
+}
+
+TEST_F(CommandLineTest, NumbersAreDecimal) {
+    WriteFlat("a.y4m", 2);
+    EXPECT_EQ(Run("wipe a.y4m a.y4m -o plain.y4m --pattern 41").status, 0);
+    EXPECT_EQ(Run("wipe a.y4m a.y4m -o zero.y4m --pattern 041").status, 0);
+    ExpectOneLine(Run("wipe a.y4m a.y4m -o out.y4m --pattern 0x29"), 2, "--pattern 0x29");
+    // Octal 51 is 41; there is no pattern 51.
+    ExpectOneLine(Run("wipe a.y4m a.y4m -o out.y4m --pattern 051"), 2, "--pattern 51");
+}
+
+TEST_F(CommandLineTest, EmptyValuesAreRefused) {
+    WriteFlat("a.y4m", 2);
+    for (const char* option : {"pattern", "softness", "frames", "length", "size", "scan", "rate",
+                               "output-rate", "raw", "sheet", "style", "threads", "to"}) {
+        SCOPED_TRACE(option);
+        const std::string name = std::string("--") + option;
+        ExpectOneLine(Run("wipe a.y4m a.y4m -o out.y4m " + name + "="), 2, name + ": the value is empty");
+        ExpectOneLine(Run("wipe a.y4m a.y4m -o out.y4m " + name + " ''"), 2, name + ": the value is empty");
+    }
+    ExpectOneLine(Run("wipe a.y4m a.y4m -o ''"), 2, "-o: the value is empty");
+    ExpectOneLine(Run("wipe a.y4m '' -o out.y4m"), 2, "empty");
+    EXPECT_FALSE(Exists("out.y4m"));
+}
+
+TEST_F(CommandLineTest, OptionsStandAnywhereAndOnce) {
+    WriteFlat("a.y4m", 2);
+    EXPECT_EQ(Run("wipe --pattern=1 a.y4m -oout.y4m a.y4m -q").status, 0);
+    std::filesystem::copy_file(In("a.y4m"), In("-a.y4m"));
+    EXPECT_EQ(Run("wipe -o out.y4m -- -a.y4m a.y4m").status, 0);
+    ExpectOneLine(Run("wipe a.y4m a.y4m -o out.y4m --size 16x16 --size 32x32"), 2,
+                  "--size 32x32: given twice");
+    ExpectOneLine(Run("wipe a.y4m a.y4m a.y4m -o out.y4m"), 2, "one argument too many");
+    ExpectOneLine(Run("wipe a.y4m a.y4m -o"), 2, "a value is missing");
+    ExpectOneLine(Run("wipe a.y4m a.y4m -o out.y4m --quiet=yes"), 2, "takes no value");
+}
+
+TEST_F(CommandLineTest, VersionIsThatOfTheLibrary) {
+    EXPECT_EQ(Run("--version").out, "tesselu " TESSELU_VERSION "\n");
+    EXPECT_EQ(Run("--version").status, 0);
+}
+
+TEST_F(CommandLineTest, HelpNamesStatusesAndTwoExamples) {
+    for (const char* command : {"", "wipe ", "testcard ", "patterns ", "info "}) {
+        SCOPED_TRACE(command);
+        const std::string help = Run(std::string(command) + "--help").out;
+        for (const char* part :
+             {"Exit status:\n  0 ", "\n  1 ", "\n  2 ", "129, 130, 143", "\nExamples:\n  "}) {
+            EXPECT_NE(help.find(part), std::string::npos) << part << help;
+        }
+        const std::string examples = help.substr(help.find("Examples:"));
+        std::size_t count = 0;
+        for (std::size_t at = 0; (at = examples.find("tesselu ", at)) != std::string::npos; ++at) {
+            count += examples[at - 1] == ' ' && at >= 3 ? 1 : 0;
+        }
+        EXPECT_GE(count, 2U) << examples;
+        std::istringstream lines(help);
+        for (std::string line; std::getline(lines, line);) {
+            if (line.find("ffmpeg") == std::string::npos) {
+                EXPECT_LE(line.size(), 80U) << line;
+            }
+        }
+    }
+}
+
+TEST_F(CommandLineTest, ASheetIsAPngPicture) {
+    WriteFlat("a.y4m", 2);
+    ExpectOneLine(Run("wipe a.y4m a.y4m -o out.y4m --sheet x.jpg"), 2, "--sheet x.jpg");
+    ExpectOneLine(Run("patterns --sheet x.jpg"), 2, "--sheet x.jpg");
+    EXPECT_FALSE(Exists("x.jpg"));
+}
+
+// Where the size is the cause, the size is named.
+TEST_F(CommandLineTest, PicturesThatAreTooSmallAreNamedWithTheirSize) {
+    WriteFlat("tiny.y4m", 2, 40, 4, 4);
+    WriteFlat("a.y4m", 2);
+    ExpectOneLine(Run("wipe tiny.y4m a.y4m -o out.y4m"), 2, "tiny.y4m: its 4x4 pixels");
+    EXPECT_EQ(Run("wipe tiny.y4m a.y4m -o out.y4m --size 32x32").status, 0);
+    EXPECT_EQ(Run("wipe a.y4m tiny.y4m -o out.y4m").status, 0);
+    Ffmpeg("-f lavfi -i color=red:s=2x2 -frames:v 1 dot.png");
+    Ffmpeg("-f lavfi -i color=red:s=9x3000 -frames:v 1 line.png");
+    EXPECT_EQ(Run("wipe a.y4m dot.png -o out.y4m").status, 0);
+    EXPECT_EQ(Run("wipe a.y4m line.png -o out.y4m").status, 0);
 }
 
 TEST_F(CommandLineTest, InfoTellsVersionAndPaths) {

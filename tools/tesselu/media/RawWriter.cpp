@@ -39,7 +39,16 @@ void RawWriter::Write(const Zan::Image& picture) {
     }
     if (samples && !conversion) {
         const Levels video = {format.weights == LumaWeights::kBt709 ? SWS_CS_ITU709 : SWS_CS_ITU601, false};
-        resampler.Convert(*planes, video, *samples, video, format.IsInterlaced());
+        const AVPixFmtDescriptor& about = *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(samples->format));
+        if (about.nb_components == 1) {
+            // Luma as it is: libswscale would give grey the full range.
+            const FramePtr luma = ShellOf(AV_PIX_FMT_GRAY8, planes->width, planes->height);
+            luma->data[0] = planes->data[0];
+            luma->linesize[0] = planes->linesize[0];
+            resampler.Convert(*luma, video, *samples, video, false);
+        } else {
+            resampler.Convert(*planes, video, *samples, video, format.IsInterlaced());
+        }
     }
     CheckLibav(av_image_copy_to_buffer(bytes.data(), static_cast<int>(bytes.size()), out->data, out->linesize,
                                        static_cast<AVPixelFormat>(out->format), out->width, out->height, 1),

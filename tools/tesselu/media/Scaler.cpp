@@ -37,13 +37,17 @@ FramePtr CropToAspect(const AVFrame& frame, double aspect) {
     const double wantedWidth = aspect * frame.height / pixelAspect;
     const double wantedHeight = frame.width * pixelAspect / aspect;
     constexpr double kTolerance = 1.01;
+    // What goes on either side, in whole steps; something stays.
+    const auto margin = [](int side, double wanted, int step) {
+        const long steps = std::lround((side - wanted) / (2.0 * step));
+        return static_cast<std::size_t>(std::clamp<long>(steps, 0, std::max(side - step, 0) / (2 * step)) *
+                                        step);
+    };
     if (frame.width > wantedWidth * kTolerance)
-        cropped->crop_left = cropped->crop_right =
-            static_cast<std::size_t>(std::lround((frame.width - std::max(wantedWidth, 2.0)) / 4) * 2);
+        cropped->crop_left = cropped->crop_right = margin(frame.width, wantedWidth, 2);
     else if (frame.height > wantedHeight * kTolerance)
         // Whole groups of four lines, so that fields and their chroma keep their places.
-        cropped->crop_top = cropped->crop_bottom =
-            static_cast<std::size_t>(std::lround((frame.height - std::max(wantedHeight, 4.0)) / 8) * 4);
+        cropped->crop_top = cropped->crop_bottom = margin(frame.height, wantedHeight, 4);
     CheckLibav(av_frame_apply_cropping(cropped.get(), AV_FRAME_CROP_UNALIGNED), "cropping");
     return cropped;
 }
