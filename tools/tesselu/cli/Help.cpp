@@ -145,11 +145,11 @@ std::string WholeHelp() {
     text += Wrapped(kAbout, 0, 0) + "\n" + Wrapped(kAfterwards, 0, 0) + "\nCommands:\n" + CommandList() +
             "\nOptions:\n" + Rows(GlobalOptions());
     for (const Command* command : AllCommands()) {
-        text += "\nThe command " + command->name + ":\n" + Wrapped(command->description, 0, 0) + "\n" +
+        text += "\nThe command " + command->name + ":\n\n" + Wrapped(command->description, 0, 0) + "\n" +
                 InputRows(*command) + Rows(command->options);
     }
     text += "\nOptions of all commands that make pictures:\n" + Rows(CommonRunOptions()) +
-            "\nExit status:\n" + ExitStatuses() + "\nExamples:\n" + ExamplesOf(ProgramExamples());
+            "\n*Exit status*\n\n" + ExitStatuses() + "\nExamples:\n" + ExamplesOf(ProgramExamples());
     for (const Command* command : AllCommands())
         text += ExamplesOf(command->examples);
     return text;
