@@ -1,10 +1,13 @@
-// Conversions between pictures and views of any kind, with any matrix: they stay inside the planes.
+// Conversions between pictures and views of any kind, with any matrix: they stay inside the planes,
+// and what is refused changes nothing.
 
 #include "HostilePicture.h"
 #include "Input.h"
 #include "Levels.h"
 
 #include <TesselU/convert/ColorSpaceConverter.h>
+
+#include <cstdlib>
 
 using namespace Zan;
 
@@ -36,8 +39,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (int calls = 0; calls < 2; ++calls) {
         ImageView source = first.View(input);
         ImageView destination = input.Once(16) ? first.View(input) : second.View(input);
-        converter.Do(source, destination, input.Enumeration<ProcessingStyleEnum>(7),
-                     ownMatrix ? matrix : nullptr, ownOffset ? offset : nullptr);
+        const std::uint64_t before = first.Sum() * 31 + second.Sum();
+        const Long32 status = converter.Do(source, destination, input.Enumeration<ProcessingStyleEnum>(7),
+                                           ownMatrix ? matrix : nullptr, ownOffset ? offset : nullptr);
+        if (status != 0 && first.Sum() * 31 + second.Sum() != before) {
+            std::abort();
+        }
     }
     return 0;
 }

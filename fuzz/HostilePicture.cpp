@@ -214,6 +214,27 @@ void HostilePicture::FillAndGuard(unsigned char seed) {
     }
 }
 
+std::uint64_t HostilePicture::Sum() const {
+    std::uint64_t sum = 0xCBF29CE484222325U;
+    const unsigned char* last = nullptr;
+    for (ULong32 channel = 0; channel < image->GetNumberOfChannels(); ++channel) {
+        const auto* plane = static_cast<const unsigned char*>(image->GetMemoryPointer(channel));
+        // Channels of packed pictures lie in one plane.
+        if (plane == nullptr || plane == last) {
+            continue;
+        }
+        last = plane;
+        const std::size_t size = image->GetMemorySize(channel);
+        for (std::size_t i = 0; i < size; i += sizeof(std::uint64_t)) {
+            std::uint64_t some = 0;
+            std::memcpy(&some, plane + i, std::min(sizeof some, size - i));
+            sum = (sum ^ some) * 0x100000001B3U;
+            sum ^= sum >> 29;
+        }
+    }
+    return sum;
+}
+
 HostilePicture::~HostilePicture() {
     for (const Block& block : blocks) {
         ASAN_UNPOISON_MEMORY_REGION(block.memory, block.size);

@@ -24,6 +24,9 @@ public:
     /// A view of it with any region and field.
     Zan::ImageView View(Input& input);
 
+    /// A sum over all bytes of the planes, by which a change shows.
+    std::uint64_t Sum() const;
+
 private:
     struct Block {
         unsigned char* memory;

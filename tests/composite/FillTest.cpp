@@ -434,6 +434,26 @@ TEST(Fill, WordKernelsClearTheLowBitsOfThePitch) {
     });
 }
 
+// A field has twice the pitch, of which the low bits are cleared: 37 doubled is walked as 72.
+TEST(Fill, WordKernelsClearTheLowBitsOfTheDoubledPitch) {
+    OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
+        for (const int style : {0, 1, 2, 4, 5}) {
+            for (const Zan::ULong32 padding : {1U, 2U, 3U, 7U}) {
+                for (const auto field : {Zan::kUpperField, Zan::kLowerField}) {
+                    for (const Zan::ULong32 mask : {kPlain, Zan::ULong32{0xFF00FF00U}}) {
+                        ASSERT_NO_FATAL_FAILURE(CheckFill(compositor, machine,
+                                                          Format::Rgb(9, 7).Padded(padding).Interlaced(),
+                                                          {0, 0, 9, 7, field}, style, kColour, mask));
+                        ASSERT_NO_FATAL_FAILURE(CheckFill(
+                            compositor, machine, Format::YCrCb(18, 7, Zan::k422).Padded(padding).Interlaced(),
+                            {0, 0, padding % 2 == 0 ? 18 : 17, 7, field}, style, kColour, mask));
+                    }
+                }
+            }
+        }
+    });
+}
+
 TEST(Fill, OtherFormatsAreRefused) {
     OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine&) {
         Format planar = Format::YCrCb(16, 4, Zan::k420);
