@@ -22,7 +22,7 @@
 #include "Pictures.h"
 #include "Processor.h"
 #include "peers/Peers.h"
-#include "simd/Rows.h"
+#include "simd/Job.h"
 #include "simd/Targets.h"
 
 #if __has_include(<hwy/highway.h>)

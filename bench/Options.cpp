@@ -5,7 +5,7 @@
 #include <map>
 
 #include "Processor.h"
-#include "simd/Rows.h"
+#include "simd/Job.h"
 
 namespace bench {
 

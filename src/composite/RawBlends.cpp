@@ -4,7 +4,6 @@
 #include <TesselU/composite/ZanCompositor.h>
 
 #include "composite/BlendPaths.h"
-#include "composite/Wipes.h"
 #include "foundation/ClassCapabilities.h"
 
 namespace Zan {
@@ -15,35 +14,8 @@ namespace {
 
 constexpr Ask kNo = Ask::kRefuse;
 
-TwoSourceJob JobOf(const ULong32* srcA, const ULong32* srcB, void* dst, ULong32 width, ULong32 height,
-                   Long32 pitchA, Long32 pitchB, std::ptrdiff_t pitchDst, PitchUnit unit) {
-    return {{{{reinterpret_cast<const std::uint8_t*>(srcA), InUnit(pitchA, unit)},
-              {reinterpret_cast<const std::uint8_t*>(srcB), InUnit(pitchB, unit)}}},
-            {static_cast<std::uint8_t*>(dst), pitchDst},
-            width,
-            height};
-}
-
-KeyedJob WithKey(const TwoSourceJob& job, const ULong32* key, Long32 pitchKey) {
-    const simd::ReadPlane plane = {reinterpret_cast<const std::uint8_t*>(key), pitchKey};
-    return {{{job.source[0], job.source[1], plane}}, job.destination, job.units, job.rows};
-}
-
-/// The reference: double precision, one multiplication a sample made ahead.
-void DissolveInDoubles(const TwoSourceJob& job, double fade) {
-    double partOfA[256], partOfB[256];
-    for (int i = 0; i < 256; ++i) {
-        partOfA[i] = i * fade;
-        partOfB[i] = i * (1 - fade);
-    }
-    for (std::size_t y = 0; y < job.rows; ++y) {
-        const auto row = static_cast<std::ptrdiff_t>(y);
-        const std::uint8_t* a = job.source[0].row + row * job.source[0].pitch;
-        const std::uint8_t* b = job.source[1].row + row * job.source[1].pitch;
-        std::uint8_t* out = job.destination.row + row * job.destination.pitch;
-        for (std::size_t x = 0; x < job.units; ++x)
-            out[x] = static_cast<std::uint8_t>(partOfB[b[x]] + partOfA[a[x]] + 0.5);
-    }
+Plane Memory(void* address, Long32 pitch, PitchUnit unit) {
+    return {static_cast<std::uint8_t*>(address), PitchIn(unit, pitch)};
 }
 
 }  // namespace
@@ -56,29 +28,37 @@ Long32 ZanCompositor::CrossDissolve(ULong32* srcA, ULong32* srcB, ULong32* dst, 
     // Blocks in bytes: the dissolve treats all samples of a pixel alike.
     static constexpr TwoSourcePath kPathTable[kPaths] = {
         /* refused */ {},
-        /* float   */ {1, nullptr, nullptr, PitchUnit::kWords},
-        /* scalar  */ {1, &kDissolveOf256, nullptr, PitchUnit::kWords},
-        /* MMX     */ {8 * 4, &kDissolveOf255, &kDissolveOf255Tail, PitchUnit::kWords},
-        /* SSE     */ {16 * 4, &kDissolveOf255, &kDissolveOf255Tail, PitchUnit::kWords},
-        /* SSE2    */ {1, &kDissolveOf256, nullptr, PitchUnit::kWordsBelow},
+        /* float   */ {&kDissolveInDoubles, 1, Tail::kByKernel, PitchUnit::kWords},
+        /* scalar  */ {&kDissolveOf256, 1, Tail::kByKernel, PitchUnit::kWords},
+        /* MMX     */ {&kDissolveOf255, 8 * 4, Tail::kByKernel, PitchUnit::kWords},
+        /* SSE     */ {&kDissolveOf255, 16 * 4, Tail::kByKernel, PitchUnit::kWords},
+        /* SSE2    */ {&kDissolveOf256, 1, Tail::kByKernel, PitchUnit::kWordsBelow},
     };
 
     const Path path = ChoosePath(kStyles, kVectors, codePath, CPUinstructionSet, mmxOnly);
-    if (path == Path::kRefused)
+    if (path == Path::kRefused) {
         return kStatusUnsupportedStyle;
-    const TwoSourcePath& rows = kPathTable[static_cast<std::size_t>(path)];
-    TwoSourceJob job =
-        JobOf(srcA, srcB, dst, width, height, pitchA, pitchB, InUnit(pitchDst, rows.pitch), rows.pitch);
-    job.units *= 4;
+    }
+    const TwoSourcePath& chosen = kPathTable[static_cast<std::size_t>(path)];
+    const TwoSourceJob job = {{Memory(srcA, pitchA, chosen.pitch), Memory(srcB, pitchB, chosen.pitch)},
+                              {Memory(dst, pitchDst, chosen.pitch)},
+                              4 * std::size_t{width},
+                              height};
 
     const double weightOfA = fade > 0 ? (fade < 1 ? fade : 1) : 0;
-    if (path == Path::kFloat) {
-        DissolveInDoubles(job, weightOfA);
-        return kStatusOk;
-    }
     BlendSettings settings;
-    settings.weight = static_cast<unsigned>(weightOfA * (rows.body == &kDissolveOf256 ? 256 : 255) + 0.5);
-    Run<ByteLayout>(rows, job, settings);
+    double parts[2][256];
+    if (path == Path::kFloat) {
+        for (int i = 0; i < 256; ++i) {
+            parts[0][i] = i * weightOfA;
+            parts[1][i] = i * (1 - weightOfA);
+        }
+        settings.parts = parts;
+    } else {
+        settings.weight =
+            static_cast<unsigned>(weightOfA * (chosen.kernel == &kDissolveOf256 ? 256 : 255) + 0.5);
+    }
+    Run(chosen, job, settings);
     return kStatusOk;
 }
 
@@ -87,14 +67,16 @@ Long32 ZanCompositor::CompositeTwoSources(ULong32* srcA, ULong32* srcB, ULong32*
                                           unsigned int codePath) {
     static constexpr StyleRule kStyles = {kNo, kNo, Ask::kVector, kNo, kNo, kNo};
     static constexpr VectorRule kVectors = {false, Path::kSSE, Path::kMMX};
-    static constexpr TwoSourcePath kRows = {4, &kBlendByOwnAlpha, nullptr, PitchUnit::kWords};
+    static constexpr TwoSourcePath kPath = {&kBlendByOwnAlpha, 4, Tail::kUnwritten, PitchUnit::kWords};
 
-    if (ChoosePath(kStyles, kVectors, codePath, CPUinstructionSet, mmxOnly) == Path::kRefused)
+    if (ChoosePath(kStyles, kVectors, codePath, CPUinstructionSet, mmxOnly) == Path::kRefused) {
         return kStatusUnsupportedStyle;
-    Run<PixelLayout>(
-        kRows,
-        JobOf(srcA, srcB, dst, width, height, pitchA, pitchB, InUnit(pitchDst, kRows.pitch), kRows.pitch),
-        {});
+    }
+    const TwoSourceJob job = {{Memory(srcA, pitchA, kPath.pitch), Memory(srcB, pitchB, kPath.pitch)},
+                              {Memory(dst, pitchDst, kPath.pitch)},
+                              width,
+                              height};
+    Run(kPath, job, {});
     return kStatusOk;
 }
 
@@ -106,21 +88,23 @@ Long32 ZanCompositor::CompositeTwoSrcAndAlpha(ULong32* srcA, ULong32* srcB, ULon
     static constexpr KeyedPath kPathTable[kPaths] = {
         /* refused */ {},
         /* float   */ {},
-        /* scalar  */ {1, &kBlendByPlane, nullptr, PitchUnit::kWords},
-        /* MMX     */ {8, &kBlendByPlane, nullptr, PitchUnit::kBytes},
-        /* SSE     */ {8, &kBlendByPlane, nullptr, PitchUnit::kBytes},
+        /* scalar  */ {&kBlendByPlane, 1, Tail::kByKernel, PitchUnit::kWords},
+        /* MMX     */ {&kBlendByPlane, 8, Tail::kUnwritten, PitchUnit::kBytes},
+        /* SSE     */ {&kBlendByPlane, 8, Tail::kUnwritten, PitchUnit::kBytes},
         /* SSE2    */ {},
     };
 
     const Path path = ChoosePath(kStyles, kVectors, codePath, CPUinstructionSet, mmxOnly);
-    if (path == Path::kRefused)
+    if (path == Path::kRefused) {
         return kStatusUnsupportedStyle;
-    const KeyedPath& rows = kPathTable[static_cast<std::size_t>(path)];
-    Run<KeyedPixelLayout>(rows,
-                          WithKey(JobOf(srcA, srcB, dst, width, height, pitchA, pitchB,
-                                        InUnit(pitchDst, rows.pitch), rows.pitch),
-                                  alpha, pitchAlpha),
-                          {});
+    }
+    const KeyedPath& chosen = kPathTable[static_cast<std::size_t>(path)];
+    const KeyedJob job = {{Memory(srcA, pitchA, chosen.pitch), Memory(srcB, pitchB, chosen.pitch),
+                           Memory(alpha, pitchAlpha, PitchUnit::kBytes)},
+                          {Memory(dst, pitchDst, chosen.pitch)},
+                          width,
+                          height};
+    Run(chosen, job, {});
     return kStatusOk;
 }
 
@@ -133,12 +117,15 @@ Long32 ZanCompositor::CompositeTwoSrcAndAlphaGradient(ULong32* srcA, ULong32* sr
     static constexpr VectorRule kVectors = {false, Path::kSSE, Path::kScalar};
 
     const Path path = ChoosePath(kStyles, kVectors, codePath, CPUinstructionSet, mmxOnly);
-    if (path == Path::kRefused)
+    if (path == Path::kRefused) {
         return kStatusUnsupportedStyle;
-    WipePixels(path,
-               WithKey(JobOf(srcA, srcB, dst, width, height, pitchA, pitchB, pitchDst, PitchUnit::kBytes),
-                       alpha, pitchAlpha),
-               threshold, gain);
+    }
+    const KeyedJob job = {{Memory(srcA, pitchA, PitchUnit::kBytes), Memory(srcB, pitchB, PitchUnit::kBytes),
+                           Memory(alpha, pitchAlpha, PitchUnit::kBytes)},
+                          {Memory(dst, pitchDst, PitchUnit::kBytes)},
+                          width,
+                          height};
+    WipePixels(path, job, threshold, gain);
     return kStatusOk;
 }
 
@@ -147,15 +134,19 @@ Long32 ZanCompositor::SumOfAbsDiffs(ULong32* srcA, ULong32* srcB, unsigned char*
                                     ULong32 codePath) {
     static constexpr StyleRule kStyles = {kNo, Ask::kScalar, Ask::kVector, kNo, kNo, kNo};
     static constexpr VectorRule kVectors = {false, Path::kSSE, Path::kRefused};
-    static constexpr TwoSourcePath kScalarRows = {1, &kSumOfDifferences, nullptr, PitchUnit::kWords};
-    static constexpr TwoSourcePath kVectorRows = {8, &kSumOfDifferences, nullptr, PitchUnit::kWords};
+    static constexpr TwoSourcePath kScalar = {&kSumOfDifferences, 1, Tail::kByKernel, PitchUnit::kWords};
+    static constexpr TwoSourcePath kVector = {&kSumOfDifferences, 8, Tail::kUnwritten, PitchUnit::kWords};
 
     const Path path = ChoosePath(kStyles, kVectors, codePath, CPUinstructionSet, mmxOnly);
-    if (path == Path::kRefused)
+    if (path == Path::kRefused) {
         return kStatusUnsupportedStyle;
-    const TwoSourcePath& rows = path == Path::kScalar ? kScalarRows : kVectorRows;
-    Run<DifferenceLayout>(rows, JobOf(srcA, srcB, dst, width, height, pitchA, pitchB, pitchDst, rows.pitch),
-                          {});
+    }
+    const TwoSourceJob job = {
+        {Memory(srcA, pitchA, PitchUnit::kWords), Memory(srcB, pitchB, PitchUnit::kWords)},
+        {Memory(dst, pitchDst, PitchUnit::kBytes)},
+        width,
+        height};
+    Run(path == Path::kScalar ? kScalar : kVector, job, {});
     return kStatusOk;
 }
 
@@ -163,22 +154,18 @@ Long32 ZanCompositor::XSubPixelPosition(ULong32* src, ULong32* dst, ULong32 widt
                                         Long32 pitchSrc, Long32 pitchDst, double position, ULong32 codePath) {
     static constexpr StyleRule kStyles = {kNo, Ask::kScalar, kNo, kNo, kNo, kNo};
 
-    if (ChoosePath(kStyles, {}, codePath, CPUinstructionSet, mmxOnly) == Path::kRefused)
+    if (ChoosePath(kStyles, {}, codePath, CPUinstructionSet, mmxOnly) == Path::kRefused) {
         return kStatusUnsupportedStyle;
-    const double p = position * 256;
-    const unsigned weight = p > 0 ? static_cast<unsigned>(p < 255 ? p : 255) : 0;
-    const unsigned ofCurrent = 2 * weight, ofNext = 512 - 2 * weight;
-    for (ULong32 y = 0; y < height && width != 0; ++y) {
-        const auto row = static_cast<std::ptrdiff_t>(y);
-        const auto* from =
-            reinterpret_cast<const std::uint8_t*>(src) + row * InUnit(pitchSrc, PitchUnit::kWords);
-        auto* out = reinterpret_cast<std::uint8_t*>(dst) + row * InUnit(pitchDst, PitchUnit::kWords);
-        const std::size_t last = 4 * (std::size_t{width} - 1);
-        for (std::size_t x = 0; x < last; ++x)
-            out[x] = SubPixel(from[x], from[x + 4], ofCurrent, ofNext);
-        for (std::size_t x = last; x < last + 4; ++x)
-            out[x] = SubPixel(from[x], 0, ofCurrent, ofNext);
     }
+    const double p = position * 256;
+    BlendSettings settings;
+    settings.weight = p > 0 ? static_cast<unsigned>(p < 255 ? p : 255) : 0;
+    kShiftSubPixel({{Memory(src, pitchSrc, PitchUnit::kWords)},
+                    {Memory(dst, pitchDst, PitchUnit::kWords)},
+                    width,
+                    height,
+                    width},
+                   settings);
     return kStatusOk;
 }
 

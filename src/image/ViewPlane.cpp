@@ -1,5 +1,6 @@
 #include "image/ViewPlane.h"
 
+#include <TesselU/foundation/Status.h>
 #include <TesselU/image/FieldHelpers.h>
 #include <TesselU/image/Image.h>
 #include <TesselU/image/ImageView.h>
@@ -83,49 +84,7 @@ std::int64_t LineOffset(const ImageView& view, std::int64_t top, std::int64_t pi
 
 }  // namespace
 
-bool ViewPlane::Holds(std::size_t rowBytes, std::size_t rows) const noexcept {
-    if (rowBytes == 0 || rows == 0) {
-        return true;
-    }
-    if (!first || first < begin || first >= end) {
-        return false;
-    }
-    const auto before = static_cast<std::size_t>(first - begin);
-    const auto after = static_cast<std::size_t>(end - first);
-    if (rowBytes > after) {
-        return false;
-    }
-    const std::size_t steps = rows - 1;
-    if (pitch > 0) {
-        return steps <= (after - rowBytes) / static_cast<std::size_t>(pitch);
-    }
-    if (pitch < 0) {
-        return steps <= before / (std::size_t{0} - static_cast<std::size_t>(pitch));
-    }
-    return steps == 0;  // a plane of one line has no second row
-}
-
-std::size_t ViewPlane::Clip(std::size_t rowBytes, std::size_t row) const noexcept {
-    if (!Holds(1, 1)) {
-        return 0;
-    }
-    const auto before = static_cast<std::size_t>(first - begin);
-    const auto after = static_cast<std::size_t>(end - first);
-    if (pitch >= 0) {
-        const auto step = static_cast<std::size_t>(pitch);
-        if (step == 0 ? row != 0 : row > (after - 1) / step) {
-            return 0;
-        }
-        return std::min(rowBytes, after - row * step);
-    }
-    const std::size_t step = std::size_t{0} - static_cast<std::size_t>(pitch);
-    if (row > before / step) {
-        return 0;
-    }
-    return std::min(rowBytes, after + row * step);
-}
-
-ViewPlane PlaneOf(const ImageView& view, ULong32 channel) noexcept {
+Plane PlaneOf(const ImageView& view, ULong32 channel) noexcept {
     const Image* const image = view.GetImage();
     if (!image || !image->GetMemoryPointer(channel)) {
         return {};
@@ -143,13 +102,24 @@ ViewPlane PlaneOf(const ImageView& view, ULong32 channel) noexcept {
     }
     offset = SaturatedSum(offset, ColumnOffset(*image, channel, region.getLeft()));
 
-    ViewPlane plane;
+    Plane plane;
     plane.first = AddressAt(base, offset);
     plane.pitch = static_cast<std::ptrdiff_t>(std::clamp<std::int64_t>(
         pitch, std::numeric_limits<std::ptrdiff_t>::min(), std::numeric_limits<std::ptrdiff_t>::max()));
     plane.begin = base;
     plane.end = base + record.memory->GetPixelBytes();
     return plane;
+}
+
+Long32 SelectPlane(const ImageView& view, ULong32 channel, ULong32 rows, Plane& plane) noexcept {
+    plane = PlaneOf(view, channel);
+    if (plane.first == nullptr) {
+        return kStatusNullPointer;
+    }
+    if (view.GetRegionOfInterest().getLeft() < 0 || !plane.Holds(1, rows)) {
+        return kStatusUnsupportedField;
+    }
+    return kStatusOk;
 }
 
 }  // namespace Zan

@@ -3,34 +3,21 @@
 
 #include <TesselU/foundation/Types.h>
 
-#include <cstddef>
-#include <cstdint>
+#include "foundation/Plane.h"
 
 namespace Zan {
 
 class ImageView;
 
-/// One channel of a view as a kernel walks it: the first selected byte and the signed pitch, and the bounds
-/// of the memory behind it, which nothing may leave.
-struct ViewPlane {
-    std::uint8_t* first = nullptr;
-    std::ptrdiff_t pitch = 0;
-    const std::uint8_t* begin = nullptr;  ///< lowest byte of the channel's memory
-    const std::uint8_t* end = nullptr;    ///< one past its highest byte
+/// The plane of `channel` in `view`: what the view answers as memory pointer and pitch is `first` and
+/// `pitch`, and the bounds are those of the channel's memory. A view without memory in that channel gives an
+/// empty plane; nothing is checked beyond that, so `first` may lie outside the bounds. Addresses never wrap,
+/// whatever the view holds.
+Plane PlaneOf(const ImageView& view, ULong32 channel) noexcept;
 
-    /// True when `rows` rows of `rowBytes` bytes, from `first` in steps of `pitch`, lie inside the memory.
-    /// Without a pitch there is one row. Nothing lies inside every memory.
-    bool Holds(std::size_t rowBytes, std::size_t rows) const noexcept;
-
-    /// How many of the `rowBytes` bytes from the start of row `row` lie inside the memory; 0 for a row that
-    /// starts outside.
-    std::size_t Clip(std::size_t rowBytes, std::size_t row) const noexcept;
-};
-
-/// The plane of `channel` in `view`; what the view answers as pitch and memory pointer is `pitch` and
-/// `first`. A view without memory in that channel gives an empty plane; nothing is checked beyond that, so
-/// `first` may lie outside the bounds. Addresses never wrap, whatever the view holds.
-ViewPlane PlaneOf(const ImageView& view, ULong32 channel) noexcept;
+/// The plane of a view that an operation is about to walk over `rows` rows. Returns 0; 1 without memory; 98
+/// when the selection itself leaves its plane (a field of a bottom-left image, a left edge outside).
+Long32 SelectPlane(const ImageView& view, ULong32 channel, ULong32 rows, Plane& plane) noexcept;
 
 }  // namespace Zan
 

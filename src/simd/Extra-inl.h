@@ -96,6 +96,20 @@ HWY_INLINE HWY_ATTR VI16 PackToShorts(VI32 low, VI32 high) {
 #endif
 }
 
+/// Limits to signed 8 bits; blocks as above.
+HWY_INLINE HWY_ATTR VI8 PackToSignedBytes(VI16 low, VI16 high) {
+#if HWY_TARGET == HWY_AVX3
+    return VI8{_mm512_packs_epi16(low.raw, high.raw)};
+#elif HWY_TARGET == HWY_AVX2
+    return VI8{_mm256_packs_epi16(low.raw, high.raw)};
+#elif HWY_TARGET == HWY_SSSE3
+    return VI8{_mm_packs_epi16(low.raw, high.raw)};
+#else
+    const hn::Half<DI8> h;
+    return hn::Combine(DI8(), hn::DemoteTo(h, high), hn::DemoteTo(h, low));
+#endif
+}
+
 /// The even 16-bit lanes of `even` and the odd ones of `odd`.
 HWY_INLINE HWY_ATTR VI16 MergeEvenOdd(VI16 even, VI16 odd) {
 #if HWY_TARGET == HWY_AVX3
@@ -104,6 +118,23 @@ HWY_INLINE HWY_ATTR VI16 MergeEvenOdd(VI16 even, VI16 odd) {
     return VI16{_mm256_blend_epi16(even.raw, odd.raw, 0xAA)};
 #else
     return hn::OddEven(odd, even);
+#endif
+}
+
+/// The high halves of the lanes of `even` and of `odd`, in turn.
+HWY_INLINE HWY_ATTR VI16 HighHalves(VI32 even, VI32 odd) {
+    const DI16 d;
+#if HWY_TARGET == HWY_AVX3
+    alignas(16) static constexpr std::uint8_t kHighToLow[16] = {2,  3,  2,  3,  6,  7,  6,  7,
+                                                                10, 11, 10, 11, 14, 15, 14, 15};
+    const __m512i order = hn::LoadDup128(DU8(), kHighToLow).raw;
+    return VI16{_mm512_mask_shuffle_epi8(odd.raw, 0x3333333333333333U, even.raw, order)};
+#elif HWY_TARGET == HWY_SSSE3
+    const DU32 du;
+    const VU32 low = hn::ShiftRight<16>(hn::BitCast(du, even));
+    return hn::BitCast(d, hn::Or(low, hn::And(hn::BitCast(du, odd), hn::Set(du, 0xFFFF0000U))));
+#else
+    return MergeEvenOdd(hn::BitCast(d, hn::ShiftRight<16>(even)), hn::BitCast(d, odd));
 #endif
 }
 
@@ -131,6 +162,39 @@ HWY_INLINE HWY_ATTR VU32 OddLanes(VU32 low, VU32 high) {
 #else
     return hn::ConcatOdd(DU32(), high, low);
 #endif
+}
+
+/// Block b gets the lanes b, b + n, b + 2n ... of n blocks, so that later shuffles inside blocks leave the
+/// result in order. With 32-bit lanes on AVX2: block 0 = lanes 0, 2, 4, 6; block 1 = lanes 1, 3, 5, 7.
+template <class D>
+HWY_INLINE HWY_ATTR hn::Vec<D> DealToBlocks(D d, hn::Vec<D> v) {
+    using T = hn::TFromD<D>;
+    constexpr std::size_t kLanes = HWY_LANES(T), kBlocks = HWY_LANES(std::uint8_t) / 16;
+    if constexpr (kBlocks == 1) {
+        return v;
+    } else {
+        alignas(64) T from[kLanes];
+        for (std::size_t i = 0; i < kLanes; ++i) {
+            from[i] = static_cast<T>(i % (kLanes / kBlocks) * kBlocks + i / (kLanes / kBlocks));
+        }
+        return hn::TableLookupLanes(v, hn::SetTableIndices(d, from));
+    }
+}
+
+/// The way back from DealToBlocks.
+template <class D>
+HWY_INLINE HWY_ATTR hn::Vec<D> GatherFromBlocks(D d, hn::Vec<D> v) {
+    using T = hn::TFromD<D>;
+    constexpr std::size_t kLanes = HWY_LANES(T), kBlocks = HWY_LANES(std::uint8_t) / 16;
+    if constexpr (kBlocks == 1) {
+        return v;
+    } else {
+        alignas(64) T from[kLanes];
+        for (std::size_t i = 0; i < kLanes; ++i) {
+            from[i] = static_cast<T>(i % kBlocks * (kLanes / kBlocks) + i / kBlocks);
+        }
+        return hn::TableLookupLanes(v, hn::SetTableIndices(d, from));
+    }
 }
 
 /// One 16-byte pattern in every block.

@@ -1,13 +1,14 @@
 // Include in a kernel file after defining HWY_TARGET_INCLUDE as the file itself: compiles the rest of the
 // file once per target. No include guard, since Highway includes the file again for each target.
 
-// The portable formula stands where Highway would emulate vectors, on every compiler. The targets left out
-// add nothing to those below them for 8- and 16-bit arithmetic; those of SVE have vectors of unknown size,
-// which kernels cannot keep in arrays.
 #ifndef HWY_BROKEN_EMU128
+// The portable formula stands where Highway would emulate vectors, on every compiler.
 #define HWY_BROKEN_EMU128 1
 #define HWY_COMPILE_ALL_ATTAINABLE
-#define HWY_DISABLED_TARGETS (HWY_SSE4 | HWY_AVX3_DL | HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128)
+// What is wanted, so that a newer Highway adds nothing that nobody asked for. The names of the bits are
+// Highway's; they are read where the targets of a processor have been told.
+#define TESSELU_WANTED_TARGETS (HWY_SCALAR | HWY_SSSE3 | HWY_AVX2 | HWY_AVX3 | HWY_NEON)
+#define HWY_DISABLED_TARGETS (~(TESSELU_WANTED_TARGETS))
 #endif
 #include <hwy/foreach_target.h>
 // After it: the loop above decides what the next header is compiled for.

@@ -1,11 +1,19 @@
-// The walk of a row kernel over its job, for one target. A kernel is a value with
+// The walk of a kernel over its job, for one target. A kernel is a value with
 //
-//     using Layout = ...;                       // bytes of a unit in each source and in the destination
-//     void Unit(sources, destination) const;    // the formula: one unit
-//     static constexpr std::size_t kStep;       // units of one vector step
-//     template <class Put> void Step(sources, destination, Put put) const;  // the same on kStep units
+//     using Place = simd::Place<...>;                    // the rows in hand
+//     static constexpr PlaneUse kSources[], kDestinations[];
+//     using Lines = ...;                                 // lines taken together; SingleLines if not named
+//     static constexpr std::size_t kUnit;                // columns of a unit; 1 if not named
+//     void Unit(const Place&, x) const;                  // the formula: one unit from column x
+//     void Tail(const Place&, x, columns) const;         // one of the unit's columns or more beyond
+//     Job::whole static constexpr std::size_t kStep;                // columns of one vector step template
+//     <class Put> void Step(const Place&, x, Put put) const;  // the same as Units on kStep columns bool
+//     Row(const Place&, columns) const;             // a row in one go; false where that does not pay
+//     std::size_t Columns(const Place&, columns) const;  // how many columns a row really has
 //
-// where sources is a std::array of byte pointers. A step may write in place: it reads all before it writes.
+// of which Tail, Step, Row and Columns are left out where there are none. A step reads all before it writes,
+// so that a destination may be one of the sources. A kernel without destinations reduces: its Unit and Step
+// are not const and gather in the kernel itself.
 
 #if defined(TESSELU_SRC_SIMD_WALK_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef TESSELU_SRC_SIMD_WALK_INL_H
@@ -14,11 +22,14 @@
 #define TESSELU_SRC_SIMD_WALK_INL_H
 #endif
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <type_traits>
+#include <utility>
 
-#include "simd/Rows.h"
+#include "simd/Job.h"
+#include "simd/Lines.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Zan::simd {
@@ -26,44 +37,391 @@ namespace HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-template <std::size_t Sources>
-using Pointers = std::array<const std::uint8_t*, Sources>;
+// ---- What a kernel declares
+// --------------------------------------------------------------------------------
 
-template <class Layout, std::size_t Sources>
-HWY_INLINE Pointers<Sources> At(const RowJob<Sources>& job, std::size_t row) {
-    Pointers<Sources> p;
-    for (std::size_t i = 0; i < Sources; ++i)
-        p[i] = job.source[i].row == nullptr
-                   ? nullptr
-                   : job.source[i].row + static_cast<std::ptrdiff_t>(row) * job.source[i].pitch;
-    return p;
+template <class K>
+struct LinesOfKernel {
+    using Type = SingleLines;
+};
+template <class K>
+requires requires {
+    typename K::Lines;
+}
+struct LinesOfKernel<K> {
+    using Type = typename K::Lines;
+};
+template <class K>
+using LinesOf = typename LinesOfKernel<K>::Type;
+
+template <class K>
+constexpr std::size_t UnitOf() {
+    if constexpr (requires { K::kUnit; }) {
+        return K::kUnit;
+    } else {
+        return 1;
+    }
 }
 
-template <class Layout, std::size_t Sources>
-HWY_INLINE void Advance(Pointers<Sources>& p, std::size_t units) {
-    for (std::size_t i = 0; i < Sources; ++i)
-        if (p[i] != nullptr)
-            p[i] += units * Layout::kSourceBytes[i];
+/// A plane use as a type, so that loops over planes see constants.
+template <class K, std::size_t I>
+struct SourceUse {
+    static constexpr PlaneUse kUse = K::kSources[I];
+};
+template <class K, std::size_t I>
+struct DestinationUse {
+    static constexpr PlaneUse kUse = K::kDestinations[I];
+};
+
+template <class K, class Visit>
+HWY_INLINE constexpr void ForEachSource(const Visit& visit) {
+    [&]<std::size_t... I>(std::index_sequence<I...>) {
+        (visit(SourceUse<K, I>{}), ...);
+    }
+    (std::make_index_sequence<std::size(K::kSources)>{});
+}
+template <class K, class Visit>
+HWY_INLINE constexpr void ForEachDestination(const Visit& visit) {
+    [&]<std::size_t... I>(std::index_sequence<I...>) {
+        (visit(DestinationUse<K, I>{}), ...);
+    }
+    (std::make_index_sequence<std::size(K::kDestinations)>{});
 }
 
-#if HWY_TARGET == HWY_SCALAR
+template <class K>
+constexpr std::size_t LargestOf(std::size_t PlaneUse::*member, std::size_t least) {
+    for (const PlaneUse& use : K::kSources) {
+        least = std::max(least, use.*member);
+    }
+    for (const PlaneUse& use : K::kDestinations) {
+        least = std::max(least, use.*member);
+    }
+    return least;
+}
 
-template <class K, std::size_t Sources>
-void Walk(const K& kernel, const RowJob<Sources>& job) {
-    using Layout = typename K::Layout;
-    for (std::size_t y = 0; y < job.rows; ++y) {
-        Pointers<Sources> source = At<Layout>(job, y);
-        std::uint8_t* destination =
-            job.destination.row + static_cast<std::ptrdiff_t>(y) * job.destination.pitch;
-        for (std::size_t x = 0; x < job.units; ++x) {
-            kernel.Unit(source, destination);
-            Advance<Layout>(source, 1);
-            destination += Layout::kDestinationBytes;
+/// Columns that a step may start at a multiple of.
+template <class K>
+constexpr std::size_t kGranularity = LargestOf<K>(&PlaneUse::columns, UnitOf<K>());
+
+template <class K>
+constexpr bool kIsWindow = LargestOf<K>(&PlaneUse::left, 0) + LargestOf<K>(&PlaneUse::right, 0) +
+                               LargestOf<K>(&PlaneUse::above, 0) + LargestOf<K>(&PlaneUse::below, 0) !=
+                           0;
+template <class K>
+constexpr std::size_t kLeftOf = LargestOf<K>(&PlaneUse::left, 0);
+template <class K>
+constexpr std::size_t kRightOf = LargestOf<K>(&PlaneUse::right, 0);
+
+/// Whether rows that touch may be walked as one.
+template <class K>
+constexpr bool kRowsJoin = !requires {
+    &K::Columns;
+}
+&&!requires {
+    requires !K::kRowsJoin;
+};
+
+template <class K>
+constexpr bool kReduces = std::size(K::kDestinations) == 0;
+
+// ---- Planes
+// ------------------------------------------------------------------------------------------------
+
+/// The row of a plane that line `i` of a band takes, `height` being that of the picture.
+template <class K>
+constexpr std::size_t RowOf(const PlaneUse& use, std::size_t band, std::size_t i, std::size_t height) {
+    using Lines = LinesOf<K>;
+    if (use.halfHeight) {
+        return band;
+    }
+    return Lines::Line(band, i) < height ? Lines::Line(band, i) : Lines::Line(band, 0);
+}
+
+/// Rows of a plane in a picture of `height` lines.
+template <class K>
+constexpr std::size_t RowsOf(const PlaneUse& use, std::size_t height) {
+    return use.halfHeight ? LinesOf<K>::Bands(height) : height;
+}
+
+/// Row `i` of a source's window: lines above, the lines of the band, lines below. Beyond the picture, and
+/// beyond the memory of a clamped plane, the nearest one.
+template <class K>
+HWY_INLINE std::size_t WindowRow(const PlaneUse& use, const Plane& plane, std::size_t band, std::size_t i,
+                                 std::size_t height) {
+    constexpr std::size_t kLines = LinesOf<K>::kLines;
+    std::size_t row = RowOf<K>(use, band, i < use.above ? 0 : std::min(i - use.above, kLines - 1), height);
+    if (i < use.above) {
+        row -= std::min(use.above - i, row);
+    } else if (i >= use.above + kLines) {
+        row = std::min(row + (i - use.above - kLines + 1), RowsOf<K>(use, height) - 1);
+    }
+    if (use.isClamped) {
+        while (row != 0 && plane.Clip(1, row) == 0) {
+            --row;
+        }
+    }
+    return row;
+}
+
+/// The rows in hand. `Clamp` is false where the memory is known to hold them all.
+template <class K, bool Clamp, class J>
+HWY_INLINE typename K::Place PlaceOf(const J& job, std::size_t band) {
+    typename K::Place place;
+    ForEachSource<K>([&](auto use) {
+        constexpr const PlaneUse& kUse = decltype(use)::kUse;
+        constexpr std::size_t kRows = kUse.above + LinesOf<K>::kLines + kUse.below;
+        const Plane& plane = job.source[kUse.index];
+        for (std::size_t i = 0; i < kRows; ++i) {
+            if (!kUse.mayBeMissing || plane.first != nullptr) {
+                const std::size_t row = Clamp || kRows != LinesOf<K>::kLines
+                                            ? WindowRow<K>(kUse, plane, band, i, job.height)
+                                            : RowOf<K>(kUse, band, i, job.height);
+                place.in[kUse.index][i] = plane.Row(row);
+            }
+        }
+    });
+    ForEachDestination<K>([&](auto use) {
+        constexpr const PlaneUse& kUse = decltype(use)::kUse;
+        for (std::size_t i = 0; i < LinesOf<K>::kLines; ++i) {
+            place.out[kUse.index][i] = job.destination[kUse.index].Row(RowOf<K>(kUse, band, i, job.height));
+        }
+    });
+    return place;
+}
+
+template <class K, class J, class Visit>
+HWY_INLINE void ForEachPlane(const J& job, const Visit& visit) {
+    ForEachSource<K>([&](auto use) {
+        constexpr const PlaneUse& kUse = decltype(use)::kUse;
+        if (!kUse.mayBeMissing || job.source[kUse.index].first != nullptr) {
+            visit(use, job.source[kUse.index]);
+        }
+    });
+    ForEachDestination<K>([&](auto use) {
+        constexpr const PlaneUse& kUse = decltype(use)::kUse;
+        visit(use, job.destination[kUse.index]);
+    });
+}
+
+/// True when every row of every plane lies inside its memory.
+template <class K, class J>
+bool LiesInside(const J& job) {
+    bool inside = true;
+    ForEachPlane<K>(job, [&](auto use, const Plane& plane) {
+        constexpr const PlaneUse& kUse = decltype(use)::kUse;
+        inside = inside && plane.Holds(kUse.RowBytes(job.width), RowsOf<K>(kUse, job.height));
+    });
+    return inside;
+}
+
+/// How the destinations of a job lie to its sources.
+enum class Overlap {
+    kNone,  ///< no byte is shared
+    kSame,  ///< what is shared starts at the same byte, row after row
+    kShifted,
+};
+
+template <class K, class J>
+Overlap OverlapOf(const J& job) {
+    struct Span {
+        std::uintptr_t low, high;
+    };
+    const auto span = [&job](const PlaneUse& use, const Plane& plane) {
+        const auto last = static_cast<std::ptrdiff_t>(RowsOf<K>(use, job.height) - 1) * plane.pitch;
+        const auto first = reinterpret_cast<std::uintptr_t>(plane.first);
+        const auto end = first + static_cast<std::uintptr_t>(last);
+        return Span{std::min(first, end), std::max(first, end) + use.BytesUp(job.width)};
+    };
+    Overlap overlap = Overlap::kNone;
+    ForEachSource<K>([&](auto source) {
+        constexpr const PlaneUse& kFrom = decltype(source)::kUse;
+        const Plane& from = job.source[kFrom.index];
+        if (kFrom.mayBeMissing && from.first == nullptr) {
+            return;
+        }
+        const Span a = span(kFrom, from);
+        ForEachDestination<K>([&](auto destination) {
+            constexpr const PlaneUse& kTo = decltype(destination)::kUse;
+            const Plane& to = job.destination[kTo.index];
+            const Span b = span(kTo, to);
+            if (a.low < b.high && b.low < a.high) {
+                const bool same = from.first == to.first && from.pitch == to.pitch &&
+                                  kFrom.bytesPer16 == kTo.bytesPer16 && !kIsWindow<K>;
+                overlap = same && overlap != Overlap::kShifted ? Overlap::kSame : Overlap::kShifted;
+            }
+        });
+    });
+    return overlap;
+}
+
+/// When every row ends where the next one starts, all rows are one. Where source and destination overlap
+/// with a shift, rows stay apart: line after line is what a caller sees.
+template <class K, class J>
+HWY_INLINE void JoinRows(J& job, Overlap overlap) {
+    if constexpr (LinesOf<K>::kLines == 1 && !kIsWindow<K> && kRowsJoin<K>) {
+        if (job.height < 2 || job.whole != job.width || overlap == Overlap::kShifted) {
+            return;
+        }
+        bool joined = true;
+        ForEachPlane<K>(job, [&](auto use, const Plane& plane) {
+            constexpr const PlaneUse& kUse = decltype(use)::kUse;
+            joined =
+                joined && plane.pitch > 0 && static_cast<std::size_t>(plane.pitch) == kUse.Bytes(job.width);
+        });
+        if (joined) {
+            job.width *= job.height;
+            job.whole = job.width;
+            job.height = 1;
         }
     }
 }
 
+template <class K, class J>
+std::size_t BytesMoved(const J& job) {
+    std::size_t bytes = 0;
+    ForEachPlane<K>(job, [&](auto use, const Plane&) {
+        constexpr const PlaneUse& kUse = decltype(use)::kUse;
+        bytes += kUse.Bytes(job.width) * RowsOf<K>(kUse, job.height);
+    });
+    return bytes;
+}
+
+// ---- Columns through buffers
+// -------------------------------------------------------------------------------
+
+/// How many bytes of a row lie inside: all.
+struct AllInside {
+    std::size_t Source(const PlaneUse&, std::size_t, std::size_t bytes) const { return bytes; }
+    std::size_t Destination(const PlaneUse&, std::size_t, std::size_t bytes) const { return bytes; }
+};
+
+/// The same for a band of which the memory holds a part only.
+template <class K, class J>
+struct PartlyInside {
+    const J& job;
+    std::size_t band;
+
+    std::size_t Source(const PlaneUse& use, std::size_t i, std::size_t bytes) const {
+        const Plane& plane = job.source[use.index];
+        return plane.Clip(bytes, WindowRow<K>(use, plane, band, i, job.height));
+    }
+    std::size_t Destination(const PlaneUse& use, std::size_t i, std::size_t bytes) const {
+        return job.destination[use.index].Clip(bytes, RowOf<K>(use, band, i, job.height));
+    }
+};
+
+/// Buffers for `Columns` columns of all planes: what lies outside of the rows, or of the memory, is neither
+/// read nor written. A clamped source repeats its last sample. What a destination holds is fetched, so that
+/// bytes which the kernel passes over stay.
+template <class K, std::size_t Columns>
+class Staging {
+public:
+    using Place = typename K::Place;
+
+    /// Takes `columns` columns from `x` of rows that have `width` columns.
+    template <class Inside>
+    HWY_INLINE const Place& Fill(const Place& place, std::size_t x, std::size_t columns, std::size_t width,
+                                 const Inside& inside) {
+        ForEachSource<K>([&](auto use) {
+            constexpr const PlaneUse& kUse = decltype(use)::kUse;
+            for (std::size_t i = 0; i < kUse.above + LinesOf<K>::kLines + kUse.below; ++i) {
+                const std::uint8_t* const row = place.in[kUse.index][i];
+                if (kUse.mayBeMissing && row == nullptr) {
+                    continue;
+                }
+                const std::size_t before = std::min(kUse.left, x);
+                const std::size_t from = kUse.Bytes(x - before);
+                const std::size_t to = kUse.BytesUp(std::min(x + columns + kUse.right, width));
+                const std::size_t end = inside.Source(kUse, i, to);
+                std::uint8_t* const buffer = in[kUse.index][i];
+                std::memset(buffer, 0, kBytes);
+                std::uint8_t* const start = buffer + kUse.Bytes(kUse.left - before);
+                std::memcpy(start, row + from, std::max(from, end) - from);
+                if (kUse.isClamped && end != 0 && end < to) {
+                    const std::size_t lacking = std::max(from, end);
+                    std::memset(start + (lacking - from), row[end - 1], to - lacking);
+                }
+                made.in[kUse.index][i] = buffer + kUse.Bytes(kUse.left);
+            }
+        });
+        ForEachDestination<K>([&](auto use) {
+            constexpr const PlaneUse& kUse = decltype(use)::kUse;
+            for (std::size_t i = 0; i < LinesOf<K>::kLines; ++i) {
+                made.out[kUse.index][i] = out[kUse.index][kUse.halfHeight ? 0 : i];
+                std::memcpy(made.out[kUse.index][i], place.out[kUse.index][i] + kUse.Bytes(x),
+                            BytesToWrite(kUse, i, x, columns, inside));
+            }
+        });
+        return made;
+    }
+
+    /// Hands over what was made.
+    template <class Inside>
+    HWY_INLINE void Flush(const Place& place, std::size_t x, std::size_t columns,
+                          const Inside& inside) const {
+        ForEachDestination<K>([&](auto use) {
+            constexpr const PlaneUse& kUse = decltype(use)::kUse;
+            for (std::size_t i = 0; i < LinesOf<K>::kLines; ++i) {
+                std::memcpy(place.out[kUse.index][i] + kUse.Bytes(x), made.out[kUse.index][i],
+                            BytesToWrite(kUse, i, x, columns, inside));
+            }
+        });
+    }
+
+private:
+    static constexpr std::size_t kBytes =
+        (LargestOf<K>(&PlaneUse::bytesPer16, 16) / 16 * (Columns + kLeftOf<K> + kRightOf<K>)+63) / 64 * 64;
+
+    template <class Inside>
+    static std::size_t BytesToWrite(const PlaneUse& use, std::size_t line, std::size_t x, std::size_t columns,
+                                    const Inside& inside) {
+        const std::size_t from = use.Bytes(x);
+        return std::max(from, inside.Destination(use, line, use.BytesUp(x + columns))) - from;
+    }
+
+    alignas(64) std::uint8_t in[Place::kSources == 0 ? 1 : Place::kSources][Place::kRows][kBytes];
+    alignas(64) std::uint8_t out[Place::kDestinations == 0 ? 1 : Place::kDestinations][Place::kLines][kBytes];
+    Place made;
+};
+
+// ---- One band
+// ----------------------------------------------------------------------------------------------
+
+/// Columns from `from` on that are made one unit at a time: by the tail beyond `whole`.
+template <class K>
+HWY_INLINE void UnitColumns(const K& kernel, const typename K::Place& place, std::size_t from,
+                            std::size_t whole, std::size_t width) {
+    constexpr std::size_t kUnit = UnitOf<K>();
+    std::size_t x = from;
+    for (; x < whole; x += kUnit) {
+        if constexpr (kLeftOf<K> + kRightOf<K> != 0) {
+            if (x < kLeftOf<K> || x + kUnit + kRightOf < K >> width) {
+                Staging<K, kUnit> staging;
+                kernel.Unit(staging.Fill(place, x, kUnit, width, AllInside()), 0);
+                staging.Flush(place, x, kUnit, AllInside());
+                continue;
+            }
+        }
+        kernel.Unit(place, x);
+    }
+    if constexpr (requires { kernel.Tail(place, x, x); }) {
+        for (x = std::max(from, whole); x < width; x += kUnit) {
+            kernel.Tail(place, x, std::min(kUnit, width - x));
+        }
+    }
+}
+
+#if HWY_TARGET == HWY_SCALAR
+
+template <class K>
+constexpr bool kHasStep = false;
+
 #else
+
+template <class K>
+constexpr bool kHasStep = requires {
+    requires K::kStep != 0;
+};
 
 /// How a step hands over what it made.
 struct PutInCache {
@@ -79,94 +437,290 @@ struct PutAroundCache {
     }
 };
 
-/// Fewer units than a step: through buffers, so that nothing beyond them is read or written.
-template <class K, std::size_t Sources>
-HWY_NOINLINE HWY_ATTR void PartialStep(const K& kernel, const Pointers<Sources>& source,
-                                       std::uint8_t* destination, std::size_t units) {
-    using Layout = typename K::Layout;
-    constexpr std::size_t kWidest = 256;
-    alignas(64) std::uint8_t in[Sources][kWidest];
-    alignas(64) std::uint8_t out[kWidest];
-    static_assert(K::kStep * Layout::kDestinationBytes <= kWidest);
-    Pointers<Sources> p{};
-    for (std::size_t i = 0; i < Sources; ++i) {
-        if (source[i] == nullptr)
-            continue;
-        std::memset(in[i], 0, sizeof in[i]);
-        std::memcpy(in[i], source[i], units * Layout::kSourceBytes[i]);
-        p[i] = in[i];
+constexpr std::size_t kVectorBytes = HWY_LANES(std::uint8_t);
+
+/// Vectors that fill a cache line: a step writes no less, so that what goes around the cache leaves in whole
+/// lines.
+constexpr std::size_t kLineVectors = kVectorBytes < 64 ? 64 / kVectorBytes : 1;
+
+/// Makes the vectors of a line by `make(index)`, then stores them one behind the other.
+template <class Make, class Put>
+HWY_INLINE HWY_ATTR void PutLine(std::uint8_t* out, Put put, Make&& make) {
+    using D = hn::ScalableTag<std::uint8_t>;
+    hn::Vec<D> made[kLineVectors];
+    for (std::size_t i = 0; i < kLineVectors; ++i) {
+        made[i] = make(i);
     }
-    kernel.Step(p, out, PutInCache{});
-    std::memcpy(destination, out, units * Layout::kDestinationBytes);
+    for (std::size_t i = 0; i < kLineVectors; ++i) {
+        put(D(), made[i], out + i * kVectorBytes);
+    }
 }
 
-/// What the next steps but a few will touch. Pictures beyond the second-level cache come a seventh faster.
-template <class K, std::size_t Sources>
-HWY_INLINE HWY_ATTR void FetchAhead(const Pointers<Sources>& source, const std::uint8_t* destination) {
-    using Layout = typename K::Layout;
-    constexpr std::size_t kAhead = 768, kLine = 64;
-    for (std::size_t i = 0; i < Sources; ++i)
-        for (std::size_t line = 0; line < K::kStep * Layout::kSourceBytes[i]; line += kLine)
-            if (source[i] != nullptr)
-                hwy::Prefetch(source[i] + kAhead + line);
-    for (std::size_t line = 0; line < K::kStep * Layout::kDestinationBytes; line += kLine)
-        hwy::Prefetch(destination + kAhead + line);
+/// Columns up to the one whose bytes in the first destination start at a vector's boundary; SIZE_MAX if none.
+template <class K>
+HWY_INLINE std::size_t ColumnsToBoundary(const std::uint8_t* row) {
+    constexpr std::size_t kBytes = K::kDestinations[0].bytesPer16 * kGranularity<K> / 16;
+    const std::size_t bytes = -reinterpret_cast<std::uintptr_t>(row) % kVectorBytes;
+    return bytes % kBytes == 0 ? bytes / kBytes * kGranularity<K> : SIZE_MAX;
 }
 
-template <class K, std::size_t Sources, class Put>
-HWY_INLINE HWY_ATTR void WalkWith(const K& kernel, const RowJob<Sources>& job, Put put) {
-    using Layout = typename K::Layout;
-    constexpr std::size_t kVector = HWY_LANES(std::uint8_t);
-    constexpr std::size_t kUnit = Layout::kDestinationBytes;
-    for (std::size_t y = 0; y < job.rows; ++y) {
-        Pointers<Sources> source = At<Layout>(job, y);
-        std::uint8_t* destination =
-            job.destination.row + static_cast<std::ptrdiff_t>(y) * job.destination.pitch;
-        std::size_t left = job.units;
-        // Stores that straddle cache lines cost twice; streaming ones are not possible at all.
-        const std::size_t off = reinterpret_cast<std::uintptr_t>(destination) % kVector;
-        if (off != 0 && (kVector - off) % kUnit == 0 && left >= 4 * K::kStep) {
-            const std::size_t head = (kVector - off) / kUnit;
-            if (head <= K::kStep) {
-                PartialStep(kernel, source, destination, head);
-                Advance<Layout>(source, head);
-                destination += head * kUnit;
-                left -= head;
+/// True when every store of whole steps is aligned, as those around the cache must be: every row starts at,
+/// or is brought by a head of whole columns to, an address that is a multiple of the vectors that it gets.
+template <class K, class J>
+bool CanStream(const J& job) {
+    if (job.whole < 4 * K::kStep) {
+        return false;
+    }
+    const std::size_t head = ColumnsToBoundary<K>(job.destination[K::kDestinations[0].index].first);
+    bool aligned = head <= K::kStep && K::kDestinations[0].Bytes(K::kStep) >= kVectorBytes;
+    constexpr bool kSingle = std::size(K::kDestinations) == 1 && LinesOf<K>::kLines == 1;
+    ForEachDestination<K>([&](auto use) {
+        constexpr const PlaneUse& kUse = decltype(use)::kUse;
+        constexpr std::size_t kChunk = std::min(kVectorBytes, kUse.Bytes(K::kStep));
+        // With a single row in hand every row finds its own head.
+        constexpr auto kPitch =
+            static_cast<std::ptrdiff_t>(kSingle ? kUse.bytesPer16 * kGranularity<K> / 16 : kChunk);
+        const Plane& plane = job.destination[kUse.index];
+        aligned = aligned && kUse.Bytes(K::kStep) % kChunk == 0 &&
+                  (reinterpret_cast<std::uintptr_t>(plane.first) + kUse.Bytes(head)) % kChunk == 0 &&
+                  (job.height == 1 || plane.pitch % kPitch == 0);
+    });
+    return aligned;
+}
+
+/// One step at either end of a row, apart from the loop so that this exists once.
+template <class K>
+HWY_NOINLINE HWY_ATTR void EdgeStep(const K& kernel, const typename K::Place place, std::size_t x) {
+    kernel.Step(place, x, PutInCache{});
+}
+
+/// Fewer columns than a step.
+template <class K>
+HWY_NOINLINE HWY_ATTR void PartialStep(const K& kernel, const typename K::Place place, std::size_t x,
+                                       std::size_t columns, std::size_t width) {
+    Staging<K, K::kStep> staging;
+    EdgeStep(kernel, staging.Fill(place, x, columns, width, AllInside()), 0);
+    staging.Flush(place, x, columns, AllInside());
+}
+
+/// The whole columns of a band. Where nothing overlaps columns may be made twice: an unaligned step at either
+/// end in place of a partial one. `local` is a copy of the kernel that nobody else can see, so that it stays
+/// in registers.
+template <class K, class Put>
+HWY_INLINE HWY_ATTR void StepColumns(const K& kernel, const K& local, const typename K::Place& place,
+                                     std::size_t whole, std::size_t width, bool apart, Put put) {
+    constexpr std::size_t kStep = K::kStep;
+    static_assert(kStep % kGranularity<K> == 0);
+    std::size_t x = 0;
+    if constexpr (kLeftOf<K> != 0) {
+        x = std::min(kStep, whole);
+        PartialStep(kernel, place, 0, x, width);
+    } else if (whole >= 4 * kStep) {
+        // Stores that straddle cache lines cost twice; those around the cache are not possible at all.
+        const std::size_t head = ColumnsToBoundary<K>(place.out[K::kDestinations[0].index][0]);
+        if (head != 0 && head <= kStep) {
+            if (apart) {
+                EdgeStep(kernel, place, 0);
+            } else {
+                PartialStep(kernel, place, 0, head, width);
             }
+            x = head;
         }
-        for (; left >= K::kStep; left -= K::kStep) {
-            if (!std::is_same_v<Put, PutAroundCache>)
-                FetchAhead<K>(source, destination);
-            kernel.Step(source, destination, put);
-            Advance<Layout>(source, K::kStep);
-            destination += K::kStep * kUnit;
-        }
-        if (left != 0)
-            PartialStep(kernel, source, destination, left);
     }
-}
-
-template <class K, std::size_t Sources>
-HWY_INLINE HWY_ATTR bool CanStream(const RowJob<Sources>& job) {
-    constexpr std::size_t kVector = HWY_LANES(std::uint8_t);
-    // A row either starts aligned or can be brought to it by a head of whole units.
-    return job.stream && job.units >= 4 * K::kStep &&
-           reinterpret_cast<std::uintptr_t>(job.destination.row) % K::Layout::kDestinationBytes == 0 &&
-           job.destination.pitch % static_cast<std::ptrdiff_t>(K::Layout::kDestinationBytes) == 0 &&
-           K::kStep * K::Layout::kDestinationBytes >= kVector;
-}
-
-template <class K, std::size_t Sources>
-HWY_ATTR void Walk(const K& kernel, const RowJob<Sources>& job) {
-    if (CanStream<K>(job)) {
-        WalkWith(kernel, job, PutAroundCache{});
-        hwy::FlushStream();
-    } else {
-        WalkWith(kernel, job, PutInCache{});
+    for (; x + kStep <= whole && (kRightOf<K> == 0 || x + kStep + kRightOf<K> <= width); x += kStep) {
+        local.Step(place, x, put);
+    }
+    while (x < whole) {
+        if (!kIsWindow<K> && apart && whole >= kStep) {
+            EdgeStep(kernel, place, whole - kStep);
+            return;
+        }
+        const std::size_t columns = std::min(kStep, whole - x);
+        PartialStep(kernel, place, x, columns, width);
+        x += columns;
     }
 }
 
 #endif  // HWY_TARGET
+
+/// One band of rows that all lie inside.
+template <class K, class Put>
+HWY_INLINE HWY_ATTR void WalkBand(const K& kernel, [[maybe_unused]] const K& local,
+                                  const typename K::Place& place, std::size_t whole, std::size_t width,
+                                  [[maybe_unused]] bool apart, [[maybe_unused]] Put put) {
+    if constexpr (requires { kernel.Columns(place, width); }) {
+        width = kernel.Columns(place, width);
+        whole = width;
+    }
+    if constexpr (requires { kernel.Row(place, width); }) {
+        if (kernel.Row(place, width)) {
+            return;
+        }
+    }
+    std::size_t done = 0;
+#if HWY_TARGET != HWY_SCALAR
+    if constexpr (kHasStep<K>) {
+        if (whole != 0) {
+            StepColumns(kernel, local, place, whole, width, apart, put);
+            done = whole;
+        }
+    }
+#endif
+    UnitColumns(kernel, place, done, whole, width);
+}
+
+// ---- All bands
+// ---------------------------------------------------------------------------------------------
+
+template <class K, class J, class Put>
+HWY_ATTR void WalkBands(const K& kernel, const J& job, bool apart, Put put) {
+    const K local = kernel;
+    const std::size_t bands = LinesOf<K>::Bands(job.height);
+    for (std::size_t band = 0; band < bands; ++band) {
+        WalkBand(kernel, local, PlaceOf<K, false>(job, band), job.whole, job.width, apart, put);
+    }
+}
+
+/// Bands of which the memory does not hold every row in full. A column is made in all planes or in none,
+/// clamped planes excepted.
+template <class K, class J, class Put>
+HWY_NOINLINE HWY_ATTR void WalkClipped(const K& kernel, const J& job, bool apart, Put put) {
+    constexpr std::size_t kUnit = UnitOf<K>();
+    const std::size_t bands = LinesOf<K>::Bands(job.height);
+    for (std::size_t band = 0; band < bands; ++band) {
+        std::size_t wanted = job.width;
+        if constexpr (requires { kernel.Columns(PlaceOf<K, true>(job, band), wanted); }) {
+            wanted = kernel.Columns(PlaceOf<K, true>(job, band), wanted);
+        }
+        std::size_t width = wanted;
+        bool complete = true;
+        ForEachPlane<K>(job, [&](auto use, const Plane& plane) {
+            constexpr const PlaneUse& kUse = decltype(use)::kUse;
+            const std::size_t bytes = kUse.RowBytes(wanted);
+            for (std::size_t i = 0; i < (kUse.halfHeight ? 1 : LinesOf<K>::kLines); ++i) {
+                const std::size_t inside = plane.Clip(bytes, RowOf<K>(kUse, band, i, job.height));
+                if (inside >= bytes) {
+                    continue;
+                }
+                if (kUse.isClamped) {
+                    complete = false;
+                } else {
+                    width = std::min(width, kUse.ColumnsIn(inside));
+                }
+            }
+        });
+        if (width == 0) {
+            continue;
+        }
+        const std::size_t whole =
+            width == job.width ? job.whole : std::min(job.whole, width) / kGranularity<K> * kGranularity<K>;
+        if (complete) {
+            if constexpr (requires { &K::Columns; }) {
+                UnitColumns(kernel, PlaceOf<K, true>(job, band), 0, width, width);
+            } else {
+                WalkBand(kernel, kernel, PlaceOf<K, true>(job, band), whole, width, apart, put);
+            }
+            continue;
+        }
+        const typename K::Place rows = PlaceOf<K, true>(job, band);
+        const PartlyInside<K, J> inside{job, band};
+        for (std::size_t x = 0; x < width; x += kGranularity<K>) {
+            const std::size_t columns = std::min(kGranularity<K>, width - x);
+            Staging<K, kGranularity<K>> staging;
+            const typename K::Place place = staging.Fill(rows, x, columns, job.width, inside);
+            for (std::size_t i = 0; i < columns; i += kUnit) {
+                if (x + i < whole) {
+                    kernel.Unit(place, i);
+                } else if constexpr (requires { kernel.Tail(place, i, i); }) {
+                    kernel.Tail(place, i, std::min(kUnit, columns - i));
+                }
+            }
+            staging.Flush(rows, x, columns, inside);
+        }
+    }
+}
+
+/// Runs a kernel that writes.
+template <class K, class J>
+HWY_ATTR void Walk(const K& kernel, const J& given) {
+    static_assert(!kReduces<K>);
+    J job = given;
+    if (job.width == 0 || job.height == 0) {
+        return;
+    }
+    job.whole = std::min(job.whole, job.width) / kGranularity<K> * kGranularity<K>;
+    const Overlap overlap = OverlapOf<K>(job);
+    const bool apart = overlap == Overlap::kNone;
+#if HWY_TARGET == HWY_SCALAR
+    const int put = 0;
+#else
+    constexpr PutInCache put;
+#endif
+    bool inside = LiesInside<K>(job);
+    if constexpr (requires { &K::Columns; }) {
+        inside = false;
+    }
+    if (!inside) {
+        WalkClipped(kernel, job, apart, put);
+        return;
+    }
+    JoinRows<K>(job, overlap);
+#if HWY_TARGET != HWY_SCALAR
+    if constexpr (kHasStep<K>) {
+        if (apart && simd::ExceedsCache(BytesMoved<K>(job)) && CanStream<K>(job)) {
+            WalkBands(kernel, job, apart, PutAroundCache{});
+            hwy::FlushStream();
+            return;
+        }
+    }
+#endif
+    WalkBands(kernel, job, apart, put);
+}
+
+/// Runs a kernel that reads and sums up, over all units of the job that lie inside.
+template <class K, class J>
+HWY_ATTR void Reduce(K& kernel, const J& given) {
+    static_assert(kReduces<K>);
+    J job = given;
+    if (job.width == 0 || job.height == 0) {
+        return;
+    }
+    constexpr std::size_t kUnit = UnitOf<K>();
+    job.whole = job.width / kGranularity<K> * kGranularity<K>;
+    const bool inside = LiesInside<K>(job);
+    if (inside) {
+        JoinRows<K>(job, Overlap::kNone);
+    }
+    K local = kernel;
+    const std::size_t bands = LinesOf<K>::Bands(job.height);
+    for (std::size_t band = 0; band < bands; ++band) {
+        std::size_t columns = job.whole;
+        if (!inside) {
+            ForEachPlane<K>(job, [&](auto use, const Plane& plane) {
+                constexpr const PlaneUse& kUse = decltype(use)::kUse;
+                const std::size_t row = RowOf<K>(kUse, band, 0, job.height);
+                columns = std::min(columns, kUse.ColumnsIn(plane.Clip(kUse.RowBytes(columns), row)));
+            });
+            columns = columns / kGranularity<K> * kGranularity<K>;
+            if (columns == 0) {
+                continue;
+            }
+        }
+        const typename K::Place place = PlaceOf<K, false>(job, band);
+        std::size_t x = 0;
+#if HWY_TARGET != HWY_SCALAR
+        if constexpr (kHasStep<K>) {
+            for (; x + K::kStep <= columns; x += K::kStep) {
+                local.Step(place, x);
+            }
+        }
+#endif
+        for (; x < columns; x += kUnit) {
+            local.Unit(place, x);
+        }
+    }
+    kernel = local;
+}
 
 }  // namespace HWY_NAMESPACE
 }  // namespace Zan::simd

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "convert/ConversionKinds.h"
+#include "convert/Pairs.h"
 
 namespace {
 
@@ -195,9 +195,10 @@ TEST(ConversionMatrix, FloatPathHasThreePairsMore) {
         for (int destination = 0; destination < 26; ++destination) {
             const int expected =
                 additional.count({source, destination}) != 0 ? 3 : KindOf(source, destination);
-            EXPECT_EQ(
-                KindOfFloatPair(static_cast<std::uint32_t>(source), static_cast<std::uint32_t>(destination)),
-                static_cast<ConversionKind>(expected))
+            const PairRecord* pair =
+                FindPair(static_cast<ConverterFormat>(source), static_cast<ConverterFormat>(destination));
+            EXPECT_EQ(pair != nullptr ? pair->floatKind : kKindIdentity,
+                      static_cast<ConversionKind>(expected))
                 << source << " to " << destination;
         }
     }

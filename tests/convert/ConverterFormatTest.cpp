@@ -9,9 +9,8 @@
 #include <utility>
 #include <vector>
 
-#include "convert/ConversionPairs.h"
-#include "convert/FormatCatalogue.h"
-#include "convert/KernelTable.h"
+#include "convert/Formats.h"
+#include "convert/Pairs.h"
 #include "convert/PairsOfPaths.h"
 
 namespace {
@@ -364,12 +363,13 @@ TEST(ConverterFormat, SimplifiesEveryPairByTheAlphaOfTheSource) {
                         }
                     }
                     // 26 stands for the code of no format.
-                    auto codeFrom = static_cast<ConverterFormat>(from == 26 ? 100 : from);
-                    auto codeTo = static_cast<ConverterFormat>(to == 26 ? 100 : to);
-                    SimplifyPair(source.Get(), codeFrom, codeTo);
-                    EXPECT_EQ(int{codeFrom}, newFrom == 26 ? 100 : newFrom)
+                    const FormatPair pair =
+                        SimplifyPair({static_cast<ConverterFormat>(from == 26 ? 100 : from),
+                                      static_cast<ConverterFormat>(to == 26 ? 100 : to)},
+                                     source.Get());
+                    EXPECT_EQ(int{pair.source}, newFrom == 26 ? 100 : newFrom)
                         << from << " to " << to << ", alpha " << alpha << ", color " << color;
-                    EXPECT_EQ(int{codeTo}, newTo == 26 ? 100 : newTo)
+                    EXPECT_EQ(int{pair.destination}, newTo == 26 ? 100 : newTo)
                         << from << " to " << to << ", alpha " << alpha << ", color " << color;
                 }
             }
@@ -380,70 +380,63 @@ TEST(ConverterFormat, SimplifiesEveryPairByTheAlphaOfTheSource) {
 
 TEST(ConverterFormat, AnImageWithoutAlphaSimplifiesNothing) {
     Picture source = CbYCrY();
-    ConverterFormat from = kFmtCbYCrY4Shaped, to = kFmtRGB32;
-    SimplifyPair(source.Get(), from, to);
-    EXPECT_EQ(int{from}, 16);
-    EXPECT_EQ(int{to}, 0);
+    const FormatPair pair = SimplifyPair({kFmtCbYCrY4Shaped, kFmtRGB32}, source.Get());
+    EXPECT_EQ(int{pair.source}, 16);
+    EXPECT_EQ(int{pair.destination}, 0);
 }
 
 // ---- Pair tables -----------------------------------------------------------------------------------------
 
-void ExpectTable(const PairTable& table, const PairList& pairs) {
+const PairRecord* Find(int source, int destination) {
+    return FindPair(static_cast<ConverterFormat>(source), static_cast<ConverterFormat>(destination));
+}
+
+void ExpectPath(PairPaths path, const PairList& pairs) {
     for (int source = 0; source < 40; ++source) {
         for (int destination = 0; destination < 40; ++destination) {
-            EXPECT_EQ(table.Has(static_cast<std::uint32_t>(source), static_cast<std::uint32_t>(destination)),
-                      Lists(pairs, source, destination))
+            const PairRecord* pair = Find(source, destination);
+            EXPECT_EQ(pair != nullptr && pair->IsOn(path), Lists(pairs, source, destination))
                 << source << " to " << destination;
         }
     }
-    EXPECT_FALSE(table.Has(100, 0));
-    EXPECT_FALSE(table.Has(0, 100));
-    EXPECT_FALSE(table.Has(100, 100));
-    EXPECT_FALSE(table.Has(0xFFFFFFFFU, 0xFFFFFFFFU));
 }
 
 TEST(ConverterPairs, IntegerPath) {
-    ExpectTable(integerPairs, kIntegerPath);
+    ExpectPath(kOnInteger, kIntegerPath);
 }
 
 TEST(ConverterPairs, FloatPath) {
-    ExpectTable(floatPairs, kFloatPath);
+    ExpectPath(kOnFloat, kFloatPath);
 }
 
 TEST(ConverterPairs, FixedPointAndFloatSimdPaths) {
-    ExpectTable(fixedPointPairs, kFixedPointPath);
-    ExpectTable(floatSimdPairs, kFloatSimdPath);
+    ExpectPath(kOnFixedPoint, kFixedPointPath);
+    ExpectPath(kOnFloatSimd, kFloatSimdPath);
+}
+
+TEST(ConverterPairs, WhatIsNoFormatHasNoPair) {
+    EXPECT_EQ(Find(100, 0), nullptr);
+    EXPECT_EQ(Find(0, 100), nullptr);
+    EXPECT_EQ(Find(100, 100), nullptr);
+    EXPECT_EQ(Find(-1, -1), nullptr);
+}
+
+TEST(ConverterPairs, RecordsStandByThemselves) {
+    for (const PairRecord& pair : Pairs()) {
+        SCOPED_TRACE(std::to_string(pair.source) + " to " + std::to_string(pair.destination));
+        EXPECT_EQ(FindPair(pair.source, pair.destination), &pair);
+        EXPECT_EQ(pair.hasPlusFunction,
+                  pair.destination == kFmtCbYCrA &&
+                      (pair.source == kFmtRGB32Studio || pair.source == kFmtRGB32NarrowClamp));
+    }
 }
 
 TEST(ConverterPairs, EveryPairOfTheIntegerPathHasANamedKernel) {
-    for (int source = 0; source < 40; ++source) {
-        for (int destination = 0; destination < 40; ++destination) {
-            for (const bool sse2 : {false, true}) {
-                const NamedKernel kernel = FindIntegerKernel(static_cast<std::uint32_t>(source),
-                                                             static_cast<std::uint32_t>(destination), sse2);
-                EXPECT_EQ(kernel.name != nullptr, Lists(kIntegerPath, source, destination))
-                    << source << " to " << destination;
-                if (kernel.name == nullptr) {
-                    EXPECT_EQ(kernel.run, nullptr);
-                }
-            }
-        }
-    }
-    EXPECT_EQ(FindIntegerKernel(100, 0, true).run, nullptr);
-    EXPECT_EQ(FindIntegerKernel(0, 100, true).run, nullptr);
-}
-
-TEST(ConverterPairs, KernelsOfThisLibrary) {
-    for (const auto& [source, destinations] : kKernelsOfToday) {
-        for (const int destination : destinations) {
-            for (const bool sse2 : {false, true}) {
-                EXPECT_NE(FindIntegerKernel(static_cast<std::uint32_t>(source),
-                                            static_cast<std::uint32_t>(destination), sse2)
-                              .run,
-                          nullptr)
-                    << source << " to " << destination;
-            }
-        }
+    for (const PairRecord& pair : Pairs()) {
+        SCOPED_TRACE(std::to_string(pair.source) + " to " + std::to_string(pair.destination));
+        EXPECT_EQ(pair.integer.nameWithoutSse2 != nullptr, pair.IsOn(kOnInteger));
+        EXPECT_EQ(pair.integer.nameWithSse2 != nullptr, pair.IsOn(kOnInteger));
+        EXPECT_EQ(pair.integer.run != nullptr, Lists(kKernelsOfToday, pair.source, pair.destination));
     }
 }
 

@@ -10,8 +10,8 @@
 #include <string>
 #include <utility>
 
-#include "convert/ConverterSeam.h"
-#include "convert/KernelTable.h"
+#include "convert/ConversionPlan.h"
+#include "convert/Formats.h"
 #include "convert/PackedPicture.h"
 #include "convert/PairsOfPaths.h"
 
@@ -20,21 +20,42 @@ namespace {
 using namespace Zan;
 using namespace convert_test;
 
+void ExpectFormats(const Image& from, const Image& to, ConverterFormat source, ConverterFormat destination) {
+    const FormatPair pair = ClassifyPair(from, to);
+    EXPECT_EQ(pair.source, source);
+    EXPECT_EQ(pair.destination, destination);
+}
+
+const char* KernelName(ConverterFormat source, ConverterFormat destination, bool sse2) {
+    const IntegerKernel& kernel = FindPair(source, destination)->integer;
+    return sse2 ? kernel.nameWithSse2 : kernel.nameWithoutSse2;
+}
+
+// The block that the kernel of a pair gets; null pointers ask for defaults, as in a call.
+FixedPointCoefficients CoefficientsOf(ULong32 source, ULong32 destination, const double* matrix,
+                                      const double* offset) {
+    const PairRecord& pair =
+        *FindPair(static_cast<ConverterFormat>(source), static_cast<ConverterFormat>(destination));
+    const FixedPointCoefficients& defaults = DefaultCoefficients(pair.kind, pair.form);
+    if (matrix == nullptr && offset == nullptr) {
+        return defaults;
+    }
+    FixedPointCoefficients block;
+    MakeCoefficients(matrix != nullptr ? matrix : &defaults.matrix[0][0],
+                     offset != nullptr ? offset : &defaults.offset[0][0], pair.form, block);
+    return block;
+}
+
 // ---- Classification and simplification in a call ---------------------------------------------------------
 
 TEST(ConverterInternals, OpaqueSourcesAreNotUnshaped) {
-    ColorSpaceConverter converter;
     Image from(ImageDescriptor(4, 4, kYCrCb, k4224, kCbYCrA, kPacked, kProgressive, kNoFields, kTopLeft, 1.0F,
                                kShaped),
                64U);
     Packed to = Rgb32(4, 4);
-    Convert(converter, ImageView(&from), to.View());
-    EXPECT_EQ(ConverterSeam::SourceFormat(converter), 16U);
-    EXPECT_EQ(ConverterSeam::DestinationFormat(converter), 0U);
+    ExpectFormats(from, to.Get(), kFmtCbYCrY4Shaped, kFmtRGB32);
     from.SetAlphaChannelDescription(kAlphaOpaque);
-    Convert(converter, ImageView(&from), to.View());
-    EXPECT_EQ(ConverterSeam::SourceFormat(converter), 17U);
-    EXPECT_EQ(ConverterSeam::DestinationFormat(converter), 0U);
+    ExpectFormats(from, to.Get(), kFmtCbYCrY4, kFmtRGB32);
 }
 
 TEST(ConverterInternals, TheAlphaOfTheDestinationCountsForNothing) {
@@ -42,59 +63,56 @@ TEST(ConverterInternals, TheAlphaOfTheDestinationCountsForNothing) {
     Packed from = Rgb32(4, 4), to = Rgb32(4, 4);
     to.Get().SetPixelShaping(kShaped);
     to.Get().SetAlphaChannelDescription(kAlphaOpaque);
-    Convert(converter, from.View(), to.View());
-    EXPECT_EQ(ConverterSeam::DestinationFormat(converter), 14U);
+    ExpectFormats(from.Get(), to.Get(), kFmtRGB32, kFmtRGB32Shaped);
     // The other way round both are unshaped, and a copy is left.
     from.Get().SetAlphaChannelDescription(kAlphaOpaque);
     EXPECT_EQ(Convert(converter, from.View(), to.View()), 0);
-    EXPECT_EQ(ConverterSeam::DestinationFormat(converter), 0U);
+    ExpectFormats(from.Get(), to.Get(), kFmtRGB32, kFmtRGB32);
     EXPECT_EQ(to.bytes, from.bytes);
 }
 
 TEST(ConverterInternals, InterlacedPlanesAreAnotherFormat) {
-    ColorSpaceConverter converter;
     Packed to = Rgb32(4, 4);
     for (const ScanStyleEnum scan : {kProgressive, kUpperFieldFirst, kLowerFieldFirst}) {
         Image from(ImageDescriptor(4, 4, kYCrCb, k420, kYCbCrPlanes, kPlanar, scan, kInterleavedFields,
                                    kTopLeft, 1.0F, kUnshaped),
                    64U);
-        Convert(converter, ImageView(&from), to.View());
-        EXPECT_EQ(ConverterSeam::SourceFormat(converter), scan == kProgressive ? 6U : 8U);
+        ExpectFormats(from, to.Get(), scan == kProgressive ? kFmtPlanar420 : kFmtPlanar420Interlaced,
+                      kFmtRGB32);
     }
-    EXPECT_STRNE(FindIntegerKernel(6, 0, true).name, FindIntegerKernel(8, 0, true).name);
+    EXPECT_STRNE(KernelName(kFmtPlanar420, kFmtRGB32, true),
+                 KernelName(kFmtPlanar420Interlaced, kFmtRGB32, true));
 }
 
 TEST(ConverterInternals, KernelNamesFollowTheProcessor) {
-    EXPECT_STREQ(FindIntegerKernel(kFmtCbYCrY, kFmtRGB32, false).name, "ConvertCbYCrYToRGB32_MMX");
-    EXPECT_STREQ(FindIntegerKernel(kFmtCbYCrY, kFmtRGB32, true).name, "ConvertCbYCrYToRGB32_SSE");
-    EXPECT_STREQ(FindIntegerKernel(kFmtPlanar420, kFmtRGB32StudioOpen, false).name,
-                 "ConvertPlanar420ToRGB32_MMX");
-    EXPECT_STREQ(FindIntegerKernel(kFmtPlanar420, kFmtRGB32StudioOpen, true).name,
-                 "ConvertPlanar420ToRGB32_SSE");
-    EXPECT_STREQ(FindIntegerKernel(kFmtRGB32, kFmtRGB32, false).name, "CopyLines_MMX");
-    EXPECT_STREQ(FindIntegerKernel(kFmtRGB32, kFmtRGB32, true).name, "CopyLines_SSE2");
+    EXPECT_STREQ(KernelName(kFmtCbYCrY, kFmtRGB32, false), "ConvertCbYCrYToRGB32_MMX");
+    EXPECT_STREQ(KernelName(kFmtCbYCrY, kFmtRGB32, true), "ConvertCbYCrYToRGB32_SSE");
+    EXPECT_STREQ(KernelName(kFmtPlanar420, kFmtRGB32StudioOpen, false), "ConvertPlanar420ToRGB32_MMX");
+    EXPECT_STREQ(KernelName(kFmtPlanar420, kFmtRGB32StudioOpen, true), "ConvertPlanar420ToRGB32_SSE");
+    EXPECT_STREQ(KernelName(kFmtRGB32, kFmtRGB32, false), "CopyLines_MMX");
+    EXPECT_STREQ(KernelName(kFmtRGB32, kFmtRGB32, true), "CopyLines_SSE2");
     // One kernel for every processor.
     for (const bool sse2 : {false, true}) {
-        EXPECT_STREQ(FindIntegerKernel(kFmtRGB32, kFmtCbYCrY, sse2).name, "ConvertRGB32ToCbYCrY");
-        EXPECT_STREQ(FindIntegerKernel(kFmtCbYCrY, kFmtYCbYCr, sse2).name, "SwapCbYCrYWithYCbYCr");
-        EXPECT_STREQ(FindIntegerKernel(kFmtYCbYCr, kFmtCbYCrY, sse2).name, "SwapCbYCrYWithYCbYCr");
-        EXPECT_STREQ(FindIntegerKernel(kFmtCbYCrYMono, kFmtCbYCrYMono, sse2).name, "MakeMonochromeLines");
-        EXPECT_STREQ(FindIntegerKernel(kFmtCbYCrY4Mono, kFmtCbYCrY4Mono, sse2).name, "MakeMonochromeLines");
+        EXPECT_STREQ(KernelName(kFmtRGB32, kFmtCbYCrY, sse2), "ConvertRGB32ToCbYCrY");
+        EXPECT_STREQ(KernelName(kFmtCbYCrY, kFmtYCbYCr, sse2), "SwapCbYCrYWithYCbYCr");
+        EXPECT_STREQ(KernelName(kFmtYCbYCr, kFmtCbYCrY, sse2), "SwapCbYCrYWithYCbYCr");
+        EXPECT_STREQ(KernelName(kFmtCbYCrYMono, kFmtCbYCrYMono, sse2), "MakeMonochromeLines");
+        EXPECT_STREQ(KernelName(kFmtCbYCrY4Mono, kFmtCbYCrY4Mono, sse2), "MakeMonochromeLines");
     }
 }
 
 // No view is that wide; plain memory will be.
 TEST(ConverterInternals, NegativeWidthsAreRefusedAfterPitchesAndBeforePairs) {
     unsigned char memory[64] = {};
-    ColorSpaceConverter converter;
     const auto status = [&](ProcessingStyleEnum style, bool planes, Long32 pitch, Long32 width) {
-        ConverterSeam::Call call;
-        call.style = style;
-        call.source = call.destination = kFmtUnknown;
-        call.sourcePlane = call.destinationPlane = planes ? memory : nullptr;
-        call.sourcePitch = call.destinationPitch = pitch;
-        call.width = width;
-        return ConverterSeam::Route(converter, call);
+        ConversionRequest request;
+        for (ConversionSide* side : {&request.source, &request.destination}) {
+            side->plane[0] = {planes ? memory : nullptr, pitch};
+        }
+        request.style = style;
+        request.width = width;
+        ConversionPlan plan;
+        return Prepare(request, CPUcapabilities(), plan);
     };
     for (const Long32 width : {Long32{-1}, std::numeric_limits<Long32>::min()}) {
         for (const ProcessingStyleEnum style :
@@ -184,38 +202,32 @@ TEST(ConverterInternals, BlockOfDefaults) {
     EXPECT_GT(pairs.size(), 60U);
     for (const Pair& pair : pairs) {
         SCOPED_TRACE(std::to_string(pair.first) + " to " + std::to_string(pair.second));
-        ColorSpaceConverter converter;
         Matrix16 matrix{};
         Offsets8 offsets{};
         DefaultMatrixForFormats(matrix.data(), offsets.data(), pair.first, pair.second);
-        ExpectBlock(ConverterSeam::Coefficients(converter, pair.first, pair.second, nullptr, nullptr), pair,
-                    matrix, offsets, true);
+        ExpectBlock(CoefficientsOf(pair.first, pair.second, nullptr, nullptr), pair, matrix, offsets, true);
     }
 }
 
 TEST(ConverterInternals, BlockOfGivenValuesEachByItself) {
     for (const Pair& pair : MatrixPairs()) {
         SCOPED_TRACE(std::to_string(pair.first) + " to " + std::to_string(pair.second));
-        ColorSpaceConverter converter;
         Matrix16 matrix{};
         Offsets8 offsets{};
         DefaultMatrixForFormats(matrix.data(), offsets.data(), pair.first, pair.second);
         const auto block = [&](const double* m, const double* o) {
-            return ConverterSeam::Coefficients(converter, pair.first, pair.second, m, o);
+            return CoefficientsOf(pair.first, pair.second, m, o);
         };
         ExpectBlock(block(kOwnMatrix.data(), kOwnOffsets.data()), pair, kOwnMatrix, kOwnOffsets, false);
         ExpectBlock(block(kOwnMatrix.data(), nullptr), pair, kOwnMatrix, offsets, false);
         ExpectBlock(block(nullptr, kOwnOffsets.data()), pair, matrix, kOwnOffsets, true);
-        // What an earlier call gave does not count.
         ExpectBlock(block(nullptr, nullptr), pair, matrix, offsets, true);
-        EXPECT_EQ(OffsetsOf(converter), kOwnOffsets);
     }
 }
 
 TEST(ConverterInternals, BlockOfHandPickedPairs) {
-    ColorSpaceConverter converter;
     // 4:2:2 to full RGB: entries are twice the 4096ths, offsets times 128.
-    const FixedPointCoefficients toRgb = ConverterSeam::Coefficients(converter, 2, 0, nullptr, nullptr);
+    const FixedPointCoefficients toRgb = CoefficientsOf(2, 0, nullptr, nullptr);
     const std::int16_t rows[3][4] = {{16526, 9538, 0, 0}, {-3210, 9538, -6660, 0}, {0, 9538, 13074, 0}};
     for (std::size_t i = 0; i < 3; ++i) {
         for (std::size_t j = 0; j < 4; ++j) {
@@ -233,14 +245,13 @@ TEST(ConverterInternals, BlockOfHandPickedPairs) {
                                              {9U, sixteenths},
                                              {1U, sixteenths},
                                              {6U, sixteenths}}) {
-        const FixedPointCoefficients block =
-            ConverterSeam::Coefficients(converter, 0, destination, nullptr, nullptr);
+        const FixedPointCoefficients block = CoefficientsOf(0, destination, nullptr, nullptr);
         EXPECT_TRUE(std::equal(after, after + 4, block.offsetFixed[1])) << destination;
     }
-    const FixedPointCoefficients studio = ConverterSeam::Coefficients(converter, 5, 17, nullptr, nullptr);
+    const FixedPointCoefficients studio = CoefficientsOf(5, 17, nullptr, nullptr);
     EXPECT_TRUE(std::equal(sixteenths, sixteenths + 4, studio.offsetFixed[1]));
     // Planes: rows are what one sample brings to B, G and R.
-    const FixedPointCoefficients planes = ConverterSeam::Coefficients(converter, 6, 5, nullptr, nullptr);
+    const FixedPointCoefficients planes = CoefficientsOf(6, 5, nullptr, nullptr);
     const std::int16_t cb[4] = {14192, -2756, 0, 0}, y[4] = {8192, 8192, 8192, 0},
                        cr[4] = {0, -5720, 11228, 0}, sixteen[4] = {256, 256, 256, 0};
     EXPECT_TRUE(std::equal(cb, cb + 4, planes.matrixFixed[0]));
@@ -250,7 +261,6 @@ TEST(ConverterInternals, BlockOfHandPickedPairs) {
 }
 
 TEST(ConverterInternals, BlockRoundsEntriesAndTruncatesOffsets) {
-    ColorSpaceConverter converter;
     Matrix16 matrix{};
     matrix[0] = 0.5 / 8192;
     matrix[1] = -0.5 / 8192;
@@ -262,8 +272,7 @@ TEST(ConverterInternals, BlockRoundsEntriesAndTruncatesOffsets) {
     matrix[7] = -4;
     Offsets8 offsets = {0.99 / 128, -0.99 / 128, 1.99 / 128, -1.99 / 128,
                         0.99 / 16,  -0.99 / 16,  1.99 / 16,  -1.99 / 16};
-    const FixedPointCoefficients block =
-        ConverterSeam::Coefficients(converter, 2, 0, matrix.data(), offsets.data());
+    const FixedPointCoefficients block = CoefficientsOf(2, 0, matrix.data(), offsets.data());
     const std::int16_t rows[2][4] = {{1, -1, 0, 0}, {2, -2, 32767, -32768}};
     EXPECT_TRUE(std::equal(rows[0], rows[0] + 4, block.matrixFixed[0]));
     EXPECT_TRUE(std::equal(rows[1], rows[1] + 4, block.matrixFixed[1]));

@@ -102,7 +102,7 @@ inline const PairList kFloatSimdPath = {{kFmtRGB32, {kFmtCbYCrA}}};
 inline const PairList kKernelsOfToday = {
     {kFmtRGB32, {kFmtRGB32, kFmtCbYCrY}},
     {kFmtCbYCrA, {kFmtCbYCrA}},
-    {kFmtCbYCrY, {kFmtRGB32, kFmtCbYCrY, kFmtRGB32StudioOpen, kFmtYCbYCr, kFmtRGB32Shaped}},
+    {kFmtCbYCrY, {kFmtRGB32, kFmtCbYCrY, kFmtRGB32StudioOpen, kFmtYCbYCr, kFmtRGB32Shaped, kFmtCbYCrYMono}},
     {kFmtRGB32NarrowClamp, {kFmtRGB32NarrowClamp}},
     {kFmtRGB32Studio, {kFmtRGB32Studio}},
     {kFmtRGB32StudioOpen, {kFmtCbYCrY, kFmtRGB32StudioOpen}},
@@ -110,7 +110,7 @@ inline const PairList kKernelsOfToday = {
     {kFmtRGB24, {kFmtRGB24}},
     {kFmtYCbYCr, {kFmtCbYCrY}},
     {kFmtYCbCrA, {kFmtYCbCrA}},
-    {kFmtRGB32Shaped, {kFmtRGB32Shaped}},
+    {kFmtRGB32Shaped, {kFmtCbYCrY, kFmtRGB32Shaped}},
     {kFmtCbYCrAShaped, {kFmtCbYCrAShaped}},
     {kFmtCbYCrY4Shaped, {kFmtCbYCrY4Shaped, kFmtCbYCrY4MonoShaped}},
     {kFmtCbYCrY4, {kFmtCbYCrY4, kFmtCbYCrY4Mono}},

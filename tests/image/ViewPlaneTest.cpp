@@ -22,7 +22,7 @@ using test::Uyvy;
 
 constexpr std::size_t kHuge = std::numeric_limits<std::size_t>::max();
 
-void ExpectHoldsNothing(const ViewPlane& plane) {
+void ExpectHoldsNothing(const Plane& plane) {
     EXPECT_FALSE(plane.Holds(1, 1));
     EXPECT_EQ(plane.Clip(1, 0), 0U);
     EXPECT_EQ(plane.Clip(kHuge, 0), 0U);
@@ -35,7 +35,7 @@ TEST(ViewPlane, OfNothingIsEmpty) {
     ImageView onNoChannels(&noChannels);
     ImageView onNoMemory(&noMemory, Rectangle(1, 1, 2, 2), kUpperField);
     for (ImageView* view : {&none, &onNoChannels, &onNoMemory}) {
-        const ViewPlane plane = PlaneOf(*view, 0);
+        const Plane plane = PlaneOf(*view, 0);
         EXPECT_EQ(plane.first, nullptr);
         EXPECT_EQ(plane.begin, plane.end);
         ExpectHoldsNothing(plane);
@@ -49,7 +49,7 @@ TEST(ViewPlane, IsWhatTheViewAnswers) {
     for (const OriginEnum origin : {kTopLeft, kBottomLeft}) {
         image.SetOrigin(origin);
         ImageView view(&image, Rectangle(3, 2, 10, 5), kFrame);
-        const ViewPlane plane = PlaneOf(view, 1);
+        const Plane plane = PlaneOf(view, 1);
         EXPECT_EQ(plane.first, view.GetMemoryPointer(1));
         EXPECT_EQ(plane.pitch, view.GetPitch(1));
         EXPECT_EQ(plane.begin, memory.data());
@@ -65,7 +65,7 @@ TEST(ViewPlane, HoldsExactlyTheMemory) {
     std::vector<unsigned char> memory(70 * 10);
     Image image(memory.data(), 70, Rgb24(20, 10), 1, 1);
     ImageView view(&image);
-    const ViewPlane plane = PlaneOf(view, 0);
+    const Plane plane = PlaneOf(view, 0);
     EXPECT_TRUE(plane.Holds(60, 10));
     EXPECT_TRUE(plane.Holds(70, 10));
     EXPECT_FALSE(plane.Holds(71, 10));
@@ -85,7 +85,7 @@ TEST(ViewPlane, HoldsWithANegativePitch) {
     format.origin = kBottomLeft;
     Image image(memory.data(), 70, format, 1, 1);
     ImageView view(&image);
-    const ViewPlane plane = PlaneOf(view, 0);
+    const Plane plane = PlaneOf(view, 0);
     EXPECT_TRUE(plane.Holds(70, 10));
     EXPECT_FALSE(plane.Holds(71, 10)) << "the first row is the last of the memory";
     EXPECT_FALSE(plane.Holds(71, 1));
@@ -112,7 +112,7 @@ TEST(ViewPlane, HoldsNoFieldOfABottomLeftImage) {
     Image image(format, 64);
     for (const WhichFieldEnum field : {kFirstField, kSecondField, kUpperField, kLowerField}) {
         ImageView view(&image, Rectangle(0, 0, 20, 10), field);
-        const ViewPlane plane = PlaneOf(view, 0);
+        const Plane plane = PlaneOf(view, 0);
         EXPECT_FALSE(plane.Holds(80, 5)) << field;
         EXPECT_EQ(plane.Clip(80, 0), 0U) << field;
     }
@@ -123,7 +123,7 @@ TEST(ViewPlane, HoldsNoLeftEdgeOutside) {
     Image image(memory.data(), 64, Uyvy(32, 4), 1, 1);
     ImageView view(&image, Rectangle(-3, 0, 10, 4), kFrame);
     ASSERT_EQ(view.GetRegionOfInterest().getLeft(), -4);
-    const ViewPlane plane = PlaneOf(view, 0);
+    const Plane plane = PlaneOf(view, 0);
     EXPECT_FALSE(plane.Holds(1, 1));
     EXPECT_FALSE(plane.Holds(14, 4));
     EXPECT_EQ(plane.Clip(14, 0), 0U);
@@ -139,7 +139,7 @@ TEST(ViewPlane, HoldsSeesThroughAnySize) {
         format.origin = origin;
         Image image(memory.data(), 70, format, 1, 1);
         ImageView view(&image);
-        const ViewPlane plane = PlaneOf(view, 0);
+        const Plane plane = PlaneOf(view, 0);
         for (const std::size_t large :
              {kHuge, kHuge / 2, kHuge / 2 + 1, kHuge / 70, kHuge / 70 + 1, kHuge - 69}) {
             SCOPED_TRACE(large);
@@ -158,7 +158,7 @@ TEST(ViewPlane, RowsThatWouldWrapAroundTheAddressSpace) {
         format.origin = origin;
         Image image(memory.data(), 64, format, 1, 1);
         ImageView view(&image);
-        const ViewPlane plane = PlaneOf(view, 0);
+        const Plane plane = PlaneOf(view, 0);
         const std::size_t around = kHuge / 64 + 1;  // this many rows come back to the first one
         EXPECT_FALSE(plane.Holds(64, around + 1));
         EXPECT_FALSE(plane.Holds(1, around + 2));
@@ -170,7 +170,7 @@ TEST(ViewPlane, ClipsAtTheEndOfTheMemory) {
     std::vector<unsigned char> memory(70 * 10);
     Image image(memory.data(), 70, Rgb24(20, 10), 1, 1);
     ImageView view(&image, Rectangle(5, 0, 15, 10), kFrame);
-    const ViewPlane plane = PlaneOf(view, 0);
+    const Plane plane = PlaneOf(view, 0);
     EXPECT_EQ(plane.Clip(45, 0), 45U);
     EXPECT_EQ(plane.Clip(500, 0), 500U) << "only the memory clips, not the row";
     EXPECT_EQ(plane.Clip(1000, 0), 685U);
@@ -189,7 +189,7 @@ TEST(ViewPlane, ClipsWithANegativePitch) {
     format.origin = kBottomLeft;
     Image image(memory.data(), 70, format, 1, 1);
     ImageView view(&image);
-    const ViewPlane plane = PlaneOf(view, 0);
+    const Plane plane = PlaneOf(view, 0);
     EXPECT_EQ(plane.Clip(100, 0), 70U);
     EXPECT_EQ(plane.Clip(100, 1), 100U);
     EXPECT_EQ(plane.Clip(1000, 9), 700U);
@@ -200,7 +200,7 @@ TEST(ViewPlane, OfOneLine) {
     std::vector<unsigned char> memory(70);
     Image image(memory.data(), 70, Rgb24(20, 1), 1, 1);
     ImageView view(&image);
-    const ViewPlane plane = PlaneOf(view, 0);
+    const Plane plane = PlaneOf(view, 0);
     EXPECT_EQ(plane.pitch, 0);
     EXPECT_TRUE(plane.Holds(70, 1));
     EXPECT_FALSE(plane.Holds(71, 1));
@@ -257,7 +257,7 @@ TEST(ViewPlane, StaysInsideTheBlockUnderTheAliasingWorkaround) {
             Block block;
             Image image(&block, Block::Alloc, Block::Free, Rgb32(100, height), 64, 16);
             ImageView view(&image);
-            const ViewPlane plane = PlaneOf(view, 0);
+            const Plane plane = PlaneOf(view, 0);
             EXPECT_GE(plane.begin, block.memory.data());
             EXPECT_LE(plane.end, block.memory.data() + block.memory.size());
             EXPECT_TRUE(plane.Holds(400, height));
@@ -278,7 +278,7 @@ TEST(ViewPlane, DoubledPitchBeyond32Bits) {
     Image image(memory, 0x7FFFFFFFU, Alpha(64, 2), 1, 1);
     ASSERT_EQ(image.GetPitch(0), 0x7FFFFFFFU);
     ImageView view(&image, Rectangle(0, 0, 64, 2), kUpperField);
-    const ViewPlane plane = PlaneOf(view, 0);
+    const Plane plane = PlaneOf(view, 0);
     EXPECT_TRUE(plane.Holds(64, 1));
     EXPECT_FALSE(plane.Holds(64, 2));
     ImageView lower(&image, Rectangle(0, 0, 64, 2), kLowerField);
@@ -296,7 +296,7 @@ TEST(ViewPlane, FrameFarHigherThanAChannelOfLongLines) {
     image.SetOrigin(kBottomLeft);
     for (const WhichFieldEnum field : {kFrame, kUpperField, kLowerField}) {
         ImageView view(&image, Rectangle(0, 0, 64, 8), field);
-        const ViewPlane plane = PlaneOf(view, 0);
+        const Plane plane = PlaneOf(view, 0);
         EXPECT_GT(plane.first, plane.end) << field;
         EXPECT_FALSE(plane.Holds(1, 1)) << field;
     }

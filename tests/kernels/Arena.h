@@ -50,8 +50,9 @@ public:
     std::ptrdiff_t pitch() const { return step; }
     std::size_t rowBytes() const { return bytes; }
 
-    void Reset() const;                           ///< back to the noise
-    std::vector<std::uint8_t> Contents() const;   ///< all of the memory
+    void Reset() const;                          ///< back to the noise
+    std::vector<std::uint8_t> Contents() const;  ///< all of the memory
+    const std::vector<std::uint8_t>& Noise() const { return noise; }
     bool OnlyRowsChanged(std::size_t* at) const;  ///< against the noise
     std::size_t Offset(const std::uint8_t* p) const { return static_cast<std::size_t>(p - pages->begin()); }
 

@@ -109,7 +109,22 @@ Operation Differences(CPUinstructionSetEnum set, unsigned path) {
                                                     Pitch(b), Pitch(out), path);
                 };
             },
-            set};
+            set,
+            // The vector path needs integer SSE, and has nothing to fall back to.
+            path == 2 && set == kMMX ? Operation::Proof::kRefuses : Operation::Proof::kWrites};
+}
+
+Operation SubPixel() {
+    return {"XSubPixelPosition", [](Case& c) -> Operation::Run {
+                Plane& in = c.Add(4 * c.width, c.height, 4);
+                Plane& out = Destination(c, in);
+                const double position = Fraction(c.random);
+                return [=, &in, &out, w = Size(c.width), h = Size(c.height)] {
+                    ZanCompositor compositor;
+                    return compositor.XSubPixelPosition(Words(in.row()), Words(out.row()), w, h, Pitch(in),
+                                                        Pitch(out), position, 1);
+                };
+            }};
 }
 
 /// An image on memory of a case, whose rows run downwards.
@@ -145,6 +160,37 @@ Operation WordFill(CPUinstructionSetEnum set) {
             set};
 }
 
+/// A view of odd width, which writes every second word.
+Operation PairFill() {
+    return {"Fill of pairs", [](Case& c) -> Operation::Run {
+                // Rows reach twice as far as their pixels.
+                const std::size_t even = (c.width + 2) / 2 * 2;
+                Plane& out = c.Add(4 * even, c.height, 4, 0, Plane::Kind::kImage);
+                auto image = ImageOn({&out}, kYCrCb, k422, 2 * even, c.height);
+                const auto colour = static_cast<ULong32>(c.random());
+                return [=, w = static_cast<Long32>(c.width | 1), h = static_cast<Long32>(c.height)] {
+                    ImageView view(image.get(), Rectangle(0, 0, w, h), kFrame);
+                    ZanCompositor compositor;
+                    return compositor.Fill(view, colour, 0xFFFFFFFFU, kBestAvailable);
+                };
+            }};
+}
+
+Operation AlphaFill() {
+    return {"FillAlpha", [](Case& c) -> Operation::Run {
+                const std::size_t even = (c.width + 1) / 2 * 2;
+                Plane& colour = c.Add(2 * even, c.height, 4, 0, Plane::Kind::kImage);
+                Plane& alpha = c.Add(even, c.height, 1, 16, Plane::Kind::kImage);
+                auto image = ImageOn({&colour, &alpha}, kYCrCb, k4224, even, c.height);
+                const auto value = static_cast<ULong32>(c.random());
+                return [=] {
+                    ImageView view(image.get());
+                    ZanCompositor compositor;
+                    return compositor.FillAlpha(view, value, kBestAvailable);
+                };
+            }};
+}
+
 Operation ByteFill(CPUinstructionSetEnum set) {
     return {"Fill of bytes",
             [](Case& c) -> Operation::Run {
@@ -162,7 +208,8 @@ Operation ByteFill(CPUinstructionSetEnum set) {
 }
 
 Operation ReadPass(bool two) {
-    return {two ? "ReadOnlyTwoSources" : "ReadOnlySingleSource", [two](Case& c) -> Operation::Run {
+    return {two ? "ReadOnlyTwoSources" : "ReadOnlySingleSource",
+            [two](Case& c) -> Operation::Run {
                 Plane &a = c.Add(4 * c.width, c.height, 4, 0, Plane::Kind::kImage),
                       &b = c.Add(4 * c.width, c.height, 4, 0, Plane::Kind::kImage);
                 auto first = ImageOn({&a}, kRGB, k4444, c.width, c.height);
@@ -177,7 +224,8 @@ Operation ReadPass(bool two) {
                         compositor.ReadOnlySingleSource(viewA, result, kBestAvailable);
                     return static_cast<Long32>(result);
                 };
-            }};
+            },
+            kSSE2, Operation::Proof::kReads};
 }
 
 Operation OrPass() {
@@ -241,6 +289,9 @@ std::vector<Operation> CompositeOperations() {
         all.push_back(WordFill(set));
         all.push_back(ByteFill(set));
     }
+    all.push_back(SubPixel());
+    all.push_back(PairFill());
+    all.push_back(AlphaFill());
     all.push_back(ReadPass(false));
     all.push_back(ReadPass(true));
     all.push_back(OrPass());

@@ -6,7 +6,8 @@
 #include <array>
 #include <memory>
 
-#include "convert/KernelTable.h"
+#include "convert/Formats.h"
+#include "convert/Pairs.h"
 #include "kernels/Operations.h"
 
 namespace kernelcheck {
@@ -78,12 +79,15 @@ std::size_t RoundUp(std::size_t n, std::size_t to) {
     return (n + to - 1) / to * to;
 }
 
-/// An image of the recipe on guarded planes, at least `c.width` by `c.height`.
-std::shared_ptr<Image> Make(Case& c, const Recipe& recipe) {
+/// An image of the recipe, at least `c.width` by `c.height` and `more` lines, on `planes`, or on guarded ones
+/// of its own, which are then named there.
+std::shared_ptr<Image> Make(Case& c, const Recipe& recipe, std::size_t more,
+                            std::vector<const Plane*>& planes) {
     const std::size_t across = recipe.sampling == k411                            ? 4
                                : recipe.space == kYCrCb && recipe.sampling > k444 ? 2
                                                                                   : 1;
-    const std::size_t w = RoundUp(c.width, across), h = RoundUp(c.height, recipe.sampling == k420 ? 4 : 1);
+    const std::size_t w = RoundUp(c.width, across),
+                      h = RoundUp(c.height + more, recipe.sampling == k420 ? 4 : 1);
     struct Size {
         std::size_t bytes, rows;
     };
@@ -103,48 +107,74 @@ std::shared_ptr<Image> Make(Case& c, const Recipe& recipe) {
 
     std::vector<unsigned char*> memory;
     std::vector<ULong32> pitches;
-    for (const Size& size : sizes) {
-        const Plane& plane = c.Add(size.bytes, size.rows, 4, 0, Plane::Kind::kImage);
-        memory.push_back(plane.row());
-        pitches.push_back(static_cast<ULong32>(plane.pitch()));
+    for (std::size_t i = 0; i < sizes.size(); ++i) {
+        if (i == planes.size()) {
+            planes.push_back(&c.Add(sizes[i].bytes, sizes[i].rows, 4, 0, Plane::Kind::kImage));
+        }
+        memory.push_back(planes[i]->row());
+        pitches.push_back(static_cast<ULong32>(planes[i]->pitch()));
     }
     const ImageDescriptor format(static_cast<ULong32>(w), static_cast<ULong32>(h), recipe.space,
                                  recipe.sampling, recipe.order, recipe.packing, recipe.scan,
                                  recipe.scan == kProgressive ? kNoFields : kInterleavedFields, kTopLeft, 1.0F,
                                  recipe.shaped);
     auto image = std::make_shared<Image>(memory.data(), pitches.data(), format, 1U, 1U);
-    if (image->GetImageDescriptor() == nullptr)
+    if (image->GetImageDescriptor() == nullptr) {
         return image;
+    }
     image->SetColor(recipe.color);
     for (ULong32 channel = 0; channel < image->GetNumberOfChannels(); ++channel) {
-        if (recipe.blackAndWhite[0] >= 0)
+        if (recipe.blackAndWhite[0] >= 0) {
             image->SetBlackAndWhiteLevel(recipe.blackAndWhite[0], recipe.blackAndWhite[1], channel);
-        if (recipe.clamp[0] >= 0)
+        }
+        if (recipe.clamp[0] >= 0) {
             image->SetClampLowAndHighLevel(recipe.clamp[0], recipe.clamp[1], channel);
+        }
     }
     return image;
 }
 
-Operation Conversion(ULong32 source, ULong32 destination, CPUinstructionSetEnum set) {
-    const std::string name = FindIntegerKernel(source, destination, set == kSSE2).name;
+/// Where the destination lies.
+enum class Placed {
+    kApart,
+    kOnSource,   ///< the same rows
+    kOneRowDown  ///< row n of the destination is row n + 1 of the source
+};
+
+Operation Conversion(const PairRecord& pair, CPUinstructionSetEnum set, Placed placed) {
+    const auto source = static_cast<ULong32>(pair.source),
+               destination = static_cast<ULong32>(pair.destination);
+    const std::string name =
+        std::string(set == kSSE2 ? pair.integer.nameWithSse2 : pair.integer.nameWithoutSse2) +
+        (placed == Placed::kOnSource     ? ", in place"
+         : placed == Placed::kOneRowDown ? ", one row down"
+                                         : "");
+    const Long32 down = placed == Placed::kOneRowDown ? 1 : 0;
     return {
         std::to_string(source) + " to " + std::to_string(destination) + ", " + name,
         [=](Case& c) -> Operation::Run {
-            auto from = Make(c, *RecipeOf(source)), to = Make(c, *RecipeOf(destination));
+            std::vector<const Plane*> planes;
+            auto from = Make(c, *RecipeOf(source), static_cast<std::size_t>(down), planes);
+            if (placed == Placed::kApart) {
+                planes.clear();
+            }
+            auto to = Make(c, *RecipeOf(destination), static_cast<std::size_t>(down), planes);
             // Mostly the default matrix; now and then the caller's, tame or beyond all bounds.
             std::array<double, 16> matrix;
             std::array<double, 8> offset;
             const std::size_t kind = Pick(c.random, 0, 5);
             const double reach = kind == 0 ? 2 : 40000;
-            for (double& m : matrix)
+            for (double& m : matrix) {
                 m = std::uniform_real_distribution<double>(-reach, reach)(c.random) / (kind == 0 ? 1 : 4000);
-            for (double& o : offset)
+            }
+            for (double& o : offset) {
                 o = std::uniform_real_distribution<double>(-reach, reach)(c.random) * (kind == 0 ? 60 : 1);
+            }
             const bool ownMatrix = kind < 2, ownOffset = kind < 2 && Pick(c.random, 0, 1) != 0;
             const auto fill = static_cast<unsigned char>(c.random());
             return [=, w = static_cast<Long32>(c.width), h = static_cast<Long32>(c.height)] {
-                const Rectangle region(0, 0, w, h);
-                ImageView in(from.get(), region, kFrame), out(to.get(), region, kFrame);
+                ImageView in(from.get(), Rectangle(0, 0, w, h), kFrame);
+                ImageView out(to.get(), Rectangle(0, down, w, h), kFrame);
                 ColorSpaceConverter converter;
                 converter.SetAlphaChannel(fill);
                 auto m = matrix;
@@ -160,12 +190,23 @@ Operation Conversion(ULong32 source, ULong32 destination, CPUinstructionSetEnum 
 
 std::vector<Operation> ConvertOperations() {
     std::vector<Operation> all;
-    for (ULong32 source = 0; source <= kFmtAlpha8; ++source)
-        for (ULong32 destination = 0; destination <= kFmtAlpha8; ++destination)
-            for (const CPUinstructionSetEnum set : {kMMX, kSSE2})
-                if (RecipeOf(source) != nullptr && RecipeOf(destination) != nullptr &&
-                    FindIntegerKernel(source, destination, set == kSSE2).run != nullptr)
-                    all.push_back(Conversion(source, destination, set));
+    for (const PairRecord& pair : Pairs()) {
+        for (const CPUinstructionSetEnum set : {kMMX, kSSE2}) {
+            if (pair.integer.run != nullptr && RecipeOf(static_cast<ULong32>(pair.source)) != nullptr &&
+                RecipeOf(static_cast<ULong32>(pair.destination)) != nullptr) {
+                all.push_back(Conversion(pair, set, Placed::kApart));
+                const auto &in = Formats()[static_cast<std::size_t>(pair.source)].planes,
+                           &out = Formats()[static_cast<std::size_t>(pair.destination)].planes;
+                if (in.data() == out.data()) {
+                    // A copy onto itself shows nothing.
+                    if (std::string(pair.integer.nameWithSse2).find("Copy") != 0) {
+                        all.push_back(Conversion(pair, set, Placed::kOnSource));
+                    }
+                    all.push_back(Conversion(pair, set, Placed::kOneRowDown));
+                }
+            }
+        }
+    }
     return all;
 }
 

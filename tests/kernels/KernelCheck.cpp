@@ -15,7 +15,8 @@
 
 #include "foundation/CapabilitySeam.h"
 #include "kernels/Operations.h"
-#include "simd/Rows.h"
+#include "simd/Dispatch.h"
+#include "simd/Job.h"
 #include "simd/Targets.h"
 
 namespace kernelcheck {
@@ -35,10 +36,13 @@ struct Options {
 /// Widths from nothing to past three steps of the widest target, and some of real pictures.
 std::vector<std::size_t> Widths(bool quick) {
     std::vector<std::size_t> widths;
-    for (std::size_t w = 0; w <= 3 * 64 + 9; w += quick && w > 40 ? 7 : 1)
+    for (std::size_t w = 0; w <= 3 * 64 + 9; w += quick && w > 40 ? 7 : 1) {
         widths.push_back(w);
-    for (const std::size_t w : {720U, 721U, 1001U})
+    }
+    // Rows are aligned, and written around the cache, from some 256 columns on.
+    for (const std::size_t w : {720U, 721U, 1001U, 2050U}) {
         widths.push_back(w);
+    }
     return widths;
 }
 
@@ -90,7 +94,34 @@ std::optional<std::string> Difference(const Outcome& expected, const Outcome& go
 struct Tally {
     std::size_t compared = 0;
     std::size_t failed = 0;
+    bool proven[Zan::simd::kTargetCount] = {};
 };
+
+/// Whether a run shows that the operation does its work.
+bool Proves(const Operation& operation, const Outcome& outcome, const Case& c) {
+    if (operation.proof != Operation::Proof::kWrites) {
+        return outcome.status != 0;
+    }
+    for (std::size_t p = 0; outcome.status == 0 && p < outcome.planes.size(); ++p) {
+        if (outcome.planes[p] != c.planes[p].Noise()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Whether a run breaks what a refusal promises.
+bool BreaksRefusal(const Operation& operation, const Outcome& outcome, const Case& c) {
+    if (operation.proof != Operation::Proof::kRefuses) {
+        return false;
+    }
+    for (std::size_t p = 0; p < outcome.planes.size(); ++p) {
+        if (outcome.planes[p] != c.planes[p].Noise()) {
+            return true;
+        }
+    }
+    return outcome.status == 0;
+}
 
 /// Runs one operation over all sizes on all targets. Stops at its first difference.
 Tally Check(const Operation& operation, const Options& options, bool silent) {
@@ -99,8 +130,9 @@ Tally Check(const Operation& operation, const Options& options, bool silent) {
     for (const std::size_t width : Widths(options.quick)) {
         for (std::size_t height = 0; height <= 5; ++height) {
             // Every height for narrow pictures, a few for the others.
-            if (width > 40 && height != width % 6 && height != 1)
+            if (width > 40 && height != width % 6 && height != 1) {
                 continue;
+            }
             Random random(options.seed + static_cast<unsigned>(97 * width + height));
             Case c(random, width, height);
             const Operation::Run run = operation.prepare(c);
@@ -108,21 +140,31 @@ Tally Check(const Operation& operation, const Options& options, bool silent) {
             std::snprintf(runningNow, sizeof runningNow, "%s (instruction set %d), the formula, %zu x %zu\n",
                           operation.name.c_str(), static_cast<int>(operation.set), width, height);
             const Outcome expected = RunOn(Zan::simd::kPortable, run, c);
+            if (BreaksRefusal(operation, expected, c)) {
+                tally.failed = 1;
+                std::printf("DOES NOT REFUSE: %s", runningNow);
+                return tally;
+            }
             for (std::size_t t = Zan::simd::kPortable; t < Zan::simd::kTargetCount; ++t) {
                 const auto target = static_cast<Target>(t);
-                if (!Zan::simd::IsTargetAvailable(target))
+                if (!Zan::simd::IsTargetAvailable(target)) {
                     continue;
+                }
                 std::snprintf(runningNow, sizeof runningNow, "%s (instruction set %d) on %s, %zu x %zu\n",
                               operation.name.c_str(), static_cast<int>(operation.set),
                               Zan::simd::TargetName(target), width, height);
-                const auto difference = Difference(expected, RunOn(target, run, c), c);
+                const Outcome got = RunOn(target, run, c);
+                const auto difference = Difference(expected, got, c);
                 ++tally.compared;
-                if (!difference)
+                tally.proven[t] = tally.proven[t] || Proves(operation, got, c);
+                if (!difference) {
                     continue;
-                if (!silent)
+                }
+                if (!silent) {
                     std::printf("DIFFERS: %s (instruction set %d) on %s, %zu x %zu: %s\n",
                                 operation.name.c_str(), static_cast<int>(operation.set),
                                 Zan::simd::TargetName(target), width, height, difference->c_str());
+                }
                 ++tally.failed;
                 Zan::simd::ForceStreaming(-1);
                 return tally;
@@ -130,7 +172,32 @@ Tally Check(const Operation& operation, const Options& options, bool silent) {
         }
     }
     Zan::simd::ForceStreaming(-1);
+    for (std::size_t t = Zan::simd::kPortable; t < Zan::simd::kTargetCount; ++t) {
+        const auto target = static_cast<Target>(t);
+        if (Zan::simd::IsTargetAvailable(target) && !tally.proven[t]) {
+            tally.failed = 1;
+            if (!silent) {
+                std::printf("NEVER DID ANYTHING: %s (instruction set %d) on %s\n", operation.name.c_str(),
+                            static_cast<int>(operation.set), Zan::simd::TargetName(target));
+            }
+        }
+    }
     return tally;
+}
+
+/// Kernels that no operation ran on a target of this machine.
+std::size_t CountUnvisited() {
+    std::size_t unvisited = 0;
+    for (const Zan::simd::KernelRecord* kernel : Zan::simd::AllKernels()) {
+        for (std::size_t t = Zan::simd::kPortable; t < Zan::simd::kTargetCount; ++t) {
+            const auto target = static_cast<Target>(t);
+            if (Zan::simd::IsTargetAvailable(target) && !kernel->hasRun[t]) {
+                std::printf("NEVER RAN: %s on %s\n", kernel->name, Zan::simd::TargetName(target));
+                ++unvisited;
+            }
+        }
+    }
+    return unvisited;
 }
 
 /// True when touching what lies behind a plane ends the process, as it must.
@@ -152,13 +219,15 @@ int SelfTest(const Options& options) {
     std::size_t found = 0, missed = 0;
     for (const Operation& broken : BrokenOperations()) {
         const bool caught = Check(broken, options, true).failed != 0;
-        if (!caught)
+        if (!caught) {
             std::printf("NOT FOUND OUT: %s\n", broken.name.c_str());
+        }
         ++(caught ? found : missed);
     }
     const bool guarded = GuardsHold();
-    if (!guarded)
+    if (!guarded) {
         std::printf("NOT FOUND OUT: reading behind a plane\n");
+    }
     ++(guarded ? found : missed);
     std::printf("self-test: %zu broken kernels found out, %zu missed\n", found, missed);
     return missed == 0 ? 0 : 1;
@@ -166,13 +235,15 @@ int SelfTest(const Options& options) {
 
 int CheckAll(const Options& options) {
     std::vector<Operation> operations = CompositeOperations();
-    for (Operation& operation : ConvertOperations())
+    for (Operation& operation : ConvertOperations()) {
         operations.push_back(std::move(operation));
+    }
 
     std::size_t compared = 0, passed = 0, failed = 0;
     for (const Operation& operation : operations) {
-        if (operation.name.find(options.only) == std::string::npos)
+        if (operation.name.find(options.only) == std::string::npos) {
             continue;
+        }
         if (options.list) {
             std::printf("%s (instruction set %d)\n", operation.name.c_str(), static_cast<int>(operation.set));
             continue;
@@ -181,8 +252,15 @@ int CheckAll(const Options& options) {
         compared += tally.compared;
         ++(tally.failed == 0 ? passed : failed);
     }
-    if (options.list)
+    if (options.list) {
         return 0;
+    }
+    if (options.only.empty()) {
+        const std::size_t kernels = Zan::simd::AllKernels().size();
+        const std::size_t unvisited = CountUnvisited();
+        std::printf("%zu kernels, %zu times one never ran on a target\n", kernels, unvisited);
+        ++(unvisited == 0 && kernels != 0 ? passed : failed);
+    }
     std::printf("%zu comparisons\n%zu passed, %zu failed\n", compared, passed, failed);
     if (compared == 0) {
         std::printf("nothing was compared\n");

@@ -36,15 +36,24 @@ public:
 struct Operation {
     using Run = std::function<Zan::Long32()>;
 
+    /// What must be seen at least once on every target, or the comparison has compared nothing.
+    enum class Proof {
+        kWrites,   ///< status 0 and a byte that changed
+        kReads,    ///< a result other than 0
+        kRefuses,  ///< a status other than 0, always, and nothing written
+    };
+
     std::string name;
     std::function<Run(Case&)> prepare;
     Zan::CPUinstructionSetEnum set = Zan::kSSE2;
+    Proof proof = Proof::kWrites;
 };
 
 std::vector<Operation> CompositeOperations();
 std::vector<Operation> ConvertOperations();
 
-/// Operations that do on every target but the portable one what a kernel must not. Each must be found out.
+/// Operations that do on every target but the portable one what a kernel must not, or that prove nothing.
+/// Each must be found out.
 std::vector<Operation> BrokenOperations();
 
 }  // namespace kernelcheck

@@ -1,7 +1,7 @@
 #ifndef TESSELU_TESTS_SUPPORT_STREAMING_H
 #define TESSELU_TESTS_SUPPORT_STREAMING_H
 
-#include "simd/Rows.h"
+#include "simd/Job.h"
 
 namespace test_support {
 

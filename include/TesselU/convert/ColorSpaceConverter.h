@@ -10,9 +10,7 @@
 
 namespace Zan {
 
-class ConverterSeam;
 class ImageView;
-struct FixedPointCoefficients;
 
 /// Converts pictures from one pixel format to another: between RGB and YCrCb, between packings and chroma
 /// samplings, between level conventions, between shaped and unshaped alpha.
@@ -65,49 +63,15 @@ public:
     void GetOffset(double* out) const noexcept;
 
 private:
-    friend class ConverterSeam;
-
     static CPUcapabilities& CPUinstructionSet;
 
-    /// The memory behind a channel, which nothing may leave.
-    struct MemoryBounds {
-        const unsigned char* begin;
-        const unsigned char* end;
-    };
+    void RememberMatrix(const double (&used)[4][4], bool isTransposed) noexcept;
 
-    Long32 TakePlanes(ImageView& view, unsigned char* (&plane)[4], Long32 (&pitch)[4],
-                      MemoryBounds (&bounds)[4]);
-    Long32 Route();
-    Long32 ColorSpaceConvertFlp();
-    Long32 ColorSpaceConvertFP();
-    Long32 ColorSpaceConvertInt_MMXorSIMD();
-    Long32 ColorSpaceConvertFlp_SIMD();
-    Long32 ConvertGeneral();
-    void FillCoefficients(FixedPointCoefficients& block);
-    bool HasPlanes() const noexcept;
-    bool LacksPlusFunction() const noexcept;
-
-    unsigned char* sourcePlane[4] = {};
-    unsigned char* destinationPlane[4] = {};
-    Long32 width = 0;
-    ULong32 height = 0;
-    Long32 sourcePitch[4] = {};
-    Long32 destinationPitch[4] = {};
-    ULong32 sourceFormat = 0;
-    ULong32 destinationFormat = 0;
-    ShapedEnum sourceShaping = kUnshaped;
-    ShapedEnum destinationShaping = kUnshaped;
-    ProcessingStyleEnum style = kFlp;
     ULong32 plusFunction = 0;
     double matrix[4][4] = {};
     double offset[2][4] = {};
-    bool rawPointerCall = false;
-    bool matrixGiven = false;
-    bool offsetGiven = false;
     bool mmxOnly = false;
     unsigned char alphaFill = 255;
-    MemoryBounds sourceBounds[4] = {};
-    MemoryBounds destinationBounds[4] = {};
 };
 
 }  // namespace Zan

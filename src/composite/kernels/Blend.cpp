@@ -1,6 +1,6 @@
-#include "composite/kernels/Blend.h"
+// Blends of two sources by alpha: B's own, or a key plane that is taken as it stands or mapped first.
 
-#include <cstring>
+#include "composite/kernels/Blend.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "composite/kernels/Blend.cpp"
@@ -12,13 +12,12 @@
 HWY_BEFORE_NAMESPACE();
 namespace Zan {
 namespace HWY_NAMESPACE {
+namespace {
 
 using namespace simd::HWY_NAMESPACE;
+using simd::PlaneUse;
 
-#if HWY_TARGET == HWY_SCALAR
-constexpr std::size_t kVector = 1, kLineVectors = 1;
-#else
-constexpr std::size_t kVector = HWY_LANES(std::uint8_t);
+#if HWY_TARGET != HWY_SCALAR
 
 /// x ^ 0x80: a byte as a signed number around 128, which the signed operand of a multiply-add can hold.
 HWY_INLINE HWY_ATTR VI8 Centred(VU8 v) {
@@ -124,158 +123,12 @@ HWY_INLINE HWY_ATTR Weights WeightsOfPairs(VU8 words) {
             hn::TableLookupBytes(words, InEveryBlock(kUpper))};
 }
 
-/// Deals groups of lanes out to the blocks: group i of n blocks' worth goes to block i % n. What belongs to
-/// one vector of pixels then lies at one place in every block, and no later step crosses blocks.
-template <class D>
-HWY_INLINE HWY_ATTR hn::Vec<D> DealToBlocks(D d, hn::Vec<D> v) {
-#if HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_NEON
-    (void)d;
-    return v;
-#else
-    using T = hn::TFromD<D>;
-    constexpr std::size_t kLanes = HWY_LANES(T), kBlocks = kVector / 16, kOfBlock = kLanes / kBlocks;
-    alignas(64) T from[kLanes];
-    for (std::size_t i = 0; i < kLanes; ++i)
-        from[i] = static_cast<T>(i % kOfBlock * kBlocks + i / kOfBlock);
-    return hn::TableLookupLanes(v, hn::SetTableIndices(d, from));
-#endif
-}
-
-/// The way back from DealToBlocks.
-template <class D>
-HWY_INLINE HWY_ATTR hn::Vec<D> GatherFromBlocks(D d, hn::Vec<D> v) {
-#if HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_NEON
-    (void)d;
-    return v;
-#else
-    using T = hn::TFromD<D>;
-    constexpr std::size_t kLanes = HWY_LANES(T), kBlocks = kVector / 16, kOfBlock = kLanes / kBlocks;
-    alignas(64) T from[kLanes];
-    for (std::size_t i = 0; i < kLanes; ++i)
-        from[i] = static_cast<T>(i % kBlocks * kOfBlock + i / kBlocks);
-    return hn::TableLookupLanes(v, hn::SetTableIndices(d, from));
-#endif
-}
-
-/// Vectors that fill a cache line: a step writes no less, so that what goes around the cache leaves in whole
-/// lines.
-constexpr std::size_t kLineVectors = kVector < 64 ? 64 / kVector : 1;
-
-/// Makes the vectors of a line by `make(index)`, then stores them one behind the other.
-template <class Make, class Put>
-HWY_INLINE HWY_ATTR void PutLine(std::uint8_t* out, Put put, Make&& make) {
-    VU8 made[kLineVectors];
-    for (std::size_t i = 0; i < kLineVectors; ++i)
-        made[i] = make(i);
-    for (std::size_t i = 0; i < kLineVectors; ++i)
-        put(DU8(), made[i], out + i * kVector);
-}
-
 #endif  // HWY_TARGET
 
-using Two = Pointers<2>;
-using Three = Pointers<3>;
+// ---- How a key byte becomes alpha
+// --------------------------------------------------------------------------
 
-// ---- Dissolves -------------------------------------------------------------------------------------------
-
-struct Of256 {
-    using Layout = ByteLayout;
-    static constexpr std::size_t kStep = kLineVectors * kVector;
-    unsigned weight;
-
-    void Unit(const Two& s, std::uint8_t* out) const { *out = DissolveOf256(*s[0], *s[1], weight); }
-
-#if HWY_TARGET != HWY_SCALAR
-    template <class Put>
-    HWY_INLINE HWY_ATTR void Step(const Two& s, std::uint8_t* out, Put put) const {
-        const DU8 d;
-        const DI8 di;
-        const VU8 weights =
-            hn::BitCast(d, hn::Set(DU16(), static_cast<std::uint16_t>(weight | (256 - weight) << 8)));
-        const VI16 centre = hn::Set(DI16(), 128);
-        PutLine(out, put, [&](std::size_t i) HWY_ATTR {
-            const VU8 a = hn::LoadU(d, s[0] + i * kVector), b = hn::LoadU(d, s[1] + i * kVector);
-            // 256 is no byte: the two ends are copies.
-            if (weight == 0 || weight >= 256)
-                return weight == 0 ? b : a;
-            const VI8 ca = Centred(a), cb = Centred(b);
-            // The sums lie 32768 too low, and so their high bytes 128.
-            const VI16 low = hn::Add(MulAddPairs(weights, hn::InterleaveLower(di, ca, cb)), centre);
-            const VI16 high = hn::Add(MulAddPairs(weights, hn::InterleaveUpper(di, ca, cb)), centre);
-            return PackToBytes(hn::Add(hn::ShiftRight<8>(low), centre),
-                               hn::Add(hn::ShiftRight<8>(high), centre));
-        });
-    }
-#endif
-};
-
-/// Both forms with weights of 255: t = w * a + (255 - w) * b + 128, then one of two last steps.
-template <bool kTail>
-struct Of255 {
-    using Layout = ByteLayout;
-    static constexpr std::size_t kStep = kLineVectors * kVector;
-    unsigned weight;
-
-    void Unit(const Two& s, std::uint8_t* out) const {
-        *out = kTail ? DissolveOf255Tail(*s[0], *s[1], weight) : DissolveOf255(*s[0], *s[1], weight);
-    }
-
-#if HWY_TARGET != HWY_SCALAR
-    template <class Put>
-    HWY_INLINE HWY_ATTR void Step(const Two& s, std::uint8_t* out, Put put) const {
-        const DU8 d;
-        const DI8 di;
-        const DU16 d16;
-        const VU8 weights =
-            hn::BitCast(d, hn::Set(d16, static_cast<std::uint16_t>(weight | (255 - weight) << 8)));
-        const auto last = [](VI16 sum) HWY_ATTR {
-            const DU16 du;
-            if constexpr (kTail) {
-                const VU16 t = hn::Xor(hn::BitCast(du, sum), hn::Set(du, 0x8000));
-                return hn::BitCast(DI16(), hn::ShiftRight<8>(t));
-            } else {
-                return Div255RoundCentred(sum);
-            }
-        };
-        PutLine(out, put, [&](std::size_t i) HWY_ATTR {
-            const VI8 ca = Centred(hn::LoadU(d, s[0] + i * kVector)),
-                      cb = Centred(hn::LoadU(d, s[1] + i * kVector));
-            const VI16 low = MulAddPairs(weights, hn::InterleaveLower(di, ca, cb));
-            const VI16 high = MulAddPairs(weights, hn::InterleaveUpper(di, ca, cb));
-            return PackToBytes(last(low), last(high));
-        });
-    }
-#endif
-};
-
-// ---- By alpha --------------------------------------------------------------------------------------------
-
-struct ByOwnAlpha {
-    using Layout = PixelLayout;
-    static constexpr std::size_t kStep = kVector == 1 ? 1 : kLineVectors * kVector / 4;
-
-    void Unit(const Two& s, std::uint8_t* out) const {
-        const std::uint8_t alpha = s[1][3];
-        for (int i = 0; i < 4; ++i)
-            out[i] = BlendByAlpha(s[0][i], s[1][i], alpha);
-    }
-
-#if HWY_TARGET != HWY_SCALAR
-    template <class Put>
-    HWY_INLINE HWY_ATTR void Step(const Two& s, std::uint8_t* out, Put put) const {
-        const DU8 d;
-        alignas(16) static constexpr std::uint8_t kByte3[16] = {3,  3,  3,  3,  7,  7,  7,  7,
-                                                                11, 11, 11, 11, 15, 15, 15, 15};
-        PutLine(out, put, [&](std::size_t i) HWY_ATTR {
-            const VU8 a = hn::LoadU(d, s[0] + i * kVector), b = hn::LoadU(d, s[1] + i * kVector);
-            return BlendBytes(a, b, WeightsOf(hn::TableLookupBytes(b, InEveryBlock(kByte3))));
-        });
-    }
-#endif
-};
-
-/// How a key byte becomes alpha.
-struct AsItStands {
+struct RawKey {
     std::uint8_t operator()(std::uint8_t key) const { return key; }
 #if HWY_TARGET != HWY_SCALAR
     HWY_INLINE HWY_ATTR VU8 Vector(const std::uint8_t* keys) const {
@@ -283,9 +136,11 @@ struct AsItStands {
     }
 #endif
 };
+
 template <class Map>
-struct Mapped {
+struct MappedKey {
     Map map;
+
     std::uint8_t operator()(std::uint8_t key) const { return map(key); }
 #if HWY_TARGET != HWY_SCALAR
     HWY_INLINE HWY_ATTR VU8 Vector(const std::uint8_t* keys) const {
@@ -293,175 +148,228 @@ struct Mapped {
     }
 #endif
 };
-struct Looked {
+
+struct TableKey {
     const std::uint8_t* table;
+
     std::uint8_t operator()(std::uint8_t key) const { return table[key]; }
 #if HWY_TARGET != HWY_SCALAR
     HWY_INLINE HWY_ATTR VU8 Vector(const std::uint8_t* keys) const {
-        alignas(64) std::uint8_t alphas[kVector];
-        for (std::size_t i = 0; i < kVector; ++i)
+        alignas(64) std::uint8_t alphas[kVectorBytes];
+        for (std::size_t i = 0; i < kVectorBytes; ++i) {
             alphas[i] = table[keys[i]];
+        }
         return hn::Load(DU8(), alphas);
     }
 #endif
 };
 
-template <class KeyMap>
-struct ByKeyOfPixel {
-    using Layout = KeyedPixelLayout;
-    static constexpr std::size_t kStep = kVector;
-    KeyMap map;
+// ---- Pixels
+// ------------------------------------------------------------------------------------------------
 
-    void Unit(const Three& s, std::uint8_t* out) const {
-        const std::uint8_t alpha = map(*s[2]);
-        for (int i = 0; i < 4; ++i)
-            out[i] = BlendByAlpha(s[0][i], s[1][i], alpha);
+constexpr PlaneUse PixelPlane(std::size_t index) {
+    return {.index = index, .bytesPer16 = 64};
+}
+
+void BlendPixel(const std::uint8_t* a, const std::uint8_t* b, std::uint8_t alpha, std::uint8_t* out) {
+    for (std::size_t i = 0; i < 4; ++i) {
+        out[i] = BlendByAlpha(a[i], b[i], alpha);
+    }
+}
+
+struct ByOwnAlpha {
+    using Place = simd::Place<2, 1>;
+    static constexpr PlaneUse kSources[] = {PixelPlane(0), PixelPlane(1)};
+    static constexpr PlaneUse kDestinations[] = {PixelPlane(0)};
+
+    void Unit(const Place& at, std::size_t x) const {
+        const std::uint8_t* b = at.in[1][0] + 4 * x;
+        BlendPixel(at.in[0][0] + 4 * x, b, b[3], at.out[0][0] + 4 * x);
     }
 
 #if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kStep = kLineVectors * kVectorBytes / 4;
+
     template <class Put>
-    HWY_INLINE HWY_ATTR void Step(const Three& s, std::uint8_t* out, Put put) const {
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        const DU8 d;
+        alignas(16) static constexpr std::uint8_t kByte3[16] = {3,  3,  3,  3,  7,  7,  7,  7,
+                                                                11, 11, 11, 11, 15, 15, 15, 15};
+        PutLine(at.out[0][0] + 4 * x, put, [&](std::size_t i) HWY_ATTR {
+            const VU8 a = hn::LoadU(d, at.in[0][0] + 4 * x + i * kVectorBytes);
+            const VU8 b = hn::LoadU(d, at.in[1][0] + 4 * x + i * kVectorBytes);
+            return BlendBytes(a, b, WeightsOf(hn::TableLookupBytes(b, InEveryBlock(kByte3))));
+        });
+    }
+#endif
+};
+
+template <class Key>
+struct ByKeyOfPixel {
+    using Place = simd::Place<3, 1>;
+    static constexpr PlaneUse kSources[] = {PixelPlane(0), PixelPlane(1), {.index = 2}};
+    static constexpr PlaneUse kDestinations[] = {PixelPlane(0)};
+    Key key;
+
+    void Unit(const Place& at, std::size_t x) const {
+        BlendPixel(at.in[0][0] + 4 * x, at.in[1][0] + 4 * x, key(at.in[2][0][x]), at.out[0][0] + 4 * x);
+    }
+
+#if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kStep = kVectorBytes;
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
         const DU8 d;
         const DU32 d32;
-        const VU8 alphas = hn::BitCast(d, DealToBlocks(d32, hn::BitCast(d32, map.Vector(s[2]))));
+        const VU8 alphas = hn::BitCast(d, DealToBlocks(d32, hn::BitCast(d32, key.Vector(at.in[2][0] + x))));
         const Weights words = WeightsOf(alphas);
         const auto blend = [&](std::size_t i, const Weights& weights) HWY_ATTR {
-            return BlendBytes(hn::LoadU(d, s[0] + i * kVector), hn::LoadU(d, s[1] + i * kVector), weights);
+            return BlendBytes(hn::LoadU(d, at.in[0][0] + 4 * x + i * kVectorBytes),
+                              hn::LoadU(d, at.in[1][0] + 4 * x + i * kVectorBytes), weights);
         };
         const VU8 made[4] = {
             blend(0, WeightsOfPixels<0>(words.lower)), blend(1, WeightsOfPixels<4>(words.lower)),
             blend(2, WeightsOfPixels<0>(words.upper)), blend(3, WeightsOfPixels<4>(words.upper))};
-        for (std::size_t i = 0; i < 4; ++i)
-            put(d, made[i], out + i * kVector);
+        for (std::size_t i = 0; i < 4; ++i) {
+            put(d, made[i], at.out[0][0] + 4 * x + i * kVectorBytes);
+        }
     }
 #endif
 };
 
-template <class KeyMap>
-struct ByKeysOfPair {
-    using Layout = KeyedPairLayout;
-    static constexpr std::size_t kStep = kVector / 2 + (kVector == 1);
-    KeyMap map;
+// ---- Pairs of 4:2:2 pixels
+// ---------------------------------------------------------------------------------
 
-    void Unit(const Three& s, std::uint8_t* out) const {
-        const std::uint8_t first = map(s[2][0]), second = map(s[2][1]);
-        for (int i = 0; i < 4; ++i)
-            out[i] = BlendByAlpha(s[0][i], s[1][i], i < 3 ? first : second);
+constexpr PlaneUse PairPlane(std::size_t index) {
+    return {.index = index, .bytesPer16 = 32, .columns = 2};
+}
+
+/// The first key of a pair is for Cb, Y0 and Cr, the second for Y1.
+template <class Key>
+struct ByKeysOfPair {
+    using Place = simd::Place<3, 1>;
+    static constexpr PlaneUse kSources[] = {PairPlane(0), PairPlane(1), {.index = 2}};
+    static constexpr PlaneUse kDestinations[] = {PairPlane(0)};
+    static constexpr std::size_t kUnit = 2;
+    Key key;
+
+    template <class At>
+    static void Pair(const At& at, std::size_t x, std::uint8_t first, std::uint8_t second) {
+        const std::uint8_t *a = at.in[0][0] + 2 * x, *b = at.in[1][0] + 2 * x;
+        std::uint8_t* out = at.out[0][0] + 2 * x;
+        for (std::size_t i = 0; i < 4; ++i) {
+            out[i] = BlendByAlpha(a[i], b[i], i < 3 ? first : second);
+        }
+    }
+
+    void Unit(const Place& at, std::size_t x) const {
+        Pair(at, x, key(at.in[2][0][x]), key(at.in[2][0][x + 1]));
     }
 
 #if HWY_TARGET != HWY_SCALAR
-    template <class Put>
-    HWY_INLINE HWY_ATTR void Step(const Three& s, std::uint8_t* out, Put put) const {
+    static constexpr std::size_t kStep = kVectorBytes;
+
+    /// `alphas` in the order of the pixels.
+    template <class At, class Put>
+    static HWY_INLINE HWY_ATTR void Pairs(const At& at, std::size_t x, VU8 alphas, Put put) {
         const DU8 d;
         const DU64 d64;
-        const VU8 alphas = hn::BitCast(d, DealToBlocks(d64, hn::BitCast(d64, map.Vector(s[2]))));
-        const Weights words = WeightsOf(alphas);
+        const Weights words = WeightsOf(hn::BitCast(d, DealToBlocks(d64, hn::BitCast(d64, alphas))));
         const auto blend = [&](std::size_t i, const Weights& weights) HWY_ATTR {
-            return BlendBytes(hn::LoadU(d, s[0] + i * kVector), hn::LoadU(d, s[1] + i * kVector), weights);
+            return BlendBytes(hn::LoadU(d, at.in[0][0] + 2 * x + i * kVectorBytes),
+                              hn::LoadU(d, at.in[1][0] + 2 * x + i * kVectorBytes), weights);
         };
         const VU8 made[2] = {blend(0, WeightsOfPairs(words.lower)), blend(1, WeightsOfPairs(words.upper))};
-        for (std::size_t i = 0; i < 2; ++i)
-            put(d, made[i], out + i * kVector);
+        for (std::size_t i = 0; i < 2; ++i) {
+            put(d, made[i], at.out[0][0] + 2 * x + i * kVectorBytes);
+        }
+    }
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        Pairs(at, x, key.Vector(at.in[2][0] + x), put);
     }
 #endif
 };
 
-template <class KeyMap>
-struct ByKeyOfByte {
-    using Layout = KeyedByteLayout;
-    static constexpr std::size_t kStep = kLineVectors * kVector;
-    KeyMap map;
+/// The same, and the alpha planes in the same pass.
+template <class Key>
+struct ByKeysOfPairAndAlpha {
+    using Place = simd::Place<5, 2>;
+    static constexpr PlaneUse kSources[] = {PairPlane(0),
+                                            PairPlane(1),
+                                            {.index = 2},
+                                            {.index = kAlphaA, .mayBeMissing = true},
+                                            {.index = kAlphaB, .mayBeMissing = true}};
+    static constexpr PlaneUse kDestinations[] = {PairPlane(0), {.index = kAlphaOut}};
+    static constexpr std::size_t kUnit = 2;
+    Key key;
 
-    void Unit(const Three& s, std::uint8_t* out) const {
-        *out = BlendByAlpha(s[0] != nullptr ? *s[0] : 255U, s[1] != nullptr ? *s[1] : 255U, map(*s[2]));
+    void Alpha(const Place& at, std::size_t x, std::uint8_t alpha) const {
+        const std::uint8_t *a = at.in[kAlphaA][0], *b = at.in[kAlphaB][0];
+        at.out[kAlphaOut][0][x] = BlendByAlpha(a != nullptr ? a[x] : 255U, b != nullptr ? b[x] : 255U, alpha);
     }
 
+    void Unit(const Place& at, std::size_t x) const {
+        const std::uint8_t first = key(at.in[2][0][x]), second = key(at.in[2][0][x + 1]);
+        ByKeysOfPair<Key>::Pair(at, x, first, second);
+        Alpha(at, x, first);
+        Alpha(at, x + 1, second);
+    }
+
+    /// An odd last pixel has no pair: its colour stays as it was.
+    void Tail(const Place& at, std::size_t x, std::size_t) const { Alpha(at, x, key(at.in[2][0][x])); }
+
 #if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kStep = kVectorBytes;
+
     template <class Put>
-    HWY_INLINE HWY_ATTR void Step(const Three& s, std::uint8_t* out, Put put) const {
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
         const DU8 d;
+        const VU8 alphas = key.Vector(at.in[2][0] + x);
         const VU8 full = hn::Set(d, 255);
-        PutLine(out, put, [&](std::size_t i) HWY_ATTR {
-            const VU8 a = s[0] != nullptr ? hn::LoadU(d, s[0] + i * kVector) : full;
-            const VU8 b = s[1] != nullptr ? hn::LoadU(d, s[1] + i * kVector) : full;
-            return BlendBytes(a, b, WeightsOf(map.Vector(s[2] + i * kVector)));
-        });
+        const VU8 a = at.in[kAlphaA][0] != nullptr ? hn::LoadU(d, at.in[kAlphaA][0] + x) : full;
+        const VU8 b = at.in[kAlphaB][0] != nullptr ? hn::LoadU(d, at.in[kAlphaB][0] + x) : full;
+        const VU8 blended = BlendBytes(a, b, WeightsOf(alphas));
+        ByKeysOfPair<Key>::Pairs(at, x, alphas, put);
+        put(d, blended, at.out[kAlphaOut][0] + x);
     }
 #endif
 };
 
-// ---- Difference ------------------------------------------------------------------------------------------
+// ---- Kernels
+// -----------------------------------------------------------------------------------------------
 
-struct Difference {
-    using Layout = DifferenceLayout;
-    static constexpr std::size_t kStep = kLineVectors * kVector;
+using Key16 = MappedKey<KeyMap16>;
+using Key32 = MappedKey<KeyMap32>;
 
-    void Unit(const Two& s, std::uint8_t* out) const { *out = SumOfDifferences(s[0], s[1]); }
-
-#if HWY_TARGET != HWY_SCALAR
-    template <class Put>
-    HWY_INLINE HWY_ATTR void Step(const Two& s, std::uint8_t* out, Put put) const {
-        const DU8 d;
-        const DU32 d32;
-        const VU8 colour = hn::BitCast(d, hn::Set(d32, 0x00FFFFFFU));
-        const VI8 one = hn::Set(DI8(), 1);
-        const VI16 one16 = hn::Set(DI16(), 1);
-        PutLine(out, put, [&](std::size_t i) HWY_ATTR {
-            VI32 sum[4];
-            for (std::size_t k = 0; k < 4; ++k) {
-                const std::size_t at = (4 * i + k) * kVector;
-                const VU8 a = hn::LoadU(d, s[0] + at), b = hn::LoadU(d, s[1] + at);
-                const VU8 apart = hn::And(hn::Or(hn::SaturatedSub(a, b), hn::SaturatedSub(b, a)), colour);
-                sum[k] = MulAddPairs(MulAddPairs(apart, one), one16);
-            }
-            const VU8 packed = PackToBytes(PackToShorts(sum[0], sum[1]), PackToShorts(sum[2], sum[3]));
-            // Packing dealt the groups of four pixels out to the blocks; they go back into order.
-            return hn::BitCast(d, GatherFromBlocks(d32, hn::BitCast(d32, packed)));
-        });
-    }
-#endif
-};
-
-// ---- Kernels ---------------------------------------------------------------------------------------------
-
-void RunDissolveOf256(const TwoSourceJob& job, const BlendSettings& set) {
-    Walk(Of256{set.weight}, job);
-}
-void RunDissolveOf255(const TwoSourceJob& job, const BlendSettings& set) {
-    Walk(Of255<false>{set.weight}, job);
-}
-void RunDissolveOf255Tail(const TwoSourceJob& job, const BlendSettings& set) {
-    Walk(Of255<true>{set.weight}, job);
-}
 void RunByOwnAlpha(const TwoSourceJob& job, const BlendSettings&) {
     Walk(ByOwnAlpha{}, job);
 }
-void RunDifference(const TwoSourceJob& job, const BlendSettings&) {
-    Walk(Difference{}, job);
-}
-
 void RunByPlane(const KeyedJob& job, const BlendSettings&) {
-    Walk(ByKeyOfPixel<AsItStands>{{}}, job);
+    Walk(ByKeyOfPixel<RawKey>{}, job);
 }
 void RunPixels16(const KeyedJob& job, const BlendSettings& set) {
-    Walk(ByKeyOfPixel<Mapped<KeyMap16>>{{set.map16}}, job);
+    Walk(ByKeyOfPixel<Key16>{{set.map16}}, job);
 }
 void RunPixelsTable(const KeyedJob& job, const BlendSettings& set) {
-    Walk(ByKeyOfPixel<Looked>{{set.table}}, job);
+    Walk(ByKeyOfPixel<TableKey>{{set.table}}, job);
 }
 void RunPairs32(const KeyedJob& job, const BlendSettings& set) {
-    Walk(ByKeysOfPair<Mapped<KeyMap32>>{{set.map32}}, job);
+    Walk(ByKeysOfPair<Key32>{{set.map32}}, job);
 }
 void RunPairsTable(const KeyedJob& job, const BlendSettings& set) {
-    Walk(ByKeysOfPair<Looked>{{set.table}}, job);
+    Walk(ByKeysOfPair<TableKey>{{set.table}}, job);
 }
-void RunBytes32(const KeyedJob& job, const BlendSettings& set) {
-    Walk(ByKeyOfByte<Mapped<KeyMap32>>{{set.map32}}, job);
+void RunPairsAndAlpha32(const KeyedAlphaJob& job, const BlendSettings& set) {
+    Walk(ByKeysOfPairAndAlpha<Key32>{{set.map32}}, job);
 }
-void RunBytesTable(const KeyedJob& job, const BlendSettings& set) {
-    Walk(ByKeyOfByte<Looked>{{set.table}}, job);
+void RunPairsAndAlphaTable(const KeyedAlphaJob& job, const BlendSettings& set) {
+    Walk(ByKeysOfPairAndAlpha<TableKey>{{set.table}}, job);
 }
 
+}  // namespace
 }  // namespace HWY_NAMESPACE
 }  // namespace Zan
 HWY_AFTER_NAMESPACE();
@@ -470,18 +378,14 @@ HWY_AFTER_NAMESPACE();
 
 namespace Zan {
 
-constexpr TwoSourceKernel kDissolveOf256 = TESSELU_KERNEL(RunDissolveOf256);
-constexpr TwoSourceKernel kDissolveOf255 = TESSELU_KERNEL(RunDissolveOf255);
-constexpr TwoSourceKernel kDissolveOf255Tail = TESSELU_KERNEL(RunDissolveOf255Tail);
-constexpr TwoSourceKernel kBlendByOwnAlpha = TESSELU_KERNEL(RunByOwnAlpha);
-constexpr TwoSourceKernel kSumOfDifferences = TESSELU_KERNEL(RunDifference);
-constexpr KeyedKernel kBlendByPlane = TESSELU_KERNEL(RunByPlane);
-constexpr KeyedKernel kWipePixels16 = TESSELU_KERNEL(RunPixels16);
-constexpr KeyedKernel kWipePixelsTable = TESSELU_KERNEL(RunPixelsTable);
-constexpr KeyedKernel kWipePairs32 = TESSELU_KERNEL(RunPairs32);
-constexpr KeyedKernel kWipePairsTable = TESSELU_KERNEL(RunPairsTable);
-constexpr KeyedKernel kWipeBytes32 = TESSELU_KERNEL(RunBytes32);
-constexpr KeyedKernel kWipeBytesTable = TESSELU_KERNEL(RunBytesTable);
+TESSELU_KERNEL(TwoSourceKernel, kBlendByOwnAlpha, RunByOwnAlpha);
+TESSELU_KERNEL(KeyedKernel, kBlendByPlane, RunByPlane);
+TESSELU_KERNEL(KeyedKernel, kWipePixels16, RunPixels16);
+TESSELU_KERNEL(KeyedKernel, kWipePixelsTable, RunPixelsTable);
+TESSELU_KERNEL(KeyedKernel, kWipePairs32, RunPairs32);
+TESSELU_KERNEL(KeyedKernel, kWipePairsTable, RunPairsTable);
+TESSELU_KERNEL(KeyedAlphaKernel, kWipePairsAndAlpha32, RunPairsAndAlpha32);
+TESSELU_KERNEL(KeyedAlphaKernel, kWipePairsAndAlphaTable, RunPairsAndAlphaTable);
 
 }  // namespace Zan
 

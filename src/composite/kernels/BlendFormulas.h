@@ -2,6 +2,8 @@
 #define TESSELU_SRC_COMPOSITE_KERNELS_BLENDFORMULAS_H
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdint>
 
 // The arithmetic of the blends on one sample, which every vector body must equal.
@@ -34,10 +36,41 @@ constexpr std::uint8_t DissolveOf255Tail(unsigned a, unsigned b, unsigned weight
     return static_cast<std::uint8_t>((weight * a + (255 - weight) * b + 128) >> 8);
 }
 
+/// (x * factor + 16384) >> 15: a product whose rounding processors do in one instruction.
+constexpr int RoundedProduct(int x, int factor) noexcept {
+    return (x * factor + 16384) >> 15;
+}
+
+/// `DissolveOf256` with `weight` up to 127 is b + RoundedProduct(a - b, weight * 128).
+constexpr std::int16_t FactorOf256(unsigned weight) noexcept {
+    return static_cast<std::int16_t>(weight * 128);
+}
+
+/// `DissolveOf255` with `weight` up to 127 is b + RoundedProduct(a - b, FactorOf255(weight)): one of the two
+/// integers around weight * 32768 / 255 is exact for all differences.
+constexpr std::int16_t FactorOf255(unsigned weight) noexcept {
+    constexpr auto kFactors = [] {
+        std::array<std::int16_t, 128> factors{};
+        for (int w = 0; w < 128; ++w) {
+            int factor = w * 32768 / 255;
+            for (int d = -255; d <= 255; ++d) {
+                // w * d / 255, rounded to the nearest.
+                const int wanted = (2 * (w * d + 255 * 255) + 255) / 510 - 255;
+                factor += d > 0 && RoundedProduct(d, factor) < wanted ? 1 : 0;
+                factor += d < 0 && RoundedProduct(d, factor) > wanted ? 1 : 0;
+            }
+            factors[static_cast<std::size_t>(w)] = static_cast<std::int16_t>(factor);
+        }
+        return factors;
+    }();
+    return kFactors[weight];
+}
+
 /// Truncates toward zero and limits to what 32 bits hold.
 constexpr std::int32_t TruncateTo32(double value) noexcept {
-    if (!(value > -2147483648.0))
+    if (!(value > -2147483648.0)) {
         return value == value ? INT32_MIN : 0;
+    }
     return value < 2147483647.0 ? static_cast<std::int32_t>(value) : INT32_MAX;
 }
 
@@ -73,11 +106,13 @@ struct KeyMapFloat {
 
     constexpr std::uint8_t operator()(unsigned key) const noexcept {
         double d = static_cast<double>(key) - threshold;
-        if (!(d > 0))
+        if (!(d > 0)) {
             d = 0;
+        }
         d = d * gain;
-        if (d > 255)
+        if (d > 255) {
             d = 255;
+        }
         d = d + 0.5;
         return d > 0 ? static_cast<std::uint8_t>(d) : 0;
     }
@@ -102,15 +137,15 @@ struct KeyMap32 {
 /// min(255, sum of the absolute differences of bytes 0, 1 and 2).
 constexpr std::uint8_t SumOfDifferences(const std::uint8_t* a, const std::uint8_t* b) noexcept {
     int sum = 0;
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 3; ++i) {
         sum += a[i] < b[i] ? b[i] - a[i] : a[i] - b[i];
+    }
     return static_cast<std::uint8_t>(std::min(sum, 255));
 }
 
-/// One sample between two pixels, weights of 512.
-constexpr std::uint8_t SubPixel(unsigned current, unsigned next, unsigned weightCurrent,
-                                unsigned weightNext) noexcept {
-    return static_cast<std::uint8_t>((((next * weightNext + current * weightCurrent) >> 8) + 1) >> 1);
+/// One sample between two pixels; `weight` is that of the current one, out of 256.
+constexpr std::uint8_t SubPixel(unsigned current, unsigned next, unsigned weight) noexcept {
+    return static_cast<std::uint8_t>((((next * (512 - 2 * weight) + current * 2 * weight) >> 8) + 1) >> 1);
 }
 
 }  // namespace Zan

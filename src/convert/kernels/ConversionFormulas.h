@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "convert/KernelTable.h"
+#include "convert/Coefficients.h"
 
 // The arithmetic of the integer kernels on single pixels. Whatever coefficients a caller hands in, every
 // formula is defined: words wrap and saturate where the name says so, sums of products are exact.

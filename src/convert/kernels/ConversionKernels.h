@@ -1,27 +1,47 @@
 #ifndef TESSELU_SRC_CONVERT_KERNELS_CONVERSIONKERNELS_H
 #define TESSELU_SRC_CONVERT_KERNELS_CONVERSIONKERNELS_H
 
-#include "convert/KernelTable.h"
+#include "simd/Dispatch.h"
+#include "simd/Job.h"
 
 namespace Zan {
 
-// The kernels that are compositions: name, reader, arithmetic, writer, columns of a group, how lines make
-// bands. Columns beyond the last whole group are the tail of a line. The swaps are one body; they differ in
-// the byte that an odd last column leaves alone.
-#define TESSELU_CONVERSIONS(X)                                                                    \
-    X(ConvertCbYCrYToRGB32, CbYCrYReader, SevenBit, Rgb32Writer, 16, SingleLines)                 \
-    X(ConvertRGB32ToCbYCrY, Rgb32Reader, EightBit, CbYCrYWriter, 4, SingleLines)                  \
-    X(ConvertPlanar420ToRGB32, Planar420Reader, Columnwise<2>, Rgb32Writer, 16, LinePairs)        \
-    X(SwapCbYCrYToYCbYCr, RawPairsReader, Repack<SwapInWords>, RawPairsWriter<2>, 2, SingleLines) \
-    X(SwapYCbYCrToCbYCrY, RawPairsReader, Repack<SwapInWords>, RawPairsWriter<3>, 2, SingleLines) \
-    X(MakeMonochromeLines, RawPairsReader, Repack<NeutralChroma>, RawPairsWriter<3>, 2, SingleLines)
+struct FixedPointCoefficients;
 
-#define TESSELU_DECLARE_CONVERSION(NAME, ...) void NAME(const ConversionJob& job);
-TESSELU_CONVERSIONS(TESSELU_DECLARE_CONVERSION)
-#undef TESSELU_DECLARE_CONVERSION
+/// One run of a kernel, from planes to planes by channel.
+///
+/// The planes hold every row that the two formats use, chroma excepted: 4 or 3 bytes a column in packed
+/// formats, whole pixel pairs (4 bytes) in packed 4:2:2 also when the width is odd, one byte a column in an
+/// alpha or luma plane.
+struct ConversionJob {
+    simd::Job<4, 4> planes;
+    const FixedPointCoefficients* coefficients;  ///< null when the two formats are equal
+    std::uint8_t alphaFill;
+};
 
-/// `MakeMonochromeLines`, then the alpha plane.
-void MakeMonochromeLinesAndCopyAlpha(const ConversionJob& job);
+using ConversionKernel = simd::Kernel<void(const ConversionJob&)>;
+
+// Copies. Of an odd width packed 4:2:2 copies whole pairs only.
+extern const ConversionKernel kCopyPixels32;
+extern const ConversionKernel kCopyPixels24;
+extern const ConversionKernel kCopyPairs;
+extern const ConversionKernel kCopyPairsAndAlpha;
+extern const ConversionKernel kCopyBytePlane;
+
+// Seven-bit input.
+extern const ConversionKernel kConvertCbYCrYToRGB32;
+
+// Eight-bit input.
+extern const ConversionKernel kConvertRGB32ToCbYCrY;
+
+// Planes with subsampled chroma.
+extern const ConversionKernel kConvertPlanar420ToRGB32;
+
+// Repacks. The swaps are one body; they differ in the byte that an odd last column leaves alone.
+extern const ConversionKernel kSwapCbYCrYToYCbYCr;
+extern const ConversionKernel kSwapYCbYCrToCbYCrY;
+extern const ConversionKernel kMakeMonochromeLines;
+extern const ConversionKernel kMakeMonochromeLinesAndCopyAlpha;
 
 }  // namespace Zan
 

@@ -1,4 +1,4 @@
-#include "simd/Rows.h"
+#include "simd/Job.h"
 
 #include <atomic>
 
@@ -13,8 +13,14 @@ std::atomic<int> forced{-1};
 
 bool ExceedsCache(std::size_t bytes) noexcept {
     const int mode = forced.load(std::memory_order_relaxed);
-    if (mode >= 0) [[unlikely]]
+    if (mode >= 0) [[unlikely]] {
         return mode != 0;
+    }
+    // Smaller than every last-level cache: spares the question.
+    constexpr std::size_t kAlwaysFits = std::size_t{1} << 18;
+    if (bytes <= kAlwaysFits) {
+        return false;
+    }
     static const std::size_t cache = LastLevelCacheBytes();
     return cache != 0 && bytes > cache / 2;
 }
