@@ -48,4 +48,20 @@ void ToPlanes(const Zan::Image& picture, AVFrame& planes) {
         Unshape(picture, planes);
 }
 
+void FromPlanes(const AVFrame& planes, Zan::Image& picture) {
+    const unsigned pairs = picture.GetWidth() / 2;
+    for (unsigned y = 0; y < picture.GetHeight(); ++y) {
+        std::uint8_t* out = Line(picture, y);
+        const std::uint8_t* luma = planes.data[0] + std::ptrdiff_t{planes.linesize[0]} * y;
+        const std::uint8_t* cb = planes.data[1] + std::ptrdiff_t{planes.linesize[1]} * y;
+        const std::uint8_t* cr = planes.data[2] + std::ptrdiff_t{planes.linesize[2]} * y;
+        for (unsigned i = 0; i < pairs; ++i) {
+            out[4 * i] = cb[i];
+            out[4 * i + 1] = luma[2 * i];
+            out[4 * i + 2] = cr[i];
+            out[4 * i + 3] = luma[2 * i + 1];
+        }
+    }
+}
+
 }  // namespace tool

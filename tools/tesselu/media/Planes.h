@@ -9,6 +9,9 @@ namespace tool {
 /// YUVA422P alpha goes along, and the colours are divided by it.
 void ToPlanes(const Zan::Image& picture, AVFrame& planes);
 
+/// The other way round: packs the planes of a frame in YUV422P.
+void FromPlanes(const AVFrame& planes, Zan::Image& picture);
+
 /// What a sample was before it was multiplied with `alpha`, about the level of black.
 inline std::uint8_t Unshaped(int sample, int black, int alpha) {
     if (alpha == 0)

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "Errors.h"
+#include "media/Planes.h"
 
 namespace tool {
 namespace {
@@ -268,11 +269,12 @@ void Scaler::ConvertColour(const AVFrame& source, const Levels& levels, bool byF
         PackTurned(picture);
         return;
     }
-    const FramePtr packed =
-        ShellOf(AV_PIX_FMT_UYVY422, static_cast<int>(target.width), static_cast<int>(target.height));
-    packed->data[0] = Line(picture, 0);
-    packed->linesize[0] = static_cast<int>(picture.GetPitch(0));
-    colour.Convert(source, levels, *packed, video, byField);
+    // libswscale has vectors for planes, and none for packed 4:2:2.
+    if (!planes)
+        planes =
+            NewFrame(AV_PIX_FMT_YUV422P, static_cast<int>(target.width), static_cast<int>(target.height));
+    colour.Convert(source, levels, *planes, video, byField);
+    FromPlanes(*planes, picture);
 }
 
 namespace {

@@ -32,6 +32,7 @@ private:
     PictureFormat target;
     double aspect;
     Turn turn;
+    FramePtr planes;       ///< of the size of the target, still to be packed
     FramePtr turned;       ///< 4:4:4, still to be turned; unused without a turn
     FramePtr turnedAlpha;  ///< one byte a pixel, still to be turned
     FramePtr shaped;       ///< of the size of the source, with alpha, 4:4:4 or RGB

@@ -8,6 +8,8 @@
 #include <optional>
 #include <utility>
 
+#include "run/Stopwatch.h"
+
 namespace tool {
 
 /// Hands items from one thread to another, a few of them at a time.
@@ -19,7 +21,11 @@ public:
     /// Waits for room. False when the queue is closed; the item is then lost.
     bool Push(Item item) {
         std::unique_lock guard(lock);
-        changed.wait(guard, [this] { return items.size() < capacity || isClosed; });
+        const auto hasRoom = [this] { return items.size() < capacity || isClosed; };
+        if (!hasRoom()) {
+            const WallClock waiting(pushing);
+            changed.wait(guard, hasRoom);
+        }
         if (isClosed)
             return false;
         items.push_back(std::move(item));
@@ -30,13 +36,27 @@ public:
     /// Waits for an item. None when the queue is closed and empty.
     std::optional<Item> Pop() {
         std::unique_lock guard(lock);
-        changed.wait(guard, [this] { return !items.empty() || isClosed; });
+        const auto hasItem = [this] { return !items.empty() || isClosed; };
+        if (!hasItem()) {
+            const WallClock waiting(popping);
+            changed.wait(guard, hasItem);
+        }
         if (items.empty())
             return std::nullopt;
         std::optional<Item> item(std::move(items.front()));
         items.pop_front();
         changed.notify_all();
         return item;
+    }
+
+    /// Seconds that the giving and the taking side have waited for one another.
+    double SecondsPushing() {
+        const std::lock_guard guard(lock);
+        return pushing;
+    }
+    double SecondsPopping() {
+        const std::lock_guard guard(lock);
+        return popping;
     }
 
     /// No more items come in. What is there can still be taken.
@@ -60,6 +80,7 @@ private:
     std::condition_variable changed;
     std::deque<Item> items;
     bool isClosed = false;
+    double pushing = 0, popping = 0;
 };
 
 }  // namespace tool

@@ -36,7 +36,7 @@ struct InputStage {
 
     Reader reader;
     std::optional<Queue<Fields>> queue;
-    std::atomic<double> busy = 0;
+    std::atomic<double> busy = 0;  ///< seconds by the clock that it did not wait for room
 };
 
 /// What the threads of a run share. It lives as long as the last of them.
@@ -77,19 +77,19 @@ struct Pipeline {
 
 void ReadInput(const std::shared_ptr<Pipeline>& run, InputStage& input) {
     try {
+        const double start = WallClock::Now();
         for (long picture = run->first; !run->last || picture <= *run->last; ++picture) {
-            double seconds = 0;
-            Fields fields;
-            {
-                const WallClock running(seconds);
-                if (run->endsWithInputs && input.reader.EndsBefore(picture))
-                    break;
-                for (int field = 0; field < run->FieldsPerPicture(); ++field)
-                    fields[static_cast<std::size_t>(field)] = input.reader.PictureAt(picture, field);
+            if (run->endsWithInputs && input.reader.EndsBefore(picture)) {
+                break;
             }
-            input.busy = input.busy + seconds;
-            if (!input.queue->Push(std::move(fields)))
+            Fields fields;
+            for (int field = 0; field < run->FieldsPerPicture(); ++field) {
+                fields[static_cast<std::size_t>(field)] = input.reader.PictureAt(picture, field);
+            }
+            input.busy = WallClock::Now() - start - input.queue->SecondsPushing();
+            if (!input.queue->Push(std::move(fields))) {
                 return;
+            }
         }
         input.queue->Close();
     } catch (...) {
@@ -99,21 +99,24 @@ void ReadInput(const std::shared_ptr<Pipeline>& run, InputStage& input) {
 
 void WriteOutput(const std::shared_ptr<Pipeline>& run) {
     try {
+        const double start = WallClock::Now();
         while (const auto picture = run->finished->Pop()) {
-            const WallClock running(run->encoding);
             run->writer->Write(**picture);
-            if (run->sheet)
+            if (run->sheet) {
                 run->sheet->Look(**picture);
+            }
         }
         {
             const std::lock_guard guard(run->lock);
-            if (run->fault)
+            if (run->fault) {
                 return;
+            }
         }
-        const WallClock running(run->encoding);
         run->writer->Finish();
-        if (run->sheet)
+        if (run->sheet) {
             run->sheet->Finish();
+        }
+        run->encoding = WallClock::Now() - start - run->finished->SecondsPopping();
     } catch (...) {
         run->Fail(std::current_exception());
     }
@@ -197,7 +200,7 @@ void FindPart(const Command& command, const RunOptions& options, Pipeline& run) 
 std::size_t QueueLength(const PictureFormat& format) {
     constexpr std::size_t kBytes = 64U << 20;
     const std::size_t picture = std::size_t{2} * format.width * format.height;
-    return std::clamp<std::size_t>(kBytes / picture, 1, 4);
+    return std::clamp<std::size_t>(kBytes / picture, 1, 12);
 }
 
 struct Figures {
