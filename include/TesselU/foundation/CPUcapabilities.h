@@ -21,10 +21,10 @@ public:
     /// The best instruction set that passed detection; never below `kMMX` for a detected object.
     CPUinstructionSetEnum WhichInstructionSetIsSupported() const noexcept { return Known().instructionSet; }
     bool IsScalarOnly() const noexcept { return WhichInstructionSetIsSupported() == kScalarOnly; }
-    bool IsMMXsupported() const noexcept { return IsFrom(kMMX); }
-    bool IsSSE_MMXsupported() const noexcept { return IsFrom(kSSE_MMX); }
-    bool IsSIMDsupported() const noexcept { return IsFrom(kSIMD); }
-    bool IsSSE2supported() const noexcept { return WhichInstructionSetIsSupported() == kSSE2; }
+    bool IsMMXsupported() const noexcept { return Has(kMMX); }
+    bool IsSSE_MMXsupported() const noexcept { return Has(kSSE_MMX); }
+    bool IsSIMDsupported() const noexcept { return Has(kSIMD); }
+    bool IsSSE2supported() const noexcept { return Has(kSSE2); }
 
     ULong32 GetNumberOfPhysicalProcessors() const noexcept { return Known().physicalProcessors; }
     ULong32 GetNumberOfLogicalProcessorsPerPhysical() const noexcept { return Known().logicalPerPhysical; }
@@ -46,12 +46,16 @@ private:
     const CPUcapabilities& Known() const noexcept { return isDetected ? *this : OfThisProcessor(); }
     static const CPUcapabilities& OfThisProcessor() noexcept;
 
-    bool IsFrom(CPUinstructionSetEnum least) const noexcept {
-        const CPUinstructionSetEnum set = WhichInstructionSetIsSupported();
-        return set >= least && set <= kSSE2;
+    bool Includes(CPUinstructionSetEnum set) const noexcept {
+        return instructionSet >= set && instructionSet <= kSSE2;
+    }
+    /// The usual answer needs no look at `isDetected`: what stands in a record before is below every detected
+    /// one.
+    bool Has(CPUinstructionSetEnum least) const noexcept {
+        return Includes(least) || (!isDetected && OfThisProcessor().Includes(least));
     }
 
-    CPUinstructionSetEnum instructionSet = kMMX;
+    CPUinstructionSetEnum instructionSet = kMMX;  ///< detection never goes below
     std::uint8_t physicalProcessors = 1;
     std::uint8_t logicalPerPhysical = 1;
     std::uint8_t hyperThreadingState = 0;
