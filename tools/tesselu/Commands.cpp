@@ -12,16 +12,19 @@ std::span<const Command* const> AllCommands() {
 }
 
 const Command* FindCommand(const std::string& name) {
-    for (const Command* command : AllCommands())
-        if (command->name == name)
+    for (const Command* command : AllCommands()) {
+        if (command->name == name) {
             return command;
+        }
+    }
     return nullptr;
 }
 
 std::vector<Option> OptionsOf(const Command& command) {
     std::vector<Option> options = command.options;
-    if (command.makeEffect != nullptr)
+    if (command.makeEffect != nullptr) {
         options.insert(options.end(), CommonRunOptions().begin(), CommonRunOptions().end());
+    }
     options.push_back({.name = "verbose", .help = "let the media libraries speak too"});
     options.push_back({.name = "help", .letter = 'h', .help = "print this help"});
     return options;

@@ -24,33 +24,37 @@ using tool::UsageError;
 /// The words before the command.
 void RunGlobal(const std::vector<std::string>& words) {
     const tool::Arguments arguments(tool::GlobalOptions(), 0, words);
-    if (arguments.Has("help"))
+    if (arguments.Has("help")) {
         std::fputs(tool::ProgramHelp().c_str(), stdout);
-    else if (arguments.Has("help-all"))
+    } else if (arguments.Has("help-all")) {
         std::fputs(tool::WholeHelp().c_str(), stdout);
-    else if (arguments.Has("version"))
+    } else if (arguments.Has("version")) {
         std::fputs(tool::VersionText().c_str(), stdout);
-    else if (arguments.Has("completion"))
+    } else if (arguments.Has("completion")) {
         std::fputs(tool::CompletionFor(arguments.Text("completion")).c_str(), stdout);
+    }
 }
 
 std::string NamesOfCommands() {
     std::string names;
-    for (const tool::Command* command : tool::AllCommands())
+    for (const tool::Command* command : tool::AllCommands()) {
         names += (names.empty() ? "" : ", ") + command->name;
+    }
     return names;
 }
 
 void Run(std::vector<std::string> words) {
-    if (words.empty())
+    if (words.empty()) {
         throw UsageError("a command is needed: " + NamesOfCommands());
+    }
     if (words[0].size() > 1 && words[0][0] == '-') {
         RunGlobal(words);
         return;
     }
     const tool::Command* command = tool::FindCommand(words[0]);
-    if (command == nullptr)
+    if (command == nullptr) {
         throw UsageError(words[0] + ": no such command; there are " + NamesOfCommands());
+    }
     words.erase(words.begin());
     const auto asksForHelp = [](const std::string& word) { return word == "--help" || word == "-h"; };
     if (std::any_of(words.begin(), words.end(), asksForHelp)) {
@@ -60,17 +64,19 @@ void Run(std::vector<std::string> words) {
     const tool::Arguments arguments(tool::OptionsOf(*command), command->inputs.size(), words);
     arguments.RequireAll(command->inputs);
     av_log_set_level(arguments.Has("verbose") ? AV_LOG_INFO : AV_LOG_QUIET);
-    if (command->makeEffect != nullptr)
+    if (command->makeEffect != nullptr) {
         tool::RunCommand(*command, arguments);
-    else
+    } else {
         command->execute(arguments);
+    }
 }
 
 int Guarded(const std::vector<std::string>& words) {
     try {
         Run(words);
-        if (std::fflush(stdout) != 0)
+        if (std::fflush(stdout) != 0) {
             throw tool::Failure("standard output: cannot be written");
+        }
         return tool::kExitSuccess;
     } catch (const UsageError& error) {
         tool::console::Complain(std::string(error.what()) + " (see tesselu --help)");

@@ -27,8 +27,9 @@ template <typename Number>
 std::optional<Number> ParseNumber(std::string_view text) {
     Number number = {};
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size())
+    if (error != std::errc() || end != text.data() + text.size()) {
         return std::nullopt;
+    }
     return number;
 }
 
@@ -41,15 +42,18 @@ std::string Plain(double number) {
 
 long ParseInteger(const Option& option, const std::string& value) {
     const auto number = ParseNumber<long>(value);
-    if (!number || static_cast<double>(*number) < option.least || static_cast<double>(*number) > option.most)
+    if (!number || static_cast<double>(*number) < option.least ||
+        static_cast<double>(*number) > option.most) {
         Refuse(option, value, "a whole number from " + Plain(option.least) + " to " + Plain(option.most));
+    }
     return *number;
 }
 
 double ParseReal(const Option& option, const std::string& value) {
     const auto number = ParseNumber<double>(value);
-    if (!number || !(*number >= option.least && *number <= option.most))
+    if (!number || !(*number >= option.least && *number <= option.most)) {
         Refuse(option, value, "a number from " + Plain(option.least) + " to " + Plain(option.most));
+    }
     return *number;
 }
 
@@ -57,8 +61,9 @@ std::size_t ParseChoice(const Option& option, const std::string& value) {
     const auto found = std::find(option.choices.begin(), option.choices.end(), value);
     if (found == option.choices.end()) {
         std::string known;
-        for (const std::string& choice : option.choices)
+        for (const std::string& choice : option.choices) {
             known += (known.empty() ? "" : ", ") + choice;
+        }
         Refuse(option, value, "unknown; there are " + known);
     }
     return static_cast<std::size_t>(found - option.choices.begin());
@@ -70,15 +75,17 @@ FrameSize ParseSize(const Option& option, const std::string& value) {
     const auto height = times == std::string::npos
                             ? std::nullopt
                             : ParseNumber<unsigned>(std::string_view(value).substr(times + 1));
-    if (!width || !height)
+    if (!width || !height) {
         Refuse(option, value, "not of the form WIDTHxHEIGHT");
+    }
     const auto fits = [](unsigned side) {
         return side >= kSmallestSide && side <= kLargestSide && side % 2 == 0;
     };
-    if (!fits(*width) || !fits(*height))
+    if (!fits(*width) || !fits(*height)) {
         Refuse(option, value,
                "width and height must be even, from " + std::to_string(kSmallestSide) + " to " +
                    std::to_string(kLargestSide));
+    }
     return {*width, *height};
 }
 
@@ -89,12 +96,15 @@ AVRational ParseRate(const Option& option, const std::string& value) {
     if (slash != std::string::npos) {
         const auto above = ParseNumber<int>(std::string_view(value).substr(0, slash));
         const auto below = ParseNumber<int>(std::string_view(value).substr(slash + 1));
-        if (above && below && *below > 0)
+        if (above && below && *below > 0) {
             rate = {*above, *below};
-    } else if (const auto number = ParseNumber<double>(value); number && *number <= kFastest)
+        }
+    } else if (const auto number = ParseNumber<double>(value); number && *number <= kFastest) {
         rate = StandardRate(*number);
-    if (!(av_q2d(rate) >= kSlowest && av_q2d(rate) <= kFastest))
+    }
+    if (!(av_q2d(rate) >= kSlowest && av_q2d(rate) <= kFastest)) {
         Refuse(option, value, "a rate such as 25, 29.97 or 30000/1001, from 0.001 to 1000");
+    }
     return rate;
 }
 
@@ -103,17 +113,20 @@ Interval ParseInterval(const Option& option, const std::string& value) {
     const auto first = ParseNumber<long>(std::string_view(value).substr(0, dash));
     const std::string_view rest = dash == std::string::npos ? "" : std::string_view(value).substr(dash + 1);
     const auto last = ParseNumber<long>(rest);
-    if (dash == std::string::npos || !first || (!rest.empty() && !last))
+    if (dash == std::string::npos || !first || (!rest.empty() && !last)) {
         Refuse(option, value,
                "of the form A-B or A-, counted from 0; the number of frames of a run is --length");
-    if (*first < 0 || *first >= kMostPictures || (last && (*last < *first || *last >= kMostPictures)))
+    }
+    if (*first < 0 || *first >= kMostPictures || (last && (*last < *first || *last >= kMostPictures))) {
         Refuse(option, value, "0 <= A <= B < " + std::to_string(kMostPictures));
+    }
     return {*first, last};
 }
 
 void Check(const Option& option, const std::string& value) {
-    if (value.empty())
+    if (value.empty()) {
         throw UsageError(Spelled(option) + ": the value is empty");
+    }
     switch (option.kind) {
         case ValueKind::kInteger:
             ParseInteger(option, value);
@@ -134,8 +147,9 @@ void Check(const Option& option, const std::string& value) {
             ParseInterval(option, value);
             break;
         case ValueKind::kPngPicture:
-            if (ExtensionOf(value) != ".png")
+            if (ExtensionOf(value) != ".png") {
                 Refuse(option, value, "it is a PNG picture, so its name must end in .png");
+            }
             break;
         default:
             break;
@@ -151,10 +165,12 @@ Arguments::Arguments(std::vector<Option> newOptions, std::size_t inputCount,
     for (std::size_t i = 0; i < words.size(); ++i) {
         const std::string& word = words[i];
         if (optionsEnded || word.size() < 2 || word[0] != '-') {
-            if (inputs.size() == inputCount)
+            if (inputs.size() == inputCount) {
                 throw UsageError(word + ": one argument too many");
-            if (word.empty())
+            }
+            if (word.empty()) {
                 throw UsageError("the name of an input is empty");
+            }
             inputs.push_back(word);
             continue;
         }
@@ -168,37 +184,45 @@ Arguments::Arguments(std::vector<Option> newOptions, std::size_t inputCount,
         const auto option = std::find_if(options.begin(), options.end(), [&](const Option& known) {
             return isLong ? known.name == name : known.letter == name[0];
         });
-        if (option == options.end())
+        if (option == options.end()) {
             throw UsageError(word + ": no such option");
+        }
         std::optional<std::string> value;
-        if (equals != std::string::npos)
+        if (equals != std::string::npos) {
             value = word.substr(equals + 1);
-        else if (!isLong && word.size() > 2)
+        } else if (!isLong && word.size() > 2) {
             value = word.substr(2);
+        }
         if (option->kind == ValueKind::kNone) {
-            if (value)
+            if (value) {
                 throw UsageError(word + ": takes no value");
+            }
             values[option->name] = "";
             continue;
         }
         if (!value) {
-            if (i + 1 == words.size())
+            if (i + 1 == words.size()) {
                 throw UsageError(word + ": a value is missing");
+            }
             value = words[++i];
         }
-        if (values.count(option->name) > 0)
+        if (values.count(option->name) > 0) {
             throw UsageError(Spelled(*option) + " " + *value + ": given twice");
+        }
         Check(*option, *value);
         values[option->name] = *value;
     }
 }
 
 void Arguments::RequireAll(const std::vector<Operand>& operands) const {
-    if (inputs.size() < operands.size())
+    if (inputs.size() < operands.size()) {
         throw UsageError("the input " + operands[inputs.size()].name + " is missing");
-    for (const Option& option : options)
-        if (option.isRequired && !Has(option.name))
+    }
+    for (const Option& option : options) {
+        if (option.isRequired && !Has(option.name)) {
             throw UsageError(Spelled(option) + " " + option.value + " is missing");
+        }
+    }
 }
 
 bool Arguments::Has(std::string_view option) const {
@@ -208,8 +232,9 @@ bool Arguments::Has(std::string_view option) const {
 const Option& Arguments::Find(std::string_view name) const {
     const auto option =
         std::find_if(options.begin(), options.end(), [&](const Option& known) { return known.name == name; });
-    if (option == options.end())
+    if (option == options.end()) {
         throw std::logic_error("no option is called " + std::string(name));
+    }
     return *option;
 }
 

@@ -17,15 +17,17 @@ constexpr const char* kClipKinds[] = {"mkv", "mp4", "y4m", "png"};
 template <std::size_t kCount>
 std::string Joined(const char* const (&words)[kCount], const char* between) {
     std::string text;
-    for (const char* word : words)
+    for (const char* word : words) {
         text.append(text.empty() ? "" : between).append(word);
+    }
     return text;
 }
 
 std::string Joined(const std::vector<std::string>& words, const char* between) {
     std::string text;
-    for (const std::string& word : words)
+    for (const std::string& word : words) {
         text.append(text.empty() ? "" : between).append(word);
+    }
     return text;
 }
 
@@ -33,8 +35,9 @@ std::string Joined(const std::vector<std::string>& words, const char* between) {
 std::string Spellings(const std::vector<Option>& options) {
     std::vector<std::string> words;
     for (const Option& option : options) {
-        if (option.letter != '\0')
+        if (option.letter != '\0') {
             words.push_back(std::string("-") + option.letter);
+        }
         words.push_back(std::string("--") + option.name);
     }
     return Joined(words, " ");
@@ -44,12 +47,13 @@ std::string Spellings(const std::vector<Option>& options) {
 std::string Plain(std::string_view text, std::string_view special) {
     std::string out;
     for (const char c : text) {
-        if (c == '\'')
+        if (c == '\'') {
             out += "'\\''";
-        else if (special.find(c) != std::string_view::npos)
+        } else if (special.find(c) != std::string_view::npos) {
             out += std::string("\\") + c;
-        else
+        } else {
             out += c;
+        }
     }
     return out;
 }
@@ -72,17 +76,20 @@ std::string BashValue(const Option& option) {
 
 std::string BashCase(const std::vector<Option>& options, const std::string& indent) {
     std::string text;
-    for (const Option& option : options)
-        if (option.kind != ValueKind::kNone)
+    for (const Option& option : options) {
+        if (option.kind != ValueKind::kNone) {
             text += indent + (option.letter != '\0' ? std::string("-") + option.letter + "|" : "") + "--" +
                     option.name + ") " + BashValue(option) + "; return ;;\n";
+        }
+    }
     return text;
 }
 
 std::string Bash() {
     std::vector<std::string> names;
-    for (const Command* command : AllCommands())
+    for (const Command* command : AllCommands()) {
         names.push_back(command->name);
+    }
     std::string text = R"(# bash completion for tesselu
 
 _tesselu_files() {
@@ -107,8 +114,9 @@ _tesselu() {
         text += "        " + command->name + ")\n            case $prev in\n" +
                 BashCase(options, "                ") + "            esac\n            case $cur in\n" +
                 "                -*) COMPREPLY=($(compgen -W '" + Spellings(options) + "' -- \"$cur\")) ;;\n";
-        if (!command->inputs.empty())
+        if (!command->inputs.empty()) {
             text += "                *) _tesselu_files '" + Joined(kMediaKinds, "|") + "' ;;\n";
+        }
         text += "            esac\n            ;;\n";
     }
     text += "        --completion) COMPREPLY=($(compgen -W 'bash zsh fish' -- \"$cur\")) ;;\n";
@@ -138,8 +146,9 @@ std::string ZshOptions(const std::vector<Option>& options) {
         const std::string about = std::string("[") + Plain(option.help, "[]:") + "]";
         const std::string value = ZshValue(option);
         const char* equals = option.kind == ValueKind::kNone ? "" : "=";
-        if (option.letter != '\0')
+        if (option.letter != '\0') {
             text += std::string("                '-") + option.letter + about + value + "' \\\n";
+        }
         text += "                '--" + option.name + equals + about + value + "' \\\n";
     }
     return text;
@@ -152,8 +161,9 @@ _tesselu() {
     local -a commands
     commands=(
 )";
-    for (const Command* command : AllCommands())
+    for (const Command* command : AllCommands()) {
         text += "        '" + command->name + ":" + Plain(command->summary, ":") + "'\n";
+    }
     text += R"(    )
     if (( CURRENT == 2 )); then
         _describe command commands
@@ -170,9 +180,10 @@ _tesselu() {
     for (const Command* command : AllCommands()) {
         text += "        " + command->name + ")\n            _arguments -s \\\n" +
                 ZshOptions(OptionsOf(*command));
-        for (const Operand& input : command->inputs)
+        for (const Operand& input : command->inputs) {
             text += std::string("                ':") + Plain(input.name, ":") + ":_files -g \"*.(#i)(" +
                     Joined(kMediaKinds, "|") + ")\"' \\\n";
+        }
         text += "                && return\n            ;;\n";
     }
     return text + "    esac\n}\n\n_tesselu \"$@\"\n";
@@ -182,8 +193,9 @@ _tesselu() {
 
 std::string FishSuffixes(const char* const* kinds, std::size_t count) {
     std::string text;
-    for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t i = 0; i < count; ++i) {
         text += std::string(i == 0 ? "" : " ") + "." + kinds[i];
+    }
     return text;
 }
 
@@ -204,10 +216,11 @@ std::string FishValue(const Option& option) {
 
 std::string FishOptions(const std::vector<Option>& options, const std::string& condition) {
     std::string text;
-    for (const Option& option : options)
+    for (const Option& option : options) {
         text += "complete -c tesselu -n '" + condition + "'" +
                 (option.letter != '\0' ? std::string(" -s ") + option.letter : "") + " -l " + option.name +
                 FishValue(option) + " -d '" + Plain(option.help, "") + "'\n";
+    }
     return text;
 }
 
@@ -222,16 +235,18 @@ end
 
 complete -c tesselu -f
 )";
-    for (const Command* command : AllCommands())
+    for (const Command* command : AllCommands()) {
         text += "complete -c tesselu -n __fish_use_subcommand -a " + command->name + " -d '" +
                 Plain(command->summary, "") + "'\n";
+    }
     text += FishOptions(GlobalOptions(), "__fish_use_subcommand");
     for (const Command* command : AllCommands()) {
         const std::string condition = "__fish_seen_subcommand_from " + command->name;
         text += FishOptions(OptionsOf(*command), condition);
-        if (!command->inputs.empty())
+        if (!command->inputs.empty()) {
             text += "complete -c tesselu -n '" + condition + "' -a '(__tesselu_files " +
                     FishSuffixes(kMediaKinds, std::size(kMediaKinds)) + ")'\n";
+        }
     }
     return text;
 }

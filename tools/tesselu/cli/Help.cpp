@@ -44,10 +44,11 @@ std::string Wrapped(const std::string& text, std::size_t indent, std::size_t fir
 /// A term and its explanation beside it, or below when the term is long.
 std::string Row(const std::string& term, const std::string& help) {
     std::string line = "  " + term;
-    if (line.size() + 2 > kHelpColumn)
+    if (line.size() + 2 > kHelpColumn) {
         line.append("\n").append(kHelpColumn, ' ');
-    else
+    } else {
         line.resize(kHelpColumn, ' ');
+    }
     return line + Wrapped(help, kHelpColumn, kHelpColumn);
 }
 
@@ -56,33 +57,39 @@ std::string Rows(const std::vector<Option>& options) {
     for (const Option& option : options) {
         std::string term = option.letter != '\0' ? std::string("-") + option.letter + ", " : "    ";
         term += "--" + option.name;
-        if (option.kind != ValueKind::kNone)
+        if (option.kind != ValueKind::kNone) {
             term += "=" + option.value;
+        }
         text += Row(term, option.initial.empty() ? option.help : option.help + " [" + option.initial + "]");
     }
     return text;
 }
 
 std::string Capital(std::string text) {
-    if (!text.empty())
+    if (!text.empty()) {
         text[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(text[0])));
+    }
     return text;
 }
 
 std::string UsageOf(const Command& command) {
     std::string usage = "tesselu " + command.name + " [OPTION]...";
-    for (const Operand& input : command.inputs)
+    for (const Operand& input : command.inputs) {
         usage += " " + input.name;
-    for (const Option& option : OptionsOf(command))
-        if (option.isRequired)
+    }
+    for (const Option& option : OptionsOf(command)) {
+        if (option.isRequired) {
             usage += std::string(" -") + option.letter + " " + option.value;
+        }
+    }
     return usage;
 }
 
 std::string ExamplesOf(const std::vector<Example>& examples) {
     std::string text;
-    for (const Example& example : examples)
+    for (const Example& example : examples) {
         text += "  " + example.call + "\n         " + Wrapped(example.about, 9, 9);
+    }
     return text;
 }
 
@@ -96,8 +103,9 @@ std::string ExitStatuses() {
 
 std::string InputRows(const Command& command) {
     std::string text;
-    for (const Operand& input : command.inputs)
+    for (const Operand& input : command.inputs) {
         text += Row(input.name, input.help);
+    }
     return text.empty() ? "" : text + "\n";
 }
 
@@ -115,8 +123,9 @@ const std::vector<Example>& ProgramExamples() {
 
 std::string CommandList() {
     std::string text;
-    for (const Command* command : AllCommands())
+    for (const Command* command : AllCommands()) {
         text += Row(command->name, command->summary);
+    }
     return text;
 }
 
@@ -133,15 +142,17 @@ std::string CommandHelp(const Command& command) {
     std::string text = std::string("Usage: ") + UsageOf(command) + "\n" + Capital(command.summary) + ".\n\n" +
                        Wrapped(command.description, 0, 0) + "\n" + InputRows(command) + "Options:\n" +
                        Rows(OptionsOf(command));
-    if (command.makeEffect != nullptr)
+    if (command.makeEffect != nullptr) {
         text.append("\n").append(Wrapped(kAfterwards, 0, 0));
+    }
     return text + "\nExit status:\n" + ExitStatuses() + "\nExamples:\n" + ExamplesOf(command.examples);
 }
 
 std::string WholeHelp() {
     std::string text = "Usage: tesselu COMMAND [OPTION]... [INPUT]...\n";
-    for (const Command* command : AllCommands())
+    for (const Command* command : AllCommands()) {
         text.append("  or:  ").append(UsageOf(*command)).append("\n");
+    }
     text += Wrapped(kAbout, 0, 0) + "\n" + Wrapped(kAfterwards, 0, 0) + "\nCommands:\n" + CommandList() +
             "\nOptions:\n" + Rows(GlobalOptions());
     for (const Command* command : AllCommands()) {
@@ -150,8 +161,9 @@ std::string WholeHelp() {
     }
     text += "\nOptions of all commands that make pictures:\n" + Rows(CommonRunOptions()) +
             "\n*Exit status*\n\n" + ExitStatuses() + "\nExamples:\n" + ExamplesOf(ProgramExamples());
-    for (const Command* command : AllCommands())
+    for (const Command* command : AllCommands()) {
         text += ExamplesOf(command->examples);
+    }
     return text;
 }
 

@@ -60,9 +60,11 @@ Zan::Path BestPath(const Zan::CPUcapabilities& processor) {
 /// The processor's own name where the system tells it.
 std::string ProcessorName() {
     std::ifstream file("/proc/cpuinfo");
-    for (std::string line; std::getline(file, line);)
-        if (line.rfind("model name", 0) == 0 && line.find(": ") != std::string::npos)
+    for (std::string line; std::getline(file, line);) {
+        if (line.rfind("model name", 0) == 0 && line.find(": ") != std::string::npos) {
             return line.substr(line.find(": ") + 2);
+        }
+    }
     return "unnamed";
 }
 

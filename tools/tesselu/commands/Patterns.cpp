@@ -38,9 +38,11 @@ GradientGenerator::WgrGradientData RecordOf(const Zan::Image& key, double aspect
 
 std::vector<unsigned> DrawnPatterns() {
     std::vector<unsigned> drawn;
-    for (unsigned pattern = 1; pattern <= kLastPattern; ++pattern)
-        if (IsDrawn(pattern))
+    for (unsigned pattern = 1; pattern <= kLastPattern; ++pattern) {
+        if (IsDrawn(pattern)) {
             drawn.push_back(pattern);
+        }
+    }
     return drawn;
 }
 
@@ -49,13 +51,16 @@ std::string Ranges(const std::vector<unsigned>& numbers) {
     std::string text;
     for (std::size_t i = 0; i < numbers.size();) {
         std::size_t last = i;
-        while (last + 1 < numbers.size() && numbers[last + 1] == numbers[last] + 1)
+        while (last + 1 < numbers.size() && numbers[last + 1] == numbers[last] + 1) {
             ++last;
-        if (!text.empty())
+        }
+        if (!text.empty()) {
             text += ", ";
+        }
         text += std::to_string(numbers[i]);
-        if (last > i)
+        if (last > i) {
             text += "-" + std::to_string(numbers[last]);
+        }
         i = last + 1;
     }
     return text;
@@ -69,9 +74,11 @@ Raster Thumbnail(unsigned pattern) {
     const ImagePtr key = NewKey(format);
     DrawPattern(*key, pattern, format.Aspect());
     Raster picture(kWidth, kHeight);
-    for (unsigned y = 0; y < kHeight; ++y)
-        for (unsigned x = 0; x < kWidth; ++x)
+    for (unsigned y = 0; y < kHeight; ++y) {
+        for (unsigned x = 0; x < kWidth; ++x) {
             std::fill_n(picture.At(x, y), 3, Line(*key, y)[x]);
+        }
+    }
     DrawNumber(picture, pattern, 3, 3, 1);
     return picture;
 }
@@ -79,8 +86,9 @@ Raster Thumbnail(unsigned pattern) {
 void WriteSheet(const std::string& path) {
     OutputFile file(path);
     std::vector<Raster> cells;
-    for (const unsigned pattern : DrawnPatterns())
+    for (const unsigned pattern : DrawnPatterns()) {
         cells.push_back(Thumbnail(pattern));
+    }
     constexpr unsigned kColumns = 8, kGap = 6;
     WritePng(file, Grid(cells, kColumns, kGap));
 }
@@ -88,8 +96,9 @@ void WriteSheet(const std::string& path) {
 }  // namespace
 
 bool IsDrawn(unsigned pattern) {
-    if (pattern < 1 || pattern > kLastPattern)
+    if (pattern < 1 || pattern > kLastPattern) {
         return false;
+    }
     PictureFormat format;
     format.width = format.height = 8;
     const ImagePtr key = NewKey(format);
@@ -99,24 +108,27 @@ bool IsDrawn(unsigned pattern) {
 }
 
 void RequireDrawn(unsigned pattern) {
-    if (!IsDrawn(pattern))
+    if (!IsDrawn(pattern)) {
         throw UsageError("--pattern " + std::to_string(pattern) + ": no such pattern; there are " +
                          Ranges(DrawnPatterns()));
+    }
 }
 
 void DrawPattern(Zan::Image& key, unsigned pattern, double aspect) {
     GradientGenerator::WgrGradientData record = RecordOf(key, aspect);
     const int result = GradientGenerator::WgrGenerateGradient(&record, pattern);
-    if (result != 0)
+    if (result != 0) {
         throw Failure("pattern " + std::to_string(pattern) + ": the library returned " +
                       std::to_string(result));
+    }
 }
 
 namespace {
 
 void ListPatterns(const Arguments& arguments) {
-    if (arguments.Has("sheet"))
+    if (arguments.Has("sheet")) {
         WriteSheet(arguments.Text("sheet"));
+    }
     std::size_t drawn = 0;
     for (const PatternName& pattern : kPatternNames) {
         const bool exists = IsDrawn(pattern.number);

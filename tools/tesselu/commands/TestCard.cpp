@@ -32,10 +32,12 @@ public:
     Colour At(unsigned x, unsigned y, long frame) const {
         const unsigned side = height / 5;
         const auto left = static_cast<unsigned>(frame * 8 % width);
-        if (x >= left && x < left + side && y >= 2 * side && y < 3 * side)
+        if (x >= left && x < left + side && y >= 2 * side && y < 3 * side) {
             return kWhite;
-        if (y < height * 3 / 4)
+        }
+        if (y < height * 3 / 4) {
             return kBars[x * kBars.size() / width];
+        }
         const auto ramp = static_cast<std::uint8_t>(16 + x * 219 / width);
         return {128, ramp, 128};
     }
@@ -91,10 +93,11 @@ public:
 
     void Make(std::span<Zan::ImageView>, Zan::ImageView& output, const Moment& moment) override {
         const unsigned width = output.GetImage()->GetWidth(), height = output.GetImage()->GetHeight();
-        if (isZonePlate)
+        if (isZonePlate) {
             Paint(ZonePlate(width, height), output, moment);
-        else
+        } else {
             Paint(Bars(width, height), output, moment);
+        }
     }
 
 private:

@@ -36,8 +36,9 @@ public:
         Zan::ImageView keyView = Whole(*key, output.GetFieldOfInterest());
         const Zan::Long32 status = compositor.CompositeTwoSrcAndAlphaGradient(
             first, second, keyView, output, atEnd ? 1 : 1 - position, softness, style);
-        if (status != Zan::kStatusOk)
+        if (status != Zan::kStatusOk) {
             throw Failure("wipe: the library returned status " + std::to_string(status));
+        }
     }
 
 private:

@@ -15,8 +15,9 @@ Raster Grid(const std::vector<Raster>& cells, unsigned columns, unsigned gap) {
     const auto rows = (static_cast<unsigned>(cells.size()) + columns - 1) / columns;
     constexpr Rgb kBackground = {24, 24, 24};
     Raster sheet(columns * (width + gap) + gap, rows * (height + gap) + gap, kBackground);
-    for (unsigned i = 0; i < cells.size(); ++i)
+    for (unsigned i = 0; i < cells.size(); ++i) {
         Place(sheet, cells[i], gap + i % columns * (width + gap), gap + i / columns * (height + gap));
+    }
     return sheet;
 }
 
@@ -31,8 +32,9 @@ void ContactSheet::Look(const Zan::Image& picture) {
     const auto have = static_cast<long>(cells.size());
     if (have < kMoments && wanted(have) == seen) {
         const Raster cell = ShrinkToWidth(conversion.ToRaster(picture), kCellWidth);
-        for (long moment = have; moment < kMoments && wanted(moment) == seen; ++moment)
+        for (long moment = have; moment < kMoments && wanted(moment) == seen; ++moment) {
             cells.push_back(cell);
+        }
     }
     ++seen;
 }

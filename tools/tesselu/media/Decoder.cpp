@@ -99,8 +99,9 @@ void HearLog(void* who, int level, const char* format, va_list values) {
     if (who != nullptr && level <= AV_LOG_ERROR &&
         *static_cast<const AVClass* const*>(who) == avcodec_get_class()) {
         const auto* codec = static_cast<const AVCodecContext*>(who);
-        if (codec->opaque != nullptr && IsStrict(codec->codec_id))
+        if (codec->opaque != nullptr && IsStrict(codec->codec_id)) {
             ++*static_cast<std::atomic<int>*>(codec->opaque);
+        }
     }
     av_log_default_callback(who, level, format, values);
 }
@@ -133,12 +134,15 @@ void Decoder::OpenInput() {
     if (isSequence) {
         const NumberedName name(path);
         const std::vector<long> numbers = name.NumbersThatExist();
-        if (numbers.empty())
+        if (numbers.empty()) {
             throw Failure(path + ": no such files");
-        for (std::size_t i = 0; i < numbers.size(); ++i)
-            if (numbers[i] != numbers[0] + static_cast<long>(i))
+        }
+        for (std::size_t i = 0; i < numbers.size(); ++i) {
+            if (numbers[i] != numbers[0] + static_cast<long>(i)) {
                 throw Failure(name.At(numbers[0] + static_cast<long>(i)) +
                               ": missing in the middle of the sequence");
+            }
+        }
         format = av_find_input_format("image2");
         settings.Set("start_number", std::to_string(numbers[0]));
         settings.Set("framerate", TextOf(options.rate));
@@ -146,15 +150,18 @@ void Decoder::OpenInput() {
         end = static_cast<double>(numbers.size()) / av_q2d(options.rate);
     } else if (path != kStandardStream) {
         struct stat there = {};
-        if (stat(path.c_str(), &there) != 0)
+        if (stat(path.c_str(), &there) != 0) {
             throw Failure(path + ": " + (errno == ENOENT ? "no such file" : std::strerror(errno)));
+        }
         isRegular = S_ISREG(there.st_mode);
-        if (!isRegular && !S_ISFIFO(there.st_mode) && !S_ISCHR(there.st_mode) && !S_ISSOCK(there.st_mode))
+        if (!isRegular && !S_ISFIFO(there.st_mode) && !S_ISCHR(there.st_mode) && !S_ISSOCK(there.st_mode)) {
             throw Failure(path + ": not a file");
+        }
     }
     if (IsRawName(path, options)) {
-        if (options.rawFormat.empty() || options.rawSize.width == 0)
+        if (options.rawFormat.empty() || options.rawSize.width == 0) {
             throw UsageError(path + ": raw frames need --raw FORMAT and --size WIDTHxHEIGHT");
+        }
         format = av_find_input_format("rawvideo");
         settings.Set("pixel_format", options.rawFormat);
         settings.Set("video_size",
@@ -168,17 +175,22 @@ void Decoder::OpenInput() {
 void Decoder::OpenCodec() {
     const AVCodec* decoder = nullptr;
     stream = av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, &decoder, 0);
-    if (stream == AVERROR_DECODER_NOT_FOUND)
+    if (stream == AVERROR_DECODER_NOT_FOUND) {
         throw Failure(path + ": no decoder for its video");
-    if (stream < 0)
+    }
+    if (stream < 0) {
         throw Failure(path + ": holds no video and no picture");
-    for (unsigned i = 0; i < input->nb_streams; ++i)
-        if (static_cast<int>(i) != stream)
+    }
+    for (unsigned i = 0; i < input->nb_streams; ++i) {
+        if (static_cast<int>(i) != stream) {
             input->streams[i]->discard = AVDISCARD_ALL;
+        }
+    }
 
     codec.reset(avcodec_alloc_context3(decoder));
-    if (!codec)
+    if (!codec) {
         throw std::bad_alloc();
+    }
     CheckLibav(avcodec_parameters_to_context(codec.get(), Stream().codecpar), path + ": cannot be decoded");
     codec->thread_count = options.threads;
     static const bool isHeard = (av_log_set_callback(HearLog), true);
@@ -186,8 +198,9 @@ void Decoder::OpenCodec() {
     codec->opaque = &complaints;  // the threads of the decoder have copies of it
     codec->pkt_timebase = Stream().time_base;
     codec->err_recognition = AV_EF_CRCCHECK;
-    if (IsStrict(decoder->id) && !options.keepGoing)
+    if (IsStrict(decoder->id) && !options.keepGoing) {
         codec->err_recognition |= AV_EF_EXPLODE;
+    }
     CheckLibav(avcodec_open2(codec.get(), decoder, nullptr), path + ": cannot be decoded");
 }
 
@@ -200,14 +213,16 @@ void Decoder::FindRate() {
     rate = isRate(guessed) ? guessed : options.rate;
     // The finest step of a rate that varies is no rate.
     constexpr double kFarAbove = 1.5;
-    if (isRate(mean) && av_q2d(rate) > kFarAbove * av_q2d(mean))
+    if (isRate(mean) && av_q2d(rate) > kFarAbove * av_q2d(mean)) {
         rate = mean;
+    }
     rate = StandardRate(rate);
 }
 
 void Decoder::FindEnd() {
-    if (!isRegular || isSequence)
+    if (!isRegular || isSequence) {
         return;
+    }
     const AVStream& video = Stream();
     const double tick = av_q2d(video.time_base);
     // Some containers say how long their video is; of others the header tells the longest stream, or nothing.
@@ -225,28 +240,33 @@ void Decoder::MeasureByPackets() {
     Dictionary settings;
     if (IsRawName(path, options)) {
         const int frame = av_image_get_buffer_size(codec->pix_fmt, codec->width, codec->height, 1);
-        if (frame > 0)
+        if (frame > 0) {
             end = static_cast<double>(avio_size(input->pb) / frame) / av_q2d(rate);
+        }
         return;
     }
     const InputPtr again = Open(path, LocalFile(path), nullptr, settings);
     CheckLibav(avformat_find_stream_info(again.get(), nullptr), path + ": not a video or picture file");
-    if (static_cast<unsigned>(stream) >= again->nb_streams)
+    if (static_cast<unsigned>(stream) >= again->nb_streams) {
         return;
+    }
     double videoEnd = 0, allEnd = 0;
     while (av_read_frame(again.get(), packet.get()) >= 0) {
         const AVStream& from = *again->streams[packet->stream_index];
         const std::int64_t stamp = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
         if (stamp != AV_NOPTS_VALUE) {
             std::int64_t duration = packet->duration;
-            if (packet->stream_index == stream && duration <= 0)
+            if (packet->stream_index == stream && duration <= 0) {
                 duration = std::llround(1 / av_q2d(rate) / av_q2d(from.time_base));
+            }
             const double until = static_cast<double>(stamp + duration) * av_q2d(from.time_base);
             allEnd = std::max(allEnd, until);
-            if (packet->stream_index == stream)
+            if (packet->stream_index == stream) {
                 videoEnd = std::max(videoEnd, until);
-        } else if (packet->stream_index == stream)
+            }
+        } else if (packet->stream_index == stream) {
             videoEnd += 1 / av_q2d(rate);
+        }
         av_packet_unref(packet.get());
     }
     end = videoEnd;
@@ -255,18 +275,21 @@ void Decoder::MeasureByPackets() {
         const double start =
             input->start_time == AV_NOPTS_VALUE ? 0 : static_cast<double>(input->start_time) / AV_TIME_BASE;
         const double promised = start + static_cast<double>(input->duration) / AV_TIME_BASE;
-        if (promised - allEnd > kMissing)
+        if (promised - allEnd > kMissing) {
             end = promised;
+        }
     }
 }
 
 void Decoder::Damaged(const std::string& what) {
     const std::string line = path + ": damaged after " + Seconds(last + lastDuration) + " (" +
                              std::to_string(frames) + (frames == 1 ? " frame): " : " frames): ") + what;
-    if (!options.keepGoing)
+    if (!options.keepGoing) {
         throw Failure(line);
-    if (!std::exchange(isDamaged, true))
+    }
+    if (!std::exchange(isDamaged, true)) {
         console::Note(line);
+    }
 }
 
 bool Decoder::Next(AVFrame& into, double& time) {
@@ -275,11 +298,13 @@ bool Decoder::Next(AVFrame& into, double& time) {
         return false;
     }
     if (into.decode_error_flags != 0 || (into.flags & AV_FRAME_FLAG_CORRUPT) != 0 ||
-        complaints.exchange(0) > 0)
+        complaints.exchange(0) > 0) {
         Damaged("a frame is not whole");
+    }
 
-    if (into.color_range == AVCOL_RANGE_UNSPECIFIED && IsPictureCodec(codec->codec_id))
+    if (into.color_range == AVCOL_RANGE_UNSPECIFIED && IsPictureCodec(codec->codec_id)) {
         into.color_range = AVCOL_RANGE_JPEG;
+    }
 
     const double tick = av_q2d(Stream().time_base);
     const double nominal = 1 / av_q2d(rate);
@@ -303,37 +328,43 @@ bool Decoder::Receive(AVFrame& into) {
         av_frame_unref(&into);
         const int received = avcodec_receive_frame(codec.get(), &into);
         if (received == 0) {
-            if (into.width > 0 && into.height > 0)
+            if (into.width > 0 && into.height > 0) {
                 return true;
+            }
             continue;
         }
-        if (received == AVERROR_EOF)
+        if (received == AVERROR_EOF) {
             return false;
+        }
         if (received == AVERROR(EAGAIN)) {
             FeedCodec();
             continue;
         }
-        if (received == AVERROR(ENOMEM))
+        if (received == AVERROR(ENOMEM)) {
             throw std::bad_alloc();
+        }
         Damaged(LibavText(received));
     }
 }
 
 void Decoder::FeedCodec() {
-    if (isDraining)
+    if (isDraining) {
         throw Failure(path + ": cannot be decoded");
+    }
     const int read = av_read_frame(input.get(), packet.get());
     if (read < 0) {
         isDraining = true;
         const int error = read != AVERROR_EOF                            ? read
                           : input->pb != nullptr && input->pb->error < 0 ? input->pb->error
                                                                          : 0;
-        if (error < 0 && error != AVERROR_EOF)
+        if (error < 0 && error != AVERROR_EOF) {
             Damaged(LibavText(error));
+        }
         // A stream of plain frames that ends in the middle of one.
         const bool isPlain = IsFormat(*input, "yuv4mpegpipe") || IsFormat(*input, "rawvideo");
-        if (isPlain && bytesEnd > 0 && avio_tell(input->pb) > bytesEnd)
+        if (isPlain && bytesEnd > 0 && avio_tell(input->pb) > bytesEnd) {
             Damaged("it ends in the middle of a frame");
+        }
         avcodec_send_packet(codec.get(), nullptr);
         return;
     }
@@ -347,25 +378,29 @@ void Decoder::FeedCodec() {
                              ? 0  // part of a frame
                              : avcodec_send_packet(codec.get(), packet.get());
         av_packet_unref(packet.get());
-        if (sent == AVERROR(ENOMEM))
+        if (sent == AVERROR(ENOMEM)) {
             throw std::bad_alloc();
-        if (isCorrupt)
+        }
+        if (isCorrupt) {
             Damaged("a frame is not whole");
-        else if (sent < 0)
+        } else if (sent < 0) {
             Damaged(LibavText(sent));
+        }
         return;
     }
     av_packet_unref(packet.get());
 }
 
 void Decoder::LookAtEnd() {
-    if (!end || frames == 0)
+    if (!end || frames == 0) {
         return;
+    }
     const double missing = *end - (last + lastDuration);
     // Headers round, and count frames that are not shown.
     const double tolerance = std::max(0.25, 3.5 / av_q2d(rate));
-    if (missing > tolerance)
+    if (missing > tolerance) {
         Damaged("it ends here, " + Seconds(missing) + " before what it says");
+    }
 }
 
 }  // namespace tool

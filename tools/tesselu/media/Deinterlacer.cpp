@@ -12,9 +12,11 @@ constexpr const char* kAbout = "deinterlacing";
 constexpr int kTicks = 1'000'000;  ///< a second, in the time base of the filter
 
 const AVFilter* FindFilter() {
-    for (const char* name : {"bwdif", "yadif"})
-        if (const AVFilter* filter = avfilter_get_by_name(name))
+    for (const char* name : {"bwdif", "yadif"}) {
+        if (const AVFilter* filter = avfilter_get_by_name(name)) {
             return filter;
+        }
+    }
     throw Failure("the libavfilter of this machine cannot deinterlace; choose --scan tff or bff");
 }
 
@@ -25,8 +27,9 @@ Deinterlacer::Deinterlacer(bool newEveryField, int newThreads)
 
 void Deinterlacer::Build(const AVFrame& frame) {
     graph.reset(avfilter_graph_alloc());
-    if (!graph)
+    if (!graph) {
         throw std::bad_alloc();
+    }
     graph->nb_threads = threads;
     const AVRational aspect = frame.sample_aspect_ratio;
     const std::string format =
@@ -52,23 +55,27 @@ void Deinterlacer::Build(const AVFrame& frame) {
 
 void Deinterlacer::Send(AVFrame* frame, double time) {
     if (frame == nullptr) {
-        if (graph)
+        if (graph) {
             CheckLibav(av_buffersrc_add_frame(source, nullptr), kAbout);
+        }
         return;
     }
-    if (!graph)
+    if (!graph) {
         Build(*frame);
+    }
     frame->pts = std::llround(time * kTicks);
     CheckLibav(av_buffersrc_add_frame(source, frame), kAbout);
 }
 
 bool Deinterlacer::Receive(AVFrame& into, double& time) {
-    if (!graph)
+    if (!graph) {
         return false;
+    }
     av_frame_unref(&into);
     const int received = av_buffersink_get_frame(sink, &into);
-    if (received == AVERROR(EAGAIN) || received == AVERROR_EOF)
+    if (received == AVERROR(EAGAIN) || received == AVERROR_EOF) {
         return false;
+    }
     CheckLibav(received, kAbout);
     time = static_cast<double>(into.pts) * av_q2d(av_buffersink_get_time_base(sink));
     return true;

@@ -11,17 +11,21 @@ namespace {
 
 bool Takes(const AVCodec& codec, AVPixelFormat samples) {
     for (const AVPixelFormat* format = codec.pix_fmts; format != nullptr && *format != AV_PIX_FMT_NONE;
-         ++format)
-        if (*format == samples)
+         ++format) {
+        if (*format == samples) {
             return true;
+        }
+    }
     return false;
 }
 
 const AVCodec* FindEncoder(AVCodecID id, AVPixelFormat samples) {
     void* walk = nullptr;
-    while (const AVCodec* codec = av_codec_iterate(&walk))
-        if (codec->id == id && av_codec_is_encoder(codec) != 0 && Takes(*codec, samples))
+    while (const AVCodec* codec = av_codec_iterate(&walk)) {
+        if (codec->id == id && av_codec_is_encoder(codec) != 0 && Takes(*codec, samples)) {
             return codec;
+        }
+    }
     return nullptr;
 }
 
@@ -40,17 +44,20 @@ int EncodedWriter::WriteBytes(void* self, std::uint8_t* bytes, int size) {
 
 std::int64_t EncodedWriter::SeekBytes(void* self, std::int64_t offset, int whence) {
     auto& writer = *static_cast<EncodedWriter*>(self);
-    if ((whence & AVSEEK_SIZE) != 0)
+    if ((whence & AVSEEK_SIZE) != 0) {
         return AVERROR(ENOSYS);
+    }
     return writer.file.Seek(offset, whence & ~AVSEEK_FORCE);
 }
 
 void EncodedWriter::Check(int result, const char* about) {
-    if (fault)
+    if (fault) {
         std::rethrow_exception(fault);
+    }
     CheckLibav(result, file.Path() + about);
-    if (io->error < 0)
+    if (io->error < 0) {
         CheckLibav(io->error, file.Path() + about);
+    }
 }
 
 EncodedWriter::EncodedWriter(const std::string& path, const PictureFormat& newFormat, Kind kind, int threads)
@@ -58,8 +65,9 @@ EncodedWriter::EncodedWriter(const std::string& path, const PictureFormat& newFo
     OpenOutput(kind);
     OpenEncoder(kind, threads);
     stream = avformat_new_stream(output.get(), nullptr);
-    if (stream == nullptr)
+    if (stream == nullptr) {
         throw std::bad_alloc();
+    }
     constexpr const char* kAbout = ": cannot be written";
     Check(avcodec_parameters_from_context(stream->codecpar, codec.get()), kAbout);
     stream->time_base = codec->time_base;
@@ -68,8 +76,9 @@ EncodedWriter::EncodedWriter(const std::string& path, const PictureFormat& newFo
     stream->sample_aspect_ratio = format.pixelAspect;
     AVDictionary* options = nullptr;
     // Without a way back the index of MP4 comes in pieces.
-    if (kind == kH264Mp4 && !file.IsSeekable())
+    if (kind == kH264Mp4 && !file.IsSeekable()) {
         av_dict_set(&options, "movflags", "frag_keyframe+empty_moov", 0);
+    }
     const int started = avformat_write_header(output.get(), &options);
     av_dict_free(&options);
     Check(started, kAbout);
@@ -86,8 +95,9 @@ void EncodedWriter::OpenOutput(Kind kind) {
     output.reset(context);
     constexpr int kBufferSize = 1 << 16;
     auto* buffer = static_cast<unsigned char*>(av_malloc(kBufferSize));
-    if (buffer == nullptr)
+    if (buffer == nullptr) {
         throw std::bad_alloc();
+    }
     io.reset(avio_alloc_context(buffer, kBufferSize, 1, this, nullptr, WriteBytes,
                                 file.IsSeekable() ? SeekBytes : nullptr));
     if (!io) {
@@ -100,12 +110,14 @@ void EncodedWriter::OpenOutput(Kind kind) {
 void EncodedWriter::OpenEncoder(Kind kind, int threads) {
     const AVPixelFormat samples = format.hasAlpha ? AV_PIX_FMT_YUVA422P : AV_PIX_FMT_YUV422P;
     const AVCodec* encoder = FindEncoder(kind == kH264Mp4 ? AV_CODEC_ID_H264 : AV_CODEC_ID_FFV1, samples);
-    if (encoder == nullptr)
+    if (encoder == nullptr) {
         throw Failure(file.Path() +
                       ": the libavcodec of this machine has no encoder for it in 4:2:2; use .mkv or .y4m");
+    }
     codec.reset(avcodec_alloc_context3(encoder));
-    if (!codec)
+    if (!codec) {
         throw std::bad_alloc();
+    }
     codec->width = static_cast<int>(format.width);
     codec->height = static_cast<int>(format.height);
     codec->pix_fmt = samples;
@@ -122,10 +134,12 @@ void EncodedWriter::OpenEncoder(Kind kind, int threads) {
         codec->flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
         // Both fields of a picture are stored together, line by line.
         codec->field_order = format.scan == Zan::kUpperFieldFirst ? AV_FIELD_TB : AV_FIELD_BT;
-    } else
+    } else {
         codec->field_order = AV_FIELD_PROGRESSIVE;
-    if ((output->oformat->flags & AVFMT_GLOBALHEADER) != 0)
+    }
+    if ((output->oformat->flags & AVFMT_GLOBALHEADER) != 0) {
         codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    }
 
     AVDictionary* options = nullptr;
     if (kind == kLosslessMatroska) {
@@ -135,8 +149,9 @@ void EncodedWriter::OpenEncoder(Kind kind, int threads) {
         // What can be coded at once must not depend on the machine.
         constexpr unsigned kLarge = 1280 * 720;
         codec->slices = format.width * format.height >= kLarge ? 16 : 4;
-    } else
+    } else {
         av_dict_set(&options, "crf", "18", 0);
+    }
     const int opened = avcodec_open2(codec.get(), encoder, &options);
     av_dict_free(&options);
     CheckLibav(opened, file.Path() + ": the encoder refuses the format");
@@ -160,12 +175,14 @@ void EncodedWriter::Drain(AVFrame* picture) {
     Check(avcodec_send_frame(codec.get(), picture), ": cannot be encoded");
     for (;;) {
         const int received = avcodec_receive_packet(codec.get(), packet.get());
-        if (received == AVERROR(EAGAIN) || received == AVERROR_EOF)
+        if (received == AVERROR(EAGAIN) || received == AVERROR_EOF) {
             return;
+        }
         Check(received, ": cannot be encoded");
         packet->stream_index = stream->index;
-        if (packet->duration == 0)
+        if (packet->duration == 0) {
             packet->duration = 1;
+        }
         av_packet_rescale_ts(packet.get(), codec->time_base, stream->time_base);
         Check(av_interleaved_write_frame(output.get(), packet.get()), ": cannot be written");
     }

@@ -8,15 +8,17 @@ namespace tool {
 
 FramePtr NewFrame() {
     FramePtr frame(av_frame_alloc());
-    if (!frame)
+    if (!frame) {
         throw std::bad_alloc();
+    }
     return frame;
 }
 
 PacketPtr NewPacket() {
     PacketPtr packet(av_packet_alloc());
-    if (!packet)
+    if (!packet) {
         throw std::bad_alloc();
+    }
     return packet;
 }
 
@@ -25,8 +27,9 @@ FramePtr NewFrame(AVPixelFormat format, int width, int height) {
     frame->format = format;
     frame->width = width;
     frame->height = height;
-    if (av_frame_get_buffer(frame.get(), 0) < 0)
+    if (av_frame_get_buffer(frame.get(), 0) < 0) {
         throw std::bad_alloc();
+    }
     return frame;
 }
 
@@ -37,8 +40,9 @@ std::string LibavText(int error) {
 }
 
 int CheckLibav(int result, const std::string& about) {
-    if (result >= 0)
+    if (result >= 0) {
         return result;
+    }
     throw Failure(about + " (" + LibavText(result) + ")");
 }
 

@@ -26,8 +26,9 @@ Zan::ImageDescriptor PackedFormat(const PictureFormat& format) {
 }
 
 ImagePtr Checked(ImagePtr image) {
-    if (image->GetMemoryPointer(0) == nullptr)
+    if (image->GetMemoryPointer(0) == nullptr) {
         throw std::bad_alloc();
+    }
     return image;
 }
 

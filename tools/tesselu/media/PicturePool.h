@@ -27,8 +27,9 @@ public:
                 spare->pictures.pop_back();
             }
         }
-        if (!picture)
+        if (!picture) {
             picture = NewPicture(format);
+        }
         return {picture.release(), [back = spare](Zan::Image* image) {
                     const std::lock_guard guard(back->lock);
                     back->pictures.emplace_back(image);

@@ -44,8 +44,9 @@ void ToPlanes(const Zan::Image& picture, AVFrame& planes) {
             luma[2 * i + 1] = in[4 * i + 3];
         }
     }
-    if (planes.format == AV_PIX_FMT_YUVA422P)
+    if (planes.format == AV_PIX_FMT_YUVA422P) {
         Unshape(picture, planes);
+    }
 }
 
 void FromPlanes(const AVFrame& planes, Zan::Image& picture) {

@@ -14,8 +14,9 @@ void FromPlanes(const AVFrame& planes, Zan::Image& picture);
 
 /// What a sample was before it was multiplied with `alpha`, about the level of black.
 inline std::uint8_t Unshaped(int sample, int black, int alpha) {
-    if (alpha == 0)
+    if (alpha == 0) {
         return static_cast<std::uint8_t>(black);
+    }
     const int scaled = (sample - black) * 255;
     const int straight = black + (scaled >= 0 ? scaled + alpha / 2 : scaled - alpha / 2) / alpha;
     return static_cast<std::uint8_t>(straight < 0 ? 0 : straight > 255 ? 255 : straight);

@@ -14,11 +14,13 @@ constexpr const char* kAbout = "encoding a PNG picture";
 
 PngEncoder::PngEncoder(AVPixelFormat samples, int width, int height, int effort, int threads) {
     const AVCodec* encoder = avcodec_find_encoder(AV_CODEC_ID_PNG);
-    if (encoder == nullptr)
+    if (encoder == nullptr) {
         throw Failure("the libavcodec of this machine has no PNG encoder");
+    }
     codec.reset(avcodec_alloc_context3(encoder));
-    if (!codec)
+    if (!codec) {
         throw std::bad_alloc();
+    }
     codec->width = width;
     codec->height = height;
     codec->pix_fmt = samples;
@@ -38,8 +40,9 @@ void PngEncoder::Send(const AVFrame* picture) {
 
 const AVPacket* PngEncoder::Receive() {
     const int received = avcodec_receive_packet(codec.get(), packet.get());
-    if (received == AVERROR(EAGAIN) || received == AVERROR_EOF)
+    if (received == AVERROR(EAGAIN) || received == AVERROR_EOF) {
         return nullptr;
+    }
     CheckLibav(received, kAbout);
     return packet.get();
 }
@@ -48,16 +51,18 @@ void WritePng(OutputFile& file, const Raster& picture) {
     constexpr int kMostEffort = 9;
     const FramePtr frame =
         NewFrame(AV_PIX_FMT_RGB24, static_cast<int>(picture.width), static_cast<int>(picture.height));
-    for (unsigned y = 0; y < picture.height; ++y)
+    for (unsigned y = 0; y < picture.height; ++y) {
         std::copy_n(picture.At(0, y), std::size_t{picture.width} * 3,
                     frame->data[0] + std::ptrdiff_t{frame->linesize[0]} * y);
+    }
     frame->pts = 0;
     PngEncoder encoder(AV_PIX_FMT_RGB24, frame->width, frame->height, kMostEffort, 1);
     encoder.Send(frame.get());
     encoder.Send(nullptr);
     const AVPacket* packet = encoder.Receive();
-    if (packet == nullptr)
+    if (packet == nullptr) {
         throw Failure(file.Path() + ": cannot be encoded");
+    }
     file.Write(packet->data, static_cast<std::size_t>(packet->size));
     file.Keep();
 }

@@ -34,8 +34,9 @@ void PngSequenceWriter::Write(const Zan::Image& picture) {
 
 void PngSequenceWriter::Take() {
     while (const AVPacket* packet = encoder.Receive()) {
-        if (!file)
+        if (!file) {
             file.emplace(name.At(number));
+        }
         file->Write(packet->data, static_cast<std::size_t>(packet->size));
         file->Keep();
         file.reset();

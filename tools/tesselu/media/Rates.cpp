@@ -13,17 +13,20 @@ constexpr AVRational kStandard[] = {{24000, 1001}, {24, 1},        {25, 1}, {300
 constexpr double kNear = 0.0005;
 
 const AVRational* NearestStandard(double rate) {
-    for (const AVRational& standard : kStandard)
-        if (std::abs(rate / av_q2d(standard) - 1) < kNear)
+    for (const AVRational& standard : kStandard) {
+        if (std::abs(rate / av_q2d(standard) - 1) < kNear) {
             return &standard;
+        }
+    }
     return nullptr;
 }
 
 }  // namespace
 
 AVRational StandardRate(double rate) {
-    if (const AVRational* standard = NearestStandard(rate))
+    if (const AVRational* standard = NearestStandard(rate)) {
         return *standard;
+    }
     return av_d2q(rate, 1'000'000);
 }
 

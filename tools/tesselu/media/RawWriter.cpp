@@ -11,10 +11,11 @@ AVPixelFormat RawPixelFormat(const std::string& option, const std::string& name)
     constexpr std::uint64_t kNoPlainSamples =
         AV_PIX_FMT_FLAG_HWACCEL | AV_PIX_FMT_FLAG_PAL | AV_PIX_FMT_FLAG_BITSTREAM;
     if (about == nullptr || (about->flags & kNoPlainSamples) != 0 || sws_isSupportedOutput(format) == 0 ||
-        sws_isSupportedInput(format) == 0)
+        sws_isSupportedInput(format) == 0) {
         throw UsageError(option + " " + name +
                          ": no pixel format of frames; some are uyvy422, yuv422p, yuv420p, yuva422p, rgba, "
                          "bgra, rgb24, gray");
+    }
     return format;
 }
 
@@ -22,10 +23,12 @@ RawWriter::RawWriter(const std::string& path, const PictureFormat& newFormat, AV
     : format(newFormat), file(path) {
     const int width = static_cast<int>(format.width), height = static_cast<int>(format.height);
     planes = NewFrame(format.hasAlpha ? AV_PIX_FMT_YUVA422P : AV_PIX_FMT_YUV422P, width, height);
-    if (pixelFormat != planes->format)
+    if (pixelFormat != planes->format) {
         samples = NewFrame(pixelFormat, width, height);
-    if (RgbConversion::Serves(pixelFormat))
+    }
+    if (RgbConversion::Serves(pixelFormat)) {
         conversion.emplace(format);
+    }
     const int size = CheckLibav(av_image_get_buffer_size(pixelFormat, width, height, 1), path);
     bytes.resize(static_cast<std::size_t>(size));
 }

@@ -11,8 +11,9 @@ namespace tool {
 namespace {
 
 Zan::ScanStyleEnum ScanOf(const AVFrame& frame) {
-    if (frame.interlaced_frame == 0)
+    if (frame.interlaced_frame == 0) {
         return Zan::kProgressive;
+    }
     return frame.top_field_first != 0 ? Zan::kUpperFieldFirst : Zan::kLowerFieldFirst;
 }
 
@@ -20,21 +21,24 @@ Zan::ScanStyleEnum ScanOf(const AVFrame& frame) {
 
 Reader::Reader(std::string newPath, const InputOptions& newOptions)
     : path(std::move(newPath)), options(newOptions), decoder(path, options) {
-    if (!Next(current))
+    if (!Next(current)) {
         throw Failure(path + ": holds no picture that can be decoded");
+    }
     origin = current.time;
     turn = TurnOf(*current.frame, decoder.Stream());
     hasAlpha = ShowsAlpha(*current.frame);
-    if (Width() > kLargestSide || Height() > kLargestSide)
+    if (Width() > kLargestSide || Height() > kLargestSide) {
         throw Failure(path + ": larger than " + std::to_string(kLargestSide) + " pixels or lines");
+    }
     hasNext = Next(next);
     isStill = !hasNext;
     timing.rate = decoder.Rate();
     // Some clips begin with a frame that is progressive by chance.
     if (!isStill) {
         timing.scan = ScanOf(*current.frame);
-        if (timing.scan == Zan::kProgressive)
+        if (timing.scan == Zan::kProgressive) {
             timing.scan = ScanOf(*next.frame);
+        }
     }
 }
 
@@ -75,38 +79,44 @@ void Reader::SetTarget(const PictureFormat& target, double aspect) {
     scaler.emplace(target, aspect, turn);
     pool.emplace(target);
     converted.reset();
-    if (fields == FieldUse::kFrames || fields == FieldUse::kFieldLater || isStill)
+    if (fields == FieldUse::kFrames || fields == FieldUse::kFieldLater || isStill) {
         return;
+    }
     deinterlacer.emplace(fields == FieldUse::kDeinterlaceFields, options.threads);
     // The frames that were looked at already go through the filter, too.
     deinterlacer->Send(current.frame.get(), current.time);
-    if (hasNext)
+    if (hasNext) {
         deinterlacer->Send(next.frame.get(), next.time);
-    if (Next(current))
+    }
+    if (Next(current)) {
         hasNext = Next(next);
+    }
 }
 
 std::optional<long> Reader::Pictures() const {
-    if (!decoder.End())
+    if (!decoder.End()) {
         return std::nullopt;
+    }
     return timeline->Pictures(*decoder.End() - origin);
 }
 
 bool Reader::Next(TimedFrame& into) {
     if (!deinterlacer) {
-        if (!decoderEnded && decoder.Next(*into.frame, into.time))
+        if (!decoderEnded && decoder.Next(*into.frame, into.time)) {
             return true;
+        }
         decoderEnded = true;
         return false;
     }
     const FramePtr decoded = NewFrame();
     while (!deinterlacer->Receive(*into.frame, into.time)) {
-        if (decoderEnded)
+        if (decoderEnded) {
             return false;
+        }
         double time = 0;
-        if (decoder.Next(*decoded, time))
+        if (decoder.Next(*decoded, time)) {
             deinterlacer->Send(decoded.get(), time);
-        else {
+        } else {
             decoderEnded = true;
             deinterlacer->Send(nullptr, 0);
         }
@@ -115,13 +125,15 @@ bool Reader::Next(TimedFrame& into) {
 }
 
 void Reader::LookAtRate() {
-    if (saidRate || deinterlacer)
+    if (saidRate || deinterlacer) {
         return;
+    }
     const double nominal = 1 / av_q2d(timing.rate);
     const double here = next.time - current.time;
     // Stamps in milliseconds, or of two fields and three in turn, are no change of the rate.
-    if (std::abs(here - nominal) <= 0.6 * nominal + 0.001)
+    if (std::abs(here - nominal) <= 0.6 * nominal + 0.001) {
         return;
+    }
     saidRate = true;
     char text[96];
     std::snprintf(text, sizeof text, "a frame of %.0f ms among those of %.1f ms", here * 1e3, nominal * 1e3);
@@ -137,27 +149,31 @@ void Reader::Advance() {
 
 double Reader::EndSeconds() const {
     double duration = 1 / av_q2d(timing.rate);
-    if (deinterlacer)
+    if (deinterlacer) {
         duration /= deinterlacer->FramesPerFrame();
-    else if (current.frame->pkt_duration > 0)
+    } else if (current.frame->pkt_duration > 0) {
         duration = static_cast<double>(current.frame->pkt_duration) * av_q2d(decoder.Stream().time_base);
+    }
     return current.time - origin + duration;
 }
 
 bool Reader::EndsBefore(long picture) {
-    if (isStill)
+    if (isStill) {
         return false;
+    }
     const double reach = origin + timeline->Reach(picture, 0);
-    while (hasNext && next.time <= reach)
+    while (hasNext && next.time <= reach) {
         Advance();
+    }
     return !hasNext && picture >= timeline->Pictures(EndSeconds());
 }
 
 SharedPicture Reader::PictureAt(long picture, int field) {
     if (!isStill) {
         const double reach = origin + timeline->Reach(picture, field);
-        while (hasNext && next.time <= reach)
+        while (hasNext && next.time <= reach) {
             Advance();
+        }
         if (!hasNext && !saidEnd && picture >= timeline->Pictures(EndSeconds())) {
             saidEnd = true;
             console::Note(path + ": ends after " + std::to_string(timeline->Pictures(EndSeconds())) +

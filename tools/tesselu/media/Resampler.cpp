@@ -12,8 +12,9 @@ namespace {
 
 const AVPixFmtDescriptor& Describe(const AVFrame& frame) {
     const AVPixFmtDescriptor* format = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
-    if (format == nullptr)
+    if (format == nullptr) {
         throw Failure("a frame has no pixel format");
+    }
     return *format;
 }
 
@@ -24,8 +25,9 @@ bool HasRgbSamples(const AVFrame& frame) {
 /// Where a line of 4:2:0 chroma lies among the lines of luma that it belongs to, in 256ths of a chroma line:
 /// midway in a frame; a quarter down in the upper field, three quarters in the lower one.
 int ChromaPosition(const AVFrame& frame, int field, int fields) {
-    if (Describe(frame).log2_chroma_h != 1)
+    if (Describe(frame).log2_chroma_h != 1) {
         return -513;  // libswscale's own choice
+    }
     return fields == 1 ? 128 : field == 0 ? 64 : 192;
 }
 
@@ -44,11 +46,13 @@ void Resampler::Prepare(Part& part, const AVFrame& from, const Levels& fromLevel
                           toLevels.space,
                           fields};
     static_assert(sizeof wanted == sizeof part.madeFor);
-    if (part.sws && std::equal(std::begin(wanted), std::end(wanted), std::begin(part.madeFor)))
+    if (part.sws && std::equal(std::begin(wanted), std::end(wanted), std::begin(part.madeFor))) {
         return;
+    }
     part.sws.reset(sws_alloc_context());
-    if (!part.sws)
+    if (!part.sws) {
         throw std::bad_alloc();
+    }
     const auto set = [&](const char* name, int value) { av_opt_set_int(part.sws.get(), name, value, 0); };
     set("srcw", wanted[0]);
     set("srch", wanted[1]);
@@ -118,8 +122,9 @@ FramePtr WithWholeFields(const AVFrame& frame) {
         const int bytes = av_image_get_linesize(static_cast<AVPixelFormat>(frame.format), frame.width, plane);
         for (int y = 0; y < allLines; ++y) {
             int last = y;
-            while (last >= lines)
+            while (last >= lines) {
                 last -= 2;
+            }
             std::memcpy(whole->data[plane] + std::ptrdiff_t{y} * whole->linesize[plane],
                         frame.data[plane] + std::ptrdiff_t{std::max(last, 0)} * frame.linesize[plane],
                         static_cast<std::size_t>(bytes));

@@ -42,8 +42,9 @@ const Zan::Image& RgbConversion::Convert(const Zan::Image& picture) {
         const Stopwatch running(seconds);
         status = converter.Do(source, destination, Zan::kBestAvailable, matrix, nullptr);
     }
-    if (status != Zan::kStatusOk)
+    if (status != Zan::kStatusOk) {
         throw Failure("conversion to RGB: the library returned status " + std::to_string(status));
+    }
     return *rgb;
 }
 
@@ -52,11 +53,14 @@ bool RgbConversion::Serves(AVPixelFormat format) {
     constexpr std::uint64_t kOther = AV_PIX_FMT_FLAG_PLANAR | AV_PIX_FMT_FLAG_BITSTREAM |
                                      AV_PIX_FMT_FLAG_PAL | AV_PIX_FMT_FLAG_HWACCEL | AV_PIX_FMT_FLAG_BAYER |
                                      AV_PIX_FMT_FLAG_FLOAT;
-    if (about == nullptr || (about->flags & AV_PIX_FMT_FLAG_RGB) == 0 || (about->flags & kOther) != 0)
+    if (about == nullptr || (about->flags & AV_PIX_FMT_FLAG_RGB) == 0 || (about->flags & kOther) != 0) {
         return false;
-    for (int i = 0; i < about->nb_components; ++i)
-        if (about->comp[i].depth != 8 || about->comp[i].shift != 0)
+    }
+    for (int i = 0; i < about->nb_components; ++i) {
+        if (about->comp[i].depth != 8 || about->comp[i].shift != 0) {
             return false;
+        }
+    }
     return true;
 }
 
@@ -77,8 +81,9 @@ void RgbConversion::Fill(const Zan::Image& picture, AVFrame& samples) {
             out[red] = Unshaped(bgra[2], 0, opacity);
             out[green] = Unshaped(bgra[1], 0, opacity);
             out[blue] = Unshaped(bgra[0], 0, opacity);
-            if (step == 4)
+            if (step == 4) {
                 out[fourth] = static_cast<std::uint8_t>(opacity);
+            }
         }
     }
 }

@@ -32,8 +32,9 @@ bool IsRgb(const AVFrame& frame) {
 /// Cuts off what lies beyond `aspect` on two sides. A few lines or columns are not worth a cut.
 FramePtr CropToAspect(const AVFrame& frame, double aspect) {
     FramePtr cropped(av_frame_clone(&frame));
-    if (!cropped)
+    if (!cropped) {
         throw std::bad_alloc();
+    }
     const double pixelAspect = av_q2d(PixelAspectOf(frame));
     const double wantedWidth = aspect * frame.height / pixelAspect;
     const double wantedHeight = frame.width * pixelAspect / aspect;
@@ -44,11 +45,12 @@ FramePtr CropToAspect(const AVFrame& frame, double aspect) {
         return static_cast<std::size_t>(std::clamp<long>(steps, 0, std::max(side - step, 0) / (2 * step)) *
                                         step);
     };
-    if (frame.width > wantedWidth * kTolerance)
+    if (frame.width > wantedWidth * kTolerance) {
         cropped->crop_left = cropped->crop_right = margin(frame.width, wantedWidth, 2);
-    else if (frame.height > wantedHeight * kTolerance)
+    } else if (frame.height > wantedHeight * kTolerance) {
         // Whole groups of four lines, so that fields and their chroma keep their places.
         cropped->crop_top = cropped->crop_bottom = margin(frame.height, wantedHeight, 4);
+    }
     CheckLibav(av_frame_apply_cropping(cropped.get(), AV_FRAME_CROP_UNALIGNED), "cropping");
     return cropped;
 }
@@ -64,8 +66,9 @@ Levels LevelsOf(const AVFrame& frame) {
 
 /// A frame to be written anew whenever its size changes.
 AVFrame& Sized(FramePtr& frame, AVPixelFormat format, const AVFrame& like) {
-    if (!frame || frame->format != format || frame->width != like.width || frame->height != like.height)
+    if (!frame || frame->format != format || frame->width != like.width || frame->height != like.height) {
         frame = NewFrame(format, like.width, like.height);
+    }
     return *frame;
 }
 
@@ -78,10 +81,12 @@ void FillGrey(AVFrame& out, const AVFrame& luma, int offset, int step) {
     for (int y = 0; y < out.height; ++y) {
         const std::uint8_t* in = At(luma, 0, y) + offset;
         std::uint8_t* line = At(out, 0, y);
-        for (int x = 0; x < out.width; ++x)
+        for (int x = 0; x < out.width; ++x) {
             line[x] = in[std::ptrdiff_t{x} * step];
-        for (const int plane : {1, 2})
+        }
+        for (const int plane : {1, 2}) {
             std::memset(At(out, plane, y), 128, static_cast<std::size_t>(out.width));
+        }
     }
 }
 
@@ -90,8 +95,9 @@ void CopyBytes(const AVFrame& in, int offset, int step, AVFrame& out, int plane)
     for (int y = 0; y < out.height; ++y) {
         const std::uint8_t* from = At(in, 0, y) + offset;
         std::uint8_t* line = At(out, plane, y);
-        for (int x = 0; x < out.width; ++x)
+        for (int x = 0; x < out.width; ++x) {
             line[x] = from[std::ptrdiff_t{x} * step];
+        }
     }
 }
 
@@ -153,8 +159,9 @@ void Shape(AVFrame& frame, int blackLuma, int blackChroma) {
 }  // namespace
 
 AVColorSpace ColourSpaceOf(const AVFrame& frame) {
-    if (IsRgb(frame))
+    if (IsRgb(frame)) {
         return AVCOL_SPC_RGB;
+    }
     switch (frame.colorspace) {
         case AVCOL_SPC_BT709:
         case AVCOL_SPC_BT470BG:
@@ -176,23 +183,28 @@ AVRational PixelAspectOf(const AVFrame& frame) {
 
 Turn TurnOf(const AVFrame& frame, const AVStream& stream) {
     const std::uint8_t* matrix = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr);
-    if (const AVFrameSideData* own = av_frame_get_side_data(&frame, AV_FRAME_DATA_DISPLAYMATRIX))
+    if (const AVFrameSideData* own = av_frame_get_side_data(&frame, AV_FRAME_DATA_DISPLAYMATRIX)) {
         matrix = own->data;
-    if (matrix == nullptr)
+    }
+    if (matrix == nullptr) {
         return Turn::kNone;
+    }
     // libav counts the angle against the clock; there is none for a matrix without an inverse.
     const double angle = -av_display_rotation_get(reinterpret_cast<const std::int32_t*>(matrix));
-    if (!std::isfinite(angle))
+    if (!std::isfinite(angle)) {
         return Turn::kNone;
+    }
     return static_cast<Turn>((std::lround(angle / 90) + 4) % 4);
 }
 
 bool ShowsAlpha(const AVFrame& frame) {
     const AVPixFmtDescriptor* format = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
-    if (format == nullptr || (format->flags & AV_PIX_FMT_FLAG_ALPHA) == 0)
+    if (format == nullptr || (format->flags & AV_PIX_FMT_FLAG_ALPHA) == 0) {
         return false;
-    if ((format->flags & AV_PIX_FMT_FLAG_PAL) == 0)
+    }
+    if ((format->flags & AV_PIX_FMT_FLAG_PAL) == 0) {
         return true;
+    }
     constexpr int kColours = 256;
     const auto* palette = reinterpret_cast<const std::uint32_t*>(frame.data[1]);
     return std::any_of(palette, palette + kColours, [](std::uint32_t colour) {
@@ -202,21 +214,24 @@ bool ShowsAlpha(const AVFrame& frame) {
 
 Scaler::Scaler(const PictureFormat& newTarget, double newAspect, Turn newTurn)
     : target(newTarget), aspect(newAspect), turn(newTurn) {
-    if (turn == Turn::kNone)
+    if (turn == Turn::kNone) {
         return;
+    }
     const int width = static_cast<int>(target.width), height = static_cast<int>(target.height);
     const bool swaps = SwapsSides(turn);
     turned = NewFrame(AV_PIX_FMT_YUV444P, swaps ? height : width, swaps ? width : height);
-    if (target.hasAlpha)
+    if (target.hasAlpha) {
         turnedAlpha = NewFrame(AV_PIX_FMT_GRAY8, turned->width, turned->height);
+    }
 }
 
 void Scaler::Convert(const AVFrame& frame, Zan::Image& picture) {
     FramePtr source = CropToAspect(frame, SwapsSides(turn) ? 1 / aspect : aspect);
     const Levels levels = LevelsOf(frame);
     const bool byField = frame.interlaced_frame != 0 && target.IsInterlaced() && turn == Turn::kNone;
-    if (byField && !HasWholeFields(*source))
+    if (byField && !HasWholeFields(*source)) {
         source = WithWholeFields(*source);
+    }
 
     const bool isGrey = IsGrey(frame);
     if (!ShowsAlpha(frame)) {
@@ -230,8 +245,9 @@ void Scaler::Convert(const AVFrame& frame, Zan::Image& picture) {
             }
             FillGrey(Sized(withChroma, AV_PIX_FMT_YUV444P, *source), *luma, 0, 1);
             ConvertColour(*withChroma, levels, byField, picture);
-        } else
+        } else {
             ConvertColour(*source, levels, byField, picture);
+        }
         ConvertAlpha(nullptr, byField, picture);
         return;
     }
@@ -245,8 +261,9 @@ void Scaler::Convert(const AVFrame& frame, Zan::Image& picture) {
         CopyBytes(*source, isWide ? 2 + high : 1, isWide ? 4 : 2, straight, 3);
     } else if (IsPackedRgba(frame)) {
         Unpack(*source, straight);
-    } else
+    } else {
         toShaped.Convert(*source, levels, straight, levels, byField);
+    }
     Shape(straight, isRgb || levels.isFull ? 0 : 16, isRgb ? 0 : 128);
     // The same planes without the fourth.
     const FramePtr opaque =
@@ -270,9 +287,10 @@ void Scaler::ConvertColour(const AVFrame& source, const Levels& levels, bool byF
         return;
     }
     // libswscale has vectors for planes, and none for packed 4:2:2.
-    if (!planes)
+    if (!planes) {
         planes =
             NewFrame(AV_PIX_FMT_YUV422P, static_cast<int>(target.width), static_cast<int>(target.height));
+    }
     colour.Convert(source, levels, *planes, video, byField);
     FromPlanes(*planes, picture);
 }
@@ -301,12 +319,14 @@ Place BeforeTurn(Turn turn, const AVFrame& frame, int x, int y) {
 }  // namespace
 
 void Scaler::ConvertAlpha(const AVFrame* alpha, bool byField, Zan::Image& picture) {
-    if (!target.hasAlpha)
+    if (!target.hasAlpha) {
         return;
+    }
     const int width = static_cast<int>(target.width), height = static_cast<int>(target.height);
     if (alpha == nullptr) {
-        for (unsigned y = 0; y < target.height; ++y)
+        for (unsigned y = 0; y < target.height; ++y) {
             std::memset(Line(picture, y, kAlphaChannel), 255, target.width);
+        }
         return;
     }
     if (turn != Turn::kNone) {

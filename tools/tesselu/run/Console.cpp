@@ -15,8 +15,9 @@ bool barIsShown = false;
 bool isQuiet = false;
 
 void Clear() {
-    if (barIsShown)
+    if (barIsShown) {
         std::fputs("\r\033[K", stderr);
+    }
     barIsShown = false;
 }
 
@@ -37,8 +38,9 @@ bool CanShowBar() {
 
 void ShowBar(const std::string& text) {
     const std::lock_guard guard(lock);
-    if (isQuiet)
+    if (isQuiet) {
         return;
+    }
     std::fprintf(stderr, "\r\033[K%s", text.c_str());
     std::fflush(stderr);
     barIsShown = true;
@@ -56,8 +58,9 @@ void Complain(const std::string& text) {
 
 void Note(const std::string& text) {
     const std::lock_guard guard(lock);
-    if (!isQuiet)
+    if (!isQuiet) {
         PrintLine(text);
+    }
 }
 
 void BeQuiet() {

@@ -20,15 +20,17 @@ void CatchInterrupts() {
     sigemptyset(&caught);
     for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
         struct sigaction before = {};
-        if (sigaction(number, nullptr, &before) == 0 && before.sa_handler != SIG_IGN)
+        if (sigaction(number, nullptr, &before) == 0 && before.sa_handler != SIG_IGN) {
             sigaddset(&caught, number);
+        }
     }
     // Threads inherit the mask, so that the signals come to the one that waits for them.
     pthread_sigmask(SIG_BLOCK, &caught, nullptr);
     std::thread([caught] {
         int number = 0;
-        if (sigwait(&caught, &number) != 0)
+        if (sigwait(&caught, &number) != 0) {
             return;
+        }
         OutputFile::RemoveUnfinished();
         console::Complain("interrupted");
         _exit(128 + number);

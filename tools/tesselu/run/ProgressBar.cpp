@@ -19,8 +19,9 @@ constexpr long kCells = 40;
 
 ProgressBar::ProgressBar(std::string newLabel, std::optional<long> newTotal)
     : label(std::move(newLabel)), total(newTotal), shows(console::CanShowBar()), next(started + kPatience) {
-    if (total)
+    if (total) {
         total = std::max(*total, 1L);
+    }
 }
 
 ProgressBar::~ProgressBar() {
@@ -29,8 +30,9 @@ ProgressBar::~ProgressBar() {
 
 void ProgressBar::Show(long done) {
     const auto now = Clock::now();
-    if (!shows || now < next)
+    if (!shows || now < next) {
         return;
+    }
     next = now + kRefresh;
     if (!total) {
         console::ShowBar(label + " " + std::to_string(done));

@@ -26,8 +26,9 @@ public:
             const WallClock waiting(pushing);
             changed.wait(guard, hasRoom);
         }
-        if (isClosed)
+        if (isClosed) {
             return false;
+        }
         items.push_back(std::move(item));
         changed.notify_all();
         return true;
@@ -41,8 +42,9 @@ public:
             const WallClock waiting(popping);
             changed.wait(guard, hasItem);
         }
-        if (items.empty())
+        if (items.empty()) {
             return std::nullopt;
+        }
         std::optional<Item> item(std::move(items.front()));
         items.pop_front();
         changed.notify_all();

@@ -60,17 +60,20 @@ struct Pipeline {
     void Fail(std::exception_ptr what) {
         {
             const std::lock_guard guard(lock);
-            if (!fault)
+            if (!fault) {
                 fault = std::move(what);
+            }
         }
-        for (const auto& input : inputs)
+        for (const auto& input : inputs) {
             input->queue->Abandon();
+        }
         finished->Abandon();
     }
     void ThrowFault() {
         const std::lock_guard guard(lock);
-        if (fault)
+        if (fault) {
             std::rethrow_exception(fault);
+        }
     }
     int FieldsPerPicture() const { return format.IsInterlaced() ? 2 : 1; }
 };
@@ -131,18 +134,21 @@ PictureFormat FormatOf(const RunOptions& options, const Pipeline& run) {
     PictureFormat format;
     const Reader* a = run.inputs.empty() ? nullptr : &run.inputs.front()->reader;
     const Reader* clip = nullptr;
-    for (const auto& input : run.inputs)
-        if (clip == nullptr && !input->reader.IsStill())
+    for (const auto& input : run.inputs) {
+        if (clip == nullptr && !input->reader.IsStill()) {
             clip = &input->reader;
+        }
+    }
 
     const FrameSize size = options.size   ? *options.size
                            : a != nullptr ? FrameSize{Even(a->Width()), Even(a->Height())}
                                           : kSizeWithoutInputs;
-    if (size.width < kSmallestSide || size.height < kSmallestSide)
+    if (size.width < kSmallestSide || size.height < kSmallestSide) {
         throw UsageError(a->Path() + ": its " + std::to_string(a->Width()) + "x" +
                          std::to_string(a->Height()) + " pixels are less than " +
                          std::to_string(kSmallestSide) + "x" + std::to_string(kSmallestSide) +
                          "; --size gives the output another size");
+    }
     format.width = size.width;
     format.height = size.height;
     if (clip != nullptr) {
@@ -153,16 +159,20 @@ PictureFormat FormatOf(const RunOptions& options, const Pipeline& run) {
         format.scan = options.scan.value_or(Zan::kProgressive);
         format.rate = options.input.rate;
     }
-    if (options.outputRate)
+    if (options.outputRate) {
         format.rate = *options.outputRate;
+    }
     if (a != nullptr && options.size) {
         const double aspect = a->Aspect() * format.height / format.width;
         format.pixelAspect = std::abs(aspect - 1) < 0.01 ? AVRational{1, 1} : av_d2q(aspect, 255);
-    } else if (a != nullptr)
+    } else if (a != nullptr) {
         format.pixelAspect = a->PixelAspect();
-    if (HoldsAlpha(options.output, options.out))
-        for (const auto& input : run.inputs)
+    }
+    if (HoldsAlpha(options.output, options.out)) {
+        for (const auto& input : run.inputs) {
             format.hasAlpha = format.hasAlpha || input->reader.HasAlpha();
+        }
+    }
     return format;
 }
 
@@ -172,28 +182,35 @@ void FindPart(const Command& command, const RunOptions& options, Pipeline& run) 
     run.whole = options.length;
     for (const auto& input : run.inputs) {
         const Reader& reader = input->reader;
-        if (reader.IsStill())
+        if (reader.IsStill()) {
             continue;
+        }
         hasClip = true;
         const std::optional<long> pictures = reader.Pictures();
-        if (!pictures)
+        if (!pictures) {
             isEndless = true;
-        else if (!options.length)
+        } else if (!options.length) {
             run.whole = std::min(run.whole.value_or(kMostPictures), *pictures);
+        }
     }
-    if (!hasClip && !run.whole)
+    if (!hasClip && !run.whole) {
         run.whole = kPicturesOfStills;
-    if (!run.whole && (command.needsLength || !options.sheet.empty()))
+    }
+    if (!run.whole && (command.needsLength || !options.sheet.empty())) {
         throw UsageError("the length of the inputs is not known before they end; --length N tells it");
+    }
     run.endsWithInputs = isEndless && !options.length && !command.needsLength;
     run.first = options.part.first;
     run.last = options.part.last;
-    if (!run.whole)
+    if (!run.whole) {
         return;
-    if (run.first >= *run.whole || (run.last && *run.last >= *run.whole))
+    }
+    if (run.first >= *run.whole || (run.last && *run.last >= *run.whole)) {
         throw UsageError("--frames: the whole run has the frames 0-" + std::to_string(*run.whole - 1));
-    if (!run.last)
+    }
+    if (!run.last) {
         run.last = *run.whole - 1;
+    }
 }
 
 /// A few pictures wait before each stage, fewer when they are large.
@@ -235,8 +252,9 @@ void PrintSummary(std::FILE* to, const Command& command, const PictureFormat& fo
                  format.height, format.IsInterlaced() ? "i" : "p", rate);
     std::fprintf(to, "library: %.3f ms of processor time a frame (%s %.3f", library * each,
                  command.name.c_str(), figures.effect * each);
-    if (figures.toRgb > 0)
+    if (figures.toRgb > 0) {
         std::fprintf(to, ", conversion to RGB %.3f", figures.toRgb * each);
+    }
     std::fprintf(to, "), %.0f times real time\n",
                  static_cast<double>(figures.pictures) / rate / std::max(library, 1e-9));
     std::fprintf(to, "beside it: decoding %.3f ms, encoding %.3f ms a frame; %.2f s in all\n",
@@ -248,35 +266,42 @@ void PrintSummary(std::FILE* to, const Command& command, const PictureFormat& fo
 void RunCommand(const Command& command, const Arguments& arguments) {
     const double start = WallClock::Now();
     const RunOptions options(arguments);
-    if (options.isQuiet)
+    if (options.isQuiet) {
         console::BeQuiet();
+    }
     const std::unique_ptr<Effect> effect = command.makeEffect(arguments);
 
     const auto run = std::make_shared<Pipeline>();
     RefuseOverwritingInputs(options.inputs, options.output, options.sheet);
-    for (const std::string& path : options.inputs)
+    for (const std::string& path : options.inputs) {
         run->inputs.push_back(std::make_unique<InputStage>(path, options.input));
+    }
     run->format = FormatOf(options, *run);
     const PictureFormat& format = run->format;
     const double aspect = run->inputs.empty() ? format.Aspect() : run->inputs.front()->reader.Aspect();
-    for (const auto& input : run->inputs)
+    for (const auto& input : run->inputs) {
         input->reader.SetTarget(format, aspect);
+    }
     FindPart(command, options, *run);
-    if (IsSequenceOutput(options.output, options.out))
+    if (IsSequenceOutput(options.output, options.out)) {
         RefuseOverwritingBySequence(options.inputs, options.output, options.sheet, run->first,
                                     run->last.value_or(std::numeric_limits<long>::max()));
+    }
 
     effect->Prepare(format);
     run->writer = OpenWriter(options.output, options.out, format);
-    if (!options.sheet.empty())
+    if (!options.sheet.empty()) {
         run->sheet.emplace(options.sheet, format, *run->last - run->first + 1);
+    }
 
     const std::size_t length = QueueLength(format);
     run->finished.emplace(length);
-    for (const auto& input : run->inputs)
+    for (const auto& input : run->inputs) {
         input->queue.emplace(length);
-    for (const auto& input : run->inputs)
+    }
+    for (const auto& input : run->inputs) {
         std::thread([run, stage = input.get()] { ReadInput(run, *stage); }).detach();
+    }
     std::thread writing([run] { WriteOutput(run); });
 
     Figures figures;
@@ -292,8 +317,9 @@ void RunCommand(const Command& command, const Arguments& arguments) {
         for (moment.picture = run->first; !run->last || moment.picture <= *run->last; ++moment.picture) {
             for (std::size_t i = 0; i < pictures.size(); ++i) {
                 auto fields = run->inputs[i]->queue->Pop();
-                if (!fields)
+                if (!fields) {
                     return;
+                }
                 pictures[i] = std::move(*fields);
             }
             const SharedPicture made = pool.Take();
@@ -301,14 +327,16 @@ void RunCommand(const Command& command, const Arguments& arguments) {
                 const Zan::WhichFieldEnum which = moment.fields == 1  ? Zan::kFrame
                                                   : moment.field == 0 ? Zan::kFirstField
                                                                       : Zan::kSecondField;
-                for (std::size_t i = 0; i < pictures.size(); ++i)
+                for (std::size_t i = 0; i < pictures.size(); ++i) {
                     views[i] = Whole(*pictures[i][static_cast<std::size_t>(moment.field)], which);
+                }
                 Zan::ImageView out = Whole(*made, which);
                 const Stopwatch running(figures.effect);
                 effect->Make(views, out, moment);
             }
-            if (!run->finished->Push(made))
+            if (!run->finished->Push(made)) {
                 return;
+            }
             ++figures.pictures;
             progress.Show(figures.pictures);
         }
@@ -316,8 +344,9 @@ void RunCommand(const Command& command, const Arguments& arguments) {
     try {
         make();
         run->ThrowFault();
-        if (figures.pictures == 0)
+        if (figures.pictures == 0) {
             throw Failure("the inputs hold no picture of the part that was asked for");
+        }
     } catch (...) {
         writing.detach();
         throw;
@@ -326,16 +355,18 @@ void RunCommand(const Command& command, const Arguments& arguments) {
     writing.join();
     run->ThrowFault();
 
-    for (const auto& input : run->inputs)
+    for (const auto& input : run->inputs) {
         figures.decoding = std::max(figures.decoding, input->busy.load());
+    }
     figures.encoding = run->encoding;
     figures.toRgb = run->writer->LibrarySeconds() + (run->sheet ? run->sheet->LibrarySeconds() : 0);
     figures.seconds = WallClock::Now() - start;
     std::FILE* const to = options.output == kStandardStream ? stderr : stdout;
-    if (options.isJson)
+    if (options.isJson) {
         PrintJson(to, command, format, figures);
-    else if (!options.isQuiet)
+    } else if (!options.isQuiet) {
         PrintSummary(to, command, format, figures);
+    }
 }
 
 }  // namespace tool

@@ -100,14 +100,18 @@ RunOptions::RunOptions(const Arguments& arguments)
     input.keepGoing = arguments.Has("keep-going");
     out.kind = arguments.Text("to");
     out.threads = input.threads;
-    if (arguments.Has("scan"))
+    if (arguments.Has("scan")) {
         scan = kScans[arguments.Choice("scan")];
-    if (arguments.Has("size"))
+    }
+    if (arguments.Has("size")) {
         size = arguments.Size("size");
-    if (arguments.Has("output-rate"))
+    }
+    if (arguments.Has("output-rate")) {
         outputRate = arguments.Rate("output-rate");
-    if (arguments.Has("length"))
+    }
+    if (arguments.Has("length")) {
         length = arguments.Integer("length");
+    }
     if (arguments.Has("frames")) {
         part = arguments.Pictures("frames");
         out.first = part.first;
@@ -118,15 +122,18 @@ RunOptions::RunOptions(const Arguments& arguments)
     CheckOutputName(output, out);
     if (!input.rawFormat.empty()) {
         RawPixelFormat("--raw", input.rawFormat);
-        if (!size)
+        if (!size) {
             throw UsageError("--raw " + input.rawFormat + ": needs --size WIDTHxHEIGHT");
+        }
         input.rawSize = *size;
         if (std::none_of(inputs.begin(), inputs.end(),
-                         [this](const std::string& path) { return IsRawName(path, input); }))
+                         [this](const std::string& path) { return IsRawName(path, input); })) {
             throw UsageError("--raw " + input.rawFormat + ": no input is called -, *.yuv, *.rgb or *.raw");
+        }
     }
-    if (std::count(inputs.begin(), inputs.end(), kStandardStream) > 1)
+    if (std::count(inputs.begin(), inputs.end(), kStandardStream) > 1) {
         throw UsageError("-: standard input can be read once only");
+    }
 }
 
 Zan::ProcessingStyleEnum StyleOf(const Arguments& arguments) {

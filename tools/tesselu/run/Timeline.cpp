@@ -10,11 +10,13 @@ constexpr double kJitter = 0.49;  ///< of a frame
 constexpr double kSameRate = 0.001;
 
 FieldUse ChooseFieldUse(const PictureFormat& output, const SourceTiming& source) {
-    if (source.scan == Zan::kProgressive)
+    if (source.scan == Zan::kProgressive) {
         return FieldUse::kFrames;
+    }
     const double faster = av_q2d(output.rate) / av_q2d(source.rate);
-    if (output.IsInterlaced() && std::abs(faster - 1) < kSameRate)
+    if (output.IsInterlaced() && std::abs(faster - 1) < kSameRate) {
         return source.scan == output.scan ? FieldUse::kFrames : FieldUse::kFieldLater;
+    }
     // Lines of one field alone cannot be shown at other times than their own.
     const double shown = output.IsInterlaced() ? 2 * faster : faster;
     return shown > 1 + kSameRate ? FieldUse::kDeinterlaceFields : FieldUse::kDeinterlace;
@@ -27,17 +29,20 @@ Timeline::Timeline(const PictureFormat& output, const SourceTiming& source)
       fieldsPerPicture(output.IsInterlaced() ? 2 : 1),
       fields(ChooseFieldUse(output, source)) {
     double frameDuration = 1 / av_q2d(source.rate);
-    if (fields == FieldUse::kFieldLater)
+    if (fields == FieldUse::kFieldLater) {
         offset = frameDuration / 2;
-    if (fields == FieldUse::kDeinterlaceFields)
+    }
+    if (fields == FieldUse::kDeinterlaceFields) {
         frameDuration /= 2;
+    }
     // Both fields of a frame have its time stamp: the second one lies half a frame above it.
     const bool keepsFields =
         source.scan != Zan::kProgressive && (fields == FieldUse::kFrames || fields == FieldUse::kFieldLater);
-    if (keepsFields)
+    if (keepsFields) {
         tolerance = frameDuration / 4;
-    else
+    } else {
         tolerance = kJitter * std::min(frameDuration, pictureDuration / fieldsPerPicture);
+    }
 }
 
 double Timeline::TimeOf(long picture, int field) const noexcept {
@@ -57,8 +62,9 @@ long Timeline::Pictures(double seconds) const noexcept {
 AVRational OutputRate(const SourceTiming& source, Zan::ScanStyleEnum output) {
     constexpr double kSlowestFieldRate = 40;
     if (output != Zan::kProgressive && source.scan == Zan::kProgressive &&
-        av_q2d(source.rate) >= kSlowestFieldRate)
+        av_q2d(source.rate) >= kSlowestFieldRate) {
         return StandardRate(av_div_q(source.rate, {2, 1}));
+    }
     return source.rate;
 }
 
