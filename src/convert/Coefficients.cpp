@@ -58,6 +58,22 @@ constexpr std::array<BlocksOfKind, kDefaultMatrices.size()> kDefaults = [] {
     return all;
 }();
 
+// Kernels do not test the default matrices of the pairs that they serve.
+static_assert([] {
+    for (std::size_t kind = 0; kind < kDefaults.size(); ++kind) {
+        const bool toYCrCb = kind == kKindStudioRGBToYCrCb || kind == kKindFullRGBToYCrCb;
+        for (const FixedPointCoefficients& block : kDefaults[kind]) {
+            if (toYCrCb && !EightBitSumsFit(block, EightBitOffsets(block))) {
+                return false;
+            }
+        }
+        if (!SevenBitSumsFit(kDefaults[kind][0])) {
+            return false;
+        }
+    }
+    return true;
+}());
+
 }  // namespace
 
 const FixedPointCoefficients& DefaultCoefficients(ConversionKind kind, const CoefficientForm& form) noexcept {

@@ -12,29 +12,41 @@
 namespace Zan {
 namespace {
 
-/// The planes of a view. A channel without memory gives 1, those beyond the fourth too.
-Long32 TakePlanes(const ImageView& view, ConversionSide& side) noexcept {
+/// True when every channel of the view's image has memory, those that a format does not use too.
+bool HasMemory(const ImageView& view) noexcept {
     const Image* image = view.GetImage();
-    if (image == nullptr) {
-        return kStatusNullPointer;
+    const ImageDescriptor* format = image != nullptr ? image->GetImageDescriptor() : nullptr;
+    if (format == nullptr || format->channels.empty()) {
+        return false;
     }
-    const ULong32 channels = image->GetNumberOfChannels();
-    const Long32 left = view.GetRegionOfInterest().getLeft();
-    side.selection = {left > 0, view.GetFieldOfInterest() != kFrame};
-    for (ULong32 channel = 0; channel < channels; ++channel) {
-        Plane plane = PlaneOf(view, channel);
-        if (plane.first == nullptr) {
-            return kStatusNullPointer;
+    for (const ChannelDescriptor& channel : format->channels) {
+        if (!channel.memory || channel.memory->GetAlignedPointer() == nullptr) {
+            return false;
         }
+    }
+    return true;
+}
+
+/// The planes that a format has in a view.
+ConversionSide SideOf(const ImageView& view, ConverterFormat code) noexcept {
+    const Long32 left = view.GetRegionOfInterest().getLeft();
+    ConversionSide side{code, {}, {left > 0, view.GetFieldOfInterest() != kFrame}};
+    const auto take = [&](ULong32 channel) {
+        Plane& plane = side.plane[channel];
+        plane = PlaneOf(view, channel);
         if (left < 0) {
             // The end of the line above is memory, but none of the selection's.
             plane.begin = plane.end;
         }
-        if (channel < 4) {
-            side.plane[channel] = plane;
+    };
+    if (code == kFmtUnknown) {
+        take(0);
+    } else {
+        for (const simd::PlaneUse& use : Formats()[static_cast<std::size_t>(code)].planes) {
+            take(static_cast<ULong32>(use.index));
         }
     }
-    return channels == 0 ? kStatusNullPointer : kStatusOk;
+    return side;
 }
 
 }  // namespace
@@ -58,16 +70,13 @@ void ColorSpaceConverter::GetOffset(double* out) const noexcept {
 
 Long32 ColorSpaceConverter::Do(ImageView& source, ImageView& destination, ProcessingStyleEnum callStyle,
                                double* callMatrix, double* callOffset) {
-    ConversionRequest request;
-    if (const Long32 status = TakePlanes(source, request.source); status != kStatusOk) {
-        return status;
-    }
-    if (const Long32 status = TakePlanes(destination, request.destination); status != kStatusOk) {
-        return status;
+    if (!HasMemory(source) || !HasMemory(destination)) {
+        return kStatusNullPointer;
     }
     const FormatPair formats = ClassifyPair(*source.GetImage(), *destination.GetImage());
-    request.source.format = formats.source;
-    request.destination.format = formats.destination;
+    ConversionRequest request;
+    request.source = SideOf(source, formats.source);
+    request.destination = SideOf(destination, formats.destination);
     request.width = static_cast<Long32>(std::min(source.GetWidth(), destination.GetWidth()));
     request.height = std::min(source.GetHeight(), destination.GetHeight());
     request.style = callStyle;

@@ -64,11 +64,13 @@ Long32 PrepareInteger(const ConversionRequest& request, const PairRecord* pair,
     plan.kernel = pair->integer.run;
     if (pair->source == pair->destination) {
         job.coefficients = nullptr;
+        job.hasDefaults = false;
         return kStatusOk;
     }
     const FixedPointCoefficients& defaults = DefaultCoefficients(pair->kind, pair->form);
     job.coefficients = &defaults;
-    if (request.matrix != nullptr || request.offset != nullptr) {
+    job.hasDefaults = request.matrix == nullptr && request.offset == nullptr;
+    if (!job.hasDefaults) {
         MakeCoefficients(request.matrix != nullptr ? request.matrix : &defaults.matrix[0][0],
                          request.offset != nullptr ? request.offset : &defaults.offset[0][0], pair->form,
                          plan.ownCoefficients);

@@ -134,17 +134,10 @@ Long32 BuildChannels(ImageDescriptor& format, const MemorySource& source) {
 }
 
 float ShareOfPixel(ChannelSamplingEnum sampling) noexcept {
-    switch (sampling) {
-        case kFullSampling:
-            return 1.0F;
-        case kHalfHorizontal:
-            return 0.5F;
-        case kQuarterHorizontal:
-        case kHalfBoth:
-            return 0.25F;
-        default:
-            return 0.0F;
-    }
+    // By the values of the enumeration; both kinds of quarters are a quarter.
+    static constexpr float kShares[] = {1.0F, 0.5F, 0.25F, 0.25F};
+    const auto index = static_cast<std::size_t>(sampling);
+    return index < std::size(kShares) ? kShares[index] : 0.0F;
 }
 
 ChannelDescriptor* ChannelOf(ImageDescriptor* descriptor, ULong32 channel) noexcept {

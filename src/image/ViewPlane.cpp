@@ -48,17 +48,12 @@ std::uint8_t* AddressAt(std::uint8_t* base, std::int64_t offset) noexcept {
         distance < last - address ? address + static_cast<std::uintptr_t>(distance) : last);
 }
 
-std::int64_t SignedPitch(const Image& image, ULong32 channel, bool isField) noexcept {
-    std::int64_t pitch = image.GetPitch(channel);
-    if (image.GetOrigin() == kBottomLeft) {
-        pitch = -pitch;
-    }
-    return isField ? 2 * pitch : pitch;
-}
-
 // Bytes from the start of a line to its column `left`. Planes of sub-sampled chroma are addressed as if they
 // had full width.
 std::int64_t ColumnOffset(const Image& image, ULong32 channel, Long32 left) noexcept {
+    if (left == 0) {
+        return 0;
+    }
     double bytes = 0.0;
     if (image.GetPixelPacking() == kPlanar) {
         bytes = image.GetBytesPerChannel(channel);
@@ -86,18 +81,24 @@ std::int64_t LineOffset(const ImageView& view, std::int64_t top, std::int64_t pi
 
 Plane PlaneOf(const ImageView& view, ULong32 channel) noexcept {
     const Image* const image = view.GetImage();
-    if (!image || !image->GetMemoryPointer(channel)) {
+    const ImageDescriptor* const format = image != nullptr ? image->GetImageDescriptor() : nullptr;
+    if (format == nullptr || channel >= format->channels.size()) {
         return {};
     }
-    auto* const base = static_cast<std::uint8_t*>(image->GetMemoryPointer(channel));
-    const ChannelDescriptor& record = image->GetImageDescriptor()->channels[channel];
+    const ChannelDescriptor& record = format->channels[channel];
+    std::uint8_t* const base = record.memory ? record.memory->GetAlignedPointer() : nullptr;
+    if (base == nullptr) {
+        return {};
+    }
     const Rectangle region = view.GetRegionOfInterest();
-    const std::int64_t pitch = SignedPitch(*image, channel, view.GetFieldOfInterest() != kFrame);
+    const std::int64_t downwards =
+        std::int64_t{record.memory->GetPitch()} * (view.GetFieldOfInterest() != kFrame ? 2 : 1);
+    const std::int64_t pitch = format->origin == kBottomLeft ? -downwards : downwards;
     const int halving = record.sampling == kHalfBoth ? 2 : 1;
-    const ULong32 frameHeight = image->GetHeight() / static_cast<ULong32>(halving);
+    const ULong32 frameHeight = format->height / static_cast<ULong32>(halving);
 
     std::int64_t offset = LineOffset(view, region.getTop() / halving, pitch);
-    if (image->GetOrigin() == kBottomLeft && frameHeight >= 1) {
+    if (format->origin == kBottomLeft && frameHeight >= 1) {
         offset = SaturatedSum(offset, BottomToTop(frameHeight, pitch));
     }
     offset = SaturatedSum(offset, ColumnOffset(*image, channel, region.getLeft()));

@@ -209,7 +209,10 @@ bool LiesInside(const J& job) {
     bool inside = true;
     ForEachPlane<K>(job, [&](auto use, const Plane& plane) {
         constexpr const PlaneUse& kUse = decltype(use)::kUse;
-        inside = inside && plane.Holds(kUse.RowBytes(job.width), RowsOf<K>(kUse, job.height));
+        // Without bounds there is nothing to test; without memory there is nothing.
+        if (plane.IsBounded() || plane.first == nullptr) {
+            inside = inside && plane.Holds(kUse.RowBytes(job.width), RowsOf<K>(kUse, job.height));
+        }
     });
     return inside;
 }
@@ -441,7 +444,7 @@ constexpr std::size_t kVectorBytes = HWY_LANES(std::uint8_t);
 
 /// Vectors that fill a cache line: a step writes no less, so that what goes around the cache leaves in whole
 /// lines.
-constexpr std::size_t kLineVectors = kVectorBytes < 64 ? 64 / kVectorBytes : 1;
+constexpr std::size_t kLineVectors = kVectorBytes < 32 ? 4 : 128 / kVectorBytes;
 
 /// Makes the vectors of a line by `make(index)`, then stores them one behind the other.
 template <class Make, class Put>

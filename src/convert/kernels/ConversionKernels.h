@@ -16,6 +16,7 @@ struct FixedPointCoefficients;
 struct ConversionJob {
     simd::Job<4, 4> planes;
     const FixedPointCoefficients* coefficients;  ///< null when the two formats are equal
+    bool hasDefaults;  ///< the coefficients are those of a default matrix, of which kernels know more
     std::uint8_t alphaFill;
 };
 

@@ -261,7 +261,7 @@ template <class Run>
 void EightBit::WithForm(const ConversionJob& job, const Run& run) {
     const FixedPointCoefficients& c = *job.coefficients;
     const EightBitOffsets offsets(c);
-    if (!EightBitSumsFit(c, offsets)) {
+    if (!job.hasDefaults && !EightBitSumsFit(c, offsets)) {
         run(LiteralEightBit(job));
     } else if (!EightBitGreyIsNeutral(c)) {
         run(FoldedEightBit(job));

@@ -42,23 +42,27 @@ public:
     }
 
 #if HWY_TARGET != HWY_SCALAR
-    static constexpr std::size_t kStep = 2 * kVectorPixels;
+    static constexpr std::size_t kVectors = 4;
+    static constexpr std::size_t kStep = kVectors * kVectorPixels;
 
     template <class Reader, class Writer, class Store>
     HWY_INLINE HWY_ATTR void Step(const Reader& reader, const Writer& writer, const Rows& at, std::size_t x,
                                   Store store) const {
         const DU8 d;
         const std::uint8_t* in = reader.Bytes(at, x);
-        const VU8 first = hn::LoadU(d, in), second = hn::LoadU(d, in + kVectorBytes);
-        std::uint8_t* out = writer.Bytes(at, x);
-        VU8 alpha = hn::Zero(d);
-        if constexpr (Alpha) {
-            alpha = hn::LoadU(d, at.in[3][0] + x);
+        VU8 pairs[kVectors], alpha[kVectors / 2];
+        for (std::size_t i = 0; i < kVectors; ++i) {
+            pairs[i] = hn::LoadU(d, in + i * kVectorBytes);
         }
-        store(d, Op::Vector(first), out);
-        store(d, Op::Vector(second), out + kVectorBytes);
-        if constexpr (Alpha) {
-            store(d, alpha, at.out[3][0] + x);
+        for (std::size_t i = 0; Alpha && i < kVectors / 2; ++i) {
+            alpha[i] = hn::LoadU(d, at.in[3][0] + x + i * kVectorBytes);
+        }
+        std::uint8_t* out = writer.Bytes(at, x);
+        for (std::size_t i = 0; i < kVectors; ++i) {
+            store(d, Op::Vector(pairs[i]), out + i * kVectorBytes);
+        }
+        for (std::size_t i = 0; Alpha && i < kVectors / 2; ++i) {
+            store(d, alpha[i], at.out[3][0] + x + i * kVectorBytes);
         }
     }
 #endif

@@ -183,10 +183,12 @@ private:
 template <class Run>
 void SevenBit::WithForm(const ConversionJob& job, const Run& run) {
     const FixedPointCoefficients& c = *job.coefficients;
-    if (!SevenBitSumsFit(c)) {
+    // The weight of luma is the same in all rows of every matrix that leads to RGB.
+    const bool sharedLuma =
+        c.matrixFixed[0][1] == c.matrixFixed[1][1] && c.matrixFixed[0][1] == c.matrixFixed[2][1];
+    if (!job.hasDefaults && !SevenBitSumsFit(c)) {
         run(LiteralSevenBit(job));
-    } else if (c.matrixFixed[0][1] == c.matrixFixed[1][1] && c.matrixFixed[0][1] == c.matrixFixed[2][1]) {
-        // The weight of luma is the same in all rows of every matrix that leads to RGB.
+    } else if (sharedLuma) {
         run(FoldedSevenBit<true>(job));
     } else {
         run(FoldedSevenBit<false>(job));
