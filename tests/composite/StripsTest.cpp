@@ -62,21 +62,21 @@ TEST(Strips, OfOperationsOnPlainMemory) {
     });
 }
 
-// Parts of every view, of a frame or of a field.
-struct Part {
+// Of every view, in a frame or in a field.
+struct Columns {
     Zan::WhichFieldEnum field;
     Zan::Long32 left, width;
 };
 
 TEST(Strips, OfOperationsOnViews) {
-    const Part parts[] = {{Zan::kFrame, 0, 40},      {Zan::kFrame, 4, 23},     {Zan::kUpperField, 0, 40},
-                          {Zan::kLowerField, 2, 31}, {Zan::kFirstField, 0, 3}, {Zan::kFrame, 0, 300}};
+    const Columns parts[] = {{Zan::kFrame, 0, 40},      {Zan::kFrame, 4, 23},     {Zan::kUpperField, 0, 40},
+                             {Zan::kLowerField, 2, 31}, {Zan::kFirstField, 0, 3}, {Zan::kFrame, 0, 300}};
     OnEveryMachine([&](Zan::ZanCompositor& compositor, const Machine& machine) {
         for (const ViewOperation& operation : ViewOperations()) {
             if (operation.isPass && !machine.HasSse2()) {
                 continue;
             }
-            for (const Part& part : parts) {
+            for (const Columns& part : parts) {
                 for (const bool padded : {false, true}) {
                     // Planes of words have pitches of whole words: others are cut.
                     const auto width = static_cast<Zan::ULong32>(part.left + part.width + 3) / 4 * 4;
@@ -117,6 +117,105 @@ TEST(Strips, OfOperationsOnViews) {
                         ASSERT_EQ(together, whole);
                         ASSERT_EQ(written.Colour(), colour);
                         ASSERT_EQ(written.Alpha(), alpha);
+                    }
+                }
+            }
+        }
+    });
+}
+
+// A destination one line below or above a source: line after line, whether lines touch or not.
+TEST(Strips, OfPlanesThatOverlapByLines) {
+    OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine&) {
+        for (const RawOperation& operation : RawOperations()) {
+            const std::size_t source = 0, last = operation.pixelBytes.size() - 1;
+            if (operation.pixelBytes[last] != operation.pixelBytes[source]) {
+                continue;
+            }
+            for (const unsigned path : operation.codePaths) {
+                for (const Zan::ULong32 width : {8U, 16U, 61U, 304U}) {
+                    for (const std::size_t padding : {0U, 12U}) {
+                        for (const int down : {1, -1}) {
+                            SCOPED_TRACE(::testing::Message()
+                                         << operation.name << ", path " << path << ", width " << width
+                                         << ", padding " << padding << ", down " << down);
+                            const std::size_t rowBytes = std::size_t{4} * width;
+                            const auto pitch = static_cast<std::ptrdiff_t>(rowBytes + padding);
+                            RawPlane shared(rowBytes, kRows + 1, pitch);
+                            std::vector<std::unique_ptr<RawPlane>> others;
+                            RawOperation::Planes first(last + 1, nullptr);
+                            RawOperation::Pitches pitches(last + 1, static_cast<Zan::Long32>(pitch));
+                            for (std::size_t i = 1; i < last; ++i) {
+                                const std::size_t bytes = operation.pixelBytes[i] * width;
+                                others.push_back(std::make_unique<RawPlane>(
+                                    bytes, kRows, static_cast<std::ptrdiff_t>(bytes + padding)));
+                                first[i] = others.back()->First();
+                                pitches[i] = others.back()->Pitch();
+                            }
+                            first[source] = shared.First() + (down > 0 ? 0 : pitch);
+                            first[last] = shared.First() + (down > 0 ? pitch : 0);
+                            const PlaneModel before = shared.Model();
+                            for (Zan::ULong32 y = 0; y < kRows; ++y) {
+                                RawOperation::Planes row = first;
+                                for (std::size_t i = 0; i < row.size(); ++i) {
+                                    row[i] += static_cast<std::ptrdiff_t>(y) * pitches[i];
+                                }
+                                ASSERT_EQ(operation.run(compositor, row, pitches, width, 1, path), 0);
+                            }
+                            const PlaneModel lineByLine = shared.Model();
+                            std::copy(before.bytes.begin(), before.bytes.end(),
+                                      shared.First() - before.first);
+                            ASSERT_EQ(operation.run(compositor, first, pitches, width, kRows, path), 0);
+                            ASSERT_TRUE(Matches(lineByLine, shared.Memory()));
+                        }
+                    }
+                }
+            }
+        }
+    });
+}
+
+TEST(Strips, OfViewsThatOverlapByLines) {
+    OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
+        for (const ViewOperation& operation : ViewOperations()) {
+            if (!operation.writes || operation.planes.size() < 3 ||
+                (operation.isPass && !machine.HasSse2())) {
+                continue;
+            }
+            for (const Zan::ULong32 width : {8U, 16U, 64U, 304U}) {
+                for (const Zan::ULong32 padding : {0U, 8U}) {
+                    for (const Zan::Long32 down : {1, -1}) {
+                        SCOPED_TRACE(::testing::Message() << operation.name << ", width " << width
+                                                          << ", padding " << padding << ", down " << down);
+                        std::vector<Format> formats = operation.operands(width, kRows + 1);
+                        for (Format& format : formats) {
+                            format = format.Padded(padding, padding);
+                        }
+                        Call call(formats);
+                        Picture& shared = *call.pictures.front();
+                        const auto run = [&](Zan::Long32 first, Zan::Long32 rows) {
+                            const auto columns = static_cast<Zan::Long32>(width);
+                            for (Zan::ImageView& view : call.views) {
+                                view.SetRegionOfInterest(Zan::Rectangle(0, first, columns, rows),
+                                                         Zan::kFrame);
+                            }
+                            call.views.front() = Part(shared, 0, first + (down < 0 ? 1 : 0), columns, rows);
+                            call.views.back() = Part(shared, 0, first + (down < 0 ? 0 : 1), columns, rows);
+                            Zan::ULong32 result = 0;
+                            EXPECT_EQ(operation.run(compositor, call.views, Zan::kBestAvailable, result), 0);
+                        };
+                        const Bytes colourBefore = shared.Colour(), alphaBefore = shared.Alpha();
+                        for (Zan::Long32 y = 0; y < static_cast<Zan::Long32>(kRows); ++y) {
+                            run(y, 1);
+                        }
+                        const Bytes colour = shared.Colour(), alpha = shared.Alpha();
+                        std::copy(colourBefore.begin(), colourBefore.end(),
+                                  shared.ColourMemory().Data() - shared.ColourMemory().GuardLength());
+                        std::copy(alphaBefore.begin(), alphaBefore.end(),
+                                  shared.AlphaMemory().Data() - shared.AlphaMemory().GuardLength());
+                        run(0, static_cast<Zan::Long32>(kRows));
+                        ASSERT_EQ(shared.Colour(), colour);
+                        ASSERT_EQ(shared.Alpha(), alpha);
                     }
                 }
             }

@@ -272,11 +272,32 @@ TEST(ConverterPlanes, CopiesInsideOneImageGoLineAfterLine) {
                     continue;
                 }
                 for (const Long32 down : {1, 2, -1, -2}) {
+                    ASSERT_NO_FATAL_FAILURE(ExpectCopyInside(format, size, 0, 0, down));
                     ASSERT_NO_FATAL_FAILURE(ExpectCopyInside(format, size, 8, 0, down));
-                    if (down < 0) {
-                        ASSERT_NO_FATAL_FAILURE(ExpectCopyInside(format, size, 0, 0, down));
+                }
+            }
+        }
+    });
+}
+
+// Chroma made neutral, one line further down: line after line, so that all lines become the first one.
+TEST(ConverterPlanes, MonochromeInsideOneImageGoesLineAfterLine) {
+    ForEveryRun([](const RunsAs&) {
+        for (const unsigned width : {2U, 16U, 20U, 32U, 48U, 64U, 400U}) {
+            for (const unsigned padding : {0U, 8U}) {
+                ConvertedPicture picture(kFmtCbYCrYMono, width, 6, {padding, 0, false});
+                ExpectedPicture expected(picture);
+                for (std::size_t y = 1; y < 6; ++y) {
+                    for (std::size_t i = 0; i < std::size_t{2} * width; ++i) {
+                        expected.Set(0, i, y, i % 2 == 0 ? 128 : picture.At(0, i, 0));
                     }
                 }
+                const auto columns = static_cast<Long32>(width);
+                ImageView from(picture, Rectangle(0, 0, columns, 5), kFrame);
+                ImageView to(picture, Rectangle(0, 1, columns, 5), kFrame);
+                ColorSpaceConverter converter;
+                ASSERT_EQ(converter.Do(from, to, kInt_MMXorSIMD, nullptr, nullptr), 0);
+                ASSERT_EQ(expected.FirstDifference(), "") << width << ", padding " << padding;
             }
         }
     });
