@@ -82,7 +82,7 @@ void ExpectWords(Paint& paint, Kernel kernel, std::ptrdiff_t pitch, unsigned wor
     for (unsigned y = 0; y < height; ++y) {
         const std::ptrdiff_t row = y * pitch;
         std::ptrdiff_t count = words;
-        if (kernel == Kernel::kSse2) {
+        if (kernel == Kernel::kSse2 && paint.ToBoundary(row, 4) == 0) {
             count = std::max(count, paint.ToBoundary(row, 16) / 4);
         } else if (kernel == Kernel::kSse && paint.ToBoundary(row, 8) != 0) {
             count = std::max<std::ptrdiff_t>(count, 1);
@@ -250,6 +250,23 @@ TEST(Fill, AlignmentStepEndsWithThePlane) {
                 for (Zan::Long32 width = 1; width <= 5; ++width) {
                     ASSERT_NO_FATAL_FAILURE(CheckFill(compositor, machine, Format::Grey(23, 3).Slack(slack),
                                                       {23 - width, 0, width, 3}, style, 0x5A, kPlain));
+                }
+            }
+        }
+    });
+}
+
+// From an odd address steps of a word never meet the boundary: there is nothing to write on to.
+TEST(Fill, ShortRowsOfWordsAtOddAddressesEndWithTheRow) {
+    OnEveryMachine([](Zan::ZanCompositor& compositor, const Machine& machine) {
+        for (const int style : {0, 2, 3, 5}) {
+            for (std::size_t slack = 0; slack < 32; ++slack) {
+                for (Zan::Long32 width = 1; width <= 5; ++width) {
+                    ASSERT_NO_FATAL_FAILURE(CheckFill(compositor, machine, Format::Rgb(8, 3).Slack(slack),
+                                                      {1, 0, width, 3}, style, kColour, kPlain));
+                    ASSERT_NO_FATAL_FAILURE(CheckFill(compositor, machine,
+                                                      Format::YCrCb(16, 3, Zan::k422).Slack(slack),
+                                                      {2, 0, 2 * width, 3}, style, kColour, kPlain));
                 }
             }
         }
