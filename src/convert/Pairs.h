@@ -24,7 +24,7 @@ enum PairPaths : unsigned {
 struct IntegerKernel {
     const ConversionKernel* run = nullptr;
     const char* nameWithoutSse2 = nullptr;
-    const char* nameWithSse2 = nullptr;
+    const char* nameWithSse2 = nameWithoutSse2;
 };
 
 /// What is known of a conversion.

@@ -48,16 +48,16 @@ struct Kernel<void(Arguments...)> {
 // The slots in the order of Target. Highway has no targets above SSSE3 for 32-bit x86.
 #if defined(__x86_64__)
 #define TESSELU_FORMS(FN) \
-    { &N_SCALAR::FN, &N_SSSE3::FN, &N_AVX2::FN, &N_AVX3::FN, nullptr }
+    { &N_SCALAR::FN, &N_SSSE3::FN, &N_AVX2::FN, &N_AVX3::FN, &N_AVX3::FN, nullptr }
 #elif defined(__i386__)
 #define TESSELU_FORMS(FN) \
-    { &N_SCALAR::FN, &N_SSSE3::FN, nullptr, nullptr, nullptr }
+    { &N_SCALAR::FN, &N_SSSE3::FN, nullptr, nullptr, nullptr, nullptr }
 #elif defined(__aarch64__)
 #define TESSELU_FORMS(FN) \
-    { &N_SCALAR::FN, nullptr, nullptr, nullptr, &N_NEON::FN }
+    { &N_SCALAR::FN, nullptr, nullptr, nullptr, nullptr, &N_NEON::FN }
 #else
 #define TESSELU_FORMS(FN) \
-    { &N_SCALAR::FN, nullptr, nullptr, nullptr, nullptr }
+    { &N_SCALAR::FN, nullptr, nullptr, nullptr, nullptr, nullptr }
 #endif
 
 // The linker puts the pointers of all files one behind the other.

@@ -21,8 +21,9 @@ struct Registers {
 
 Registers Leaf(unsigned leaf, unsigned subleaf = 0) {
     Registers r;
-    if (__get_cpuid_count(leaf, subleaf, &r.eax, &r.ebx, &r.ecx, &r.edx) == 0)
+    if (__get_cpuid_count(leaf, subleaf, &r.eax, &r.ebx, &r.ecx, &r.edx) == 0) {
         return Registers{};
+    }
     return r;
 }
 
@@ -43,19 +44,25 @@ constexpr std::uint32_t Bit(int n) {
 // The bits are those that Highway's targets of the same name are compiled with.
 Target Detect() {
     const Registers one = Leaf(1);
-    if (!All(one.edx, Bit(25) | Bit(26)) || !All(one.ecx, Bit(0) | Bit(9)))
+    if (!All(one.edx, Bit(25) | Bit(26)) || !All(one.ecx, Bit(0) | Bit(9))) {
         return kPortable;
+    }
     const Registers seven = Leaf(7), extended = Leaf(0x80000001U);
     const bool sse4 = All(one.ecx, Bit(19) | Bit(20) | Bit(1) | Bit(25));
     const bool osSavesAVX = All(one.ecx, Bit(27)) && All(SavedStates(), 0x6);
     const bool avx2 = osSavesAVX && sse4 && All(one.ecx, Bit(28) | Bit(12) | Bit(29)) &&
                       All(seven.ebx, Bit(5) | Bit(3) | Bit(8)) && All(extended.ecx, Bit(5));
     // Kernels have no bodies above SSSE3 on 32-bit x86.
-    if (!avx2 || sizeof(void*) == 4)
+    if (!avx2 || sizeof(void*) == 4) {
         return kSSSE3;
+    }
     const bool avx512 =
         All(SavedStates(), 0xE6) && All(seven.ebx, Bit(16) | Bit(17) | Bit(28) | Bit(30) | Bit(31));
-    return avx512 ? kAVX512 : kAVX2;
+    if (!avx512) {
+        return kAVX2;
+    }
+    // VBMI and VNNI.
+    return All(seven.ecx, Bit(1) | Bit(11)) ? kAVX512DL : kAVX512;
 }
 
 #elif defined(__aarch64__)
@@ -79,8 +86,9 @@ Target BestTarget() noexcept {
 
 Target CurrentTarget() noexcept {
     const int value = current.load(std::memory_order_relaxed);
-    if (value >= 0) [[likely]]
+    if (value >= 0) [[likely]] {
         return static_cast<Target>(value);
+    }
     const Target best = BestTarget();
     current.store(static_cast<int>(best), std::memory_order_relaxed);
     return best;
@@ -97,7 +105,8 @@ void LimitTarget(Target target) noexcept {
 }
 
 const char* TargetName(Target target) noexcept {
-    static constexpr const char* names[kTargetCount] = {"portable", "SSSE3", "AVX2", "AVX-512", "NEON"};
+    static constexpr const char* names[kTargetCount] = {"portable", "SSSE3",      "AVX2",
+                                                        "AVX-512",  "AVX-512-DL", "NEON"};
     return target < kTargetCount ? names[target] : "?";
 }
 

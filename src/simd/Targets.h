@@ -11,7 +11,8 @@ enum Target : std::size_t {
     kPortable,  ///< no vector body: the formula, pixel by pixel
     kSSSE3,
     kAVX2,
-    kAVX512,  ///< F, BW, CD, DQ and VL
+    kAVX512,    ///< F, BW, CD, DQ and VL
+    kAVX512DL,  ///< the same bodies; those that gain by VNNI or VBMI use them
     kNEON,
     kTargetCount
 };

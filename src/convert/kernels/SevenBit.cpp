@@ -72,8 +72,8 @@ void SevenBit::WithForm(const ConversionJob& job, const Run& run) {
 #else
 
 /// ((sum of c * (128 x + before)) >> 16 + after) >> 4 as (sum of c * 8 x + start) >> 16, with every offset in
-/// `start`. Holds where `SevenBitSumsFit`.
-template <bool SharedLuma>
+/// `start`. Holds where `SevenBitSumsFit`. `Fused` as in AddMulAddPairs.
+template <bool SharedLuma, bool Fused = false>
 class FoldedSevenBit : public SevenBit {
 public:
     static constexpr std::size_t kStep = kVectorPixels;
@@ -81,8 +81,9 @@ public:
     HWY_INLINE HWY_ATTR explicit FoldedSevenBit(const ConversionJob& job) : SevenBit(job) {
         for (std::size_t i = 0; i < 3; ++i) {
             std::int64_t offsets = std::int64_t{c.offsetFixed[1][i]} * 65536;
-            for (std::size_t j = 0; j < 4; ++j)
+            for (std::size_t j = 0; j < 4; ++j) {
                 offsets += std::int32_t{c.matrixFixed[i][j]} * c.offsetFixed[0][j];
+            }
             start[i] = hn::Set(DI32(), static_cast<std::int32_t>((offsets >> 7) * 8));
             chromaWeights[i] = WordPairs(c.matrixFixed[i][0], c.matrixFixed[i][2]);
         }
@@ -96,16 +97,21 @@ public:
     template <class Reader, class Writer, class Store>
     HWY_INLINE HWY_ATTR void Step(const Reader& reader, const Writer& writer, const Rows& at, std::size_t x,
                                   Store store) const {
-        const auto pairs = reader.template LoadShifted<3>(at, 0, x);
+        const ChromaPairs pairs = reader.template LoadShifted<3>(at, 0, x);
         VI32 even[kLumaRows], odd[kLumaRows];
-        for (std::size_t i = 0; i < kLumaRows; ++i) {
+        for (std::size_t i = 0; i < kLumaRows && !Fused; ++i) {
             even[i] = MulAddPairs(pairs.luma, evenLuma[i]);
             odd[i] = MulAddPairs(pairs.luma, oddLuma[i]);
         }
         const auto row = [&](std::size_t i) HWY_ATTR {
-            const VI32 both = hn::Add(MulAddPairs(pairs.chroma, chromaWeights[i]), start[i]);
             const std::size_t weight = SharedLuma ? 0 : i;
-            return HighHalves(hn::Add(both, even[weight]), hn::Add(both, odd[weight]));
+            const VI32 both = AddMulAddPairs<Fused>(start[i], pairs.chroma, chromaWeights[i]);
+            if constexpr (Fused) {
+                return HighHalves(AddMulAddPairs<true>(both, pairs.luma, evenLuma[weight]),
+                                  AddMulAddPairs<true>(both, pairs.luma, oddLuma[weight]));
+            } else {
+                return HighHalves(hn::Add(both, even[weight]), hn::Add(both, odd[weight]));
+            }
         };
         const Components out = {{row(0), row(1), row(2), alpha}};
         writer.PutPixels(at, 0, x, out, store);
@@ -188,6 +194,10 @@ void SevenBit::WithForm(const ConversionJob& job, const Run& run) {
         c.matrixFixed[0][1] == c.matrixFixed[1][1] && c.matrixFixed[0][1] == c.matrixFixed[2][1];
     if (!job.hasDefaults && !SevenBitSumsFit(c)) {
         run(LiteralSevenBit(job));
+#if HWY_TARGET == HWY_AVX3
+    } else if (sharedLuma && simd::CurrentTarget() == simd::kAVX512DL) {
+        run(FoldedSevenBit<true, true>(job));
+#endif
     } else if (sharedLuma) {
         run(FoldedSevenBit<true>(job));
     } else {
