@@ -92,9 +92,11 @@ static_assert(RecordsStandAtTheirCodes());
 constexpr std::size_t kSpaces = 2, kSamplings = 6, kOrders = 6, kPackings = 2;
 constexpr std::int8_t kEnd = -1;
 
-constexpr std::size_t ChainOf(std::size_t space, std::size_t sampling, std::size_t order,
-                              std::size_t packing) {
-    return ((space * kSamplings + sampling) * kOrders + order) * kPackings + packing;
+template <class Space, class Sampling, class Order, class Packing>
+constexpr std::size_t ChainOf(Space space, Sampling sampling, Order order, Packing packing) {
+    const auto index = [](auto value) { return static_cast<std::size_t>(value); };
+    return ((index(space) * kSamplings + index(sampling)) * kOrders + index(order)) * kPackings +
+           index(packing);
 }
 
 struct Chains {
