@@ -111,7 +111,7 @@ struct OnlyB : Dissolve<Formula> {
 
 /// The reference: double precision, one multiplication a sample made ahead.
 struct InDoubles : OfTwo {
-    static constexpr std::size_t kStep = 0;
+    [[maybe_unused]] static constexpr std::size_t kStep = 0;
     const double (*parts)[256];
 
     void Unit(const Place& at, std::size_t x) const {
