@@ -2,15 +2,9 @@
 
 #include <utility>
 
-// The static library is initialised among the host's own objects. What this marks comes first.
-#if defined(__ELF__) || defined(__MINGW32__)
-#define TESSELU_INITIALISED_FIRST __attribute__((init_priority(101)))
-#elif defined(_MSC_VER)
+#if defined(_MSC_VER)
 #pragma warning(disable : 4073)
 #pragma init_seg(lib)
-#define TESSELU_INITIALISED_FIRST
-#else
-#define TESSELU_INITIALISED_FIRST
 #endif
 
 namespace Zan {
@@ -27,15 +21,19 @@ constinit std::array<CPUcapabilities, kCapabilityOwners> classCapabilities =
 
 namespace {
 
-struct DetectAtLoad {
-    DetectAtLoad() noexcept {
-        for (CPUcapabilities& record : classCapabilities) {
-            record = CPUcapabilities();
-        }
+// The static library is initialised among the host's own objects: this comes first, where priorities exist.
+#if defined(__ELF__) || defined(__MINGW32__)
+__attribute__((constructor(101)))
+#endif
+void DetectAtLoad() noexcept {
+    for (CPUcapabilities& record : classCapabilities) {
+        record = CPUcapabilities();
     }
-};
+}
 
-TESSELU_INITIALISED_FIRST const DetectAtLoad detectAtLoad;
+#if !defined(__ELF__) && !defined(__MINGW32__)
+[[maybe_unused]] const bool kDetectedAtLoad = (DetectAtLoad(), true);
+#endif
 
 }  // namespace
 }  // namespace Zan
