@@ -9,35 +9,34 @@
 #include <limits>
 
 namespace Zan {
-
 namespace {
 
 // Offsets are worked out in 64 bits on every target. A buffer never exceeds 32 bits, so that a pitch, doubled
 // for a field, has 32 bits at most, and its product with a line 63. Sums, and what depends on the height of
 // the frame, which need not be that of the channel, stop at the limit.
 std::int64_t SaturatedSum(std::int64_t a, std::int64_t b) noexcept {
-    constexpr std::int64_t highest = std::numeric_limits<std::int64_t>::max();
-    constexpr std::int64_t lowest = std::numeric_limits<std::int64_t>::min();
-    if (b > 0 && a > highest - b) {
-        return highest;
+    constexpr std::int64_t kHighest = std::numeric_limits<std::int64_t>::max();
+    constexpr std::int64_t kLowest = std::numeric_limits<std::int64_t>::min();
+    if (b > 0 && a > kHighest - b) {
+        return kHighest;
     }
-    if (b < 0 && a < lowest - b) {
-        return lowest;
+    if (b < 0 && a < kLowest - b) {
+        return kLowest;
     }
     return a + b;
 }
 
 // Bytes from the lowest line of a buffer, which is the bottom of the picture, to the top of the picture.
 std::int64_t BottomToTop(ULong32 frameHeight, std::int64_t pitch) noexcept {
-    constexpr std::uint64_t highest = std::numeric_limits<std::int64_t>::max();
+    constexpr std::uint64_t kHighest = std::numeric_limits<std::int64_t>::max();
     return static_cast<std::int64_t>(
-        std::min((frameHeight - std::uint64_t{1}) * static_cast<std::uint64_t>(-pitch), highest));
+        std::min((frameHeight - std::uint64_t{1}) * static_cast<std::uint64_t>(-pitch), kHighest));
 }
 
 // An address outside the address space stops at its ends, where no memory is.
 std::uint8_t* AddressAt(std::uint8_t* base, std::int64_t offset) noexcept {
     const auto address = reinterpret_cast<std::uintptr_t>(base);
-    constexpr std::uintptr_t last = std::numeric_limits<std::uintptr_t>::max();
+    constexpr std::uintptr_t kLast = std::numeric_limits<std::uintptr_t>::max();
     const std::uint64_t distance = offset < 0 ? std::uint64_t{0} - static_cast<std::uint64_t>(offset)
                                               : static_cast<std::uint64_t>(offset);
     if (offset < 0) {
@@ -45,7 +44,7 @@ std::uint8_t* AddressAt(std::uint8_t* base, std::int64_t offset) noexcept {
             distance < address ? address - static_cast<std::uintptr_t>(distance) : std::uintptr_t{1});
     }
     return reinterpret_cast<std::uint8_t*>(
-        distance < last - address ? address + static_cast<std::uintptr_t>(distance) : last);
+        distance < kLast - address ? address + static_cast<std::uintptr_t>(distance) : kLast);
 }
 
 // Bytes from the start of a line to its column `left`. Planes of sub-sampled chroma are addressed as if they
@@ -62,8 +61,8 @@ std::int64_t ColumnOffset(const Image& image, ULong32 channel, Long32 left) noex
     } else {
         bytes = image.GetBytesPerPixel();
     }
-    constexpr double limit = 4611686018427387904.0;  // 2^62, beyond every memory
-    return static_cast<std::int64_t>(std::clamp(left * bytes, -limit, limit));
+    constexpr double kLimit = 4611686018427387904.0;  // 2^62, beyond every memory
+    return static_cast<std::int64_t>(std::clamp(left * bytes, -kLimit, kLimit));
 }
 
 // Bytes from the top of the picture to the first selected line. A field starts on the first line at or below

@@ -108,9 +108,13 @@ constexpr bool kIsWindow = LargestOf<K>(&PlaneUse::left, 0) + LargestOf<K>(&Plan
                                LargestOf<K>(&PlaneUse::above, 0) + LargestOf<K>(&PlaneUse::below, 0) !=
                            0;
 template <class K>
-constexpr std::size_t kLeftOf = LargestOf<K>(&PlaneUse::left, 0);
+constexpr std::size_t LeftOf() {
+    return LargestOf<K>(&PlaneUse::left, 0);
+}
 template <class K>
-constexpr std::size_t kRightOf = LargestOf<K>(&PlaneUse::right, 0);
+constexpr std::size_t RightOf() {
+    return LargestOf<K>(&PlaneUse::right, 0);
+}
 
 /// Whether rows that touch may be walked as one.
 template <class K>
@@ -373,7 +377,8 @@ public:
 
 private:
     static constexpr std::size_t kBytes =
-        (LargestOf<K>(&PlaneUse::bytesPer16, 16) / 16 * (Columns + kLeftOf<K> + kRightOf<K>)+63) / 64 * 64;
+        (LargestOf<K>(&PlaneUse::bytesPer16, 16) / 16 * (Columns + LeftOf<K>() + RightOf<K>()) + 63) / 64 *
+        64;
 
     template <class Inside>
     static std::size_t BytesToWrite(const PlaneUse& use, std::size_t line, std::size_t x, std::size_t columns,
@@ -397,8 +402,8 @@ HWY_INLINE void UnitColumns(const K& kernel, const typename K::Place& place, std
     constexpr std::size_t kUnit = UnitOf<K>();
     std::size_t x = from;
     for (; x < whole; x += kUnit) {
-        if constexpr (kLeftOf<K> + kRightOf<K> != 0) {
-            if (x < kLeftOf<K> || x + kUnit + kRightOf < K >> width) {
+        if constexpr (LeftOf<K>() + RightOf<K>() != 0) {
+            if (x < LeftOf<K>() || x + kUnit + RightOf<K>() > width) {
                 Staging<K, kUnit> staging;
                 kernel.Unit(staging.Fill(place, x, kUnit, width, AllInside()), 0);
                 staging.Flush(place, x, kUnit, AllInside());
@@ -442,11 +447,11 @@ struct PutAroundCache {
 
 constexpr std::size_t kVectorBytes = HWY_LANES(std::uint8_t);
 
-/// Vectors that fill a cache line: a step writes no less, so that what goes around the cache leaves in whole
-/// lines.
+/// Vectors of a step of the plain kernels: whole cache lines, so that what goes around the cache leaves in
+/// whole lines, and two of them where registers allow, which feeds wide vectors better.
 constexpr std::size_t kLineVectors = kVectorBytes < 32 ? 4 : 128 / kVectorBytes;
 
-/// Makes the vectors of a line by `make(index)`, then stores them one behind the other.
+/// Makes the vectors of a step by `make(index)`, then stores them one behind the other.
 template <class Make, class Put>
 HWY_INLINE HWY_ATTR void PutLine(std::uint8_t* out, Put put, Make&& make) {
     using D = hn::ScalableTag<std::uint8_t>;
@@ -515,7 +520,7 @@ HWY_INLINE HWY_ATTR void StepColumns(const K& kernel, const K& local, const type
     constexpr std::size_t kStep = K::kStep;
     static_assert(kStep % kGranularity<K> == 0);
     std::size_t x = 0;
-    if constexpr (kLeftOf<K> != 0) {
+    if constexpr (LeftOf<K>() != 0) {
         x = std::min(kStep, whole);
         PartialStep(kernel, place, 0, x, width);
     } else if (whole >= 4 * kStep) {
@@ -530,7 +535,7 @@ HWY_INLINE HWY_ATTR void StepColumns(const K& kernel, const K& local, const type
             x = head;
         }
     }
-    for (; x + kStep <= whole && (kRightOf<K> == 0 || x + kStep + kRightOf<K> <= width); x += kStep) {
+    for (; x + kStep <= whole && (RightOf<K>() == 0 || x + kStep + RightOf<K>() <= width); x += kStep) {
         local.Step(place, x, put);
     }
     while (x < whole) {
