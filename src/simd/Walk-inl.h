@@ -617,6 +617,19 @@ HWY_NOINLINE HWY_ATTR void WalkClipped(const K& kernel, const J& job, bool apart
                 }
             }
         });
+        // Columns that no destination has memory for need not be made.
+        std::size_t useful = 0;
+        ForEachDestination<K>([&](auto use) {
+            constexpr const PlaneUse& kUse = decltype(use)::kUse;
+            for (std::size_t i = 0; i < LinesOf<K>::kLines; ++i) {
+                const std::size_t inside = job.destination[kUse.index].Clip(
+                    kUse.RowBytes(width), RowOf<K>(kUse, band, i, job.height));
+                const std::size_t columns =
+                    inside == 0 ? 0 : (kUse.ColumnsIn(inside) / kGranularity<K> + 2) * kGranularity<K>;
+                useful = std::max(useful, columns);
+            }
+        });
+        width = std::min(width, useful);
         if (width == 0) {
             continue;
         }

@@ -5,9 +5,10 @@
 
 #include <vector>
 
-#include "foundation/CapabilitySeam.h"
+#include "composite/Operations.h"
 
 using namespace Zan;
+using namespace composite_test;
 
 namespace {
 
@@ -47,4 +48,34 @@ TEST(HostileViews, SecondSourceWithoutRows) {
     ULong32 result = 0;
     ASSERT_EQ(compositor.ReadOnlyTwoSources(whole, none, result, kBestAvailable), kStatusOk);
     EXPECT_EQ(result, 0x01010101U);
+}
+
+// Rows of which 32 bits cannot count the bytes: 0x40000004 words are 16 bytes there. They are as long as the
+// memory, and no longer; that a byte of it is written says that they are not taken for nothing either.
+TEST(HostileViews, RowsThatClaimMoreBytesThanThereAreAddresses) {
+    OnEveryMachine([](ZanCompositor& compositor, const Machine& machine) {
+        for (const ViewOperation& operation : ViewOperations()) {
+            if (operation.isPass && !machine.HasSse2()) {
+                continue;
+            }
+            for (const ULong32 width : {0x40000004U, 0x7FFFFFFEU, 0x7FFFFFFFU}) {
+                Call call(operation.operands(64, 2));
+                for (ImageView& view : call.views) {
+                    view.GetImage()->GetImageDescriptor()->width = width;
+                    view.Set(view.GetImage());
+                    ASSERT_EQ(view.GetWidth(), width);
+                }
+                const Bytes colour = call.pictures.back()->Colour(), alpha = call.pictures.back()->Alpha();
+                ULong32 result = 0;
+                EXPECT_EQ(operation.run(compositor, call.views, kBestAvailable, result), kStatusOk)
+                    << operation.name;
+                EXPECT_TRUE(call.pictures.back()->GuardsHold(colour, alpha)) << operation.name;
+                if (operation.writes) {
+                    EXPECT_FALSE(call.pictures.back()->Colour() == colour &&
+                                 call.pictures.back()->Alpha() == alpha)
+                        << operation.name;
+                }
+            }
+        }
+    });
 }
