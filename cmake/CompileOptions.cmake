@@ -16,6 +16,6 @@ endif()
 
 if(TESSELU_SANITIZE)
     target_compile_options(tesselu_options INTERFACE
-        -fsanitize=${TESSELU_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+        -fsanitize=${TESSELU_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
     target_link_options(tesselu_options INTERFACE -fsanitize=${TESSELU_SANITIZE})
 endif()

@@ -6,11 +6,13 @@
 
 #include <TesselU/composite/ZanCompositor.h>
 #include <TesselU/convert/ColorSpaceConverter.h>
+#include <TesselU/convert/ColorSpaceConverterMT.h>
 #include <TesselU/convert/ConversionMatrix.h>
 #include <TesselU/convert/ConverterFormat.h>
 #include <TesselU/foundation/AlignedMemoryBuffer.h>
 #include <TesselU/foundation/CPUcapabilities.h>
 #include <TesselU/foundation/CPUfeatures.h>
+#include <TesselU/foundation/Event.h>
 #include <TesselU/foundation/Export.h>
 #include <TesselU/foundation/ProcessingStyle.h>
 #include <TesselU/foundation/RCObject.h>

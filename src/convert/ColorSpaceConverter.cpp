@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "convert/ConversionPlan.h"
+#include "convert/ConversionStrips.h"
 #include "foundation/ClassCapabilities.h"
 #include "image/ViewPlane.h"
 
@@ -70,6 +71,11 @@ void ColorSpaceConverter::GetOffset(double* out) const noexcept {
 
 Long32 ColorSpaceConverter::Do(ImageView& source, ImageView& destination, ProcessingStyleEnum callStyle,
                                double* callMatrix, double* callOffset) {
+    return DoStrip(source, destination, callStyle, callMatrix, callOffset, false);
+}
+
+Long32 ColorSpaceConverter::DoStrip(ImageView& source, ImageView& destination, ProcessingStyleEnum callStyle,
+                                    double* callMatrix, double* callOffset, bool isFollowed) {
     if (!HasMemory(source) || !HasMemory(destination)) {
         return kStatusNullPointer;
     }
@@ -100,7 +106,11 @@ Long32 ColorSpaceConverter::Do(ImageView& source, ImageView& destination, Proces
     if (callMatrix == nullptr && plan.job.coefficients != nullptr) {
         RememberMatrix(plan.job.coefficients->matrix, plan.pair->form.isTransposed);
     }
-    Run(plan, 0, request.height);
+    if (isFollowed && SharesLastChroma(plan, destination.GetRegionOfInterest().getTop(), request.height)) {
+        RunButLastChroma(plan, request.height);
+    } else {
+        Run(plan, 0, request.height);
+    }
     return kStatusOk;
 }
 

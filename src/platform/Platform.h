@@ -3,6 +3,8 @@
 
 #include <cstddef>
 
+struct _SECURITY_ATTRIBUTES;
+
 namespace Zan {
 
 class ProcessorProbe;
@@ -15,6 +17,20 @@ const ProcessorProbe& SystemProcessorProbe() noexcept;
 
 /// The size of the last-level cache that one processor reaches, or 0 if it cannot be found out.
 std::size_t LastLevelCacheBytes() noexcept;
+
+/// Events by their handles, which count how often they are shared. `MakeEvent` returns null when there is
+/// none to be had, and the others take null for an event that is always signalled.
+void* MakeEvent(_SECURITY_ATTRIBUTES* attributes, bool isManual, bool isSignalled,
+                const unsigned short* name) noexcept;
+void* ShareEvent(void* handle) noexcept;
+void CloseEvent(void* handle) noexcept;
+void SignalEvent(void* handle) noexcept;
+void ResetEvent(void* handle) noexcept;
+void WaitForEvent(void* handle) noexcept;
+
+/// What a thread of ours does first: it stays on processor `number`, if there is one for us, and leaves the
+/// signals of the process to the threads of the host.
+void SettleWorkerThread(std::size_t number) noexcept;
 
 }  // namespace Zan
 

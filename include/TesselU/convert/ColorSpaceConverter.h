@@ -63,8 +63,14 @@ public:
     void GetOffset(double* out) const noexcept;
 
 private:
+    friend class ColorSpaceConverterMT;
+
     static CPUcapabilities& CPUinstructionSet;
 
+    /// `isFollowed`: another strip is converted right below this one at the same time. A line of chroma that
+    /// both have is left to it.
+    Long32 DoStrip(ImageView& source, ImageView& destination, ProcessingStyleEnum callStyle,
+                   double* callMatrix, double* callOffset, bool isFollowed);
     void RememberMatrix(const double (&used)[4][4], bool isTransposed) noexcept;
 
     ULong32 plusFunction = 0;
