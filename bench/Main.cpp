@@ -22,6 +22,7 @@
 #include "Pictures.h"
 #include "Processor.h"
 #include "Table.h"
+#include "Threads.h"
 #include "peers/Peers.h"
 #include "plain/Entrants.h"
 #include "simd/Targets.h"
@@ -235,6 +236,7 @@ int Main(int argc, char** argv) {
     }
 
     std::vector<Row> rows, calls;
+    std::vector<ThreadsRow> threads;
     for (const Size& size : options.sizes) {
         const Pictures pictures(size);
         Contests contests;
@@ -266,12 +268,24 @@ int Main(int argc, char** argv) {
             (IsCall(size) ? calls : rows).push_back(Run(contest, size, options, collector));
         }
     }
+    for (const Size& size : options.sizes) {
+        const std::string name = ThreadsName(size);
+        if (size.pixels() < 720 * 486 || !std::regex_search(name, filter)) {
+            continue;
+        }
+        if (options.list) {
+            std::cout << name << ": ours; 2 workers; copy; copy on 2 threads\n";
+            continue;
+        }
+        Progress(name);
+        threads.push_back(RunThreads(size, options));
+    }
     if (options.list) {
         return 0;
     }
     Progress("");
     collector.End();
-    if (rows.empty() && calls.empty()) {
+    if (rows.empty() && calls.empty() && threads.empty()) {
         throw UsageError("nothing matches '" + options.filter + "'; --list names all");
     }
     PrintHeading(std::cout, peers, options);
@@ -287,6 +301,11 @@ int Main(int argc, char** argv) {
     if (!calls.empty()) {
         std::cout << "In ns a call, where a call has next to nothing to do:\n\n";
         PrintCalls(std::cout, calls);
+    }
+    if (!threads.empty()) {
+        std::cout << (calls.empty() ? "" : "\n")
+                  << "On one thread and on two, in ns a pixel by the clock on the wall:\n\n";
+        PrintThreads(std::cout, threads);
     }
     return 0;
 }

@@ -1,0 +1,29 @@
+#ifndef TESSELU_BENCH_THREADS_H
+#define TESSELU_BENCH_THREADS_H
+
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "Contest.h"
+#include "Options.h"
+
+namespace bench {
+
+/// A conversion on one thread and on two, and what two threads make of the plain copy of as many bytes.
+struct ThreadsRow {
+    std::string name;  ///< as in "operation/size"
+    Size size;
+    double converter, workers, copy, copies;  ///< ns a pixel by the clock on the wall; median
+};
+
+std::string ThreadsName(const Size& size);
+
+/// Times one size. Ends the program where two threads do not give the bytes of one.
+ThreadsRow RunThreads(const Size& size, const Options& options);
+
+void PrintThreads(std::ostream& out, const std::vector<ThreadsRow>& rows);
+
+}  // namespace bench
+
+#endif  // TESSELU_BENCH_THREADS_H
