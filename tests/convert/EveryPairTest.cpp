@@ -2,6 +2,7 @@
 // coefficients, processors.
 
 #include <algorithm>
+#include <functional>
 #include <string>
 
 #include "convert/ModelRuns.h"
@@ -280,6 +281,34 @@ TEST_P(EveryFormat, InGeneral) {
             Compare(pair, selected);
         }
         Compare(pair, {18, 2}, OfRandom(8192, 1000, false));
+    }
+}
+
+// The integer path, then that in doubles, then the general one.
+TEST_P(EveryFormat, AtBest) {
+    const int source = GetParam().source;
+    for (const FormatShape& to : AllFormats()) {
+        const auto has = [&](Path path) { return convert_model::HasPair(path, source, to.code); };
+        const Path path = has(Path::kInteger) ? Path::kInteger
+                          : has(Path::kFloat) ? Path::kFloat
+                                              : Path::kGeneral;
+        if (IsNotYetConverted(path == Path::kGeneral ? std::string("General_") + NameOf(source)
+                                                     : NameOfPair({path, source, to.code}))) {
+            continue;
+        }
+        for (const int width : {1, 18, 35}) {
+            ++number;
+            const auto wide = static_cast<std::size_t>(width);
+            const PairOfPath pair = {Path::kGeneral, source, to.code};
+            SCOPED_TRACE(NameOfPair(pair) + " at best, width " + std::to_string(width));
+            ConvertedPicture from(static_cast<ConverterFormat>(source), wide, 4,
+                                  PlacementFor(pair, source, width, false, number));
+            ConvertedPicture into(to.code, wide, 4, PlacementFor(pair, to.code, width, true, number + 1));
+            FillPicture(from, wide, 4, number);
+            twins.SetAlphaFill(RandomByte());
+            twins.ExpectSame(from, ImageView(from), into, ImageView(into), kBestAvailable, {},
+                             ToleranceOf(path, source, to.code));
+        }
     }
 }
 
