@@ -116,6 +116,7 @@ protected:
         const ImageView from(source, part(s.from), s.from), to(destination, part(s.to), s.to);
         twins.SetAlphaFill(RandomByte());
         twins.SetPlusFunction(static_cast<unsigned>(number) % 7U);
+        twins.converter.SetMMXonlyStyle(number % 2 == 0);
         twins.ExpectSame(source, from, destination, to, StyleOf(pair.path), handed,
                          ToleranceOf(pair.path, pair.source, pair.destination));
     }
@@ -214,6 +215,7 @@ void CompareProcessors(const std::function<void(const Selected&)>& compare, conv
     for (const CPUinstructionSetEnum set : {kMMX, kSSE_MMX, kSSE2}) {
         const ScopedInstructionSet believed(set);
         model.sse2 = set == kSSE2;
+        model.simd = set == kSSE2;
         for (std::size_t t = 0; t < simd::kTargetCount; ++t) {
             const auto target = static_cast<simd::Target>(t);
             if (!simd::IsTargetAvailable(target)) {
@@ -227,7 +229,7 @@ void CompareProcessors(const std::function<void(const Selected&)>& compare, conv
             }
         }
     }
-    model.sse2 = true;
+    model.sse2 = model.simd = true;
 }
 
 TEST_P(EveryPair, EqualsTheModel) {

@@ -151,7 +151,11 @@ inline Byte* Find(const Side& side, const Place& place, bool orLast) {
 inline Pixel Load(const Side& side, int x, int y, int alpha) {
     Pixel pixel = {0, 0, 0, alpha};
     for (std::size_t i = side.format == 25 ? kAlpha : 0; i < (HasAlpha(side.format) ? 4U : 3U); ++i) {
-        pixel[i] = *Find(side, PlaceOf(side.format, i, x, y), true);
+        const Place place = PlaceOf(side.format, i, x, y);
+        // A plane of alpha that a conversion does not look at may be missing.
+        if (side.plane[place.plane].first != nullptr) {
+            pixel[i] = *Find(side, place, true);
+        }
     }
     return pixel;
 }

@@ -109,8 +109,10 @@ void WriteShaped(const Side& from, const Side& to, int width, int height, const 
         if (!shapes) {
             return sample;
         }
-        const int alpha = pixel(FirstColumn(from, to, pixels[0].x), pixels[0].y)[kAlpha];
-        return IsRgb(to.format) ? Shaped(sample, alpha) : ShapedAround(128, sample, alpha);
+        const Position first = pixels[0];
+        return IsRgb(to.format)
+                   ? Shaped(sample, pixel(first.x, first.y)[kAlpha])
+                   : ShapedAround(128, sample, pixel(FirstColumn(from, to, first.x), first.y)[kAlpha]);
     };
     Write(to, width, height, shapedPixel, shapedChroma);
 }
@@ -194,13 +196,14 @@ int Model::Route(const Given& given) {
 }
 
 /// False when a plane that the conversion walks is missing.
-bool Model::TakePlanes(Side& taken, bool isSource, std::ptrdiff_t (*wholeWords)(std::ptrdiff_t)) const {
+bool Model::TakePlanes(Side& taken, bool isSource, std::ptrdiff_t (*wholeWords)(std::ptrdiff_t),
+                       bool derives) const {
     taken = isSource ? source : destination;
     Plane& first = taken.plane[0];
     if (IsInWords(taken.format)) {
         first.pitch = wholeWords(first.pitch);
     }
-    if (onMemory && IsPlanar(taken.format) && DerivesPlanes(source.format, destination.format)) {
+    if (derives && onMemory && IsPlanar(taken.format) && DerivesPlanes(source.format, destination.format)) {
         const std::ptrdiff_t area = std::ptrdiff_t{width} * height;
         const int across = Across(taken.format);
         Byte* const cb = first.first + area;
@@ -229,7 +232,7 @@ int Model::Integer() {
     if (IsPlusPair(source.format, destination.format) && plusFunction > 6) {
         return 5;
     }
-    if (!TakePlanes(from, true, TowardZero) || !TakePlanes(to, false, TowardZero)) {
+    if (!TakePlanes(from, true, TowardZero, true) || !TakePlanes(to, false, TowardZero, true)) {
         return 1;
     }
     const Coefficients& defaults = OfKind(KindOf(source.format, destination.format));
@@ -247,7 +250,7 @@ void Model::ConvertInteger(const Coefficients& c) const {
     const int group = GroupOf(s, d, sse2), whole = width / group * group;
 
     // The lanes of the arithmetic: alpha takes part where the source has it in its pixels.
-    const std::size_t columns = rides || classB ? 4 : 3;
+    const std::size_t columns = rides || (classB && HasAlpha(s)) ? 4 : 3;
     const auto input = [&](int x, int y) { return LoadUnshaped(from, to, x, y, alphaFill, false); };
     const auto lanes = [&](int x, int y) {
         Pixel in = input(x, y);
@@ -264,7 +267,7 @@ void Model::ConvertInteger(const Coefficients& c) const {
         for (std::size_t i = 0; i < 3; ++i) {
             out[i] = !inGroup ? InDoubles(c, i, in, columns)
                      : classC ? ClassC(c, i, in)
-                     : classB ? LumaInClassB(c, in)  // of i = 1; chroma follows
+                     : classB ? LumaInClassB(c, in, columns)  // of i = 1; chroma follows
                               : ClassA(c, i, in, columns);
         }
         if (rides) {
@@ -305,7 +308,7 @@ int Model::FloatingPoint() {
     if (IsPlusPair(source.format, destination.format) && plusFunction > 6) {
         return 5;
     }
-    if (!TakePlanes(from, true, Down) || !TakePlanes(to, false, Down)) {
+    if (!TakePlanes(from, true, Down, true) || !TakePlanes(to, false, Down, true)) {
         return 1;
     }
     const Coefficients& defaults = OfKind(KindInDoubles(source.format, destination.format));
@@ -398,8 +401,11 @@ int Model::FloatSimd() {
     if (!HasPair(Path::kFloatSimd, source.format, destination.format)) {
         return 4;
     }
-    TakePlanes(from, true, Down);
-    TakePlanes(to, false, Down);
+    if (!simd) {
+        return 5;
+    }
+    TakePlanes(from, true, Down, true);
+    TakePlanes(to, false, Down, true);
     // The matrix may be the caller's, the offsets are always those of the pair.
     Coefficients c = InUse(OfKind(3));
     std::copy_n(&OfKind(3).o[0][0], 8, &c.o[0][0]);
@@ -435,8 +441,8 @@ int Model::General() {
         return 3;
     }
     const int s = source.format, d = destination.format;
-    if ((!TakePlanes(from, true, AsItIs) && !IsBlackInGeneral(s)) ||
-        (!TakePlanes(to, false, AsItIs) && !IsBlackInGeneral(d))) {
+    if ((!TakePlanes(from, true, AsItIs, false) && !IsBlackInGeneral(s)) ||
+        (!TakePlanes(to, false, AsItIs, false) && !IsBlackInGeneral(d))) {
         return 1;
     }
     if (IsBlackInGeneral(d)) {

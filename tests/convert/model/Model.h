@@ -19,7 +19,8 @@ public:
 
     unsigned plusFunction = 0;
     int alphaFill = 255;
-    bool sse2 = true;  ///< the processor has SSE2
+    bool simd = true;  ///< the processor has SSE
+    bool sse2 = true;  ///< and SSE2
 
     double matrix[4][4] = {};
     double offset[2][4] = {};
@@ -37,7 +38,8 @@ private:
     int FloatSimd();
     int General();
 
-    bool TakePlanes(Side& taken, bool isSource, std::ptrdiff_t (*wholeWords)(std::ptrdiff_t)) const;
+    bool TakePlanes(Side& taken, bool isSource, std::ptrdiff_t (*wholeWords)(std::ptrdiff_t),
+                    bool derives) const;
     void Keep(const Coefficients& defaults, bool transposed);
     Coefficients InUse(const Coefficients& defaults) const;
     void ConvertInteger(const Coefficients& c) const;
