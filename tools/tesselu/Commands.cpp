@@ -1,5 +1,7 @@
 #include "Commands.h"
 
+#include <algorithm>
+
 #include "run/RunOptions.h"
 
 namespace tool {
@@ -23,7 +25,15 @@ const Command* FindCommand(const std::string& name) {
 std::vector<Option> OptionsOf(const Command& command) {
     std::vector<Option> options = command.options;
     if (command.makeEffect != nullptr) {
-        options.insert(options.end(), CommonRunOptions().begin(), CommonRunOptions().end());
+        for (const Option& common : CommonRunOptions()) {
+            const bool isReplaced = std::any_of(command.options.begin(), command.options.end(),
+                                                [&](const Option& own) { return own.name == common.name; });
+            const bool isMissing = std::find(command.without.begin(), command.without.end(), common.name) !=
+                                   command.without.end();
+            if (!isReplaced && !isMissing) {
+                options.push_back(common);
+            }
+        }
     }
     options.push_back({.name = "verbose", .help = "let the media libraries speak too"});
     options.push_back({.name = "help", .letter = 'h', .help = "print this help"});

@@ -11,8 +11,10 @@ namespace tool {
 /// of its own in commands/.
 #define TESSELU_COMMANDS(ROW) \
     ROW(kWipeCommand)         \
+    ROW(kConvertCommand)      \
     ROW(kTestCardCommand)     \
     ROW(kPatternsCommand)     \
+    ROW(kFormatsCommand)      \
     ROW(kInfoCommand)
 
 #define TESSELU_DECLARE_COMMAND(record) extern const Command record;

@@ -50,8 +50,9 @@ struct Example {
 
 /// One command of the program: all that help, manual, completions, parser and run know about it.
 ///
-/// A command that makes pictures has `makeEffect`; it gets the options of a run beside its own, and all of
-/// opening, timing, writing and reporting done for it. Another has `execute` and does its work itself.
+/// A command that makes pictures has `makeEffect`; it gets the options of a run beside its own, of which an
+/// option of its own may take the place, and all of opening, timing, writing and reporting done for it.
+/// Another has `execute` and does its work itself.
 struct Command {
     std::string name;
     std::string summary;      ///< one line, without a capital and a full stop
@@ -61,6 +62,10 @@ struct Command {
     std::vector<Example> examples = {};
     /// Where in the run a picture stands decides what becomes of it, so the run's length must be known.
     bool needsLength = false;
+    /// `--to` and `--from` are sample formats of the library, and the output has the samples asked for.
+    bool ofSamples = false;
+    /// Options of a run that make no sense here.
+    std::vector<std::string> without = {};
     std::unique_ptr<Effect> (*makeEffect)(const Arguments&) = nullptr;
     void (*execute)(const Arguments&) = nullptr;
 };

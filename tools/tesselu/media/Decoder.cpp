@@ -114,7 +114,7 @@ bool IsFormat(const AVFormatContext& input, const char* name) {
 
 bool IsRawName(const std::string& path, const InputOptions& options) {
     const std::string extension = ExtensionOf(path);
-    return extension == ".yuv" || extension == ".raw" || extension == ".rgb" ||
+    return options.rawSamples || extension == ".yuv" || extension == ".raw" || extension == ".rgb" ||
            (path == kStandardStream && !options.rawFormat.empty());
 }
 

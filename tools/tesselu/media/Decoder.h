@@ -14,6 +14,9 @@ struct InputOptions {
     AVRational rate{25, 1};  ///< of inputs that have none
     std::string rawFormat;   ///< the pixel format of raw frames; empty: there are none
     FrameSize rawSize;
+    /// Raw frames are bytes of these samples, whatever their name, and of that scan.
+    std::optional<Zan::ConverterFormat> rawSamples = {};
+    Zan::ScanStyleEnum rawScan = Zan::kProgressive;
     int threads = 0;         ///< of the decoder; 0: as many as there are processors
     bool keepGoing = false;  ///< damage is told and passed over
 };

@@ -19,6 +19,23 @@ bool Takes(const AVCodec& codec, AVPixelFormat samples) {
     return false;
 }
 
+struct Label {
+    AVColorSpace space;
+    AVColorPrimaries primaries;
+    AVColorTransferCharacteristic transfer;
+};
+
+Label LabelOf(LumaWeights weights) {
+    switch (weights) {
+        case LumaWeights::kBt709:
+            return {AVCOL_SPC_BT709, AVCOL_PRI_BT709, AVCOL_TRC_BT709};
+        case LumaWeights::kBt2020:
+            return {AVCOL_SPC_BT2020_NCL, AVCOL_PRI_BT2020, AVCOL_TRC_BT2020_10};
+        default:
+            return {AVCOL_SPC_SMPTE170M, AVCOL_PRI_SMPTE170M, AVCOL_TRC_SMPTE170M};
+    }
+}
+
 const AVCodec* FindEncoder(AVCodecID id, AVPixelFormat samples) {
     void* walk = nullptr;
     while (const AVCodec* codec = av_codec_iterate(&walk)) {
@@ -60,8 +77,9 @@ void EncodedWriter::Check(int result, const char* about) {
     }
 }
 
-EncodedWriter::EncodedWriter(const std::string& path, const PictureFormat& newFormat, Kind kind, int threads)
-    : format(newFormat), file(path) {
+EncodedWriter::EncodedWriter(const std::string& path, const PictureFormat& newFormat,
+                             const StoredFrames& newStored, Kind kind, int threads)
+    : format(newFormat), stored(newStored), file(path) {
     OpenOutput(kind);
     OpenEncoder(kind, threads);
     stream = avformat_new_stream(output.get(), nullptr);
@@ -108,11 +126,11 @@ void EncodedWriter::OpenOutput(Kind kind) {
 }
 
 void EncodedWriter::OpenEncoder(Kind kind, int threads) {
-    const AVPixelFormat samples = format.hasAlpha ? AV_PIX_FMT_YUVA422P : AV_PIX_FMT_YUV422P;
+    const AVPixelFormat samples = stored.format;
     const AVCodec* encoder = FindEncoder(kind == kH264Mp4 ? AV_CODEC_ID_H264 : AV_CODEC_ID_FFV1, samples);
     if (encoder == nullptr) {
-        throw Failure(file.Path() +
-                      ": the libavcodec of this machine has no encoder for it in 4:2:2; use .mkv or .y4m");
+        throw Failure(file.Path() + ": the libavcodec of this machine has no encoder for it in " +
+                      av_get_pix_fmt_name(samples) + "; use .mkv or .y4m");
     }
     codec.reset(avcodec_alloc_context3(encoder));
     if (!codec) {
@@ -124,11 +142,12 @@ void EncodedWriter::OpenEncoder(Kind kind, int threads) {
     codec->time_base = av_inv_q(format.rate);
     codec->framerate = format.rate;
     codec->sample_aspect_ratio = format.pixelAspect;
-    const bool is709 = format.weights == LumaWeights::kBt709;
-    codec->color_range = AVCOL_RANGE_MPEG;
-    codec->colorspace = is709 ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M;
-    codec->color_primaries = is709 ? AVCOL_PRI_BT709 : AVCOL_PRI_SMPTE170M;
-    codec->color_trc = is709 ? AVCOL_TRC_BT709 : AVCOL_TRC_SMPTE170M;
+    const Label label = LabelOf(format.weights);
+    const bool isRgb = (av_pix_fmt_desc_get(samples)->flags & AV_PIX_FMT_FLAG_RGB) != 0;
+    codec->color_range = isRgb ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
+    codec->colorspace = isRgb ? AVCOL_SPC_RGB : label.space;
+    codec->color_primaries = label.primaries;
+    codec->color_trc = label.transfer;
     codec->thread_count = threads;
     if (format.IsInterlaced()) {
         codec->flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
@@ -159,7 +178,7 @@ void EncodedWriter::OpenEncoder(Kind kind, int threads) {
 
 void EncodedWriter::Write(const Zan::Image& picture) {
     CheckLibav(av_frame_make_writable(planes.get()), file.Path());
-    ToPlanes(picture, *planes);
+    stored.Fill(picture, *planes);
     planes->pts = written++;
     planes->sample_aspect_ratio = format.pixelAspect;
     planes->color_range = codec->color_range;

@@ -3,18 +3,19 @@
 
 #include <exception>
 
+#include "media/Planes.h"
 #include "media/Writer.h"
 #include "run/OutputFile.h"
 
 namespace tool {
 
-/// A video file by libavformat and libavcodec, 4:2:2 in three planes, or in four with alpha where the codec
-/// has that.
+/// A video file by libavformat and libavcodec, of whatever frames pictures are stored as.
 class EncodedWriter : public Writer {
 public:
     enum Kind { kLosslessMatroska, kH264Mp4 };
 
-    EncodedWriter(const std::string& path, const PictureFormat& format, Kind kind, int threads);
+    EncodedWriter(const std::string& path, const PictureFormat& format, const StoredFrames& stored, Kind kind,
+                  int threads);
     ~EncodedWriter() override;
 
     void Write(const Zan::Image& picture) override;
@@ -40,6 +41,7 @@ private:
     void Check(int result, const char* about);
 
     PictureFormat format;
+    StoredFrames stored;
     OutputFile file;
     std::exception_ptr fault;  ///< what a callback met
     std::unique_ptr<AVIOContext, FreeIo> io;

@@ -1,11 +1,13 @@
 #ifndef TESSELU_TOOLS_MEDIA_PICTURE_H
 #define TESSELU_TOOLS_MEDIA_PICTURE_H
 
+#include <TesselU/convert/ConverterFormat.h>
 #include <TesselU/image/Image.h>
 #include <TesselU/image/ImageView.h>
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "media/Libav.h"
 #include "media/Rates.h"
@@ -20,11 +22,11 @@ constexpr unsigned kSmallestSide = 8;
 constexpr unsigned kLargestSide = 16384;
 
 /// The luma weights behind the YCrCb samples of a picture.
-enum class LumaWeights { kBt601, kBt709 };
+enum class LumaWeights { kBt601, kBt709, kBt2020 };
 
-/// What all pictures of one run share: packed 4:2:2, in the order Cb, Y0, Cr, Y1, at video levels. With alpha
-/// they have a plane of it beside, and colours that are multiplied with it (shaped), so that what is
-/// transparent is black.
+/// What pictures of one place in a run share: packed 4:2:2, in the order Cb, Y0, Cr, Y1, at video levels.
+/// With alpha they have a plane of it beside, and colours that are multiplied with it (shaped), so that what
+/// is transparent is black. An effect may ask for other samples on either side of it.
 struct PictureFormat {
     unsigned width = 0;   ///< pixels, even
     unsigned height = 0;  ///< lines
@@ -33,7 +35,11 @@ struct PictureFormat {
     AVRational rate{25, 1};        ///< pictures a second
     AVRational pixelAspect{1, 1};  ///< width of a pixel over its height
     bool hasAlpha = false;
+    std::optional<Zan::ConverterFormat> samples = {};  ///< else as told above
 
+    Zan::ConverterFormat Samples() const noexcept {
+        return samples ? *samples : hasAlpha ? Zan::kFmtCbYCrY4Shaped : Zan::kFmtCbYCrY;
+    }
     bool IsInterlaced() const noexcept { return scan != Zan::kProgressive; }
     double Aspect() const noexcept { return av_q2d(pixelAspect) * width / height; }
 };
@@ -43,7 +49,7 @@ using ImagePtr = std::unique_ptr<Zan::Image>;
 /// The channel of alpha in a picture that has it.
 constexpr Zan::ULong32 kAlphaChannel = 3;
 
-/// A 4:2:2 picture with memory of its own. Throws `std::bad_alloc`.
+/// A picture with memory of its own. Throws `std::bad_alloc`.
 ImagePtr NewPicture(const PictureFormat& format);
 
 /// A 4:2:2 picture without alpha in memory that outlives it.

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "media/Samples.h"
+
 namespace tool {
 namespace {
 
@@ -46,6 +48,14 @@ void ToPlanes(const Zan::Image& picture, AVFrame& planes) {
     }
     if (planes.format == AV_PIX_FMT_YUVA422P) {
         Unshape(picture, planes);
+    }
+}
+
+void StoredFrames::Fill(const Zan::Image& picture, AVFrame& frame) const {
+    if (samples) {
+        CopyToFrame(picture, *samples, frame);
+    } else {
+        ToPlanes(picture, frame);
     }
 }
 

@@ -1,6 +1,8 @@
 #ifndef TESSELU_TOOLS_MEDIA_PLANES_H
 #define TESSELU_TOOLS_MEDIA_PLANES_H
 
+#include <optional>
+
 #include "media/Picture.h"
 
 namespace tool {
@@ -8,6 +10,15 @@ namespace tool {
 /// Takes packed 4:2:2 apart into the planes Y, Cb and Cr of a frame in YUV422P; no sample changes. Into
 /// YUVA422P alpha goes along, and the colours are divided by it.
 void ToPlanes(const Zan::Image& picture, AVFrame& planes);
+
+/// How the pictures of a run go as frames: those in packed 4:2:2 by `ToPlanes`, those whose samples were
+/// asked for one by one.
+struct StoredFrames {
+    std::optional<Zan::ConverterFormat> samples = {};
+    AVPixelFormat format = AV_PIX_FMT_YUV422P;
+
+    void Fill(const Zan::Image& picture, AVFrame& frame) const;
+};
 
 /// The other way round: packs the planes of a frame in YUV422P.
 void FromPlanes(const AVFrame& planes, Zan::Image& picture);

@@ -11,13 +11,16 @@ AVPixelFormat SamplesOf(const PictureFormat& format) {
 
 }  // namespace
 
-PngSequenceWriter::PngSequenceWriter(const std::string& pattern, const PictureFormat& format, long first,
-                                     int threads)
+PngSequenceWriter::PngSequenceWriter(const std::string& pattern, const PictureFormat& format,
+                                     const StoredFrames& newStored, long first, int threads)
     : name(pattern),
-      samples(SamplesOf(format)),
-      conversion(format),
+      stored(newStored),
+      samples(stored.samples ? stored.format : SamplesOf(format)),
       encoder(samples, static_cast<int>(format.width), static_cast<int>(format.height), kEffort, threads),
       number(first) {
+    if (!stored.samples) {
+        conversion.emplace(format);
+    }
     // The first file is made here, so that a bad place is found before the work.
     file.emplace(name.At(number));
 }
@@ -26,7 +29,11 @@ void PngSequenceWriter::Write(const Zan::Image& picture) {
     // The encoder keeps frames for a while, so each has memory of its own.
     const FramePtr frame =
         NewFrame(samples, static_cast<int>(picture.GetWidth()), static_cast<int>(picture.GetHeight()));
-    conversion.Fill(picture, *frame);
+    if (conversion) {
+        conversion->Fill(picture, *frame);
+    } else {
+        stored.Fill(picture, *frame);
+    }
     frame->pts = sent++;
     encoder.Send(frame.get());
     Take();

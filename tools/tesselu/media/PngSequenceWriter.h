@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "media/FileNames.h"
+#include "media/Planes.h"
 #include "media/PngEncoder.h"
 #include "media/RgbConversion.h"
 #include "media/Writer.h"
@@ -14,18 +15,20 @@ namespace tool {
 /// whole and stays, whatever becomes of those after it.
 class PngSequenceWriter : public Writer {
 public:
-    PngSequenceWriter(const std::string& pattern, const PictureFormat& format, long first, int threads);
+    PngSequenceWriter(const std::string& pattern, const PictureFormat& format, const StoredFrames& stored,
+                      long first, int threads);
 
     void Write(const Zan::Image& picture) override;
     void Finish() override;
-    double LibrarySeconds() const noexcept override { return conversion.Seconds(); }
+    double LibrarySeconds() const noexcept override { return conversion ? conversion->Seconds() : 0; }
 
 private:
     void Take();
 
     NumberedName name;
+    StoredFrames stored;
     AVPixelFormat samples;
-    RgbConversion conversion;
+    std::optional<RgbConversion> conversion;  ///< for pictures that are not RGB already
     PngEncoder encoder;
     long number;  ///< of the next file
     std::optional<OutputFile> file;

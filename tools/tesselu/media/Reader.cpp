@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "Errors.h"
+#include "media/Samples.h"
 #include "run/Console.h"
 
 namespace tool {
@@ -33,6 +34,10 @@ Reader::Reader(std::string newPath, const InputOptions& newOptions)
     hasNext = Next(next);
     isStill = !hasNext;
     timing.rate = decoder.Rate();
+    if (options.rawSamples) {
+        timing.scan = options.rawScan;
+        return;
+    }
     // Some clips begin with a frame that is progressive by chance.
     if (!isStill) {
         timing.scan = ScanOf(*current.frame);
@@ -65,6 +70,29 @@ LumaWeights Reader::Weights() const noexcept {
                                                                      : LumaWeights::kBt601;
 }
 
+std::optional<Zan::ConverterFormat> Reader::Samples(const PictureFormat& run) const {
+    if (options.rawSamples) {
+        return options.rawSamples;
+    }
+    if (turn != Turn::kNone) {
+        return std::nullopt;
+    }
+    const Zan::ConverterFormat samples = SamplesOf(*current.frame, run.IsInterlaced());
+    // Two progressive frames cannot share a picture whose chroma belongs to fields.
+    if (samples == Zan::kFmtPlanar420Interlaced && timing.scan == Zan::kProgressive) {
+        return Zan::kFmtPlanar422;
+    }
+    return samples;
+}
+
+LumaWeights Reader::WeightsOfSamples() const noexcept {
+    if (options.rawSamples) {
+        const AVColorSpace usual = UsualColourSpace(current.frame->width, current.frame->height);
+        return usual == AVCOL_SPC_BT709 ? LumaWeights::kBt709 : LumaWeights::kBt601;
+    }
+    return ColourSpaceOf(*current.frame) == AVCOL_SPC_BT2020_NCL ? LumaWeights::kBt2020 : Weights();
+}
+
 void Reader::SetTarget(const PictureFormat& target, double aspect) {
     SourceTiming source = timing;
     timeline.emplace(target, source);
@@ -77,6 +105,9 @@ void Reader::SetTarget(const PictureFormat& target, double aspect) {
         timeline.emplace(target, source);
     }
     scaler.emplace(target, aspect, turn);
+    if (options.rawSamples) {
+        scaler->TakeBytes();
+    }
     pool.emplace(target);
     converted.reset();
     if (fields == FieldUse::kFrames || fields == FieldUse::kFieldLater || isStill) {

@@ -30,6 +30,11 @@ public:
     /// How the first frames are labelled.
     SourceTiming Timing() const noexcept { return timing; }
     LumaWeights Weights() const noexcept;
+    /// The samples that come closest to those of the frames in a run of such pictures; none when frames must
+    /// be worked on before.
+    std::optional<Zan::ConverterFormat> Samples(const PictureFormat& run) const;
+    /// The weights of such samples, which keep them.
+    LumaWeights WeightsOfSamples() const noexcept;
     bool HasAlpha() const noexcept { return hasAlpha; }
     /// The input holds one frame only.
     bool IsStill() const noexcept { return isStill; }

@@ -7,6 +7,7 @@
 
 #include "Errors.h"
 #include "media/Planes.h"
+#include "media/Samples.h"
 
 namespace tool {
 namespace {
@@ -171,9 +172,13 @@ AVColorSpace ColourSpaceOf(const AVFrame& frame) {
         case AVCOL_SPC_BT2020_NCL:
             return frame.colorspace;
         default:
-            // The custom of the field: high definition is BT.709, everything smaller BT.601.
-            return frame.width > 1024 || frame.height > 576 ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M;
+            return UsualColourSpace(frame.width, frame.height);
     }
+}
+
+AVColorSpace UsualColourSpace(int width, int height) {
+    // The custom of the field: high definition is BT.709, everything smaller BT.601.
+    return width > 1024 || height > 576 ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M;
 }
 
 AVRational PixelAspectOf(const AVFrame& frame) {
@@ -225,7 +230,45 @@ Scaler::Scaler(const PictureFormat& newTarget, double newAspect, Turn newTurn)
     }
 }
 
+/// Samples go as they are where the picture can take them. Others are brought to frames that it can take.
+void Scaler::ConvertSamples(const AVFrame& frame, Zan::Image& picture) {
+    const Zan::ConverterFormat samples = *target.samples;
+    if (areBytes) {
+        const auto format = static_cast<AVPixelFormat>(frame.format);
+        bytes.resize(static_cast<std::size_t>(
+            CheckLibav(av_image_get_buffer_size(format, frame.width, frame.height, 1), "raw frames")));
+        if (bytes.size() < BytesOfFrame(samples, target.width, target.height)) {
+            throw Failure("a raw frame is too short");
+        }
+        CheckLibav(av_image_copy_to_buffer(bytes.data(), static_cast<int>(bytes.size()), frame.data,
+                                           frame.linesize, format, frame.width, frame.height, 1),
+                   "raw frames");
+        CopyFromBytes(bytes.data(), samples, picture);
+        return;
+    }
+    FramePtr source = CropToAspect(frame, aspect);
+    const Levels levels = LevelsOf(frame), video = {levels.space, false};
+    if (HoldsSamplesOf(*source, samples, target.width, target.height) &&
+        (IsGrey(*source) || IsRgb(*source) || !levels.isFull)) {
+        CopyFromFrame(*source, samples, picture);
+        return;
+    }
+    const bool byField = frame.interlaced_frame != 0 && target.IsInterlaced();
+    if (byField && !HasWholeFields(*source)) {
+        source = WithWholeFields(*source);
+    }
+    if (!planes) {
+        planes = NewFrame(FramesOf(samples), static_cast<int>(target.width), static_cast<int>(target.height));
+    }
+    colour.Convert(*source, levels, *planes, video, byField);
+    CopyFromFrame(*planes, samples, picture);
+}
+
 void Scaler::Convert(const AVFrame& frame, Zan::Image& picture) {
+    if (target.samples) {
+        ConvertSamples(frame, picture);
+        return;
+    }
     FramePtr source = CropToAspect(frame, SwapsSides(turn) ? 1 / aspect : aspect);
     const Levels levels = LevelsOf(frame);
     const bool byField = frame.interlaced_frame != 0 && target.IsInterlaced() && turn == Turn::kNone;

@@ -1,6 +1,8 @@
 #ifndef TESSELU_TOOLS_MEDIA_SCALER_H
 #define TESSELU_TOOLS_MEDIA_SCALER_H
 
+#include <vector>
+
 #include "media/Picture.h"
 #include "media/Resampler.h"
 
@@ -24,7 +26,11 @@ public:
     /// pictures have it.
     void Convert(const AVFrame& frame, Zan::Image& picture);
 
+    /// Frames are bytes of the target's samples and size, whatever their pixel format says.
+    void TakeBytes() { areBytes = true; }
+
 private:
+    void ConvertSamples(const AVFrame& frame, Zan::Image& picture);
     void ConvertColour(const AVFrame& source, const Levels& levels, bool byField, Zan::Image& picture);
     void ConvertAlpha(const AVFrame* alpha, bool byField, Zan::Image& picture);
     void PackTurned(Zan::Image& picture) const;
@@ -39,10 +45,14 @@ private:
     FramePtr grey;         ///< of the size of the source
     FramePtr withChroma;   ///< of the size of the source, grey made 4:4:4
     Resampler toShaped, toGrey, colour, alphaPlane;
+    bool areBytes = false;
+    std::vector<std::uint8_t> bytes;
 };
 
 /// The weights of luma that the samples of `frame` were made with, by its label or, without one, its size.
 AVColorSpace ColourSpaceOf(const AVFrame& frame);
+/// By the size alone.
+AVColorSpace UsualColourSpace(int width, int height);
 
 /// Some pixel of such a frame may be transparent.
 bool ShowsAlpha(const AVFrame& frame);

@@ -5,18 +5,22 @@
 #include "media/FileNames.h"
 #include "media/PngSequenceWriter.h"
 #include "media/RawWriter.h"
+#include "media/SampleWriter.h"
+#include "media/Samples.h"
 #include "media/Y4mWriter.h"
 
 namespace tool {
 namespace {
 
-/// The kind by option or name: one of `OutputKinds`, a pixel format, or nothing.
+constexpr const char* kRawFrames = "raw";  ///< of the samples that were asked for
+
+/// The kind by option or name: one of `OutputKinds`, raw frames, a pixel format, or nothing.
 std::string KindOf(const std::string& path, const OutputOptions& options) {
     if (!options.kind.empty()) {
         return options.kind;
     }
     if (path == kStandardStream) {
-        return "y4m";
+        return options.ofSamples ? kRawFrames : "y4m";
     }
     const std::string extension = ExtensionOf(path);
     for (const std::string& kind : OutputKinds()) {
@@ -24,10 +28,37 @@ std::string KindOf(const std::string& path, const OutputOptions& options) {
             return kind;
         }
     }
-    return "";
+    return options.ofSamples ? kRawFrames : "";
+}
+
+/// What a kind holds of such pictures. `AV_PIX_FMT_NONE`: nothing.
+AVPixelFormat StoredAs(const std::string& kind, Zan::ConverterFormat samples) {
+    const AVPixelFormat frames = FramesOf(samples);
+    switch (frames) {
+        case AV_PIX_FMT_YUV422P:
+        case AV_PIX_FMT_YUV420P:
+            return kind != "png" ? frames : AV_PIX_FMT_NONE;
+        case AV_PIX_FMT_YUV411P:
+        case AV_PIX_FMT_YUV444P:
+            return kind == "mkv" || kind == "y4m" ? frames : AV_PIX_FMT_NONE;
+        case AV_PIX_FMT_GRAY8:
+            return kind != "mp4" ? frames : AV_PIX_FMT_NONE;
+        case AV_PIX_FMT_YUVA422P:
+        case AV_PIX_FMT_YUVA444P:
+            return kind == "mkv" ? frames : AV_PIX_FMT_NONE;
+        case AV_PIX_FMT_BGRA:
+            return kind == "mkv" ? frames : kind == "png" ? AV_PIX_FMT_RGBA : AV_PIX_FMT_NONE;
+        case AV_PIX_FMT_BGR24:
+            return kind == "mkv" ? AV_PIX_FMT_BGR0 : kind == "png" ? AV_PIX_FMT_RGB24 : AV_PIX_FMT_NONE;
+        default:
+            return AV_PIX_FMT_NONE;
+    }
 }
 
 bool IsNamedKind(const std::string& kind) {
+    if (kind == kRawFrames) {
+        return true;
+    }
     for (const std::string& known : OutputKinds()) {
         if (kind == known) {
             return true;
@@ -74,18 +105,32 @@ std::unique_ptr<Writer> OpenWriter(const std::string& path, const OutputOptions&
                                    const PictureFormat& format) {
     CheckOutputName(path, options);
     const std::string kind = KindOf(path, options);
+    if (kind == kRawFrames) {
+        return std::make_unique<SampleWriter>(path, format);
+    }
+    StoredFrames stored;
+    if (format.samples && IsNamedKind(kind)) {
+        stored = {*format.samples, StoredAs(kind, *format.samples)};
+        if (stored.format == AV_PIX_FMT_NONE) {
+            throw UsageError("-o " + path + ": a " + kind + " output does not hold " +
+                             AliasesOf(*format.samples)[0] + "; raw frames do (.raw, .yuv or -)");
+        }
+    } else {
+        stored.format = format.hasAlpha ? AV_PIX_FMT_YUVA422P : AV_PIX_FMT_YUV422P;
+    }
     if (kind == "mkv") {
-        return std::make_unique<EncodedWriter>(path, format, EncodedWriter::kLosslessMatroska,
+        return std::make_unique<EncodedWriter>(path, format, stored, EncodedWriter::kLosslessMatroska,
                                                options.threads);
     }
     if (kind == "mp4") {
-        return std::make_unique<EncodedWriter>(path, format, EncodedWriter::kH264Mp4, options.threads);
+        return std::make_unique<EncodedWriter>(path, format, stored, EncodedWriter::kH264Mp4,
+                                               options.threads);
     }
     if (kind == "y4m") {
-        return std::make_unique<Y4mWriter>(path, format);
+        return std::make_unique<Y4mWriter>(path, format, stored);
     }
     if (kind == "png") {
-        return std::make_unique<PngSequenceWriter>(path, format, options.first, options.threads);
+        return std::make_unique<PngSequenceWriter>(path, format, stored, options.first, options.threads);
     }
     return std::make_unique<RawWriter>(path, format, RawPixelFormat("--to", kind));
 }

@@ -26,6 +26,8 @@ struct OutputOptions {
     std::string kind;  ///< "mkv", "mp4", "y4m", "png" or a pixel format; empty: by the name
     int threads = 0;   ///< of the encoder; 0: as many as there are processors
     long first = 0;    ///< the number of the first picture, for the names of a sequence
+    /// Pictures have samples that were asked for: what is no kind by its name are raw frames of them.
+    bool ofSamples = false;
 };
 
 /// Kinds that have a name of their own.
@@ -40,8 +42,9 @@ bool HoldsAlpha(const std::string& path, const OutputOptions& options);
 /// One file for each picture.
 bool IsSequenceOutput(const std::string& path, const OutputOptions& options);
 
-/// The writer by file name: .mkv lossless FFV1, .mp4 H.264, .y4m plain 4:2:2, .png with a number such as %04d
-/// in its name a picture per file, "-" y4m to standard output. Throws `Failure` when it cannot be made.
+/// The writer by file name: .mkv lossless FFV1, .mp4 H.264, .y4m plain planes, .png with a number such as
+/// %04d in its name a picture per file, "-" y4m to standard output. Throws `UsageError` when it does not hold
+/// the samples of the pictures, `Failure` when it cannot be made.
 std::unique_ptr<Writer> OpenWriter(const std::string& path, const OutputOptions& options,
                                    const PictureFormat& format);
 

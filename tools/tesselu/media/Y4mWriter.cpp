@@ -23,29 +23,45 @@ const char* Interlacing(Zan::ScanStyleEnum scan) {
     }
 }
 
+/// Of 4:2:0 the chroma stands to the left, as in all video of our days.
+const char* ColourSpace(AVPixelFormat format) {
+    switch (format) {
+        case AV_PIX_FMT_YUV420P:
+            return "420mpeg2";
+        case AV_PIX_FMT_YUV411P:
+            return "411";
+        case AV_PIX_FMT_YUV444P:
+            return "444";
+        case AV_PIX_FMT_GRAY8:
+            return "mono";
+        default:
+            return "422";
+    }
+}
+
 }  // namespace
 
-Y4mWriter::Y4mWriter(const std::string& path, const PictureFormat& format)
-    : file(path),
-      planes(ShellOf(AV_PIX_FMT_YUV422P, static_cast<int>(format.width), static_cast<int>(format.height))),
-      frame(kFrameWord.size() + std::size_t{2} * format.width * format.height) {
-    const std::string header = "YUV4MPEG2 W" + std::to_string(format.width) + " H" +
-                               std::to_string(format.height) + " F" + std::to_string(format.rate.num) + ":" +
-                               std::to_string(format.rate.den) + " " + Interlacing(format.scan) + " A" +
-                               std::to_string(format.pixelAspect.num) + ":" +
-                               std::to_string(format.pixelAspect.den) + " C422 XCOLORRANGE=LIMITED\n";
+Y4mWriter::Y4mWriter(const std::string& path, const PictureFormat& format, const StoredFrames& newStored)
+    : stored(newStored),
+      file(path),
+      planes(ShellOf(stored.format, static_cast<int>(format.width), static_cast<int>(format.height))) {
+    const std::string header =
+        "YUV4MPEG2 W" + std::to_string(format.width) + " H" + std::to_string(format.height) + " F" +
+        std::to_string(format.rate.num) + ":" + std::to_string(format.rate.den) + " " +
+        Interlacing(format.scan) + " A" + std::to_string(format.pixelAspect.num) + ":" +
+        std::to_string(format.pixelAspect.den) + " C" + ColourSpace(stored.format) + " XCOLORRANGE=LIMITED\n";
     file.Write(header.data(), header.size());
+    const int bytes =
+        CheckLibav(av_image_get_buffer_size(stored.format, planes->width, planes->height, 1), path);
+    frame.resize(kFrameWord.size() + static_cast<std::size_t>(bytes));
     std::memcpy(frame.data(), kFrameWord.data(), kFrameWord.size());
-    const std::size_t luma = std::size_t{format.width} * format.height;
-    planes->data[0] = frame.data() + kFrameWord.size();
-    planes->data[1] = planes->data[0] + luma;
-    planes->data[2] = planes->data[1] + luma / 2;
-    planes->linesize[0] = planes->width;
-    planes->linesize[1] = planes->linesize[2] = planes->width / 2;
+    CheckLibav(av_image_fill_arrays(planes->data, planes->linesize, frame.data() + kFrameWord.size(),
+                                    stored.format, planes->width, planes->height, 1),
+               path);
 }
 
 void Y4mWriter::Write(const Zan::Image& picture) {
-    ToPlanes(picture, *planes);
+    stored.Fill(picture, *planes);
     file.Write(frame.data(), frame.size());
 }
 

@@ -4,6 +4,7 @@
 #include <span>
 
 #include "media/Picture.h"
+#include "media/Reader.h"
 
 namespace tool {
 
@@ -29,11 +30,26 @@ class Effect {
 public:
     virtual ~Effect() = default;
 
+    /// The pictures that the effect takes of an input, and those that it makes, where they are not packed
+    /// 4:2:2: the format of the run with other samples. Asked once each, in this order, before `Prepare`.
+    virtual PictureFormat InputFormat(const Reader& input, const PictureFormat& run) {
+        static_cast<void>(input);
+        return run;
+    }
+    virtual PictureFormat OutputFormat(const PictureFormat& run) { return run; }
+
+    /// Interlaced pictures come whole, and not field by field.
+    virtual bool TakesWholePictures() const { return false; }
+    /// How long a run of stills alone is.
+    virtual long PicturesOfStills() const { return 50; }
+    /// Time spent on other threads, beside that of the one that calls `Make`.
+    virtual double SecondsElsewhere() const { return 0; }
+
     /// Called once, when the format of the run is settled.
     virtual void Prepare(const PictureFormat& format) { static_cast<void>(format); }
 
-    /// Makes one field of a picture, or a whole progressive one, out of the same field of every input. All
-    /// views are of one size; inputs are shared and must not be written to.
+    /// Makes one field of a picture, or a whole one, out of the same of every input. All views are of one
+    /// size; inputs are shared and must not be written to.
     virtual void Make(std::span<Zan::ImageView> inputs, Zan::ImageView& output, const Moment& moment) = 0;
 };
 

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <limits>
 #include <thread>
@@ -13,6 +14,7 @@
 #include "media/ContactSheet.h"
 #include "media/FileNames.h"
 #include "media/Reader.h"
+#include "media/Samples.h"
 #include "media/Writer.h"
 #include "run/Console.h"
 #include "run/Effect.h"
@@ -25,7 +27,6 @@
 namespace tool {
 namespace {
 
-constexpr long kPicturesOfStills = 50;
 constexpr FrameSize kSizeWithoutInputs = {1280, 720};
 
 /// What an output picture shows of one input, field by field.
@@ -42,7 +43,7 @@ struct InputStage {
 /// What the threads of a run share. It lives as long as the last of them.
 struct Pipeline {
     std::vector<std::unique_ptr<InputStage>> inputs;
-    PictureFormat format;
+    PictureFormat format, made;  ///< of the run; of its output
     long first = 0;
     std::optional<long> whole;  ///< pictures of the whole run
     std::optional<long> last;
@@ -168,7 +169,7 @@ PictureFormat FormatOf(const RunOptions& options, const Pipeline& run) {
     } else if (a != nullptr) {
         format.pixelAspect = a->PixelAspect();
     }
-    if (HoldsAlpha(options.output, options.out)) {
+    if (!options.out.ofSamples && HoldsAlpha(options.output, options.out)) {
         for (const auto& input : run.inputs) {
             format.hasAlpha = format.hasAlpha || input->reader.HasAlpha();
         }
@@ -177,7 +178,7 @@ PictureFormat FormatOf(const RunOptions& options, const Pipeline& run) {
 }
 
 /// Settles how many pictures there are, and which of them are made.
-void FindPart(const Command& command, const RunOptions& options, Pipeline& run) {
+void FindPart(const Command& command, const RunOptions& options, long picturesOfStills, Pipeline& run) {
     bool isEndless = false, hasClip = false;
     run.whole = options.length;
     for (const auto& input : run.inputs) {
@@ -194,7 +195,7 @@ void FindPart(const Command& command, const RunOptions& options, Pipeline& run) 
         }
     }
     if (!hasClip && !run.whole) {
-        run.whole = kPicturesOfStills;
+        run.whole = picturesOfStills;
     }
     if (!run.whole && (command.needsLength || !options.sheet.empty())) {
         throw UsageError("the length of the inputs is not known before they end; --length N tells it");
@@ -210,6 +211,19 @@ void FindPart(const Command& command, const RunOptions& options, Pipeline& run) 
     }
     if (!run.last) {
         run.last = *run.whole - 1;
+    }
+}
+
+/// Puts the first field of one picture and the second one of another together.
+void Weave(const Zan::Image& first, const Zan::Image& second, Zan::ScanStyleEnum scan, Zan::Image& both) {
+    for (Zan::ULong32 channel = 0; channel < both.GetNumberOfChannels(); ++channel) {
+        const std::size_t pitch = both.GetPitch(channel);
+        const std::size_t lines = pitch != 0 ? both.GetMemorySize(channel) / pitch : 0;
+        for (unsigned y = 0; y < lines; ++y) {
+            const bool isUpper = y % 2 == 0;
+            const Zan::Image& from = isUpper == (scan == Zan::kUpperFieldFirst) ? first : second;
+            std::memcpy(Line(both, y, channel), Line(from, y, channel), pitch);
+        }
     }
 }
 
@@ -240,8 +254,9 @@ void PrintJson(std::FILE* to, const Command& command, const PictureFormat& forma
                  "\"rate\":\"%d/%d\",\"alpha\":%s,\"seconds\":%.3f,\"library_ms\":%.4f,\"decode_ms\":%.4f,"
                  "\"encode_ms\":%.4f}\n",
                  command.name.c_str(), figures.pictures, format.width, format.height, NameOf(format.scan),
-                 format.rate.num, format.rate.den, format.hasAlpha ? "true" : "false", figures.seconds,
-                 (figures.effect + figures.toRgb) * each, figures.decoding * each, figures.encoding * each);
+                 format.rate.num, format.rate.den, HasAlpha(format.Samples()) ? "true" : "false",
+                 figures.seconds, (figures.effect + figures.toRgb) * each, figures.decoding * each,
+                 figures.encoding * each);
 }
 
 void PrintSummary(std::FILE* to, const Command& command, const PictureFormat& format,
@@ -265,7 +280,7 @@ void PrintSummary(std::FILE* to, const Command& command, const PictureFormat& fo
 
 void RunCommand(const Command& command, const Arguments& arguments) {
     const double start = WallClock::Now();
-    const RunOptions options(arguments);
+    const RunOptions options(command, arguments);
     if (options.isQuiet) {
         console::BeQuiet();
     }
@@ -279,17 +294,20 @@ void RunCommand(const Command& command, const Arguments& arguments) {
     run->format = FormatOf(options, *run);
     const PictureFormat& format = run->format;
     const double aspect = run->inputs.empty() ? format.Aspect() : run->inputs.front()->reader.Aspect();
+    std::vector<PictureFormat> taken;
     for (const auto& input : run->inputs) {
-        input->reader.SetTarget(format, aspect);
+        taken.push_back(effect->InputFormat(input->reader, format));
+        input->reader.SetTarget(taken.back(), aspect);
     }
-    FindPart(command, options, *run);
+    run->made = effect->OutputFormat(format);
+    FindPart(command, options, effect->PicturesOfStills(), *run);
     if (IsSequenceOutput(options.output, options.out)) {
         RefuseOverwritingBySequence(options.inputs, options.output, options.sheet, run->first,
                                     run->last.value_or(std::numeric_limits<long>::max()));
     }
 
     effect->Prepare(format);
-    run->writer = OpenWriter(options.output, options.out, format);
+    run->writer = OpenWriter(options.output, options.out, run->made);
     if (!options.sheet.empty()) {
         run->sheet.emplace(options.sheet, format, *run->last - run->first + 1);
     }
@@ -308,9 +326,11 @@ void RunCommand(const Command& command, const Arguments& arguments) {
     const auto make = [&] {
         ProgressBar progress(command.name,
                              run->last ? std::optional(*run->last - run->first + 1) : std::nullopt);
-        PicturePool pool(format);
+        PicturePool pool(run->made);
+        std::vector<PicturePool> woven(taken.begin(), taken.end());
+        const bool byField = !effect->TakesWholePictures();
         Moment moment;
-        moment.fields = run->FieldsPerPicture();
+        moment.fields = byField ? run->FieldsPerPicture() : 1;
         moment.pictures = run->whole.value_or(0);
         std::vector<Fields> pictures(run->inputs.size());
         std::vector<Zan::ImageView> views(run->inputs.size());
@@ -321,6 +341,11 @@ void RunCommand(const Command& command, const Arguments& arguments) {
                     return;
                 }
                 pictures[i] = std::move(*fields);
+                if (!byField && format.IsInterlaced() && pictures[i][0] != pictures[i][1]) {
+                    SharedPicture both = woven[i].Take();
+                    Weave(*pictures[i][0], *pictures[i][1], format.scan, *both);
+                    pictures[i][0] = std::move(both);
+                }
             }
             const SharedPicture made = pool.Take();
             for (moment.field = 0; moment.field < moment.fields; ++moment.field) {
@@ -358,12 +383,13 @@ void RunCommand(const Command& command, const Arguments& arguments) {
     for (const auto& input : run->inputs) {
         figures.decoding = std::max(figures.decoding, input->busy.load());
     }
+    figures.effect += effect->SecondsElsewhere();
     figures.encoding = run->encoding;
     figures.toRgb = run->writer->LibrarySeconds() + (run->sheet ? run->sheet->LibrarySeconds() : 0);
     figures.seconds = WallClock::Now() - start;
     std::FILE* const to = options.output == kStandardStream ? stderr : stdout;
     if (options.isJson) {
-        PrintJson(to, command, format, figures);
+        PrintJson(to, command, run->made, figures);
     } else if (!options.isQuiet) {
         PrintSummary(to, command, format, figures);
     }

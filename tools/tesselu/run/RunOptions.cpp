@@ -5,6 +5,7 @@
 #include "Errors.h"
 #include "media/FileNames.h"
 #include "media/RawWriter.h"
+#include "media/Samples.h"
 
 namespace tool {
 namespace {
@@ -92,13 +93,19 @@ const std::vector<Option>& CommonRunOptions() {
     return options;
 }
 
-RunOptions::RunOptions(const Arguments& arguments)
-    : inputs(arguments.Inputs()), output(arguments.Text("output")), sheet(arguments.Text("sheet")) {
+RunOptions::RunOptions(const Command& command, const Arguments& arguments)
+    : inputs(arguments.Inputs()), output(arguments.Text("output")) {
+    if (arguments.Has("sheet")) {
+        sheet = arguments.Text("sheet");
+    }
     input.rate = arguments.Rate("rate");
     input.rawFormat = arguments.Text("raw");
     input.threads = static_cast<int>(arguments.Integer("threads"));
     input.keepGoing = arguments.Has("keep-going");
-    out.kind = arguments.Text("to");
+    out.ofSamples = command.ofSamples;
+    if (!command.ofSamples) {
+        out.kind = arguments.Text("to");
+    }
     out.threads = input.threads;
     if (arguments.Has("scan")) {
         scan = kScans[arguments.Choice("scan")];
@@ -120,6 +127,9 @@ RunOptions::RunOptions(const Arguments& arguments)
     isQuiet = arguments.Has("quiet");
 
     CheckOutputName(output, out);
+    if (command.ofSamples && arguments.Has("from")) {
+        TakeRawSamples(SamplesNamed("--from", arguments.Text("from")));
+    }
     if (!input.rawFormat.empty()) {
         RawPixelFormat("--raw", input.rawFormat);
         if (!size) {
@@ -134,6 +144,31 @@ RunOptions::RunOptions(const Arguments& arguments)
     if (std::count(inputs.begin(), inputs.end(), kStandardStream) > 1) {
         throw UsageError("-: standard input can be read once only");
     }
+}
+
+void RunOptions::TakeRawSamples(Zan::ConverterFormat samples) {
+    if (!input.rawFormat.empty()) {
+        throw UsageError("--from: --raw says already what raw frames are made of");
+    }
+    if (!size) {
+        throw UsageError("--from " + NameOf(samples) + ": needs --size WIDTHxHEIGHT");
+    }
+    // The layout is one; whose chroma it is, the scan tells.
+    if (samples == Zan::kFmtPlanar420 && scan && *scan != Zan::kProgressive) {
+        samples = Zan::kFmtPlanar420Interlaced;
+    }
+    if (samples == Zan::kFmtPlanar420Interlaced && !scan) {
+        scan = Zan::kUpperFieldFirst;
+    }
+    if (size->width % ColumnsTogether(samples) != 0 ||
+        (samples == Zan::kFmtPlanarGrouped && size->width % 16 != 0)) {
+        throw UsageError("--size: a width of " + std::to_string(size->width) + " makes no whole lines in " +
+                         NameOf(samples));
+    }
+    input.rawSamples = samples;
+    input.rawScan = scan.value_or(Zan::kProgressive);
+    input.rawFormat = av_get_pix_fmt_name(CarrierOf(samples));
+    input.rawSize = *size;
 }
 
 Zan::ProcessingStyleEnum StyleOf(const Arguments& arguments) {

@@ -18,7 +18,7 @@ const std::vector<Option>& CommonRunOptions();
 
 /// What they say.
 struct RunOptions {
-    explicit RunOptions(const Arguments& arguments);
+    RunOptions(const Command& command, const Arguments& arguments);
 
     std::vector<std::string> inputs;
     std::string output;
@@ -32,6 +32,9 @@ struct RunOptions {
     Interval part;
     bool isJson = false;
     bool isQuiet = false;
+
+private:
+    void TakeRawSamples(Zan::ConverterFormat samples);
 };
 
 /// The code path that an effect asks the library for.
