@@ -46,10 +46,10 @@ struct Kernel<void(Arguments...)> {
 }  // namespace Zan::simd
 
 // The slots in the order of Target. Highway has no targets above SSSE3 for 32-bit x86.
-#if defined(__x86_64__)
+#if defined(__x86_64__) && !defined(TESSELU_LEAST_TARGETS)
 #define TESSELU_FORMS(FN) \
     { &N_SCALAR::FN, &N_SSSE3::FN, &N_AVX2::FN, &N_AVX3::FN, &N_AVX3::FN, nullptr }
-#elif defined(__i386__)
+#elif defined(__i386__) || defined(__x86_64__)
 #define TESSELU_FORMS(FN) \
     { &N_SCALAR::FN, &N_SSSE3::FN, nullptr, nullptr, nullptr, nullptr }
 #elif defined(__aarch64__)

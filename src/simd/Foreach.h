@@ -7,7 +7,11 @@
 #define HWY_COMPILE_ALL_ATTAINABLE
 // What is wanted, so that a newer Highway adds nothing that nobody asked for. The names of the bits are
 // Highway's; they are read where the targets of a processor have been told.
+#ifdef TESSELU_LEAST_TARGETS  // for builds that ask something else than how kernels come out
+#define TESSELU_WANTED_TARGETS (HWY_SCALAR | HWY_SSSE3 | HWY_NEON)
+#else
 #define TESSELU_WANTED_TARGETS (HWY_SCALAR | HWY_SSSE3 | HWY_AVX2 | HWY_AVX3 | HWY_NEON)
+#endif
 #define HWY_DISABLED_TARGETS (~(TESSELU_WANTED_TARGETS))
 #endif
 #include <hwy/foreach_target.h>

@@ -52,8 +52,13 @@ Target Detect() {
     const bool osSavesAVX = All(one.ecx, Bit(27)) && All(SavedStates(), 0x6);
     const bool avx2 = osSavesAVX && sse4 && All(one.ecx, Bit(28) | Bit(12) | Bit(29)) &&
                       All(seven.ebx, Bit(5) | Bit(3) | Bit(8)) && All(extended.ecx, Bit(5));
+#ifdef TESSELU_LEAST_TARGETS
+    constexpr bool kHasMore = false;
+#else
+    constexpr bool kHasMore = sizeof(void*) != 4;
+#endif
     // Kernels have no bodies above SSSE3 on 32-bit x86.
-    if (!avx2 || sizeof(void*) == 4) {
+    if (!avx2 || !kHasMore) {
         return kSSSE3;
     }
     const bool avx512 =

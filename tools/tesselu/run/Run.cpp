@@ -217,6 +217,9 @@ void FindPart(const Command& command, const RunOptions& options, long picturesOf
 /// Puts the first field of one picture and the second one of another together.
 void Weave(const Zan::Image& first, const Zan::Image& second, Zan::ScanStyleEnum scan, Zan::Image& both) {
     for (Zan::ULong32 channel = 0; channel < both.GetNumberOfChannels(); ++channel) {
+        if (channel != 0 && both.GetMemoryPointer(channel) == both.GetMemoryPointer(channel - 1)) {
+            continue;  // the same plane
+        }
         const std::size_t pitch = both.GetPitch(channel);
         const std::size_t lines = pitch != 0 ? both.GetMemorySize(channel) / pitch : 0;
         for (unsigned y = 0; y < lines; ++y) {
