@@ -85,10 +85,13 @@ const FixedPointCoefficients& DefaultCoefficients(ConversionKind kind, const Coe
 }
 
 void MakeCoefficients(const double* matrix, const double* offset, const CoefficientForm& form,
-                      FixedPointCoefficients& block) noexcept {
+                      bool alphaTakesPart, FixedPointCoefficients& block) noexcept {
     for (std::size_t i = 0; i < 4; ++i) {
         for (std::size_t j = 0; j < 4; ++j) {
             block.matrix[i][j] = matrix[4 * i + j];
+        }
+        if (!alphaTakesPart && i < 3) {
+            block.matrix[i][3] = 0;
         }
         block.offset[0][i] = offset[i];
         block.offset[1][i] = offset[4 + i];

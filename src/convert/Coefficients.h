@@ -47,9 +47,10 @@ static_assert(sizeof(FixedPointCoefficients) == 336);
 /// The coefficients of a default matrix: the same for all calls.
 const FixedPointCoefficients& DefaultCoefficients(ConversionKind kind, const CoefficientForm& form) noexcept;
 
-/// The coefficients of a caller's matrix and offsets: 16 and 8 doubles.
+/// The coefficients of a caller's matrix and offsets: 16 and 8 doubles. Where alpha takes no part in colour
+/// its column is 0.
 void MakeCoefficients(const double* matrix, const double* offset, const CoefficientForm& form,
-                      FixedPointCoefficients& block) noexcept;
+                      bool alphaTakesPart, FixedPointCoefficients& block) noexcept;
 
 }  // namespace Zan
 

@@ -13,41 +13,48 @@
 namespace Zan {
 namespace {
 
-/// True when every channel of the view's image has memory, those that a format does not use too.
-bool HasMemory(const ImageView& view) noexcept {
+/// The planes of the first four channels of a view. Returns false when any channel of its image has no
+/// memory, those that a format does not use too.
+bool TakePlanes(const ImageView& view, std::array<Plane, 4>& planes, Selection& selection) noexcept {
     const Image* image = view.GetImage();
     const ImageDescriptor* format = image != nullptr ? image->GetImageDescriptor() : nullptr;
     if (format == nullptr || format->channels.empty()) {
         return false;
     }
-    for (const ChannelDescriptor& channel : format->channels) {
-        if (!channel.memory || channel.memory->GetAlignedPointer() == nullptr) {
+    const Long32 left = view.GetRegionOfInterest().getLeft();
+    selection = {left > 0, view.GetFieldOfInterest() != kFrame};
+    const std::vector<ChannelDescriptor>& channels = format->channels;
+    for (std::size_t i = 0; i < channels.size(); ++i) {
+        if (!channels[i].memory || channels[i].memory->GetAlignedPointer() == nullptr) {
             return false;
+        }
+        if (i >= planes.size()) {
+            continue;
+        }
+        if (i != 0 && channels[i].memory == channels[i - 1].memory) {
+            planes[i] = planes[i - 1];
+            continue;
+        }
+        planes[i] = PlaneOf(view, static_cast<ULong32>(i));
+        if (left < 0) {
+            // The end of the line above is memory, but none of the selection's.
+            planes[i].begin = planes[i].end;
         }
     }
     return true;
 }
 
-/// The planes that a format has in a view.
-ConversionSide SideOf(const ImageView& view, ConverterFormat code) noexcept {
-    const Long32 left = view.GetRegionOfInterest().getLeft();
-    ConversionSide side{code, {}, {left > 0, view.GetFieldOfInterest() != kFrame}};
-    const auto take = [&](ULong32 channel) {
-        Plane& plane = side.plane[channel];
-        plane = PlaneOf(view, channel);
-        if (left < 0) {
-            // The end of the line above is memory, but none of the selection's.
-            plane.begin = plane.end;
-        }
-    };
-    if (code == kFmtUnknown) {
-        take(0);
-    } else {
-        for (const simd::PlaneUse& use : Formats()[static_cast<std::size_t>(code)].planes) {
-            take(static_cast<ULong32>(use.index));
-        }
+/// The planes of planar formats that lie one behind the other without gaps, from the first of them.
+void DerivePlanes(ConverterFormat code, std::size_t width, std::size_t height,
+                  std::array<Plane, 4>& planes) noexcept {
+    if (code != kFmtPlanar420 && code != kFmtPlanar422 && code != kFmtPlanar420Interlaced &&
+        code != kFmtPlanar411) {
+        return;
     }
-    return side;
+    const std::size_t luma = width * height, chroma = luma >> (code == kFmtPlanar422 ? 1 : 2);
+    const std::ptrdiff_t pitch = planes[0].pitch / (code == kFmtPlanar411 ? 4 : 2);
+    planes[1] = {planes[0].first + luma, pitch, nullptr, nullptr};
+    planes[2] = {planes[0].first + luma + chroma, pitch, nullptr, nullptr};
 }
 
 }  // namespace
@@ -76,40 +83,96 @@ Long32 ColorSpaceConverter::Do(ImageView& source, ImageView& destination, Proces
 
 Long32 ColorSpaceConverter::DoStrip(ImageView& source, ImageView& destination, ProcessingStyleEnum callStyle,
                                     double* callMatrix, double* callOffset, bool isFollowed) {
-    if (!HasMemory(source) || !HasMemory(destination)) {
+    ConversionPlan plan;
+    ConversionRequest request;
+    if (!TakePlanes(source, plan.job.planes.source, request.sourceSelection) ||
+        !TakePlanes(destination, plan.job.planes.destination, request.destinationSelection)) {
         return kStatusNullPointer;
     }
+    for (std::size_t i = 0; i < 4; ++i) {
+        sourcePlane[i] = plan.job.planes.source[i].first;
+        sourcePitch[i] = plan.job.planes.source[i].pitch;
+        destinationPlane[i] = plan.job.planes.destination[i].first;
+        destinationPitch[i] = plan.job.planes.destination[i].pitch;
+    }
     const FormatPair formats = ClassifyPair(*source.GetImage(), *destination.GetImage());
-    ConversionRequest request;
-    request.source = SideOf(source, formats.source);
-    request.destination = SideOf(destination, formats.destination);
+    request.source = formats.source;
+    request.destination = formats.destination;
     request.width = static_cast<Long32>(std::min(source.GetWidth(), destination.GetWidth()));
     request.height = std::min(source.GetHeight(), destination.GetHeight());
     request.style = callStyle;
-    request.plusFunction = plusFunction;
-    request.alphaFill = alphaFill;
-
-    // What the caller gives stays readable here, also after a refusal.
-    if (callMatrix != nullptr) {
-        std::memcpy(matrix, callMatrix, sizeof matrix);
-        request.matrix = &matrix[0][0];
-    }
-    if (callOffset != nullptr) {
-        std::memcpy(offset, callOffset, sizeof offset);
-        request.offset = &offset[0][0];
-    }
-
-    ConversionPlan plan;
-    if (const Long32 status = Prepare(request, CPUinstructionSet, plan); status != kStatusOk) {
+    const Long32 status = MakePlan(request, callMatrix, callOffset, plan);
+    if (status != kStatusOk) {
         return status;
-    }
-    if (callMatrix == nullptr && plan.job.coefficients != nullptr) {
-        RememberMatrix(plan.job.coefficients->matrix, plan.pair->form.isTransposed);
     }
     if (isFollowed && SharesLastChroma(plan, destination.GetRegionOfInterest().getTop(), request.height)) {
         RunButLastChroma(plan, request.height);
     } else {
         Run(plan, 0, request.height);
+    }
+    return kStatusOk;
+}
+
+Long32 ColorSpaceConverter::Do(ULong32* source, ULong32* destination, ULong32 width, ULong32 height,
+                               Long32 callSourcePitch, Long32 callDestinationPitch, ULong32 sourceFormat,
+                               ULong32 destinationFormat, ULong32 style, double* callMatrix,
+                               double* callOffset) {
+    sourcePlane[0] = reinterpret_cast<unsigned char*>(source);
+    sourcePitch[0] = callSourcePitch;
+    destinationPlane[0] = reinterpret_cast<unsigned char*>(destination);
+    destinationPitch[0] = callDestinationPitch;
+
+    ConversionPlan plan;
+    for (std::size_t i = 0; i < 4; ++i) {
+        plan.job.planes.source[i] = {sourcePlane[i], sourcePitch[i], nullptr, nullptr};
+        plan.job.planes.destination[i] = {destinationPlane[i], destinationPitch[i], nullptr, nullptr};
+    }
+    const auto code = [](ULong32 number) {
+        return number < kConverterFormats ? static_cast<ConverterFormat>(number) : kFmtUnknown;
+    };
+    ConversionRequest request;
+    request.source = code(sourceFormat);
+    request.destination = code(destinationFormat);
+    request.width = static_cast<Long32>(width);
+    request.height = height;
+    request.style = style <= kGeneralFormat ? static_cast<ProcessingStyleEnum>(style) : kInt_MMXorSIMD;
+    const PairRecord* pair = FindPair(request.source, request.destination);
+    if (pair != nullptr && pair->Has(kDerivesPlanes) && request.style != kGeneralFormat) {
+        DerivePlanes(request.source, width, height, plan.job.planes.source);
+        DerivePlanes(request.destination, width, height, plan.job.planes.destination);
+    }
+    const Long32 status = MakePlan(request, callMatrix, callOffset, plan);
+    if (status == kStatusOk) {
+        Run(plan, 0, height);
+    }
+    return status;
+}
+
+Long32 ColorSpaceConverter::MakePlan(ConversionRequest& request, const double* callMatrix,
+                                     const double* callOffset, ConversionPlan& plan) noexcept {
+    request.plusFunction = plusFunction;
+    request.alphaFill = alphaFill;
+    // What the caller gives stays readable here, also after a refusal.
+    if (callMatrix != nullptr) {
+        std::memmove(matrix, callMatrix, sizeof matrix);
+        request.matrix = &matrix[0][0];
+    }
+    if (callOffset != nullptr) {
+        std::memmove(offset, callOffset, sizeof offset);
+        request.offset = &offset[0][0];
+    }
+    if (const Long32 status = Prepare(request, CPUinstructionSet, plan); status != kStatusOk) {
+        return status;
+    }
+    // The general path and the single-precision one keep theirs to themselves.
+    if (const FixedPointCoefficients* used = plan.job.coefficients;
+        used != nullptr && plan.path != kOnFloatSimd) {
+        if (callMatrix == nullptr) {
+            RememberMatrix(used->matrix, plan.isTransposed);
+        }
+        if (callOffset == nullptr && plan.path != kOnInteger) {
+            std::memcpy(offset, used->offset, sizeof offset);
+        }
     }
     return kStatusOk;
 }
@@ -120,6 +183,55 @@ void ColorSpaceConverter::RememberMatrix(const double (&used)[4][4], bool isTran
             matrix[i][j] = isTransposed ? used[j][i] : used[i][j];
         }
     }
+}
+
+Long32 ColorSpaceConverter::Shape(ImageView& picture, ProcessingStyleEnum) {
+    return ChangeShaping(picture, kShaped);
+}
+
+Long32 ColorSpaceConverter::Unshape(ImageView& picture, ProcessingStyleEnum) {
+    return ChangeShaping(picture, kUnshaped);
+}
+
+Long32 ColorSpaceConverter::ChangeShaping(ImageView& picture, ShapedEnum shaped) noexcept {
+    Image* const image = picture.GetImage();
+    if (image == nullptr || image->GetPixelPacking() != kPacked) {
+        return kStatusUnsupportedFormat;
+    }
+    const bool isRgb = image->GetChannelSampling() == k4444 && image->GetColorSpace() == kRGB;
+    const bool isYCrCb = image->GetChannelSampling() == k4224 && image->GetColorSpace() == kYCrCb;
+    if (!isRgb && !isYCrCb) {
+        return kStatusUnsupportedFormat;
+    }
+    // Where alpha is the same everywhere, shaped and unshaped pictures are the same.
+    const AlphaDescriptionEnum alpha = image->GetAlphaChannelDescription();
+    const bool isUniform = alpha == kAlphaOpaque || (alpha == kAlphaTransparent &&
+                                                     (shaped == kUnshaped || image->GetColor() == kBlack));
+    if (!isUniform) {
+        const FormatRecord& format = Formats()[isRgb ? kFmtRGB32 : kFmtCbYCrY4];
+        ConversionPlan plan;
+        ConversionJob& job = plan.job;
+        Selection selection;
+        if (!TakePlanes(picture, job.planes.source, selection)) {
+            return kStatusNullPointer;
+        }
+        job.source = job.destination = format.code;
+        job.planes.width = picture.GetWidth();
+        job.planes.height = picture.GetHeight();
+        job.planes.whole = job.planes.width;
+        job.inDoubles = job.hasDefaults = false;
+        job.coefficients = nullptr;
+        if (!PlanesHold(format, job.planes.source, job.planes.width, job.planes.height, selection)) {
+            return kStatusUnsupportedField;
+        }
+        job.planes.source[0] = job.planes.source[0].In(format.pitch);
+        job.planes.destination = job.planes.source;
+        const ConversionKernel& rgb = shaped == kShaped ? kShapeRGB32 : kUnshapeRGB32;
+        const ConversionKernel& yCrCb = shaped == kShaped ? kShapeCbYCrY4 : kUnshapeCbYCrY4;
+        (isRgb ? rgb : yCrCb)(job);
+    }
+    image->SetPixelShaping(shaped);
+    return kStatusOk;
 }
 
 }  // namespace Zan

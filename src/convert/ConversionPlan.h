@@ -12,17 +12,12 @@
 
 namespace Zan {
 
-/// One side of a conversion: its format and its planes, by channel.
-struct ConversionSide {
-    ConverterFormat format = kFmtUnknown;
-    Plane plane[4];
-    Selection selection{};
-};
-
-/// What a caller asks for.
+/// What a caller asks for, besides the planes.
 struct ConversionRequest {
-    ConversionSide source;
-    ConversionSide destination;
+    ConverterFormat source = kFmtUnknown;
+    ConverterFormat destination = kFmtUnknown;
+    Selection sourceSelection{};
+    Selection destinationSelection{};
     Long32 width = 0;
     ULong32 height = 0;
     ProcessingStyleEnum style = kBestAvailable;
@@ -39,8 +34,9 @@ struct ConversionPlan {
     ConversionPlan& operator=(const ConversionPlan&) = delete;
 
     const ConversionKernel* kernel = nullptr;
-    const PairRecord* pair = nullptr;
-    ConversionJob job;
+    PairPaths path = kOnGeneral;
+    bool isTransposed = false;               ///< the coefficients of the kernel
+    ConversionJob job;                       ///< its planes, by channel, are the caller's to fill in first
     FixedPointCoefficients ownCoefficients;  ///< of a caller's matrix or offsets; not set else
 };
 

@@ -33,8 +33,7 @@ void EndBefore(Plane& plane, std::size_t row) noexcept {
 }  // namespace
 
 bool SharesLastChroma(const ConversionPlan& plan, Long32 top, std::size_t lines) noexcept {
-    const std::size_t made = ChromaLines(plan.pair->destination, lines),
-                      first = static_cast<std::size_t>(top);
+    const std::size_t made = ChromaLines(plan.job.destination, lines), first = static_cast<std::size_t>(top);
     return made != 0 && first / 2 + made > (first + lines) / 2;
 }
 
@@ -44,7 +43,7 @@ void RunButLastChroma(ConversionPlan& plan, std::size_t lines) noexcept {
     if (before != 0) {
         Run(plan, 0, before);
     }
-    const ConverterFormat format = plan.pair->destination;
+    const ConverterFormat format = plan.job.destination;
     for (const simd::PlaneUse& use : Formats()[static_cast<std::size_t>(format)].planes) {
         if (use.halfHeight) {
             EndBefore(plan.job.planes.destination[use.index], ChromaLines(format, lines) - 1);

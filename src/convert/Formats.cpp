@@ -2,8 +2,10 @@
 
 #include <TesselU/image/Image.h>
 
+#include <algorithm>
 #include <array>
 
+#include "image/DescriptorQueries.h"
 #include "simd/Lines.h"
 
 namespace Zan {
@@ -120,29 +122,34 @@ constexpr Chains kChains = [] {
     return chains;
 }();
 
-bool LevelsFit(const Image& image, Levels wanted) noexcept {
+bool LevelsFit(const ImageDescriptor& descriptor, Levels wanted) noexcept {
     if (wanted == Levels::kAny) {
         return true;
     }
     if (wanted == Levels::kItu601) {
-        return image.AreYCrCbBlackAndWhiteLevelsAtITU601();
+        return HasVideoLevels(descriptor);
     }
     const bool full = wanted == Levels::kExtreme || wanted == Levels::kFullNarrowClamp;
     const bool openClamp = wanted == Levels::kExtreme || wanted == Levels::kStudioOpenClamp;
-    return image.IsBlackLevelAtZero(0, 2) == full && image.IsWhiteLevelAtMax(0, 2) == full &&
-           image.IsClampLowLevelAtZero(0, 2) == openClamp && image.IsClampHighLevelAtMax(0, 2) == openClamp;
+    const auto have = [&](float ChannelDescriptor::*field, float level) {
+        return HaveLevel(descriptor, field, level, 0, 2);
+    };
+    return have(&ChannelDescriptor::blackLevel, 0.0F) == full &&
+           have(&ChannelDescriptor::whiteLevel, 1.0F) == full &&
+           have(&ChannelDescriptor::clampLowLevel, 0.0F) == openClamp &&
+           have(&ChannelDescriptor::clampHighLevel, 1.0F) == openClamp;
 }
 
 bool ShapingFits(ShapedEnum shaped, Shaping wanted) noexcept {
     return wanted == Shaping::kAny || shaped == (wanted == Shaping::kOnlyShaped ? kShaped : kUnshaped);
 }
 
-bool AlphaFits(const Image& image, Alpha wanted) noexcept {
+bool AlphaFits(const ImageDescriptor& descriptor, Alpha wanted) noexcept {
     switch (wanted) {
         case Alpha::kPresent:
-            return image.GetAlphaChannelDescription() != kNoAlpha;
+            return AlphaDescriptionOf(descriptor) != kNoAlpha;
         case Alpha::kOnlyOpaque:
-            return image.GetAlphaChannelDescription() == kAlphaOpaque;
+            return AlphaDescriptionOf(descriptor) == kAlphaOpaque;
         default:
             return true;
     }
@@ -202,7 +209,7 @@ ConverterFormat ClassifyImage(const Image& image) noexcept {
     if (descriptor == nullptr) {
         return kFmtUnknown;
     }
-    const float bytes = image.GetBytesPerPixel();
+    const float bytes = BytesPerPixel(*descriptor);
     const auto space = static_cast<std::size_t>(descriptor->colorSpace);
     const auto sampling = static_cast<std::size_t>(descriptor->channelSampling);
     const auto order = static_cast<std::size_t>(descriptor->componentOrder);
@@ -215,8 +222,8 @@ ConverterFormat ClassifyImage(const Image& image) noexcept {
         const FormatRecord& format = kFormats[static_cast<std::size_t>(i)];
         if ((format.bytes == kAnyBytes || static_cast<float>(format.bytes) == bytes) &&
             ContentFits(descriptor->color, format.content) && ScanFits(descriptor->scanStyle, format.scan) &&
-            ShapingFits(descriptor->shaped, format.shaping) && AlphaFits(image, format.alpha) &&
-            LevelsFit(image, format.levels)) {
+            ShapingFits(descriptor->shaped, format.shaping) && AlphaFits(*descriptor, format.alpha) &&
+            LevelsFit(*descriptor, format.levels)) {
             return format.code;
         }
     }
@@ -241,25 +248,26 @@ FormatPair ClassifyPair(const Image& source, const Image& destination) noexcept 
     return SimplifyPair({ClassifyImage(source), ClassifyImage(destination)}, source);
 }
 
-bool PlanesHold(const FormatRecord& format, const Plane (&planes)[4], std::size_t width, std::size_t height,
+bool PlaneHolds(const simd::PlaneUse& use, const Plane& plane, std::size_t width, std::size_t height,
                 Selection selection) noexcept {
     if (width == 0 || height == 0) {
         return true;
     }
-    for (const simd::PlaneUse& use : format.planes) {
-        const Plane& plane = planes[use.index];
-        if (use.isClamped && selection.hasLeftEdge && plane.Holds(1, 1)) {
-            continue;
-        }
-        std::size_t rows = use.halfHeight ? simd::LinePairs::Bands(height) : height;
-        if (use.halfHeight && selection.isField && rows > 1 && plane.Clip(1, rows - 1) == 0) {
-            --rows;
-        }
-        if (!plane.Holds(use.RowBytes(width), rows)) {
-            return false;
-        }
+    if (use.isClamped && selection.hasLeftEdge && plane.Holds(1, 1)) {
+        return true;
     }
-    return true;
+    std::size_t rows = use.halfHeight ? simd::LinePairs::Bands(height) : height;
+    if (use.halfHeight && selection.isField && rows > 1 && plane.Clip(1, rows - 1) == 0) {
+        --rows;
+    }
+    return plane.Holds(use.RowBytes(width), rows);
+}
+
+bool PlanesHold(const FormatRecord& format, std::span<const Plane, 4> planes, std::size_t width,
+                std::size_t height, Selection selection) noexcept {
+    return std::all_of(format.planes.begin(), format.planes.end(), [&](const simd::PlaneUse& use) {
+        return PlaneHolds(use, planes[use.index], width, height, selection);
+    });
 }
 
 }  // namespace Zan

@@ -54,6 +54,23 @@ struct FormatRecord {
 /// All formats, by their codes.
 std::span<const FormatRecord, kConverterFormats> Formats() noexcept;
 
+/// Whether the path that takes every pair reads and writes a format. All others are black to it, and are not
+/// written.
+constexpr bool HasGeneralForm(ConverterFormat code) noexcept {
+    switch (code) {
+        case kFmtPlanar420Interlaced:
+        case kFmtCbYCrY4Shaped:
+        case kFmtCbYCrY4:
+        case kFmtCbYCrY4Mono:
+        case kFmtCbYCrY4MonoShaped:
+        case kFmtAlpha8:
+        case kFmtUnknown:
+            return false;
+        default:
+            return true;
+    }
+}
+
 /// The codes that the converter works with for a pair of images.
 struct FormatPair {
     ConverterFormat source;
@@ -76,10 +93,14 @@ struct Selection {
     bool isField = false;      ///< of an odd number of chroma lines, the lower field has one less
 };
 
-/// True when `planes` (by channel) hold a picture of the format. Clamped planes may lack what a selection
-/// asks beyond them.
-bool PlanesHold(const FormatRecord& format, const Plane (&planes)[4], std::size_t width, std::size_t height,
+/// True when a plane holds what a picture of the size has there. A clamped plane may lack what a selection
+/// asks beyond it.
+bool PlaneHolds(const simd::PlaneUse& use, const Plane& plane, std::size_t width, std::size_t height,
                 Selection selection) noexcept;
+
+/// The same for all planes of a format, by channel.
+bool PlanesHold(const FormatRecord& format, std::span<const Plane, 4> planes, std::size_t width,
+                std::size_t height, Selection selection) noexcept;
 
 }  // namespace Zan
 

@@ -45,7 +45,6 @@ inline constexpr std::array k411Planes = {
 inline constexpr std::array kGroupedPlanes = {
     simd::PlaneUse{.index = 0, .bytesPer16 = 16},
     simd::PlaneUse{.index = 1, .bytesPer16 = 16, .columns = 16, .isClamped = true},
-    simd::PlaneUse{.index = 2, .bytesPer16 = 16, .columns = 16, .isClamped = true},
 };
 
 }  // namespace Zan

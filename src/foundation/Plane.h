@@ -43,11 +43,45 @@ struct Plane {
 
     /// True when `rows` rows of `rowBytes` bytes, from `first` in steps of `pitch`, lie inside the memory.
     /// Without a pitch there is one row. An empty extent always fits.
-    bool Holds(std::size_t rowBytes, std::size_t rows) const noexcept;
+    bool Holds(std::size_t rowBytes, std::size_t rows) const noexcept {
+        if (rowBytes == 0 || rows == 0) {
+            return true;
+        }
+        if (first == nullptr) {
+            return false;
+        }
+        if (!IsBounded()) {
+            return true;
+        }
+        const auto before = static_cast<std::size_t>(first - begin);
+        const auto after = static_cast<std::size_t>(end - first);
+        if (first < begin || first >= end || rowBytes > after) {
+            return false;
+        }
+        // Without a pitch there is no second row.
+        const std::size_t steps = rows - 1;
+        return steps == 0 ||
+               (pitch != 0 &&
+                (pitch > 0 ? StepsFit(steps, static_cast<std::size_t>(pitch), after - rowBytes)
+                           : StepsFit(steps, std::size_t{0} - static_cast<std::size_t>(pitch), before)));
+    }
 
     /// How many of the `rowBytes` bytes from the start of row `row` lie inside the memory; 0 for a row that
     /// starts outside.
     std::size_t Clip(std::size_t rowBytes, std::size_t row) const noexcept;
+
+private:
+    /// `steps * distance <= room`, whatever the product.
+    static bool StepsFit(std::size_t steps, std::size_t distance, std::size_t room) noexcept {
+        // Sizes of real pictures: a product of 32-bit factors cannot wrap in 64 bits, and spares the
+        // division.
+        if constexpr (sizeof(std::size_t) == 8) {
+            if (((steps | distance) >> 32) == 0) {
+                return steps * distance <= room;
+            }
+        }
+        return distance == 0 || steps <= room / distance;
+    }
 };
 
 }  // namespace Zan

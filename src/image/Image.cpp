@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "foundation/ClassCapabilities.h"
+#include "image/DescriptorQueries.h"
 #include "image/ImageLayout.h"
 
 namespace Zan {
@@ -133,13 +134,6 @@ Long32 BuildChannels(ImageDescriptor& format, const MemorySource& source) {
     return kStatusOk;
 }
 
-float ShareOfPixel(ChannelSamplingEnum sampling) noexcept {
-    // By the values of the enumeration; both kinds of quarters are a quarter.
-    static constexpr float kShares[] = {1.0F, 0.5F, 0.25F, 0.25F};
-    const auto index = static_cast<std::size_t>(sampling);
-    return index < std::size(kShares) ? kShares[index] : 0.0F;
-}
-
 ChannelDescriptor* ChannelOf(ImageDescriptor* descriptor, ULong32 channel) noexcept {
     return descriptor && channel < descriptor->channels.size() ? &descriptor->channels[channel] : nullptr;
 }
@@ -147,17 +141,6 @@ ChannelDescriptor* ChannelOf(ImageDescriptor* descriptor, ULong32 channel) noexc
 const AlignedMemoryBuffer* MemoryOf(ImageDescriptor* descriptor, ULong32 channel) noexcept {
     const ChannelDescriptor* const record = ChannelOf(descriptor, channel);
     return record ? record->memory.get() : nullptr;
-}
-
-ChannelDescriptor* FirstAlphaOf(ImageDescriptor* descriptor) noexcept {
-    if (descriptor) {
-        for (ChannelDescriptor& record : descriptor->channels) {
-            if (record.isAlpha) {
-                return &record;
-            }
-        }
-    }
-    return nullptr;
 }
 
 Long32 SetLevels(ChannelDescriptor* record, float ChannelDescriptor::*lowField, float low,
@@ -172,20 +155,6 @@ Long32 SetLevels(ChannelDescriptor* record, float ChannelDescriptor::*lowField, 
     record->*lowField = low;
     record->*highField = high;
     return kStatusOk;
-}
-
-bool HaveLevel(ImageDescriptor* descriptor, float ChannelDescriptor::*field, float level, ULong32 first,
-               ULong32 end) noexcept {
-    const ChannelDescriptor* record = ChannelOf(descriptor, first);
-    if (!record || record->*field != level) {
-        return false;
-    }
-    for (ULong32 channel = first + 1; channel < end && (record = ChannelOf(descriptor, channel)); ++channel) {
-        if (record->*field != level) {
-            return false;
-        }
-    }
-    return true;
 }
 
 // Bytes of a line, with the bits of a sample rounded up to whole bytes.
@@ -480,27 +449,21 @@ float Image::GetBytesPerChannel(ULong32 channel) const noexcept {
 }
 
 float Image::GetBytesPerPixel() const noexcept {
-    float bytes = 0.0F;
-    if (descriptor) {
-        for (const ChannelDescriptor& record : descriptor->channels) {
-            bytes += static_cast<float>(record.bitsPerSample) * ShareOfPixel(record.sampling) / 8.0F;
-        }
-    }
-    return bytes;
+    return descriptor ? BytesPerPixel(*descriptor) : 0.0F;
 }
 
 AlphaDescriptionEnum Image::GetAlphaChannelDescription() const noexcept {
-    const ChannelDescriptor* const alpha = FirstAlphaOf(descriptor);
-    return alpha ? alpha->alphaDescription : kNoAlpha;
+    return descriptor ? AlphaDescriptionOf(*descriptor) : kNoAlpha;
 }
 
 Long32 Image::SetAlphaChannelDescription(AlphaDescriptionEnum description) noexcept {
-    ChannelDescriptor* const alpha = FirstAlphaOf(descriptor);
-    if (!alpha) {
-        return kStatusBadArgument;
+    for (ULong32 channel = 0; channel < GetNumberOfChannels(); ++channel) {
+        if (ChannelDescriptor& record = descriptor->channels[channel]; record.isAlpha) {
+            record.alphaDescription = description;
+            return kStatusOk;
+        }
     }
-    alpha->alphaDescription = description;
-    return kStatusOk;
+    return kStatusBadArgument;
 }
 
 Long32 Image::SetBlackAndWhiteLevel(float black, float white, ULong32 channel) noexcept {
@@ -514,49 +477,23 @@ Long32 Image::SetClampLowAndHighLevel(float low, float high, ULong32 channel) no
 }
 
 bool Image::IsBlackLevelAtZero(ULong32 first, ULong32 end) const noexcept {
-    return HaveLevel(descriptor, &ChannelDescriptor::blackLevel, 0.0F, first, end);
+    return descriptor && HaveLevel(*descriptor, &ChannelDescriptor::blackLevel, 0.0F, first, end);
 }
 
 bool Image::IsWhiteLevelAtMax(ULong32 first, ULong32 end) const noexcept {
-    return HaveLevel(descriptor, &ChannelDescriptor::whiteLevel, 1.0F, first, end);
+    return descriptor && HaveLevel(*descriptor, &ChannelDescriptor::whiteLevel, 1.0F, first, end);
 }
 
 bool Image::IsClampLowLevelAtZero(ULong32 first, ULong32 end) const noexcept {
-    return HaveLevel(descriptor, &ChannelDescriptor::clampLowLevel, 0.0F, first, end);
+    return descriptor && HaveLevel(*descriptor, &ChannelDescriptor::clampLowLevel, 0.0F, first, end);
 }
 
 bool Image::IsClampHighLevelAtMax(ULong32 first, ULong32 end) const noexcept {
-    return HaveLevel(descriptor, &ChannelDescriptor::clampHighLevel, 1.0F, first, end);
+    return descriptor && HaveLevel(*descriptor, &ChannelDescriptor::clampHighLevel, 1.0F, first, end);
 }
 
 bool Image::AreYCrCbBlackAndWhiteLevelsAtITU601() const noexcept {
-    ULong32 luma = 0;
-    switch (GetComponentOrder()) {
-        case kCbYCrA:
-            luma = 1;
-            break;
-        case kYCbYCr:
-        case kYCbCrPlanes:
-        case kYPlaneCbCrPlane:
-        case kYCbCrA:
-            break;
-        default:
-            return false;
-    }
-    for (ULong32 channel = 0; channel < 3; ++channel) {
-        const ChannelDescriptor* const record = ChannelOf(descriptor, channel);
-        if (!record) {
-            return false;
-        }
-        const double black = record->blackLevel;
-        const double white = record->whiteLevel;
-        const double code = channel == luma ? 235.0 : 240.0;
-        if (!(black > 15.5 / 255.0 && black < 16.5 / 255.0 && white > (code - 0.5) / 255.0 &&
-              white < (code + 0.5) / 255.0)) {
-            return false;
-        }
-    }
-    return true;
+    return descriptor && HasVideoLevels(*descriptor);
 }
 
 }  // namespace Zan

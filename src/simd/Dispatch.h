@@ -68,6 +68,11 @@ struct Kernel<void(Arguments...)> {
 #define TESSELU_ENROL(RECORD) static_assert(true)
 #endif
 
+// One form for all targets, of which there is nothing to compare.
+#define TESSELU_PORTABLE_KERNEL(TYPE, NAME, FN)              \
+    static constinit simd::KernelRecord NAME##Record{#NAME}; \
+    constexpr TYPE NAME = {{&FN, &FN, &FN, &FN, &FN, &FN}, &NAME##Record}
+
 #define TESSELU_KERNEL(TYPE, NAME, FN)                       \
     static constinit simd::KernelRecord NAME##Record{#NAME}; \
     TESSELU_ENROL(NAME##Record);                             \

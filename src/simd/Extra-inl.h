@@ -210,6 +210,38 @@ HWY_INLINE HWY_ATTR hn::Vec<D> GatherFromBlocks(D d, hn::Vec<D> v) {
     }
 }
 
+/// GatherFromBlocks with 16-bit lanes, up to four blocks.
+HWY_INLINE HWY_ATTR VU16 GatherWords(VU16 v) {
+#if HWY_TARGET == HWY_AVX2
+    // Halves of blocks first, then words inside.
+    alignas(16) static constexpr std::uint8_t kInTurn[16] = {0, 1, 8,  9,  2, 3, 10, 11,
+                                                             4, 5, 12, 13, 6, 7, 14, 15};
+    const VU8 halves{_mm256_permute4x64_epi64(v.raw, 0xD8)};
+    return hn::BitCast(DU16(), hn::TableLookupBytes(halves, hn::LoadDup128(DU8(), kInTurn)));
+#elif HWY_TARGET == HWY_AVX3
+    alignas(64) static constexpr std::uint16_t kFrom[32] = {0,  8,  16, 24, 1,  9,  17, 25, 2,  10, 18,
+                                                            26, 3,  11, 19, 27, 4,  12, 20, 28, 5,  13,
+                                                            21, 29, 6,  14, 22, 30, 7,  15, 23, 31};
+    return VU16{_mm512_permutexvar_epi16(hn::Load(DU16(), kFrom).raw, v.raw)};
+#else
+    return v;
+#endif
+}
+
+/// The lower halves of all blocks, then the upper ones.
+HWY_INLINE HWY_ATTR VU64 HalvesApart(VU64 v) {
+    constexpr std::size_t kBlocks = HWY_LANES(std::uint8_t) / 16;
+    if constexpr (kBlocks == 1) {
+        return v;
+    } else {
+        alignas(64) std::uint64_t from[2 * kBlocks];
+        for (std::size_t i = 0; i < 2 * kBlocks; ++i) {
+            from[i] = i < kBlocks ? 2 * i : 2 * (i - kBlocks) + 1;
+        }
+        return hn::TableLookupLanes(v, hn::SetTableIndices(DU64(), from));
+    }
+}
+
 /// One 16-byte pattern in every block.
 HWY_INLINE HWY_ATTR VU8 InEveryBlock(const std::uint8_t* pattern) {
     return hn::LoadDup128(DU8(), pattern);

@@ -13,6 +13,8 @@ struct SingleLines {
     static constexpr std::size_t kLines = 1;
     /// A picture may be cut into strips at every multiple of it.
     static constexpr std::size_t kPeriod = 1;
+    /// From a row of half height to the one above that belongs to the same field.
+    static constexpr std::size_t kRowStep = 1;
     static constexpr std::size_t Bands(std::size_t height) noexcept { return height; }
     static constexpr std::size_t Line(std::size_t band, std::size_t) noexcept { return band; }
 };
@@ -21,6 +23,7 @@ struct SingleLines {
 struct LinePairs {
     static constexpr std::size_t kLines = 2;
     static constexpr std::size_t kPeriod = 2;
+    static constexpr std::size_t kRowStep = 1;
     static constexpr std::size_t Bands(std::size_t height) noexcept { return height / 2 + height % 2; }
     static constexpr std::size_t Line(std::size_t band, std::size_t i) noexcept { return 2 * band + i; }
 };
@@ -30,6 +33,7 @@ struct LinePairs {
 struct FieldLinePairs {
     static constexpr std::size_t kLines = 2;
     static constexpr std::size_t kPeriod = 4;
+    static constexpr std::size_t kRowStep = 2;
     static constexpr std::size_t Bands(std::size_t height) noexcept {
         return height / 4 * 2 + (height % 4 < 2 ? height % 4 : 2);
     }

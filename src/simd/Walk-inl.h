@@ -10,6 +10,8 @@
 //     <class Put> void Step(const Place&, x, Put put) const;  // the same as Units on kStep columns bool
 //     Row(const Place&, columns) const;             // a row in one go; false where that does not pay
 //     std::size_t Columns(const Place&, columns) const;  // how many columns a row really has
+//     static constexpr bool kStaysInCache;               // true: not worth a form that writes around the
+//     cache
 //
 // of which Tail, Step, Row and Columns are left out where there are none. A step reads all before it writes,
 // so that a destination may be one of the sources. A kernel without destinations reduces: its Unit and Step
@@ -161,7 +163,7 @@ HWY_INLINE std::size_t WindowRow(const PlaneUse& use, const Plane& plane, std::s
     }
     if (use.isClamped) {
         while (row != 0 && plane.Clip(1, row) == 0) {
-            --row;
+            row -= std::min(row, use.halfHeight ? LinesOf<K>::kRowStep : 1);
         }
     }
     return row;
@@ -441,7 +443,12 @@ struct PutInCache {
 struct PutAroundCache {
     template <class D, class V>
     HWY_INLINE HWY_ATTR void operator()(D d, V v, std::uint8_t* to) const {
-        hn::Stream(v, d, to);
+        // Highway streams half a block as a whole one.
+        if constexpr (hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) < 16) {
+            hn::StoreU(v, d, to);
+        } else {
+            hn::Stream(v, d, to);
+        }
     }
 };
 
@@ -464,12 +471,27 @@ HWY_INLINE HWY_ATTR void PutLine(std::uint8_t* out, Put put, Make&& make) {
     }
 }
 
+/// Bytes of the least number of columns in the first destination, as the product of a power of two and an odd
+/// number, 1 or 3.
+template <class K>
+constexpr std::size_t kColumnBytes = K::kDestinations[0].bytesPer16* kGranularity<K> / 16;
+template <class K>
+constexpr std::size_t kColumnPower = kColumnBytes<K>&(0 - kColumnBytes<K>);
+
 /// Columns up to the one whose bytes in the first destination start at a vector's boundary; SIZE_MAX if none.
 template <class K>
 HWY_INLINE std::size_t ColumnsToBoundary(const std::uint8_t* row) {
-    constexpr std::size_t kBytes = K::kDestinations[0].bytesPer16 * kGranularity<K> / 16;
+    constexpr std::size_t kPower = kColumnPower<K>, kOdd = kColumnBytes<K> / kPower;
+    static_assert(kOdd == 1 || kOdd == 3);
     const std::size_t bytes = -reinterpret_cast<std::uintptr_t>(row) % kVectorBytes;
-    return bytes % kBytes == 0 ? bytes / kBytes * kGranularity<K> : SIZE_MAX;
+    if constexpr (kPower >= kVectorBytes) {
+        return bytes == 0 ? 0 : SIZE_MAX;
+    } else {
+        // 3 * 43 is 1 in every size of vector, so that some number of columns always does.
+        return bytes % kPower == 0
+                   ? bytes / kPower * (kOdd == 3 ? 43 : 1) % (kVectorBytes / kPower) * kGranularity<K>
+                   : SIZE_MAX;
+    }
 }
 
 /// True when every store of whole steps is aligned, as those around the cache must be: every row starts at,
@@ -487,7 +509,7 @@ bool CanStream(const J& job) {
         constexpr std::size_t kChunk = std::min(kVectorBytes, kUse.Bytes(K::kStep));
         // With a single row in hand every row finds its own head.
         constexpr auto kPitch =
-            static_cast<std::ptrdiff_t>(kSingle ? kUse.bytesPer16 * kGranularity<K> / 16 : kChunk);
+            static_cast<std::ptrdiff_t>(kSingle ? std::min(kColumnPower<K>, kChunk) : kChunk);
         const Plane& plane = job.destination[kUse.index];
         aligned = aligned && kUse.Bytes(K::kStep) % kChunk == 0 &&
                   (reinterpret_cast<std::uintptr_t>(plane.first) + kUse.Bytes(head)) % kChunk == 0 &&
@@ -663,9 +685,8 @@ HWY_NOINLINE HWY_ATTR void WalkClipped(const K& kernel, const J& job, bool apart
 
 /// Runs a kernel that writes.
 template <class K, class J>
-HWY_ATTR void Walk(const K& kernel, const J& given) {
+HWY_ATTR void Walk(const K& kernel, J job) {
     static_assert(!kReduces<K>);
-    J job = given;
     if (job.width == 0 || job.height == 0) {
         return;
     }
@@ -687,7 +708,7 @@ HWY_ATTR void Walk(const K& kernel, const J& given) {
     }
     JoinRows<K>(job, overlap);
 #if HWY_TARGET != HWY_SCALAR
-    if constexpr (kHasStep<K>) {
+    if constexpr (kHasStep<K> && !requires { requires K::kStaysInCache; }) {
         if (apart && simd::ExceedsCache(BytesMoved<K>(job)) && CanStream<K>(job)) {
             WalkBands(kernel, job, apart, PutAroundCache{});
             hwy::FlushStream();
@@ -700,9 +721,8 @@ HWY_ATTR void Walk(const K& kernel, const J& given) {
 
 /// Runs a kernel that reads and sums up, over all units of the job that lie inside.
 template <class K, class J>
-HWY_ATTR void Reduce(K& kernel, const J& given) {
+HWY_ATTR void Reduce(K& kernel, J job) {
     static_assert(kReduces<K>);
-    J job = given;
     if (job.width == 0 || job.height == 0) {
         return;
     }

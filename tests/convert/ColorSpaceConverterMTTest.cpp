@@ -320,7 +320,8 @@ std::vector<int> ChromaLinesOf(ConverterFormat format, Long32 top, std::size_t l
                                   interlaced = MarkingKernel<simd::FieldLinePairs>(&record);
     Bytes luma(24 * 4), chroma(12 * 2);
     ConversionPlan plan;
-    plan.pair = FindPair(kFmtRGB32, format);
+    plan.job.source = kFmtRGB32;
+    plan.job.destination = format;
     plan.kernel = format == kFmtPlanar420 ? &progressive : &interlaced;
     plan.job.planes.width = 4;
     plan.job.planes.height = lines;

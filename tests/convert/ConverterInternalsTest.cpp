@@ -42,7 +42,7 @@ FixedPointCoefficients CoefficientsOf(ULong32 source, ULong32 destination, const
     }
     FixedPointCoefficients block;
     MakeCoefficients(matrix != nullptr ? matrix : &defaults.matrix[0][0],
-                     offset != nullptr ? offset : &defaults.offset[0][0], pair.form, block);
+                     offset != nullptr ? offset : &defaults.offset[0][0], pair.form, true, block);
     return block;
 }
 
@@ -106,12 +106,10 @@ TEST(ConverterInternals, NegativeWidthsAreRefusedAfterPitchesAndBeforePairs) {
     unsigned char memory[64] = {};
     const auto status = [&](ProcessingStyleEnum style, bool planes, Long32 pitch, Long32 width) {
         ConversionRequest request;
-        for (ConversionSide* side : {&request.source, &request.destination}) {
-            side->plane[0] = {planes ? memory : nullptr, pitch};
-        }
         request.style = style;
         request.width = width;
         ConversionPlan plan;
+        plan.job.planes.source[0] = plan.job.planes.destination[0] = {planes ? memory : nullptr, pitch};
         return Prepare(request, CPUcapabilities(), plan);
     };
     for (const Long32 width : {Long32{-1}, std::numeric_limits<Long32>::min()}) {

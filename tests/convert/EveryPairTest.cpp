@@ -83,8 +83,9 @@ Placement PlacementFor(const PairOfPath& pair, int format, int width, bool botto
     if (format == kFmtPlanarGrouped) {
         // Groups of chroma are whole.
         padding = padding / 4 * 4 + 16U - static_cast<unsigned>(width) % 16U;
-    } else if (pair.path != Path::kInteger && pair.path != Path::kFloat) {
-        // These step by any pitch, refuse it, or are of whole words.
+    } else if (pair.path != Path::kInteger && (pair.path != Path::kFloat || bottomUp)) {
+        // These step by any pitch, refuse it, or are of whole words; a pitch rounded down leaves a picture
+        // that goes upwards.
         padding = padding / 4 * 4;
     }
     return {padding, slack, bottomUp};
@@ -212,10 +213,10 @@ std::vector<Selected> BottomUp() {
 
 void CompareProcessors(const std::function<void(const Selected&)>& compare, convert_model::Model& model) {
     const std::vector<Selected> few = {{1, 2}, {17, 2}, {31, 3}, {67, 2}, {150, 2}};
-    for (const CPUinstructionSetEnum set : {kMMX, kSSE_MMX, kSSE2}) {
+    for (const CPUinstructionSetEnum set : {kMMX, kSSE_MMX, kSIMD, kSSE2}) {
         const ScopedInstructionSet believed(set);
         model.sse2 = set == kSSE2;
-        model.simd = set == kSSE2;
+        model.simd = set >= kSIMD;
         for (std::size_t t = 0; t < simd::kTargetCount; ++t) {
             const auto target = static_cast<simd::Target>(t);
             if (!simd::IsTargetAvailable(target)) {

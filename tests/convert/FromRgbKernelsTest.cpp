@@ -22,19 +22,15 @@ Expectation Rgb32InPairs(const Matrix& inUse, const Size& size) {
         for (unsigned y = 0; y < size.height; ++y) {
             for (unsigned x = 0; x < size.width; ++x) {
                 const Pixel in = WholePixel(source, x, y);
-                expected.Set(0, 2 * x + 1, y, x < whole ? EightBitLuma(inUse, in) : TailSample(inUse, 1, in));
+                expected.Set(0, 2 * x + 1, y,
+                             x < whole ? EightBitLuma(inUse, in) : TailSample(inUse, 1, in, 4));
                 if (x % 2 != 0) {
                     continue;
                 }
                 const Pixel second = x + 1 < size.width ? WholePixel(source, x + 1, y) : in;
-                std::array<double, 4> mean{};
-                for (std::size_t j = 0; j < 4; ++j) {
-                    mean[j] = (in[j] + second[j]) / 2.0;
-                }
                 for (const std::size_t i : {0U, 2U}) {
-                    expected.Set(
-                        0, 2 * x + i, y,
-                        x < whole ? EightBitChroma(inUse, i, in, second) : TailSample(inUse, i, mean));
+                    const int tail = (TailSample(inUse, i, in, 4) + TailSample(inUse, i, second, 4)) / 2;
+                    expected.Set(0, 2 * x + i, y, x < whole ? EightBitChroma(inUse, i, in, second) : tail);
                 }
             }
         }

@@ -69,28 +69,26 @@ inline int Fixed(double entry) {
     return Word(entry * 8192 + (entry < 0 ? -0.5 : 0.5));
 }
 
-/// The formula in doubles, neither limited nor rounded.
-inline double Exact(const Matrix& c, std::size_t i, const std::array<double, 4>& in) {
+/// The formula in doubles, neither limited nor rounded. Alpha takes part where there is some.
+inline double Exact(const Matrix& c, std::size_t i, const std::array<double, 4>& in, std::size_t samples) {
     double sum = c.o[1][i];
-    for (std::size_t j = 0; j < 4; ++j) {
+    for (std::size_t j = 0; j < samples; ++j) {
         sum += c.m[i][j] * (in[j] + c.o[0][j]);
     }
     return sum;
 }
 
 /// The columns at the end of a row: limited, then truncated.
-inline int TailSample(const Matrix& c, std::size_t i, const std::array<double, 4>& in) {
-    return static_cast<int>(std::clamp(Exact(c, i, in), 0.0, 255.0));
-}
-inline int TailSample(const Matrix& c, std::size_t i, const Pixel& in) {
-    return TailSample(c, i,
-                      std::array<double, 4>{double(in[0]), double(in[1]), double(in[2]), double(in[3])});
+inline int TailSample(const Matrix& c, std::size_t i, const Pixel& in, std::size_t samples) {
+    const std::array<double, 4> exact = {double(in[0]), double(in[1]), double(in[2]), double(in[3])};
+    return static_cast<int>(std::clamp(Exact(c, i, exact, samples), 0.0, 255.0));
 }
 
-/// Seven-bit input: samples as 128ths, the sum of products to 16ths in 16 bits, the second offset in 16ths.
+/// Seven-bit input of three samples: as 128ths, the sum of products to 16ths in 16 bits, the second offset in
+/// 16ths.
 inline int SevenBitSample(const Matrix& c, std::size_t i, const Pixel& in) {
     std::int64_t sum = 0;
-    for (std::size_t j = 0; j < 4; ++j) {
+    for (std::size_t j = 0; j < 3; ++j) {
         sum += std::int64_t{Fixed(c.m[i][j])} * Wrapped(128 * in[j] + Word(c.o[0][j] * 128));
     }
     const std::int64_t packed = std::clamp<std::int64_t>(sum >> 16, -32768, 32767);

@@ -98,26 +98,6 @@ inline const PairList kFixedPointPath = {
 
 inline const PairList kFloatSimdPath = {{kFmtRGB32, {kFmtCbYCrA}}};
 
-/// Pairs of the integer path that convert today; the others are refused with 4 until they have a kernel.
-inline const PairList kKernelsOfToday = {
-    {kFmtRGB32, {kFmtRGB32, kFmtCbYCrY}},
-    {kFmtCbYCrA, {kFmtCbYCrA}},
-    {kFmtCbYCrY, {kFmtRGB32, kFmtCbYCrY, kFmtRGB32StudioOpen, kFmtYCbYCr, kFmtRGB32Shaped, kFmtCbYCrYMono}},
-    {kFmtRGB32NarrowClamp, {kFmtRGB32NarrowClamp}},
-    {kFmtRGB32Studio, {kFmtRGB32Studio}},
-    {kFmtRGB32StudioOpen, {kFmtCbYCrY, kFmtRGB32StudioOpen}},
-    {kFmtPlanar420, {kFmtRGB32, kFmtRGB32StudioOpen}},
-    {kFmtRGB24, {kFmtRGB24}},
-    {kFmtYCbYCr, {kFmtCbYCrY}},
-    {kFmtYCbCrA, {kFmtYCbCrA}},
-    {kFmtRGB32Shaped, {kFmtCbYCrY, kFmtRGB32Shaped}},
-    {kFmtCbYCrAShaped, {kFmtCbYCrAShaped}},
-    {kFmtCbYCrY4Shaped, {kFmtCbYCrY4Shaped, kFmtCbYCrY4MonoShaped}},
-    {kFmtCbYCrY4, {kFmtCbYCrY4, kFmtCbYCrY4Mono}},
-    {kFmtCbYCrYMono, {kFmtCbYCrYMono}},
-    {kFmtCbYCrY4Mono, {kFmtCbYCrY4Mono}},
-    {kFmtAlpha8, {kFmtAlpha8}}};
-
 }  // namespace convert_test
 
 #endif  // TESSELU_TESTS_CONVERT_PAIRSOFPATHS_H

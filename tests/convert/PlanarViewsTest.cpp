@@ -61,7 +61,7 @@ void ExpectPlanesConverted(const Size& size, const Selection& selection) {
             for (std::size_t i = 0; i < 3; ++i) {
                 expected.Set(
                     0, 4 * x + i, y,
-                    x < width / 16 * 16 ? PlanarSample(kToFullRgb, i, in) : TailSample(kToFullRgb, i, in));
+                    x < width / 16 * 16 ? PlanarSample(kToFullRgb, i, in) : TailSample(kToFullRgb, i, in, 3));
             }
             expected.Set(0, 4 * x + 3, y, 0);
         }

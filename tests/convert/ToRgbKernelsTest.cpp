@@ -37,7 +37,7 @@ Expectation PairsInRgb32(const Matrix& inUse, const Size& size, const RunsAs& ru
                         expected.Set(0, 4 * x + i, y, inner);
                         continue;
                     }
-                    const int tail = TailSample(inUse, i, in);
+                    const int tail = TailSample(inUse, i, in, 3);
                     if (run.set == kSSE2) {
                         expected.Set(0, 4 * x + i, y, tail);
                     } else {
@@ -230,7 +230,7 @@ Expectation PlanesInRgb32(const Matrix& inUse, const Size& size) {
                 const Pixel in = PlanarPixel(source, x, y);
                 for (std::size_t i = 0; i < 3; ++i) {
                     expected.Set(0, 4 * x + i, y,
-                                 x < whole ? PlanarSample(inUse, i, in) : TailSample(inUse, i, in));
+                                 x < whole ? PlanarSample(inUse, i, in) : TailSample(inUse, i, in, 3));
                 }
                 expected.Set(
                     0, 4 * x + 3, y,

@@ -8,9 +8,13 @@
 #include <TesselU/foundation/Types.h>
 #include <TesselU/image/ImageFormat.h>
 
+#include <cstddef>
+
 namespace Zan {
 
 class ImageView;
+struct ConversionPlan;
+struct ConversionRequest;
 
 /// Converts pictures from one pixel format to another: between RGB and YCrCb, between packings and chroma
 /// samplings, between level conventions, between shaped and unshaped alpha.
@@ -43,6 +47,35 @@ public:
     Long32 Do(ImageView& source, ImageView& destination, ProcessingStyleEnum callStyle, double* callMatrix,
               double* callOffset);
 
+    /// The same for callers who hold plain memory and no image: `source` and `destination` are the first
+    /// samples of channel 0, the pitches the bytes from line to line, the formats `ConverterFormat` codes and
+    /// the style a `ProcessingStyleEnum` value as numbers. Nothing is known of the memory, so nothing is
+    /// checked but null addresses.
+    ///
+    /// Between packed 4:2:2 or 32-bit RGB and `kFmtPlanar420`, `kFmtPlanar420Interlaced`, from 32-bit RGB to
+    /// `kFmtPlanar411` and from `kFmtCbYCrY` to `kFmtPlanar422` planes lie one behind the other without gaps:
+    /// Cb `width * height` bytes behind Y, then Cr, their pitches the share of the first. Any other pair with
+    /// several planes uses those of the last call with views.
+    ///
+    /// Returns what the other form returns; also 1 for a pair that needs planes of which none are known.
+    Long32 Do(ULong32* source, ULong32* destination, ULong32 width, ULong32 height, Long32 sourcePitch,
+              Long32 destinationPitch, ULong32 sourceFormat, ULong32 destinationFormat, ULong32 style,
+              double* callMatrix, double* callOffset);
+
+    /// Multiplies the colour of a picture by its alpha, in place, and marks the image as `kShaped`. Takes
+    /// packed RGB `k4444`, c * a / 255 rounded, and packed YCrCb `k4224`, where luma is taken around 16 and
+    /// chroma, which goes by the alpha of the even pixel, around 128. Opaque images, and transparent ones
+    /// that are black, are marked only.
+    ///
+    /// Returns 0; 4 for another format; 1 without memory; 98 when the selection leaves its image. The result
+    /// is the same for every style.
+    Long32 Shape(ImageView& picture, ProcessingStyleEnum style);
+
+    /// Divides by alpha, and marks the image as `kUnshaped`. In RGB (c * 255 / a rounded) colour above its
+    /// alpha wraps, and is 0 where alpha is 0; in YCrCb the result is rounded down and limited, and neutral
+    /// where alpha is 0. Opaque and transparent images are marked only. Returns what `Shape` returns.
+    Long32 Unshape(ImageView& picture, ProcessingStyleEnum style);
+
     /// The alpha that conversions from a format without alpha write.
     void SetAlphaChannel(unsigned char value) noexcept { alphaFill = value; }
 
@@ -71,8 +104,16 @@ private:
     /// both have is left to it.
     Long32 DoStrip(ImageView& source, ImageView& destination, ProcessingStyleEnum callStyle,
                    double* callMatrix, double* callOffset, bool isFollowed);
+    Long32 MakePlan(ConversionRequest& request, const double* callMatrix, const double* callOffset,
+                    ConversionPlan& plan) noexcept;
     void RememberMatrix(const double (&used)[4][4], bool isTransposed) noexcept;
+    Long32 ChangeShaping(ImageView& picture, ShapedEnum shaped) noexcept;
 
+    // Of the last call; the raw form takes from them what it is not given.
+    unsigned char* sourcePlane[4] = {};
+    unsigned char* destinationPlane[4] = {};
+    std::ptrdiff_t sourcePitch[4] = {};
+    std::ptrdiff_t destinationPitch[4] = {};
     ULong32 plusFunction = 0;
     double matrix[4][4] = {};
     double offset[2][4] = {};

@@ -16,43 +16,26 @@ namespace Zan {
 namespace HWY_NAMESPACE {
 namespace {
 
-template <std::size_t LinesOfBand>
 class Columnwise {
 public:
-    static constexpr std::size_t kUnit = 2;
-
     explicit Columnwise(const ConversionJob& job) : c(*job.coefficients) {}
 
-    template <ReadsChromaPair Reader, WritesPixelPair Writer>
-    void Unit(const Reader& reader, const Writer& writer, const Rows& at, std::size_t x) const {
-        for (std::size_t line = 0; line < LinesOfBand; ++line) {
-            const ChromaPair in = reader.Pair(at, line, x, 2);
-            PixelPair out;
+    void Formula(Block& block) const {
+        ForEachPixel(block, [&](Pixel& pixel) {
+            const Pixel in = pixel;
             for (std::size_t i = 0; i < 3; ++i) {
-                const std::int16_t chroma = ColumnwiseChroma(c, i, in.cb, in.cr);
-                out.pixel[0][i] = ColumnwiseSum(c, i, chroma, in.y[0]);
-                out.pixel[1][i] = ColumnwiseSum(c, i, chroma, in.y[1]);
+                const std::int16_t chroma = ColumnwiseChroma(c, i, in.sample[0], in.sample[2]);
+                pixel.sample[i] = ColumnwiseSum(c, i, chroma, in.sample[1]);
             }
-            out.pixel[0][3] = out.pixel[1][3] = Alpha();
-            writer.Put(at, line, x, out, 2);
-        }
+            pixel.sample[3] = Alpha();
+        });
     }
 
-    template <ReadsChromaPair Reader, WritesPixelPair Writer>
-    void Tail(const Reader& reader, const Writer& writer, const Rows& at, std::size_t x,
-              std::size_t columns) const {
-        for (std::size_t line = 0; line < LinesOfBand; ++line) {
-            const ChromaPair in = reader.Pair(at, line, x, columns);
-            PixelPair out{};
-            for (std::size_t k = 0; k < columns; ++k) {
-                const double samples[4] = {static_cast<double>(in.cb), static_cast<double>(in.y[k]),
-                                           static_cast<double>(in.cr), 0};
-                for (std::size_t i = 0; i < 3; ++i)
-                    out.pixel[k][i] = InDoubles(c, i, samples);
-                out.pixel[k][3] = TruncateToByte(c.offset[1][3]);
-            }
-            writer.Put(at, line, x, out, columns);
-        }
+    void Doubles(Block& block) const {
+        ForEachPixel(block, [&](Pixel& pixel) {
+            pixel = ColorInDoubles(c, pixel);
+            pixel.sample[3] = TruncateToByte(c.offset[1][3]);
+        });
     }
 
     template <class Run>
@@ -66,9 +49,8 @@ protected:
 
 #if HWY_TARGET == HWY_SCALAR
 
-template <std::size_t LinesOfBand>
 template <class Run>
-void Columnwise<LinesOfBand>::WithForm(const ConversionJob& job, const Run& run) {
+void Columnwise::WithForm(const ConversionJob& job, const Run& run) {
     run(Columnwise(job));
 }
 
@@ -76,15 +58,13 @@ void Columnwise<LinesOfBand>::WithForm(const ConversionJob& job, const Run& run)
 
 /// `Usual`: luma weighs alike in all rows, blue has no Cr and red no Cb, as in every matrix that leads to
 /// RGB.
-template <std::size_t LinesOfBand, bool Usual>
-class VectorColumnwise : public Columnwise<LinesOfBand> {
-    using Columnwise<LinesOfBand>::c;
-    using Columnwise<LinesOfBand>::Alpha;
-
+template <bool Usual>
+class VectorColumnwise : public Columnwise {
 public:
+    template <class Reader, class Writer>
     static constexpr std::size_t kStep = 2 * kVectorPixels;
 
-    HWY_INLINE HWY_ATTR explicit VectorColumnwise(const ConversionJob& job) : Columnwise<LinesOfBand>(job) {
+    HWY_INLINE HWY_ATTR explicit VectorColumnwise(const ConversionJob& job) : Columnwise(job) {
         const DI16 d;
         for (std::size_t i = 0; i < 3; ++i) {
             cbWeights[i] = hn::Set(d, c.matrixFixed[0][i]);
@@ -116,7 +96,7 @@ public:
             chroma[0][i] = hn::InterleaveLower(d, once, once);
             chroma[1][i] = hn::InterleaveUpper(d, once, once);
         }
-        for (std::size_t line = 0; line < LinesOfBand; ++line) {
+        for (std::size_t line = 0; line < Reader::kLines; ++line) {
             VI16 luma[2];
             reader.LoadLuma(at, line, x, luma);
             for (std::size_t half = 0; half < 2; ++half) {
@@ -129,8 +109,8 @@ public:
                 const auto sum = [&](std::size_t i) HWY_ATTR {
                     return hn::ShiftRight<4>(hn::Add(chroma[half][i], products[Usual ? 0 : i]));
                 };
-                const Components out = {{sum(0), sum(1), sum(2), alpha}};
-                writer.PutPixels(at, line, x + half * kVectorPixels, out, store);
+                const Components out[1] = {{{sum(0), sum(1), sum(2), alpha}}};
+                writer.PutComponents(at, line, x + half * kVectorPixels, out, store);
             }
         }
     }
@@ -142,24 +122,28 @@ private:
     VI16 alpha;
 };
 
-template <std::size_t LinesOfBand>
 template <class Run>
-void Columnwise<LinesOfBand>::WithForm(const ConversionJob& job, const Run& run) {
+void Columnwise::WithForm(const ConversionJob& job, const Run& run) {
     const auto& m = job.coefficients->matrixFixed;
     if (m[1][0] == m[1][1] && m[1][0] == m[1][2] && m[0][2] == 0 && m[2][0] == 0 && m[1][0] != -32768) {
-        run(VectorColumnwise<LinesOfBand, true>(job));
+        run(VectorColumnwise<true>(job));
     } else {
-        run(VectorColumnwise<LinesOfBand, false>(job));
+        run(VectorColumnwise<false>(job));
     }
 }
 
 #endif  // HWY_TARGET
 
-// ---- Kernels
-// -----------------------------------------------------------------------------------------------
+// ---- Kernels ---------------------------------------------------------------------------------------------
 
 void Planar420ToRGB32(const ConversionJob& job) {
-    Convert<Planar420Reader, Columnwise<2>, Rgb32Writer, 16, simd::LinePairs>(job);
+    Convert<Planar420Reader, Columnwise, Pixels32Writer, simd::LinePairs>(job);
+}
+void Planar420InterlacedToRGB32(const ConversionJob& job) {
+    Convert<Planar420Reader, Columnwise, Pixels32Writer, simd::FieldLinePairs>(job);
+}
+void Planar411ToRGB32(const ConversionJob& job) {
+    Convert<Planar411Reader, Columnwise, Pixels32Writer>(job);
 }
 
 }  // namespace
@@ -172,6 +156,8 @@ HWY_AFTER_NAMESPACE();
 namespace Zan {
 
 TESSELU_KERNEL(ConversionKernel, kConvertPlanar420ToRGB32, Planar420ToRGB32);
+TESSELU_KERNEL(ConversionKernel, kConvertPlanar420InterlacedToRGB32, Planar420InterlacedToRGB32);
+TESSELU_KERNEL(ConversionKernel, kConvertPlanar411ToRGB32, Planar411ToRGB32);
 
 }  // namespace Zan
 

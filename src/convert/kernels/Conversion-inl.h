@@ -1,18 +1,19 @@
 // A conversion for one target: a reader, an arithmetic and a writer put together.
 //
-// A reader or writer names the planes that it touches (`kPlanes`), and fetches or stores one of the exchange
-// types below: two neighbouring pixels for the formulas, many in vectors. An arithmetic has
+// Pixel by pixel, a reader fetches `Pixel`s and a writer stores a `Block` of them; both name their planes
+// (`kPlanes`) and how many columns they take together (`kColumns`). An arithmetic has
 //
-//     static constexpr std::size_t kUnit;                     // columns of a unit
-//     void Unit(reader, writer, at, x) const;                 // the formula on the unit at column x
-//     void Tail(reader, writer, at, x, columns) const;        // what is left beyond the last whole group
-//     static void WithForm(job, run);                         // run(arithmetic or the vector form of it)
+//     void Formula(Block&) const;    // what the vectors must be equal to: whole groups of columns
+//     void Doubles(Block&) const;                // the same in double precision: what is left, or everything
+//     static void WithForm(job, run);            // run(arithmetic or the vector form of it)
 //
 // and a vector form, which is an arithmetic whose results are those of the formula for the coefficients of
 // the call,
 //
-//     static constexpr std::size_t kStep;                     // columns of a step
+//     template <class Reader, class Writer> static constexpr std::size_t kStep;      // columns of a step
 //     void Step(reader, writer, at, x, put) const;
+//
+// with the exchange types below between reader and writer.
 
 #if defined(TESSELU_SRC_CONVERT_KERNELS_CONVERSION_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef TESSELU_SRC_CONVERT_KERNELS_CONVERSION_INL_H
@@ -42,33 +43,14 @@ using simd::PlaneUse;
 /// The rows of up to four planes on either side, by channel.
 using Rows = simd::Place<4, 4, 2>;
 
-// ---- What readers give and writers take
-// --------------------------------------------------------------------
-
-/// Neighbours of 4:2:2.
 template <class R>
-concept ReadsChromaPair = requires(const R reader, const Rows& at, std::size_t x) {
-    { reader.Pair(at, x, x, x) } -> std::same_as<ChromaPair>;
+concept ReadsPixels = requires(const R reader, const Rows& at, std::size_t x) {
+    { reader.Load(at, x, x) } -> std::same_as<Pixel>;
+    { R::kHasAlpha } -> std::convertible_to<bool>;
 };
 template <class W>
-concept WritesChromaPair = requires(const W writer, const Rows& at, std::size_t x, const ChromaPair& pair) {
-    writer.Put(at, x, x, pair, x);
-};
-
-/// Neighbours with all their samples.
-template <class R>
-concept ReadsPixelPair = requires(const R reader, const Rows& at, std::size_t x) {
-    { reader.Pair(at, x, x, x) } -> std::same_as<PixelPair>;
-};
-template <class W>
-concept WritesPixelPair = requires(const W writer, const Rows& at, std::size_t x, const PixelPair& pair) {
-    writer.Put(at, x, x, pair, x);
-};
-
-/// Four bytes of two neighbours as they lie in memory.
-template <class R>
-concept ReadsPairBytes = requires(const R reader, const Rows& at, std::size_t x) {
-    { reader.Bytes(at, x) } -> std::same_as<const std::uint8_t*>;
+concept WritesBlocks = requires(const W writer, const Rows& at, std::size_t x, const Block& block) {
+    writer.Put(at, x, block);
 };
 
 #if HWY_TARGET != HWY_SCALAR
@@ -81,10 +63,20 @@ constexpr std::size_t kBlocks = kVectorBytes / 16;
 // pixels that come L-th and the four that come (n + L)-th. AVX2: block 0 = pixels 0-3 and 8-11, block 1 = 4-7
 // and 12-15. Interleaving and packing within blocks then leave the pixels of the result in order.
 
-/// Samples of 4:2:2 in 16-bit lanes: (Cb, Cr) and (Y0, Y1) in each pair.
-struct ChromaPairs {
+/// Samples of 4:2:2 in 16-bit lanes: (Cb, Cr) and (Y0, Y1) in each pair, alpha as luma.
+struct PairLanes {
     VI16 chroma;
     VI16 luma;
+    VI16 alpha;
+};
+
+/// What one step of a writer of luma and chroma takes: for each of `Steps` times `kVectorPixels` columns the
+/// luma of every line, chroma in (Cb, Cr) pairs, once for all lines, and alpha.
+template <std::size_t Lines, std::size_t Steps>
+struct LaneBlock {
+    VI16 luma[Lines][Steps];
+    VI16 chroma[Steps];
+    VI16 alpha[Steps];
 };
 
 /// The even and the odd pixel of each pair, 32 bits each.
@@ -117,6 +109,19 @@ HWY_INLINE HWY_ATTR VU8 FromQuadOrder(VU8 v) {
     return hn::BitCast(DU8(), GatherFromBlocks(DU64(), hn::BitCast(DU64(), v)));
 }
 
+/// Samples of twice `kVectorPixels` columns from lanes in quad order, limited to 0...255, to bytes in memory
+/// order; also pairs of chroma samples.
+HWY_INLINE HWY_ATTR VU8 BytesInOrder(VI16 first, VI16 second) {
+    return hn::BitCast(DU8(), GatherFromBlocks(DU32(), hn::BitCast(DU32(), PackToBytes(first, second))));
+}
+
+/// The alpha of both pixels of each pair.
+HWY_INLINE HWY_ATTR VI16 AlphaOfPairs(const PixelPairs& in) {
+    const DU32 d;
+    const VU32 odd = hn::And(hn::ShiftRight<8>(in.odd), hn::Set(d, 0xFF0000));
+    return hn::BitCast(DI16(), hn::Or(hn::ShiftRight<24>(in.even), odd));
+}
+
 /// Two words as the factor of MulAddPairs.
 HWY_INLINE HWY_ATTR VI16 WordPairs(int first, int second) {
     const auto low = static_cast<std::uint32_t>(first) & 0xFFFFU;
@@ -126,41 +131,71 @@ HWY_INLINE HWY_ATTR VI16 WordPairs(int first, int second) {
 
 #endif  // HWY_TARGET
 
-// ---- The kernel
-// --------------------------------------------------------------------------------------------
+// ---- The kernel ------------------------------------------------------------------------------------------
 
-template <class Reader, class Arithmetic, class Writer, class LinesType>
+template <ReadsPixels Reader, class Arithmetic, WritesBlocks Writer, class LinesType>
 struct Conversion {
     using Place = Rows;
     using Lines = LinesType;
     static constexpr auto kSources = Reader::kPlanes;
     static constexpr auto kDestinations = Writer::kPlanes;
-    static constexpr std::size_t kUnit = Arithmetic::kUnit;
+    static constexpr std::size_t kUnit = std::max(Reader::kColumns, Writer::kColumns);
     Arithmetic arithmetic;
+    std::uint8_t alphaFill;
 
-    void Unit(const Place& at, std::size_t x) const { arithmetic.Unit(Reader(), Writer(), at, x); }
+    void Unit(const Place& at, std::size_t x) const {
+        Block block = Load(at, x, kUnit);
+        arithmetic.Formula(block);
+        Writer().Put(at, x, block);
+    }
     void Tail(const Place& at, std::size_t x, std::size_t columns) const {
-        arithmetic.Tail(Reader(), Writer(), at, x, columns);
+        Block block = Load(at, x, columns);
+        arithmetic.Doubles(block);
+        Writer().Put(at, x, block);
     }
 #if HWY_TARGET != HWY_SCALAR
-    static constexpr std::size_t kStep = Arithmetic::kStep;
+    static constexpr std::size_t kStep = [] {
+        if constexpr (requires { Arithmetic::template kStep<Reader, Writer>; }) {
+            return Arithmetic::template kStep<Reader, Writer>;
+        } else {
+            return std::size_t{0};
+        }
+    }();
+
+    static constexpr bool kStaysInCache = requires {
+        requires Arithmetic::kStaysInCache;
+    };
 
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
         arithmetic.Step(Reader(), Writer(), at, x, put);
     }
 #endif
+
+private:
+    Block Load(const Place& at, std::size_t x, std::size_t columns) const {
+        Block block;
+        block.lines = Lines::kLines;
+        block.columns = columns;
+        for (std::size_t line = 0; line < Lines::kLines; ++line) {
+            for (std::size_t k = 0; k < columns; ++k) {
+                Pixel& pixel = block.pixel[line][k];
+                pixel = Reader().Load(at, line, x + k);
+                if constexpr (!Reader::kHasAlpha && Writer::kHasAlpha) {
+                    pixel.sample[3] = alphaFill;
+                }
+            }
+        }
+        return block;
+    }
 };
 
-/// Runs a conversion whose main loop covers whole groups of `Group` columns.
-template <class Reader, class Arithmetic, class Writer, std::size_t Group, class Lines = simd::SingleLines>
+/// Runs a conversion.
+template <class Reader, class Arithmetic, class Writer, class Lines = simd::SingleLines>
 void Convert(const ConversionJob& job) {
-    static_assert(Group % Arithmetic::kUnit == 0);
-    simd::Job<4, 4> planes = job.planes;
-    planes.whole = planes.width - planes.width % Group;
     Arithmetic::WithForm(job, [&](const auto& arithmetic) {
         using Form = std::remove_cvref_t<decltype(arithmetic)>;
-        Walk(Conversion<Reader, Form, Writer, Lines>{arithmetic}, planes);
+        Walk(Conversion<Reader, Form, Writer, Lines>{arithmetic, job.alphaFill}, job.planes);
     });
 }
 

@@ -2,6 +2,8 @@
 #define TESSELU_SRC_CONVERT_KERNELS_CONVERSIONFORMULAS_H
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 
@@ -12,17 +14,40 @@
 
 namespace Zan {
 
-/// Two neighbours of 4:2:2: one chroma sample of each kind for both.
-struct ChromaPair {
-    std::uint8_t cb;
-    std::uint8_t cr;
-    std::uint8_t y[2];
+/// A pixel as the matrix takes it: B, G, R, A or Cb, Y, Cr, A.
+struct Pixel {
+    std::uint8_t sample[4];
 };
 
-/// Two neighbours with all their samples, in memory order.
-struct PixelPair {
-    std::uint8_t pixel[2][4];
+/// Pixels that are made together: up to two lines of up to four columns. Of a block that the edge of the
+/// picture cuts only `columns` exist.
+struct Block {
+    Pixel pixel[2][4];
+    std::size_t lines;
+    std::size_t columns;
 };
+
+template <class Make>
+constexpr void ForEachPixel(Block& block, const Make& make) noexcept {
+    for (std::size_t line = 0; line < block.lines; ++line) {
+        for (std::size_t k = 0; k < block.columns; ++k) {
+            make(block.pixel[line][k]);
+        }
+    }
+}
+
+/// Sample `j` of the pixels of a block from column `first` on, `columns` of them: their mean, truncated.
+constexpr std::uint8_t MeanOf(const Block& block, std::size_t j, std::size_t first,
+                              std::size_t columns) noexcept {
+    columns = std::min(columns, block.columns - first);
+    unsigned sum = 0;
+    for (std::size_t line = 0; line < block.lines; ++line) {
+        for (std::size_t k = 0; k < columns; ++k) {
+            sum += block.pixel[line][first + k].sample[j];
+        }
+    }
+    return static_cast<std::uint8_t>(sum / (block.lines * columns));
+}
 
 constexpr std::int16_t WrapToWord(std::int64_t value) noexcept {
     return static_cast<std::int16_t>(static_cast<std::uint16_t>(value & 0xFFFF));
@@ -53,14 +78,27 @@ constexpr std::int16_t TruncateToWord(double value) noexcept {
     return WrapToWord(value < 2147483647.0 ? static_cast<std::int32_t>(value) : INT32_MAX);
 }
 
-/// Row `i` of matrix and offsets in double precision: the columns beyond the last whole group.
-inline std::uint8_t InDoubles(const FixedPointCoefficients& c, std::size_t i,
-                              const double (&in)[4]) noexcept {
-    double sum = c.matrix[i][0] * (in[0] + c.offset[0][0]);
-    sum += c.matrix[i][1] * (in[1] + c.offset[0][1]);
-    sum += c.matrix[i][2] * (in[2] + c.offset[0][2]);
-    sum += c.matrix[i][3] * (in[3] + c.offset[0][3]);
+// ---- Double precision: the floating-point path, and the columns of the others beyond the last whole group
+
+/// Row `i` of matrix and offsets, from the last column to the first.
+inline std::uint8_t RowInDoubles(const FixedPointCoefficients& c, std::size_t i, const Pixel& in) noexcept {
+    const auto term = [&](std::size_t j) { return c.matrix[i][j] * (in.sample[j] + c.offset[0][j]); };
+    double sum = term(2);
+    sum += term(1);
+    sum += term(0);
+    if (c.matrix[i][3] != 0) {
+        sum += term(3);
+    }
     return TruncateToByte(sum + c.offset[1][i]);
+}
+
+/// Colour through the matrix, alpha as it is.
+inline Pixel ColorInDoubles(const FixedPointCoefficients& c, const Pixel& in) noexcept {
+    return {{RowInDoubles(c, 0, in), RowInDoubles(c, 1, in), RowInDoubles(c, 2, in), in.sample[3]}};
+}
+
+inline std::uint8_t AlphaInDoubles(const FixedPointCoefficients& c, std::uint8_t alpha) noexcept {
+    return TruncateToByte(alpha + c.offset[0][3] + c.offset[1][3]);
 }
 
 // ---- Seven-bit input: offsets in 128ths before and in 16ths after the matrix ------------------------------
@@ -78,6 +116,52 @@ constexpr std::uint8_t SevenBitRow(const FixedPointCoefficients& c, std::size_t 
         sum += std::int32_t{c.matrixFixed[i][j]} * in[j];
     }
     return SaturateToByte(WrapToWord(SaturateToWord(sum >> 16) + c.offsetFixed[1][i]) >> 4);
+}
+
+/// Colour through the matrix, in which alpha takes part where the matrix says so; alpha as it is.
+constexpr Pixel SevenBitColor(const FixedPointCoefficients& c, const Pixel& in) noexcept {
+    std::int16_t samples[4] = {};
+    for (std::size_t j = 0; j < 4; ++j) {
+        samples[j] = SevenBitSample(in.sample[j], c.offsetFixed[0][j]);
+    }
+    return {
+        {SevenBitRow(c, 0, samples), SevenBitRow(c, 1, samples), SevenBitRow(c, 2, samples), in.sample[3]}};
+}
+
+/// Alpha with both of its offsets.
+constexpr std::uint8_t SevenBitAlpha(const FixedPointCoefficients& c, std::uint8_t alpha) noexcept {
+    const int shifted = SevenBitSample(alpha, c.offsetFixed[0][3]) >> 3;
+    return SaturateToByte(WrapToWord(shifted + c.offsetFixed[1][3]) >> 4);
+}
+
+/// The plus functions, on a pixel that has been converted. With t = 255 - alpha: colour times alpha / 255 (2)
+/// or t / 255 (3), or less the share of black (4) or white (5) in t; alpha as it is, t (1, 3) or full (6).
+constexpr Pixel PlusResult(unsigned function, const Pixel& in) noexcept {
+    constexpr int kBlack[3] = {128, 16, 128}, kWhite[3] = {128, 235, 128};
+    const int alpha = in.sample[3], rest = 255 - alpha;
+    Pixel out = in;
+    for (std::size_t j = 0; j < 3; ++j) {
+        const int c = in.sample[j];
+        switch (function) {
+            case 2:
+            case 3:
+                out.sample[j] = static_cast<std::uint8_t>(c * (function == 2 ? alpha : rest) / 255);
+                break;
+            case 4:
+            case 5:
+                out.sample[j] = static_cast<std::uint8_t>(
+                    std::max(0, 255 * c - (function == 4 ? kBlack : kWhite)[j] * rest) / 255);
+                break;
+            default:
+                break;
+        }
+    }
+    if (function == 1 || function == 3) {
+        out.sample[3] = static_cast<std::uint8_t>(rest);
+    } else if (function == 6) {
+        out.sample[3] = 255;
+    }
+    return out;
 }
 
 /// True when no sample can wrap and no row can leave 32 bits: then offsets may join the sum of products.
@@ -121,10 +205,10 @@ struct EightBitOffsets {
 
 /// Luma of a pixel.
 constexpr std::uint8_t EightBitLuma(const FixedPointCoefficients& c, const EightBitOffsets& offsets,
-                                    const std::uint8_t (&pixel)[4]) noexcept {
+                                    const Pixel& pixel) noexcept {
     std::int64_t sum = 0;
     for (std::size_t j = 0; j < 4; ++j) {
-        sum += std::int32_t{c.matrixFixed[1][j]} * WrapToWord(pixel[j] + offsets.before[j]);
+        sum += std::int32_t{c.matrixFixed[1][j]} * WrapToWord(pixel.sample[j] + offsets.before[j]);
     }
     return SaturateToByte((sum >> 13) + offsets.after[1]);
 }
@@ -204,6 +288,98 @@ constexpr std::int16_t ColumnwiseChroma(const FixedPointCoefficients& c, std::si
 constexpr std::uint8_t ColumnwiseSum(const FixedPointCoefficients& c, std::size_t i, std::int16_t chroma,
                                      unsigned y) noexcept {
     return SaturateToByte(WrapToWord(chroma + HighProduct(c.matrixFixed[1][i], CentredLuma(y))) >> 4);
+}
+
+// ---- Shaping: colour times alpha, and back ----------------------------------------------------------------
+
+/// c * alpha / 255, rounded.
+constexpr std::uint8_t ShapedRgb(unsigned c, unsigned alpha) noexcept {
+    const unsigned t = c * alpha;
+    return static_cast<std::uint8_t>((t + (t >> 8) + (t >> 15) + 128) >> 8);
+}
+
+/// The same around a zero point: 128 for chroma, 16 for luma.
+constexpr std::uint8_t ShapedAround(int zero, unsigned sample, unsigned alpha) noexcept {
+    const int difference = static_cast<int>(sample) - zero;
+    const int magnitude = (difference < 0 ? -difference : difference) * static_cast<int>(alpha);
+    const int rounded = (magnitude + 127) / 255;
+    return static_cast<std::uint8_t>(zero + (difference < 0 ? -rounded : rounded));
+}
+
+/// 255 * 2^18 / alpha, rounded; 0 for 0.
+inline constexpr std::array<std::uint32_t, 256> kReciprocals = [] {
+    std::array<std::uint32_t, 256> table{};
+    constexpr std::uint32_t kOne = 66846720;
+    for (std::uint32_t a = 1; a < 256; ++a) {
+        table[a] = (2 * kOne + a) / (2 * a);
+    }
+    return table;
+}();
+
+/// c * 255 / alpha, rounded. A sample above its alpha wraps.
+constexpr std::uint8_t UnshapedRgb(unsigned c, unsigned alpha) noexcept {
+    return static_cast<std::uint8_t>((std::uint64_t{c} * kReciprocals[alpha] + 0x20000) >> 18);
+}
+
+/// The same around a zero point, rounded down, limited to the range of a sample: -128 to 127 for chroma, -16
+/// to 239 for luma.
+constexpr std::uint8_t UnshapedAround(int zero, unsigned sample, unsigned alpha) noexcept {
+    const std::int64_t product = (static_cast<int>(sample) - zero) * std::int64_t{kReciprocals[alpha]};
+    return static_cast<std::uint8_t>(std::clamp<std::int64_t>(product >> 18, -zero, 255 - zero) + zero);
+}
+
+/// c * 255 / alpha in double precision, rounded and limited; 0 for alpha 0.
+inline std::uint8_t UnshapedRgbInDoubles(unsigned c, unsigned alpha) noexcept {
+    return alpha == 0 ? std::uint8_t{0} : TruncateToByte(c * 255.0 / alpha + 0.5);
+}
+
+/// The same around a zero point, halves away from it; the zero point for alpha 0.
+inline std::uint8_t UnshapedAroundInDoubles(int zero, unsigned sample, unsigned alpha) noexcept {
+    if (alpha == 0) {
+        return static_cast<std::uint8_t>(zero);
+    }
+    const double value = (static_cast<int>(sample) - zero) * 255.0 / alpha;
+    const double rounded = std::trunc(value < 0 ? value - 0.5 : value + 0.5);
+    return static_cast<std::uint8_t>(static_cast<int>(std::clamp<double>(rounded, -zero, 255 - zero)) + zero);
+}
+
+// ---- The same on pixels and blocks. Chroma of neighbours that share it goes by the alpha of the even one --
+
+constexpr void ShapeRgbPixel(Pixel& pixel) noexcept {
+    for (std::size_t j = 0; j < 3; ++j) {
+        pixel.sample[j] = ShapedRgb(pixel.sample[j], pixel.sample[3]);
+    }
+}
+constexpr void UnshapeRgbPixel(Pixel& pixel) noexcept {
+    for (std::size_t j = 0; j < 3; ++j) {
+        pixel.sample[j] = UnshapedRgb(pixel.sample[j], pixel.sample[3]);
+    }
+}
+inline void UnshapeRgbPixelInDoubles(Pixel& pixel) noexcept {
+    for (std::size_t j = 0; j < 3; ++j) {
+        pixel.sample[j] = UnshapedRgbInDoubles(pixel.sample[j], pixel.sample[3]);
+    }
+}
+
+/// `around(zero, sample, alpha)` on all samples of YCrCb.
+template <class Around>
+constexpr void ForEachSampleOfPairs(Block& block, const Around& around) noexcept {
+    for (std::size_t k = 0; k < block.columns; ++k) {
+        Pixel& pixel = block.pixel[0][k];
+        const std::uint8_t chromaAlpha = block.pixel[0][k / 2 * 2].sample[3];
+        pixel.sample[0] = around(128, pixel.sample[0], chromaAlpha);
+        pixel.sample[1] = around(16, pixel.sample[1], pixel.sample[3]);
+        pixel.sample[2] = around(128, pixel.sample[2], chromaAlpha);
+    }
+}
+constexpr void ShapePairs(Block& block) noexcept {
+    ForEachSampleOfPairs(block, ShapedAround);
+}
+constexpr void UnshapePairs(Block& block) noexcept {
+    ForEachSampleOfPairs(block, UnshapedAround);
+}
+inline void UnshapePairsInDoubles(Block& block) noexcept {
+    ForEachSampleOfPairs(block, UnshapedAroundInDoubles);
 }
 
 }  // namespace Zan

@@ -16,14 +16,23 @@ namespace Zan {
 namespace HWY_NAMESPACE {
 namespace {
 
-/// Rows of all planes of a layout. The rest of a pair is left out where it is not whole.
-template <const auto& Planes>
+/// Rows of all planes of a layout; with `FillAlpha` the alpha plane is filled in place of copied. Of a pair
+/// that is not whole the floating-point path copies nothing, the others what its pixel has: Cb, Y and Cr.
+template <const auto& Planes, bool FillAlpha = false>
 struct Copy {
     using Place = Rows;
-    static constexpr auto kSources = Planes;
+    static constexpr auto kSources = [] {
+        if constexpr (FillAlpha) {
+            return kPairPlanes;
+        } else {
+            return Planes;
+        }
+    }();
     static constexpr auto kDestinations = Planes;
-    static constexpr std::size_t kUnit = kSources[0].columns;
+    static constexpr std::size_t kUnit = Planes[0].columns;
     bool longRuns;
+    bool dropsRest;
+    std::uint8_t alphaFill;
 
     void Unit(const Place& at, std::size_t x) const { CopyColumns(at, x, kUnit); }
     void Tail(const Place& at, std::size_t x, std::size_t columns) const { CopyColumns(at, x, columns); }
@@ -35,9 +44,15 @@ struct Copy {
 
 private:
     void CopyColumns(const Place& at, std::size_t x, std::size_t columns) const {
-        for (const PlaneUse& use : kSources) {
-            CopyRun(at.out[use.index][0] + use.Bytes(x), at.in[use.index][0] + use.Bytes(x),
-                    use.Bytes(columns / use.columns * use.columns));
+        for (const PlaneUse& use : kDestinations) {
+            std::uint8_t* to = at.out[use.index][0] + use.Bytes(x);
+            if (FillAlpha && use.index == 3) {
+                std::memset(to, alphaFill, columns);
+                continue;
+            }
+            const std::size_t whole = columns / use.columns * use.columns;
+            const std::size_t rest = whole != columns && !dropsRest ? 3 : 0;
+            CopyRun(to, at.in[use.index][0] + use.Bytes(x), use.Bytes(whole) + rest);
         }
     }
 
@@ -54,12 +69,10 @@ private:
     }
 };
 
-template <const auto& Planes>
+template <const auto& Planes, bool FillAlpha = false>
 void RunCopy(const ConversionJob& job) {
-    simd::Job<4, 4> planes = job.planes;
-    planes.whole = planes.width;
-    const std::size_t bytes = Planes[0].Bytes(planes.width) * planes.height;
-    Walk(Copy<Planes>{simd::LongRunsPay(bytes)}, planes);
+    const std::size_t bytes = Planes[0].Bytes(job.planes.width) * job.planes.height;
+    Walk(Copy<Planes, FillAlpha>{simd::LongRunsPay(bytes), job.inDoubles, job.alphaFill}, job.planes);
 }
 
 void CopyPixels32(const ConversionJob& job) {
@@ -73,6 +86,9 @@ void CopyPairs(const ConversionJob& job) {
 }
 void CopyPairsAndAlpha(const ConversionJob& job) {
     RunCopy<kPairAlphaPlanes>(job);
+}
+void CopyPairsAndFillAlpha(const ConversionJob& job) {
+    RunCopy<kPairAlphaPlanes, true>(job);
 }
 void CopyBytePlane(const ConversionJob& job) {
     RunCopy<kBytePlanes>(job);
@@ -91,6 +107,7 @@ TESSELU_KERNEL(ConversionKernel, kCopyPixels32, CopyPixels32);
 TESSELU_KERNEL(ConversionKernel, kCopyPixels24, CopyPixels24);
 TESSELU_KERNEL(ConversionKernel, kCopyPairs, CopyPairs);
 TESSELU_KERNEL(ConversionKernel, kCopyPairsAndAlpha, CopyPairsAndAlpha);
+TESSELU_KERNEL(ConversionKernel, kCopyPairsAndFillAlpha, CopyPairsAndFillAlpha);
 TESSELU_KERNEL(ConversionKernel, kCopyBytePlane, CopyBytePlane);
 
 }  // namespace Zan

@@ -7,75 +7,153 @@
 #include "simd/Foreach.h"
 // After it: these are compiled once per target.
 #include "convert/kernels/Packed-inl.h"
+#include "convert/kernels/Planar-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Zan {
 namespace HWY_NAMESPACE {
 namespace {
 
-/// Pair by pair: `Op` is Bytes(in, out) on four and Vector(v) on many. With `Alpha` a plane of alpha is
-/// copied.
-template <class Op, bool Alpha = false>
+/// Samples as they are: chroma repeated or averaged as the formats ask for.
 class Repack {
 public:
-    static constexpr std::size_t kUnit = 2;
-
-    template <ReadsPairBytes Reader, class Writer>
-    void Unit(const Reader& reader, const Writer& writer, const Rows& at, std::size_t x) const {
-        Tail(reader, writer, at, x, 2);
-    }
-
-    template <ReadsPairBytes Reader, class Writer>
-    void Tail(const Reader& reader, const Writer& writer, const Rows& at, std::size_t x,
-              std::size_t columns) const {
-        std::uint8_t out[4];
-        Op::Bytes(reader.Bytes(at, x), out);
-        writer.Put(at, x, out, columns);
-        if constexpr (Alpha) {
-            std::memcpy(at.out[3][0] + x, at.in[3][0] + x, columns);
-        }
-    }
+    void Formula(Block&) const {}
+    void Doubles(Block&) const {}
 
     template <class Run>
-    static void WithForm(const ConversionJob&, const Run& run) {
-        run(Repack());
+    static void WithForm(const ConversionJob& job, const Run& run) {
+        run(Repack(job));
     }
 
-#if HWY_TARGET != HWY_SCALAR
-    static constexpr std::size_t kVectors = 4;
-    static constexpr std::size_t kStep = kVectors * kVectorPixels;
+#if HWY_TARGET == HWY_SCALAR
+
+    explicit Repack(const ConversionJob&) {}
+
+#else
+
+    HWY_INLINE HWY_ATTR explicit Repack(const ConversionJob& job) : fill(hn::Set(DI16(), job.alphaFill)) {}
+
+    /// Whole groups of grouped chroma.
+    template <class Reader, class Writer>
+    static constexpr std::size_t kStep = std::max<std::size_t>(Writer::kSteps* kVectorPixels, 16);
 
     template <class Reader, class Writer, class Store>
     HWY_INLINE HWY_ATTR void Step(const Reader& reader, const Writer& writer, const Rows& at, std::size_t x,
                                   Store store) const {
+        constexpr std::size_t kColumns = Writer::kSteps * kVectorPixels;
+        for (std::size_t i = 0; i < kStep<Reader, Writer>; i += kColumns) {
+            Put(reader, writer, at, x + i, store);
+        }
+    }
+
+private:
+    template <class Reader, class Writer, class Store>
+    HWY_INLINE HWY_ATTR void Put(const Reader& reader, const Writer& writer, const Rows& at, std::size_t x,
+                                 Store store) const {
+        constexpr std::size_t kSteps = Writer::kSteps, kLines = Writer::kLines;
+        LaneBlock<kLines, kSteps> lanes;
+        for (std::size_t line = 0; line < kLines; ++line) {
+            for (std::size_t i = 0; i < kSteps; ++i) {
+                const PairLanes pairs = reader.LoadLanes(at, line, x + i * kVectorPixels);
+                lanes.luma[line][i] = pairs.luma;
+                lanes.chroma[i] =
+                    line == 0 ? pairs.chroma : hn::ShiftRight<1>(hn::Add(lanes.chroma[i], pairs.chroma));
+                lanes.alpha[i] = Reader::kHasAlpha ? pairs.alpha : fill;
+            }
+        }
+        writer.template PutLanes<false>(at, x, lanes, store);
+    }
+
+    VI16 fill;
+#endif
+};
+
+/// The same between pixels that all have their samples.
+class RepackPixels {
+public:
+    void Formula(Block&) const {}
+    void Doubles(Block&) const {}
+
+    template <class Run>
+    static void WithForm(const ConversionJob& job, const Run& run) {
+        run(RepackPixels(job));
+    }
+
+#if HWY_TARGET == HWY_SCALAR
+
+    explicit RepackPixels(const ConversionJob&) {}
+
+#else
+
+    HWY_INLINE HWY_ATTR explicit RepackPixels(const ConversionJob& job)
+        : fill(hn::Set(DU32(), static_cast<std::uint32_t>(job.alphaFill) << 24)) {}
+
+    template <class Reader, class Writer>
+    static constexpr std::size_t kStep = Writer::kSteps* kVectorPixels;
+
+    template <class Reader, class Writer, class Store>
+    HWY_INLINE HWY_ATTR void Step(const Reader& reader, const Writer& writer, const Rows& at, std::size_t x,
+                                  Store store) const {
+        VU32 pixels[2 * Writer::kSteps];
+        for (std::size_t i = 0; i < Writer::kSteps; ++i) {
+            VU32 loaded[2];
+            reader.LoadPixels(at, 0, x + i * kVectorPixels, loaded);
+            for (std::size_t k = 0; k < 2; ++k) {
+                pixels[2 * i + k] = Reader::kHasAlpha ? loaded[k] : hn::Or(loaded[k], fill);
+            }
+        }
+        writer.PutPixels(at, 0, x, pixels, store);
+    }
+
+private:
+    VU32 fill;
+#endif
+};
+
+/// Pairs of four bytes to pairs of four bytes, whatever lies where: `Op` is Vector(v) on many of them. With
+/// alpha its plane is copied.
+template <class Op>
+class RepackBytes {
+public:
+    void Formula(Block& block) const { Op::Formula(block); }
+    void Doubles(Block& block) const { Op::Formula(block); }
+
+    template <class Run>
+    static void WithForm(const ConversionJob&, const Run& run) {
+        run(RepackBytes());
+    }
+
+#if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kVectors = 4;
+    template <class Reader, class Writer>
+    static constexpr std::size_t kStep = kVectors* kVectorPixels;
+
+    template <class Reader, class Writer, class Store>
+    HWY_INLINE HWY_ATTR void Step(const Reader&, const Writer&, const Rows& at, std::size_t x,
+                                  Store store) const {
         const DU8 d;
-        const std::uint8_t* in = reader.Bytes(at, x);
+        const std::uint8_t* in = at.in[0][0] + 2 * x;
         VU8 pairs[kVectors], alpha[kVectors / 2];
         for (std::size_t i = 0; i < kVectors; ++i) {
             pairs[i] = hn::LoadU(d, in + i * kVectorBytes);
         }
-        for (std::size_t i = 0; Alpha && i < kVectors / 2; ++i) {
+        for (std::size_t i = 0; Reader::kHasAlpha && i < kVectors / 2; ++i) {
             alpha[i] = hn::LoadU(d, at.in[3][0] + x + i * kVectorBytes);
         }
-        std::uint8_t* out = writer.Bytes(at, x);
+        std::uint8_t* out = at.out[0][0] + 2 * x;
         for (std::size_t i = 0; i < kVectors; ++i) {
             store(d, Op::Vector(pairs[i]), out + i * kVectorBytes);
         }
-        for (std::size_t i = 0; Alpha && i < kVectors / 2; ++i) {
+        for (std::size_t i = 0; Reader::kHasAlpha && i < kVectors / 2; ++i) {
             store(d, alpha[i], at.out[3][0] + x + i * kVectorBytes);
         }
     }
 #endif
 };
 
-/// Swaps the bytes of 16-bit words.
+/// Swaps the bytes of 16-bit words: what reader and writer of the two orders of 4:2:2 do together.
 struct SwapInWords {
-    static void Bytes(const std::uint8_t* in, std::uint8_t (&out)[4]) {
-        out[0] = in[1];
-        out[1] = in[0];
-        out[2] = in[3];
-        out[3] = in[2];
-    }
+    static void Formula(Block&) {}
 #if HWY_TARGET != HWY_SCALAR
     static HWY_INLINE HWY_ATTR VU8 Vector(VU8 v) {
         alignas(16) static constexpr std::uint8_t kSwap[16] = {1, 0, 3,  2,  5,  4,  7,  6,
@@ -87,10 +165,8 @@ struct SwapInWords {
 
 /// Keeps luma and makes chroma 128, in Cb, Y0, Cr, Y1.
 struct NeutralChroma {
-    static void Bytes(const std::uint8_t* in, std::uint8_t (&out)[4]) {
-        out[0] = out[2] = 128;
-        out[1] = in[1];
-        out[3] = in[3];
+    static void Formula(Block& block) {
+        ForEachPixel(block, [](Pixel& pixel) { pixel.sample[0] = pixel.sample[2] = 128; });
     }
 #if HWY_TARGET != HWY_SCALAR
     static HWY_INLINE HWY_ATTR VU8 Vector(VU8 v) {
@@ -100,20 +176,55 @@ struct NeutralChroma {
 #endif
 };
 
-// ---- Kernels
-// -----------------------------------------------------------------------------------------------
+// ---- Kernels ---------------------------------------------------------------------------------------------
 
+void RGB32ToRGB24(const ConversionJob& job) {
+    Convert<Pixels32Reader, RepackPixels, Pixels24Writer>(job);
+}
+void RGB24ToRGB32(const ConversionJob& job) {
+    Convert<Pixels24Reader, RepackPixels, Pixels32Writer>(job);
+}
+void CbYCrAToCbYCrY(const ConversionJob& job) {
+    Convert<Pixels32Reader, Repack, CbYCrYWriter>(job);
+}
+void CbYCrYToCbYCrA(const ConversionJob& job) {
+    Convert<CbYCrYReader, Repack, Pixels32Writer>(job);
+}
 void CbYCrYToYCbYCr(const ConversionJob& job) {
-    Convert<PairBytesReader, Repack<SwapInWords>, PairBytesWriter<2>, 2>(job);
+    Convert<CbYCrYReader, RepackBytes<SwapInWords>, YCbYCrWriter>(job);
 }
 void YCbYCrToCbYCrY(const ConversionJob& job) {
-    Convert<PairBytesReader, Repack<SwapInWords>, PairBytesWriter<3>, 2>(job);
+    Convert<YCbYCrReader, RepackBytes<SwapInWords>, CbYCrYWriter>(job);
+}
+void CbYCrYToPlanar420(const ConversionJob& job) {
+    Convert<CbYCrYReader, Repack, Planar420Writer, simd::LinePairs>(job);
+}
+void CbYCrYToPlanar422(const ConversionJob& job) {
+    Convert<CbYCrYReader, Repack, Planar422Writer>(job);
+}
+void CbYCrYToPlanarGrouped(const ConversionJob& job) {
+    Convert<CbYCrYReader, Repack, GroupedWriter>(job);
+}
+void PlanarGroupedToCbYCrY(const ConversionJob& job) {
+    Convert<GroupedReader, Repack, CbYCrYWriter>(job);
+}
+void Planar422ToCbYCrY(const ConversionJob& job) {
+    Convert<Planar422Reader, Repack, CbYCrYWriter>(job);
+}
+void YCbCrAToCbYCrY4(const ConversionJob& job) {
+    Convert<YCbCrAReader, Repack, CbYCrY4Writer>(job);
+}
+void CbYCrAToCbYCrY4(const ConversionJob& job) {
+    Convert<Pixels32Reader, Repack, CbYCrY4Writer>(job);
+}
+void CbYCrY4ToCbYCrA(const ConversionJob& job) {
+    Convert<CbYCrY4Reader, Repack, Pixels32Writer>(job);
 }
 void Monochrome(const ConversionJob& job) {
-    Convert<PairBytesReader, Repack<NeutralChroma>, PairBytesWriter<3>, 2>(job);
+    Convert<CbYCrYReader, RepackBytes<NeutralChroma>, CbYCrYWriter>(job);
 }
 void MonochromeAndAlpha(const ConversionJob& job) {
-    Convert<PairBytesAlphaReader, Repack<NeutralChroma, true>, PairBytesAlphaWriter<3>, 2>(job);
+    Convert<CbYCrY4Reader, RepackBytes<NeutralChroma>, CbYCrY4Writer>(job);
 }
 
 }  // namespace
@@ -125,8 +236,20 @@ HWY_AFTER_NAMESPACE();
 
 namespace Zan {
 
+TESSELU_KERNEL(ConversionKernel, kPackRGB32ToRGB24, RGB32ToRGB24);
+TESSELU_KERNEL(ConversionKernel, kUnpackRGB24ToRGB32, RGB24ToRGB32);
+TESSELU_KERNEL(ConversionKernel, kPackCbYCrAToCbYCrY, CbYCrAToCbYCrY);
+TESSELU_KERNEL(ConversionKernel, kUnpackCbYCrYToCbYCrA, CbYCrYToCbYCrA);
 TESSELU_KERNEL(ConversionKernel, kSwapCbYCrYToYCbYCr, CbYCrYToYCbYCr);
 TESSELU_KERNEL(ConversionKernel, kSwapYCbYCrToCbYCrY, YCbYCrToCbYCrY);
+TESSELU_KERNEL(ConversionKernel, kPackCbYCrYToPlanar420, CbYCrYToPlanar420);
+TESSELU_KERNEL(ConversionKernel, kPackCbYCrYToPlanar422, CbYCrYToPlanar422);
+TESSELU_KERNEL(ConversionKernel, kPackCbYCrYToPlanarGrouped, CbYCrYToPlanarGrouped);
+TESSELU_KERNEL(ConversionKernel, kUnpackPlanarGroupedToCbYCrY, PlanarGroupedToCbYCrY);
+TESSELU_KERNEL(ConversionKernel, kUnpackPlanar422ToCbYCrY, Planar422ToCbYCrY);
+TESSELU_KERNEL(ConversionKernel, kPackYCbCrAToCbYCrY4, YCbCrAToCbYCrY4);
+TESSELU_KERNEL(ConversionKernel, kPackCbYCrAToCbYCrY4, CbYCrAToCbYCrY4);
+TESSELU_KERNEL(ConversionKernel, kUnpackCbYCrY4ToCbYCrA, CbYCrY4ToCbYCrA);
 TESSELU_KERNEL(ConversionKernel, kMakeMonochromeLines, Monochrome);
 TESSELU_KERNEL(ConversionKernel, kMakeMonochromeLinesAndCopyAlpha, MonochromeAndAlpha);
 

@@ -128,8 +128,9 @@ struct Side {
     std::array<Plane, 4> plane;
 };
 
-/// The sample, or null where its plane has none. `orLast`: the last that the plane has in its place: of the
-/// last line that there is (of the same field), or the last of the memory.
+/// The sample, or null where its plane has none; a plane without a pitch has one line. `orLast`: the last
+/// that the plane has in its place: of the last line that there is (of the same field), or the last of the
+/// memory.
 inline Byte* Find(const Side& side, const Place& place, bool orLast) {
     const Plane& plane = side.plane[place.plane];
     int line = place.line;
@@ -137,7 +138,7 @@ inline Byte* Find(const Side& side, const Place& place, bool orLast) {
     if (plane.begin == nullptr) {
         return start() + place.column;
     }
-    while (line > 0 && (start() < plane.begin || start() >= plane.end)) {
+    while (line > 0 && (plane.pitch == 0 || start() < plane.begin || start() >= plane.end)) {
         if (!orLast) {
             return nullptr;
         }

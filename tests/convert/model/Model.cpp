@@ -250,7 +250,7 @@ void Model::ConvertInteger(const Coefficients& c) const {
     const int group = GroupOf(s, d, sse2), whole = width / group * group;
 
     // The lanes of the arithmetic: alpha takes part where the source has it in its pixels.
-    const std::size_t columns = rides || (classB && HasAlpha(s)) ? 4 : 3;
+    const std::size_t columns = rides || classB ? 4 : 3;
     const auto input = [&](int x, int y) { return LoadUnshaped(from, to, x, y, alphaFill, false); };
     const auto lanes = [&](int x, int y) {
         Pixel in = input(x, y);
