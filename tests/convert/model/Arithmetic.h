@@ -71,9 +71,9 @@ inline int AlphaInClassA(const Coefficients& c, int alpha) {
 
 // ---- Class B: eight-bit input, whole code values ---------------------------------------------------------
 
-inline int LumaInClassB(const Coefficients& c, const Pixel& in, std::size_t columns) {
+inline int LumaInClassB(const Coefficients& c, const Pixel& in) {
     std::int64_t sum = 0;
-    for (std::size_t j = 0; j < columns; ++j) {
+    for (std::size_t j = 0; j < 4; ++j) {
         sum += std::int64_t{Fixed(c.m[1][j])} * Wrap(in[j] + Word(c.o[0][j]));
     }
     return Limit((sum >> 13) + Word(c.o[1][1]));

@@ -249,7 +249,7 @@ void Model::ConvertInteger(const Coefficients& c) const {
     const bool rides = AlphaRidesThrough(s, d), plus = IsPlusPair(s, d);
     const int group = GroupOf(s, d, sse2), whole = width / group * group;
 
-    // The lanes of the arithmetic: alpha takes part where the source has it in its pixels.
+    // Alpha takes part in colour where it rides through, and in class B, where a source without it has 0.
     const std::size_t columns = rides || classB ? 4 : 3;
     const auto input = [&](int x, int y) { return LoadUnshaped(from, to, x, y, alphaFill, false); };
     const auto lanes = [&](int x, int y) {
@@ -267,7 +267,7 @@ void Model::ConvertInteger(const Coefficients& c) const {
         for (std::size_t i = 0; i < 3; ++i) {
             out[i] = !inGroup ? InDoubles(c, i, in, columns)
                      : classC ? ClassC(c, i, in)
-                     : classB ? LumaInClassB(c, in, columns)  // of i = 1; chroma follows
+                     : classB ? LumaInClassB(c, in)  // of i = 1; chroma follows
                               : ClassA(c, i, in, columns);
         }
         if (rides) {
