@@ -5,7 +5,6 @@
 #include <string>
 
 #include "convert/ModelRuns.h"
-#include "convert/NotYetConverted.h"
 
 namespace {
 
@@ -96,9 +95,6 @@ class Colours : public testing::TestWithParam<MatrixPair> {};
 // nothing.
 TEST_P(Colours, AreThoseOfTheFormula) {
     const auto [path, from, to] = GetParam();
-    if (IsNotYetConverted(NameOfPair(GetParam()))) {
-        GTEST_SKIP();
-    }
     const std::vector<Pixel> colours = ColoursOf(from);
     constexpr int kWidth = 22;
     const int height = 4 * static_cast<int>(colours.size());
@@ -210,20 +206,14 @@ void ExpectRoundTrip(const char* name, ConverterFormat between, ProcessingStyleE
 }
 
 TEST(RoundTrips, ThroughFourSamplesAPixel) {
-    if (!IsNotYetConverted("Integer_RGB32_to_CbYCrA")) {
-        ExpectRoundTrip("integer_4444", kFmtCbYCrA, kInt_MMXorSIMD);
-    }
-    if (!IsNotYetConverted("Float_RGB32_to_CbYCrA")) {
-        ExpectRoundTrip("doubles_4444", kFmtCbYCrA, kFlp);
-    }
+    ExpectRoundTrip("integer_4444", kFmtCbYCrA, kInt_MMXorSIMD);
+    ExpectRoundTrip("doubles_4444", kFmtCbYCrA, kFlp);
 }
 
 // Pixels are equal in pairs, so that a chroma sample for two loses nothing more.
 TEST(RoundTrips, ThroughPairs) {
     ExpectRoundTrip("integer_422", kFmtCbYCrY, kInt_MMXorSIMD);
-    if (!IsNotYetConverted("Float_RGB32_to_CbYCrY")) {
-        ExpectRoundTrip("doubles_422", kFmtCbYCrY, kFlp);
-    }
+    ExpectRoundTrip("doubles_422", kFmtCbYCrY, kFlp);
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include <string>
 
 #include "convert/ModelRuns.h"
-#include "convert/NotYetConverted.h"
 #include "simd/Targets.h"
 #include "support/Streaming.h"
 
@@ -235,9 +234,6 @@ void CompareProcessors(const std::function<void(const Selected&)>& compare, conv
 
 TEST_P(EveryPair, EqualsTheModel) {
     const PairOfPath pair = GetParam();
-    if (IsNotYetConverted(NameOfPair(pair))) {
-        GTEST_SKIP();
-    }
     const bool planar = IsPlanar(pair.source) || IsPlanar(pair.destination);
     const bool grouped = pair.source == kFmtPlanarGrouped || pair.destination == kFmtPlanarGrouped;
     CompareAll(pair, EverySize());
@@ -269,9 +265,6 @@ class EveryFormat : public EveryPair {};
 
 TEST_P(EveryFormat, InGeneral) {
     const int source = GetParam().source;
-    if (IsNotYetConverted(std::string("General_") + NameOf(source))) {
-        GTEST_SKIP();
-    }
     for (const FormatShape& to : AllFormats()) {
         const PairOfPath pair = {Path::kGeneral, source, to.code};
         for (const Selected& selected : std::vector<Selected>{{1, 1},
@@ -295,10 +288,6 @@ TEST_P(EveryFormat, AtBest) {
         const Path path = has(Path::kInteger) ? Path::kInteger
                           : has(Path::kFloat) ? Path::kFloat
                                               : Path::kGeneral;
-        if (IsNotYetConverted(path == Path::kGeneral ? std::string("General_") + NameOf(source)
-                                                     : NameOfPair({path, source, to.code}))) {
-            continue;
-        }
         for (const int width : {1, 18, 35}) {
             ++number;
             const auto wide = static_cast<std::size_t>(width);
