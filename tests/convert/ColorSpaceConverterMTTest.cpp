@@ -3,6 +3,7 @@
 
 #include <cstring>
 #include <memory>
+#include <set>
 #include <type_traits>
 
 #include "convert/ConversionPlan.h"
@@ -256,6 +257,7 @@ TEST_P(AllPairs, GiveWhatStripAfterStripGives) {
     for (const Cut& cut : cuts) {
         converters.push_back(std::make_unique<ColorSpaceConverterMT>(cut.workers));
     }
+    std::set<std::pair<int, int>> sharingChroma;
     for (const bool bottomUp : {false, true}) {
         if (bottomUp && !isInteger) {
             continue;
@@ -271,6 +273,9 @@ TEST_P(AllPairs, GiveWhatStripAfterStripGives) {
                     ImageView source(from, cut.source, kFrame), destination(to, cut.destination, kFrame);
                     const Statuses expectedStatus = ConvertStrips(
                         cut.workers, source, ImageView(expected, cut.destination, kFrame), GetParam());
+                    if (expectedStatus.first == 0 && destinationShape.sampling == k420) {
+                        sharingChroma.emplace(sourceShape.code, destinationShape.code);
+                    }
                     for (int run = 0; run < 2; ++run) {
                         ASSERT_EQ(ConvertMT(*converters[i], source, destination, GetParam()),
                                   expectedStatus.first);
@@ -285,6 +290,11 @@ TEST_P(AllPairs, GiveWhatStripAfterStripGives) {
                 }
             }
         }
+    }
+    if (isInteger) {
+        EXPECT_EQ(sharingChroma, (std::set<std::pair<int, int>>{{kFmtRGB32, kFmtPlanar420},
+                                                                {kFmtRGB32, kFmtPlanar420Interlaced},
+                                                                {kFmtCbYCrY, kFmtPlanar420}}));
     }
 }
 

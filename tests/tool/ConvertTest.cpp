@@ -2,7 +2,6 @@
 #include <cstdint>
 
 #include "ProgramRun.h"
-#include "convert/Pairs.h"
 
 namespace tool::test {
 namespace {
@@ -11,15 +10,6 @@ constexpr int kWidth = 64, kHeight = 32;
 
 class ConvertTest : public ProgramTest {
 protected:
-    void SetUp() override {
-        ProgramTest::SetUp();
-        for (const Zan::PairRecord& pair : Zan::Pairs()) {
-            if (pair.IsOn(Zan::kOnInteger) && pair.integer.run == nullptr) {
-                GTEST_SKIP() << "the library has not all of its kernels yet";
-            }
-        }
-    }
-
     using Bytes = std::vector<std::uint8_t>;
 
     Bytes Read(const std::string& name) const {
@@ -292,9 +282,6 @@ class InterlacedTest : public ConvertTest {
 protected:
     void SetUp() override {
         ConvertTest::SetUp();
-        if (IsSkipped()) {
-            return;
-        }
         // Fields of their own times, with motion and saturated colours.
         Ffmpeg(
             "-f lavfi -i testsrc2=s=720x486:r=50:d=0.12 -vf "

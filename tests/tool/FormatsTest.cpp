@@ -142,6 +142,7 @@ TEST(RoutesTest, GoTheShortestWayThatLosesLeast) {
     // Alpha stays on the way.
     EXPECT_EQ(between(Zan::kFmtYCbCrA, Zan::kFmtRGB32), "13>17 17>0");
     EXPECT_EQ(between(Zan::kFmtRGB32Shaped, Zan::kFmtYCbCrA), "14>0 0>13");
+    EXPECT_EQ(between(Zan::kFmtRGB32StudioOpen, Zan::kFmtRGB32Shaped), "5>16 16>14");
     // Only the general path makes these.
     EXPECT_EQ(between(Zan::kFmtRGB32, Zan::kFmtCbYCr24), "0>21");
     EXPECT_EQ(between(Zan::kFmtCbYCrY4, Zan::kFmtCbYCr24), "17>0 0>21");
