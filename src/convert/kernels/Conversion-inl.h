@@ -70,6 +70,14 @@ struct PairLanes {
     VI16 alpha;
 };
 
+/// Bytes of luma and of chroma in (Cb, Cr) pairs, `kVectorBytes` columns of each: block b has the eight
+/// columns that come b-th and those that come (n + b)-th of n blocks, so that interleaving leaves them in
+/// order.
+struct DealtBytes {
+    VU8 luma;
+    VU8 chroma;
+};
+
 /// What one step of a writer of luma and chroma takes: for each of `Steps` times `kVectorPixels` columns the
 /// luma of every line, chroma in (Cb, Cr) pairs, once for all lines, and alpha.
 template <std::size_t Lines, std::size_t Steps>

@@ -80,6 +80,17 @@ struct Packed422Writer : Packed422<LumaFirst> {
         PutPairs<InOrder>(at.out[0][0] + 2 * x, lanes.luma[0][0], lanes.chroma[0], store);
     }
 
+    template <class Store>
+    HWY_INLINE HWY_ATTR void PutDealt(const Rows& at, std::size_t x, const DealtBytes& bytes,
+                                      Store store) const {
+        const DU8 d;
+        const VU8 first = LumaFirst ? bytes.luma : bytes.chroma;
+        const VU8 second = LumaFirst ? bytes.chroma : bytes.luma;
+        std::uint8_t* to = at.out[0][0] + 2 * x;
+        store(d, hn::InterleaveLower(d, first, second), to);
+        store(d, hn::InterleaveUpper(d, first, second), to + kVectorBytes);
+    }
+
 protected:
     template <bool InOrder, class Store>
     static HWY_INLINE HWY_ATTR void PutPairs(std::uint8_t* to, VI16 luma, VI16 chroma, Store store) {

@@ -16,10 +16,23 @@ namespace {
 
 #if HWY_TARGET != HWY_SCALAR
 
-HWY_INLINE HWY_ATTR PairLanes LanesInQuadOrder(VI16 chroma, VI16 luma) {
-    const DI16 d;
-    return {hn::BitCast(d, ToQuadOrder<2>(hn::BitCast(DU8(), chroma))),
-            hn::BitCast(d, ToQuadOrder<2>(hn::BitCast(DU8(), luma))), hn::Zero(d)};
+/// Eight columns of chroma for each of two units a block, from words of four samples: those of unit u are
+/// words `word(u, 0)` and `word(u, 1)` of `samples`.
+template <class Word>
+HWY_INLINE HWY_ATTR DealtBytes Dealt(const std::uint8_t* luma, VU8 samples, const Word& word) {
+    alignas(16) static constexpr std::uint8_t kInTurn[16] = {0, 4,  1, 5,  2,  6,  3,  7,
+                                                             8, 12, 9, 13, 10, 14, 11, 15};
+    const DU8 d;
+    const DU32 d32;
+    alignas(64) std::uint32_t from[4 * kBlocks];
+    for (std::size_t b = 0; b < kBlocks; ++b) {
+        for (std::size_t i = 0; i < 4; ++i) {
+            from[4 * b + i] = static_cast<std::uint32_t>(word(b + i / 2 * kBlocks, i % 2));
+        }
+    }
+    const VU32 words = hn::TableLookupLanes(hn::BitCast(d32, samples), hn::SetTableIndices(d32, from));
+    return {ToQuadOrder<2>(hn::LoadU(d, luma)),
+            hn::TableLookupBytes(hn::BitCast(d, words), InEveryBlock(kInTurn))};
 }
 
 /// Pairs of chroma samples apart: a vector of them to half a vector of each.
@@ -101,15 +114,12 @@ struct PlanarReader : Planar<Across, Down> {
     }
 
 #if HWY_TARGET != HWY_SCALAR
-    /// In quad order.
-    HWY_INLINE HWY_ATTR PairLanes LoadLanes(const Rows& at, std::size_t line, std::size_t x) const {
-        static_assert(Across == 2);
-        const DU32 d32;
-        const hn::Rebind<std::uint8_t, DU32> pairs;
-        const VI16 luma = hn::PromoteTo(DI16(), hn::LoadU(hn::Half<DU8>(), at.in[0][line] + x));
-        const VU32 cb = hn::PromoteTo(d32, hn::LoadU(pairs, at.in[1][line] + x / 2));
-        const VU32 cr = hn::PromoteTo(d32, hn::LoadU(pairs, at.in[2][line] + x / 2));
-        return LanesInQuadOrder(hn::BitCast(DI16(), hn::Or(cb, hn::ShiftLeft<16>(cr))), luma);
+    HWY_INLINE HWY_ATTR DealtBytes LoadDealt(const Rows& at, std::size_t line, std::size_t x) const {
+        const hn::Half<DU8> half;
+        const VU8 samples = hn::Combine(DU8(), hn::LoadU(half, at.in[2][line] + x / Across),
+                                        hn::LoadU(half, at.in[1][line] + x / Across));
+        return Dealt(at.in[0][line] + x, samples,
+                     [](std::size_t unit, std::size_t i) { return unit + i * 2 * kBlocks; });
     }
 
     /// Luma of twice `kVectorPixels` pixels, centred and with the sign turned, in quad order by halves.
@@ -171,24 +181,9 @@ struct GroupedReader : Grouped {
     }
 
 #if HWY_TARGET != HWY_SCALAR
-    /// In quad order.
-    HWY_INLINE HWY_ATTR PairLanes LoadLanes(const Rows& at, std::size_t line, std::size_t x) const {
-        const hn::Half<DU8> half;
-        const VI16 luma = hn::PromoteTo(DI16(), hn::LoadU(half, at.in[0][line] + x));
-        const std::uint8_t* groups = at.in[1][line];
-        VI16 chroma;
-        if constexpr (kVectorPixels == 8) {
-            const hn::Rebind<std::uint8_t, DU32> pairs;
-            const VU32 cb = hn::PromoteTo(DU32(), hn::LoadU(pairs, groups + ChromaByte(x)));
-            const VU32 cr = hn::PromoteTo(DU32(), hn::LoadU(pairs, groups + ChromaByte(x) + 8));
-            chroma = hn::BitCast(DI16(), hn::Or(cb, hn::ShiftLeft<16>(cr)));
-        } else {
-            alignas(16) static constexpr std::uint8_t kInTurn[16] = {0, 8,  1, 9,  2, 10, 3, 11,
-                                                                     4, 12, 5, 13, 6, 14, 7, 15};
-            const auto apart = hn::LoadU(half, groups + x);
-            chroma = hn::PromoteTo(DI16(), hn::TableLookupBytes(apart, hn::LoadDup128(half, kInTurn)));
-        }
-        return LanesInQuadOrder(chroma, luma);
+    HWY_INLINE HWY_ATTR DealtBytes LoadDealt(const Rows& at, std::size_t line, std::size_t x) const {
+        return Dealt(at.in[0][line] + x, hn::LoadU(DU8(), at.in[1][line] + x),
+                     [](std::size_t unit, std::size_t i) { return unit / 2 * 4 + unit % 2 + i * 2; });
     }
 #endif
 };

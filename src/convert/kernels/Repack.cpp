@@ -33,23 +33,29 @@ public:
 
     HWY_INLINE HWY_ATTR explicit Repack(const ConversionJob& job) : fill(hn::Set(DI16(), job.alphaFill)) {}
 
-    /// Whole groups of grouped chroma.
+    /// Bytes go as they are where chroma need not be looked at.
+    template <class Reader>
+    static constexpr bool kDeals = requires {
+        &Reader::LoadDealt;
+    };
+
     template <class Reader, class Writer>
-    static constexpr std::size_t kStep = std::max<std::size_t>(Writer::kSteps* kVectorPixels, 16);
+    static constexpr std::size_t kStep = (kDeals<Reader> ? 2 : Writer::kSteps) * kVectorPixels;
 
     template <class Reader, class Writer, class Store>
     HWY_INLINE HWY_ATTR void Step(const Reader& reader, const Writer& writer, const Rows& at, std::size_t x,
                                   Store store) const {
-        constexpr std::size_t kColumns = Writer::kSteps * kVectorPixels;
-        for (std::size_t i = 0; i < kStep<Reader, Writer>; i += kColumns) {
-            Put(reader, writer, at, x + i, store);
+        if constexpr (kDeals<Reader>) {
+            writer.PutDealt(at, x, reader.LoadDealt(at, 0, x), store);
+        } else {
+            PutLanes(reader, writer, at, x, store);
         }
     }
 
 private:
     template <class Reader, class Writer, class Store>
-    HWY_INLINE HWY_ATTR void Put(const Reader& reader, const Writer& writer, const Rows& at, std::size_t x,
-                                 Store store) const {
+    HWY_INLINE HWY_ATTR void PutLanes(const Reader& reader, const Writer& writer, const Rows& at,
+                                      std::size_t x, Store store) const {
         constexpr std::size_t kSteps = Writer::kSteps, kLines = Writer::kLines;
         LaneBlock<kLines, kSteps> lanes;
         for (std::size_t line = 0; line < kLines; ++line) {

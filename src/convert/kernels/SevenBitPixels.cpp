@@ -1,5 +1,7 @@
 // Pixels to pixels with input as sample * 128 and output in 16ths; alpha rides through.
 
+#include <cstdlib>
+
 #include "convert/Coefficients.h"
 #include "convert/kernels/ConversionKernels.h"
 
@@ -134,10 +136,7 @@ public:
     static constexpr std::size_t kStep = kVectorPixels;
 
     HWY_INLINE HWY_ATTR explicit VectorPixels(const ConversionJob& job)
-        : SevenBitPixels<Plus>(job), plus(job.plusFunction) {
-        alphaBefore = hn::Set(DI16(), c.offsetFixed[0][3]);
-        alphaAfter = hn::Set(DI16(), c.offsetFixed[1][3]);
-    }
+        : SevenBitPixels<Plus>(job), plus(job.plusFunction) {}
 
     template <class Reader, class Writer, class Store>
     HWY_INLINE HWY_ATTR void Step(const Reader& reader, const Writer& writer, const Rows& at, std::size_t x,
@@ -158,11 +157,8 @@ public:
         for (std::size_t i = 0; i < 3; ++i) {
             out[0].of[i] = form.Row(i, low, high);
         }
-        // Wraps as 16 bits do.
-        const VI16 alpha = PackToShorts(hn::BitCast(DI32(), hn::ShiftRight<24>(pixels[0])),
-                                        hn::BitCast(DI32(), hn::ShiftRight<24>(pixels[1])));
-        const VI16 shifted = hn::ShiftRight<3>(hn::Add(hn::ShiftLeft<7>(alpha), alphaBefore));
-        out[0].of[3] = hn::ShiftRight<4>(hn::Add(shifted, alphaAfter));
+        out[0].of[3] = form.Alpha(PackToShorts(hn::BitCast(DI32(), hn::ShiftRight<24>(pixels[0])),
+                                               hn::BitCast(DI32(), hn::ShiftRight<24>(pixels[1]))));
         if constexpr (Plus) {
             plus.Finish(out[0].of);
         }
@@ -171,7 +167,6 @@ public:
 
 private:
     PlusLanes plus;
-    VI16 alphaBefore, alphaAfter;
 };
 
 /// ((sum of c * (128 x + before)) >> 16 + after) >> 4 as (sum of c * x + start) >> 13, with every offset in
@@ -193,7 +188,15 @@ public:
             weights02[i] = WordPairs(row[0], row[2]);
             weights13[i] = WordPairs(row[1], row[3]);
         }
+        alphaOffset = hn::Set(
+            DI16(), static_cast<std::int16_t>(((c.offsetFixed[0][3] >> 3) + c.offsetFixed[1][3]) >> 4));
     }
+
+    /// Whether the offsets of alpha can be one.
+    static bool AlphaFits(const FixedPointCoefficients& c) {
+        return std::abs(c.offsetFixed[0][3]) <= 127 && std::abs(c.offsetFixed[1][3]) <= 16384;
+    }
+    HWY_INLINE HWY_ATTR VI16 Alpha(VI16 alpha) const { return hn::Add(alpha, alphaOffset); }
 
     HWY_INLINE HWY_ATTR VI16 Row(std::size_t i, const SplitVector& low, const SplitVector& high) const {
         return PackToShorts(Sum(i, low), Sum(i, high));
@@ -205,7 +208,7 @@ private:
         return hn::ShiftRight<13>(hn::Add(first, MulAddPairs(in.of13, weights13[i])));
     }
 
-    VI16 weights02[3], weights13[3];
+    VI16 weights02[3], weights13[3], alphaOffset;
     VI32 start[3];
 };
 
@@ -229,8 +232,14 @@ public:
             weights[i][3] = WordPairs(0, row[3]);
             after[i] = hn::Set(DI16(), c.offsetFixed[1][i]);
         }
+        alphaBefore = hn::Set(DI16(), c.offsetFixed[0][3]);
+        alphaAfter = hn::Set(DI16(), c.offsetFixed[1][3]);
     }
 
+    HWY_INLINE HWY_ATTR VI16 Alpha(VI16 alpha) const {
+        const VI16 shifted = hn::ShiftRight<3>(hn::Add(hn::ShiftLeft<7>(alpha), alphaBefore));
+        return hn::ShiftRight<4>(hn::Add(shifted, alphaAfter));
+    }
     HWY_INLINE HWY_ATTR VI16 Row(std::size_t i, const SplitVector& low, const SplitVector& high) const {
         const VI16 sums = PackToShorts(HighSum(i, low), HighSum(i, high));
         return hn::ShiftRight<4>(hn::Add(sums, after[i]));
@@ -252,13 +261,14 @@ private:
         return hn::Add(highs, hn::ShiftRight<16>(lows));
     }
 
-    VI16 before02, before13, weights[3][4], after[3];
+    VI16 before02, before13, weights[3][4], after[3], alphaBefore, alphaAfter;
 };
 
 template <bool Plus>
 template <class Run>
 void SevenBitPixels<Plus>::WithForm(const ConversionJob& job, const Run& run) {
-    if (job.hasDefaults || SevenBitSumsFit(*job.coefficients)) {
+    const FixedPointCoefficients& c = *job.coefficients;
+    if (job.hasDefaults || (SevenBitSumsFit(c) && FoldedSevenBitPixels<Plus>::AlphaFits(c))) {
         run(FoldedSevenBitPixels<Plus>(job));
     } else {
         run(LiteralSevenBitPixels<Plus>(job));

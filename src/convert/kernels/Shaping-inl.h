@@ -85,26 +85,74 @@ inline constexpr std::array<float, 256> kFloatReciprocals = [] {
     return table;
 }();
 
+/// Truncated, as far as 32 bits reach. Highway's conversion takes care of what lies beyond, which nobody here
+/// looks at.
+HWY_INLINE HWY_ATTR VU32 Truncated(VF32 v) {
+#if HWY_TARGET == HWY_AVX3
+    return VU32{_mm512_cvttps_epi32(v.raw)};
+#elif HWY_TARGET == HWY_AVX2
+    return VU32{_mm256_cvttps_epi32(v.raw)};
+#elif HWY_TARGET == HWY_SSSE3
+    return VU32{_mm_cvttps_epi32(v.raw)};
+#else
+    return hn::BitCast(DU32(), hn::ConvertTo(DI32(), v));
+#endif
+}
+
 HWY_INLINE HWY_ATTR VF32 ReciprocalsOf(VU32 alpha) {
     return hn::GatherIndex(DF32(), kFloatReciprocals.data(), hn::BitCast(DI32(), alpha));
 }
 
-/// Pixels of 32 bits, alpha on top.
+/// A bit for each even alpha, eight in a byte, set where a sample exists whose 255 * c / alpha ends in one
+/// half, and the reciprocal of the formula was rounded down: there the half does not count. Odd ones have no
+/// halves.
+inline constexpr std::array<std::uint8_t, 16> kHalvesThatAreLost = [] {
+    std::array<std::uint8_t, 16> bits{};
+    for (unsigned a = 2; a < 256; a += 2) {
+        for (unsigned c = 0; c < 256; ++c) {
+            if (510 * c % a == 0 && 510 * c / a % 2 == 1 && kReciprocals[a] < 66846720.0 / a) {
+                bits[a / 16] = static_cast<std::uint8_t>(bits[a / 16] | 1U << a % 16 / 2);
+            }
+        }
+    }
+    return bits;
+}();
+
+/// Pixels of 32 bits, alpha on top. 255 / alpha is taken a little too large or, where halves are lost, too
+/// small: of all products with a byte that changes only what a half becomes.
 HWY_INLINE HWY_ATTR VU32 UnshapedPixels(VU32 pixels) {
+    alignas(16) static constexpr std::uint8_t kBits[16] = {1,  1,  2,  2,  4,  4,  8,   8,
+                                                           16, 16, 32, 32, 64, 64, 128, 128};
+    const DU8 d8;
     const DU32 d;
+    const DI32 di;
     const DF32 df;
     const VU32 low = hn::Set(d, 0xFF);
-    const VF32 reciprocal = ReciprocalsOf(hn::ShiftRight<24>(pixels));
+    const VU32 alpha = hn::ShiftRight<24>(pixels);
+    const VU8 bits = hn::TableLookupBytes(InEveryBlock(kHalvesThatAreLost.data()),
+                                          hn::BitCast(d8, hn::ShiftRight<28>(pixels)));
+    const VU8 bit =
+        hn::TableLookupBytes(InEveryBlock(kBits), hn::BitCast(d8, hn::And(alpha, hn::Set(d, 15))));
+    // Zero in the three bytes above alpha's, whose bits are those of alpha 0.
+    const VU32 isLost = hn::And(hn::BitCast(d, bits), hn::BitCast(d, bit));
+    const auto keeps = hn::RebindMask(df, hn::Eq(isLost, hn::Zero(d)));
+    constexpr float kNearOne = 1.0F / 1048576;
+    const VF32 full =
+        hn::IfThenElse(keeps, hn::Set(df, 255 * (1 + kNearOne)), hn::Set(df, 255 * (1 - kNearOne)));
+    VF32 factor = hn::Div(full, hn::ConvertTo(df, hn::BitCast(di, alpha)));
+#if !HWY_ARCH_X86
+    // On x86 what is no number, or infinite, becomes 0 in the low byte by itself.
+    factor = hn::IfThenZeroElse(hn::RebindMask(df, hn::Eq(alpha, hn::Zero(d))), factor);
+#endif
     const auto unshaped = [&](VU32 sample) HWY_ATTR {
-        const VF32 product = hn::Mul(hn::ConvertTo(df, hn::BitCast(DI32(), sample)), reciprocal);
-        const VI32 whole = hn::ConvertTo(DI32(), hn::Add(product, hn::Set(df, 0.5F)));
-        return hn::And(hn::BitCast(d, whole), low);
+        return Truncated(hn::MulAdd(hn::ConvertTo(df, hn::BitCast(di, sample)), factor, hn::Set(df, 0.5F)));
     };
     const VU32 first = unshaped(hn::And(pixels, low));
     const VU32 second = unshaped(hn::And(hn::ShiftRight<8>(pixels), low));
     const VU32 third = unshaped(hn::And(hn::ShiftRight<16>(pixels), low));
-    const VU32 alpha = hn::And(pixels, hn::Set(d, 0xFF000000U));
-    return hn::Or(hn::Or(first, hn::ShiftLeft<8>(second)), hn::Or(hn::ShiftLeft<16>(third), alpha));
+    const VU32 of02 = hn::And(hn::Or(first, hn::ShiftLeft<16>(third)), hn::Set(d, 0xFF00FF));
+    const VU32 of1 = hn::And(hn::ShiftLeft<8>(second), hn::Set(d, 0xFF00));
+    return hn::Or(hn::Or(of02, of1), hn::ShiftLeft<24>(alpha));
 }
 
 /// Samples of 0...255 unshaped.
@@ -120,7 +168,7 @@ HWY_INLINE HWY_ATTR PairLanes UnshapedPairs(const PairLanes& in) {
         const VF32 difference = hn::Sub(hn::ConvertTo(df, hn::BitCast(DI32(), samples)), point);
         const VF32 value = hn::Add(hn::Floor(hn::Mul(difference, reciprocal)), point);
         const VF32 limited = hn::Min(hn::Max(value, hn::Zero(df)), hn::Set(df, 255.0F));
-        return hn::BitCast(du, hn::ConvertTo(DI32(), limited));
+        return Truncated(limited);
     };
     const auto pair = [&](VU32 low, VU32 high)
                           HWY_ATTR { return hn::BitCast(d, hn::Or(low, hn::ShiftLeft<16>(high))); };
