@@ -241,7 +241,8 @@ inline Handed OfWeights(double red, double blue, bool toRgb, bool studio) {
     return made;
 }
 
-/// Entries of whole 8192ths, which doubles hold exactly, and offsets of whole eighths.
+/// Entries of whole 8192ths and offsets of whole 128ths, which doubles hold exactly. The limits are in
+/// 8192ths and in eighths.
 inline Handed OfRandom(int entries, int offsets, bool alphaToo) {
     Handed made = {true, true, {}, {}};
     for (std::size_t i = 0; i < 16; ++i) {
@@ -250,7 +251,7 @@ inline Handed OfRandom(int entries, int offsets, bool alphaToo) {
             ofAlpha && !alphaToo ? (i == 15 ? 1 : 0) : RandomFrom<int>(-entries, entries) / 8192.0;
     }
     for (std::size_t i = 0; i < 8; ++i) {
-        made.offset[i] = i % 4 == 3 && !alphaToo ? 0 : RandomFrom<int>(-offsets, offsets) / 8.0;
+        made.offset[i] = i % 4 == 3 && !alphaToo ? 0 : RandomFrom<int>(-16 * offsets, 16 * offsets) / 128.0;
     }
     return made;
 }
@@ -276,6 +277,11 @@ inline std::vector<Handed> MatricesFor(int source, bool extreme) {
             all.push_back(OfRandom(32767, 2040, true));
             all.push_back(OfRandom(200000, 16000, true));
             all.push_back(OfRandom(20000, 300000, true));
+            // Whole offsets that leave a lane with the brightest samples alone.
+            all.push_back(OfRandom(8192, 0, true));
+            for (double& each : all.back().offset) {
+                each = RandomFrom<int>(32512, 32767);
+            }
         }
     }
     return all;
