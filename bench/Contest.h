@@ -20,6 +20,9 @@ struct Size {
 /// So few pixels that the call itself is measured; shown in ns a call.
 inline constexpr Size kCallSize = {16, 2};
 
+/// A small picture, of whose time the call is a part.
+inline constexpr Size kSmallSize = {128, 96};
+
 /// The columns of the table. Several entrants may share one; it shows the fastest of them.
 enum Column : std::size_t { kOurs, kPlain, kLibyuv, kSwscale, kOpenCV, kPixman, kCopy, kColumnCount };
 
@@ -56,21 +59,43 @@ enum class Operation : std::size_t {
     kFill,
     kCopyPixels,
     kCopyPairs,
+    // Pairs are UYVY, swapped pairs YUY2, pixels BGRA, Ycc pixels Cb Y Cr A.
     kPairsToPixels,
+    kSwappedToPixels,
+    k420ToPixels,
+    k411ToPixels,
+    kPairsAlphaToPixels,
+    kYccToPixels,
     kPixelsToPairs,
-    kPlanarToPixels,
-    kSwapPairs,
+    kPixelsTo420,
+    kPixelsTo411,
+    kPixelsToPairsAlpha,
+    kPixelsToYcc,
+    kPairsTo420,
+    kPairsTo422,
+    kPairsToSwapped,
+    kSwappedToPairs,
+    k422ToPairs,
+    kPixelsTo24,
+    k24ToPixels,
+    kShape,
+    kUnshape,
     kGradient,
     kCount
 };
 
 /// What we want to reach; 0: no aim.
 struct Aim {
-    double ratio = 0;        ///< how many times faster than the best peer
-    double withAVX2 = 0;     ///< the same, when our kernels run on AVX2 at most
-    double inCache = 0;      ///< the same, of pictures that fit the second-level cache
-    double ofCopy = 0;       ///< of the speed of the copy: either will do
-    double nanoseconds = 0;  ///< of a call at kCallSize
+    double ratio = 0;     ///< how many times faster than the best peer
+    double withAVX2 = 0;  ///< the same, when our kernels run on AVX2 at most
+    double inCache = 0;   ///< the same, of pictures that fit the second-level cache
+    double onSmall = 0;   ///< the same, at kSmallSize
+    double onSmallWithAVX2 = 0;
+    double onLargest = 1;  ///< no more than this from 3840x2160 on, where it is the memory that is measured
+    double ofCopy = 0;     ///< of the speed of the copy: either will do
+    double ofCopyWithAVX2 = 0;
+    double nanoseconds = 0;    ///< of a call at kCallSize
+    bool besidePlain = false;  ///< the plain loop is shown, but only libraries are compared with
 };
 
 /// One operation at one size, and the implementations of it.
@@ -78,10 +103,10 @@ struct Contest {
     const char* operation;  ///< in the names of benchmarks
     const char* title;      ///< in the table
     Aim aim;
-    double bytesRead;         ///< a pixel
-    double bytesWritten;      ///< a pixel
-    std::size_t resultBytes;  ///< a pixel, at the start of the picture that all write to
-    bool hasAlpha;            ///< byte 3 of a pixel is alpha, which approximate entrants need not make
+    double bytesRead;     ///< a pixel
+    double bytesWritten;  ///< a pixel
+    double resultBytes;   ///< a pixel, at the start of the picture that all write to
+    bool hasAlpha;        ///< byte 3 of a pixel is alpha, which approximate entrants need not make
 
     std::vector<Entrant> entrants;  ///< ours first
 

@@ -96,7 +96,7 @@ Row Run(const Contest& contest, const Size& size, const Options& options, Collec
             continue;
         }
         // The time of all threads of the process: starting some gains nothing. A sixth of the time holds
-        // enough calls of kCallSize.
+        // enough calls on small pictures.
         benchmark::RegisterBenchmark((prefix + entrant.name).c_str(),
                                      [&entrant](benchmark::State& state) {
                                          for ([[maybe_unused]] auto _ : state) {
@@ -105,7 +105,7 @@ Row Run(const Contest& contest, const Size& size, const Options& options, Collec
                                          }
                                      })
             ->MeasureProcessCPUTime()
-            ->MinTime(IsCall(size) ? options.seconds / 6 : options.seconds)
+            ->MinTime(size.pixels() <= kSmallSize.pixels() ? options.seconds / 6 : options.seconds)
             ->Repetitions(options.repetitions)
             ->Unit(benchmark::kMicrosecond);
     }

@@ -38,7 +38,7 @@ std::optional<int> Parse(int argc, char** argv, Options& options) {
                  "scripts/bench");
     app.add_flag("--quick", quick, "a rough picture in half a minute: fewer and shorter repetitions");
     app.add_option("--size", sizes,
-                   "WxH, several times; instead of 16x2, 256x64, 720x486, 1920x1080 and 3840x2160");
+                   "WxH, several times; instead of 16x2, 128x96, 256x64, 720x486, 1920x1080 and 3840x2160");
     app.add_option("--filter", options.filter,
                    "only contests whose \"operation/size\" this expression matches");
     app.add_flag("--list", options.list, "name the contests and who takes part");

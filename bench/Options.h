@@ -10,7 +10,7 @@
 namespace bench {
 
 struct Options {
-    std::vector<Size> sizes = {kCallSize, {256, 64}, {720, 486}, {1920, 1080}, {3840, 2160}};
+    std::vector<Size> sizes = {kCallSize, kSmallSize, {256, 64}, {720, 486}, {1920, 1080}, {3840, 2160}};
     std::string filter;
     int repetitions = 21;
     double seconds = 0.03;  ///< of one repetition

@@ -15,11 +15,12 @@ using namespace Zan;
 class Wrapped {
 public:
     Wrapped(const Size& size, ColorSpaceEnum space, AggregateChannelSamplingEnum sampling,
-            ComponentOrderEnum order, std::vector<unsigned char*> planes, std::vector<ULong32> pitches)
+            ComponentOrderEnum order, std::vector<unsigned char*> planes, std::vector<ULong32> pitches,
+            ShapedEnum shaped = kUnshaped)
         : image(planes.data(), pitches.data(),
                 ImageDescriptor(static_cast<ULong32>(size.width), static_cast<ULong32>(size.height), space,
                                 sampling, order, planes.size() > 1 && sampling != k4224 ? kPlanar : kPacked,
-                                kProgressive, kNoFields, kTopLeft, 1.0F, kUnshaped),
+                                kProgressive, kNoFields, kTopLeft, 1.0F, shaped),
                 1, 1),
           view(&image) {}
 
@@ -39,9 +40,17 @@ Long32 Pitch(std::size_t bytes) {
     return static_cast<Long32>(bytes);
 }
 
-Picture Pixels(const Size& size, std::uint8_t* memory) {
+Picture Pixels(const Size& size, std::uint8_t* memory, ShapedEnum shaped = kUnshaped) {
     return std::make_shared<Wrapped>(size, kRGB, k4444, kBGRA, std::vector<unsigned char*>{memory},
+                                     std::vector<ULong32>{Number(4 * size.width)}, shaped);
+}
+Picture YccPixels(const Size& size, std::uint8_t* memory) {
+    return std::make_shared<Wrapped>(size, kYCrCb, k4444, kCbYCrA, std::vector<unsigned char*>{memory},
                                      std::vector<ULong32>{Number(4 * size.width)});
+}
+Picture Pixels24(const Size& size, std::uint8_t* memory) {
+    return std::make_shared<Wrapped>(size, kRGB, k444, kBGRA, std::vector<unsigned char*>{memory},
+                                     std::vector<ULong32>{Number(3 * size.width)});
 }
 Picture Pairs(const Size& size, std::uint8_t* memory, ComponentOrderEnum order = kCbYCrA) {
     return std::make_shared<Wrapped>(size, kYCrCb, k422, order, std::vector<unsigned char*>{memory},
@@ -58,13 +67,24 @@ Picture Key(const Size& size, std::uint8_t* memory) {
     return std::make_shared<Wrapped>(size, kAlphaOnly, k4444, kBGRA, std::vector<unsigned char*>{memory},
                                      std::vector<ULong32>{Number(size.width)});
 }
-Picture Planar420(const Size& size, std::uint8_t* memory) {
-    const std::size_t luma = size.pixels();
-    const ULong32 pitch = Number(size.width), half = Number(size.width / 2);
+/// Planes one behind the other without gaps.
+Picture Planar(const Size& size, std::uint8_t* memory, AggregateChannelSamplingEnum sampling,
+               std::size_t chromaWidth, std::size_t chromaHeight) {
+    const std::size_t luma = size.pixels(), chroma = chromaWidth * chromaHeight;
+    const ULong32 chromaPitch = Number(chromaWidth);
     return std::make_shared<Wrapped>(
-        size, kYCrCb, k420, kYCbCrPlanes,
-        std::vector<unsigned char*>{memory, memory + luma, memory + luma + luma / 4},
-        std::vector<ULong32>{pitch, half, half});
+        size, kYCrCb, sampling, kYCbCrPlanes,
+        std::vector<unsigned char*>{memory, memory + luma, memory + luma + chroma},
+        std::vector<ULong32>{Number(size.width), chromaPitch, chromaPitch});
+}
+Picture Planar420(const Size& size, std::uint8_t* memory) {
+    return Planar(size, memory, k420, size.width / 2, size.height / 2);
+}
+Picture Planar422(const Size& size, std::uint8_t* memory) {
+    return Planar(size, memory, k422, size.width / 2, size.height);
+}
+Picture Planar411(const Size& size, std::uint8_t* memory) {
+    return Planar(size, memory, k411, size.width / 4, size.height);
 }
 
 // Compositors and converters are kept from call to call, as hosts keep them from frame to frame.
@@ -130,16 +150,41 @@ void EnterBlends(Contests& contests, const Pictures& p) {
 }
 
 void EnterConversions(Contests& contests, const Pictures& p) {
-    const Picture pixels = Pixels(p.size, p.a), pixelsOut = Pixels(p.size, p.out);
-    const Picture pairs = Pairs(p.size, p.a), pairsOut = Pairs(p.size, p.out);
-    EnterConverter(contests[Operation::kCopyPixels], pixels, pixelsOut);
-    EnterConverter(contests[Operation::kCopyPairs], pairs, pairsOut);
-    EnterConverter(contests[Operation::kPairsToPixels], pairs, pixelsOut);
-    EnterConverter(contests[Operation::kPixelsToPairs], pixels, pairsOut);
-    EnterConverter(contests[Operation::kPlanarToPixels], Planar420(p.size, p.planar), pixelsOut);
-    EnterConverter(contests[Operation::kSwapPairs], pairs, Pairs(p.size, p.out, kYCbYCr));
-
     const Size size = p.size;
+    const Picture pixels = Pixels(size, p.a), pixelsOut = Pixels(size, p.out);
+    const Picture pairs = Pairs(size, p.a), pairsOut = Pairs(size, p.out);
+    const Picture swapped = Pairs(size, p.a, kYCbYCr);
+    const struct {
+        Operation operation;
+        Picture from, to;
+    } all[] = {
+        {Operation::kCopyPixels, pixels, pixelsOut},
+        {Operation::kCopyPairs, pairs, pairsOut},
+        {Operation::kPairsToPixels, pairs, pixelsOut},
+        {Operation::kSwappedToPixels, swapped, pixelsOut},
+        {Operation::k420ToPixels, Planar420(size, p.planar), pixelsOut},
+        {Operation::k411ToPixels, Planar411(size, p.a), pixelsOut},
+        {Operation::kPairsAlphaToPixels, PairsAndAlpha(size, p.a), pixelsOut},
+        {Operation::kYccToPixels, YccPixels(size, p.a), pixelsOut},
+        {Operation::kPixelsToPairs, pixels, pairsOut},
+        {Operation::kPixelsTo420, pixels, Planar420(size, p.out)},
+        {Operation::kPixelsTo411, pixels, Planar411(size, p.out)},
+        {Operation::kPixelsToPairsAlpha, pixels, PairsAndAlpha(size, p.out)},
+        {Operation::kPixelsToYcc, pixels, YccPixels(size, p.out)},
+        {Operation::kPairsTo420, pairs, Planar420(size, p.out)},
+        {Operation::kPairsTo422, pairs, Planar422(size, p.out)},
+        {Operation::kPairsToSwapped, pairs, Pairs(size, p.out, kYCbYCr)},
+        {Operation::kSwappedToPairs, swapped, pairsOut},
+        {Operation::k422ToPairs, Planar422(size, p.a), pairsOut},
+        {Operation::kPixelsTo24, pixels, Pixels24(size, p.out)},
+        {Operation::k24ToPixels, Pixels24(size, p.a), pixelsOut},
+        {Operation::kShape, pixels, Pixels(size, p.out, kShaped)},
+        {Operation::kUnshape, Pixels(size, p.shaped, kShaped), pixelsOut},
+    };
+    for (const auto& conversion : all) {
+        EnterConverter(contests[conversion.operation], conversion.from, conversion.to);
+    }
+
     contests[Operation::kGradient].Enter(kOurs, "ours", Promise::kSameBytes, [size, out = p.out] {
         GradientGenerator::WgrGradientData map = {sizeof map,
                                                   Number(size.width),

@@ -15,7 +15,13 @@ Pictures::Pictures(const Size& pictureSize)
       key(Allocate(size.pixels())),
       planar(Allocate(size.pixels() + size.pixels() / 2)),
       out(Allocate(4 * size.pixels())),
-      scratch(Allocate(4 * size.pixels())) {}
+      scratch(Allocate(4 * size.pixels())),
+      shaped(Allocate(4 * size.pixels())) {
+    for (std::size_t i = 0; i < 4 * size.pixels(); ++i) {
+        const std::uint8_t alpha = shaped[i | 3];
+        shaped[i] = static_cast<std::uint8_t>(i % 4 == 3 ? alpha : shaped[i] * alpha / 255);
+    }
+}
 
 std::uint8_t* Pictures::Allocate(std::size_t bytes) {
     // Pictures that start at the same place of their pages hinder each other in the first-level cache.

@@ -26,6 +26,7 @@ public:
     std::uint8_t* const planar;   ///< Y, then Cb, then Cr of a 4:2:0 picture
     std::uint8_t* const out;      ///< what every entrant writes
     std::uint8_t* const scratch;  ///< for entrants that need more than one step
+    std::uint8_t* const shaped;   ///< as `a`, no colour above its alpha
 
 private:
     std::uint8_t* Allocate(std::size_t bytes);

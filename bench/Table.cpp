@@ -41,7 +41,7 @@ const Timing* Fastest(const Row& row, Column column) {
 
 const Timing* BestPeer(const Row& row) {
     const Timing* best = nullptr;
-    for (std::size_t column = kPlain; column < kCopy; ++column) {
+    for (std::size_t column = row.aim.besidePlain ? kLibyuv : kPlain; column < kCopy; ++column) {
         const Timing* timing = Fastest(row, static_cast<Column>(column));
         if (timing != nullptr && (best == nullptr || timing->median < best->median)) {
             best = timing;
@@ -50,16 +50,26 @@ const Timing* BestPeer(const Row& row) {
     return best;
 }
 
+/// An aim, and the same for our kernels on AVX2 at most if that is another.
+double Wanted(double best, double withAVX2) {
+    return withAVX2 != 0 && Zan::simd::CurrentTarget() <= Zan::simd::kAVX2 ? withAVX2 : best;
+}
+
 double RatioWanted(const Row& row) {
     const Aim& aim = row.aim;
+    if (aim.onSmall != 0 && row.size.pixels() <= kSmallSize.pixels()) {
+        return Wanted(aim.onSmall, aim.onSmallWithAVX2);
+    }
     const bool fitsSecond = Caches().size() > 1 && row.bytes <= static_cast<double>(Caches()[1].bytes);
     if (aim.inCache != 0 && fitsSecond) {
         return aim.inCache;
     }
-    const bool atMostAVX2 = Zan::simd::CurrentTarget() <= Zan::simd::kAVX2;
-    const double ratio = aim.withAVX2 != 0 && atMostAVX2 ? aim.withAVX2 : aim.ratio;
-    // On the largest pictures it is the memory that is measured: there we only must not be slower.
-    return row.size.pixels() >= 3840 * 2160 ? std::min(ratio, 1.0) : ratio;
+    const double ratio = Wanted(aim.ratio, aim.withAVX2);
+    return row.size.pixels() >= 3840 * 2160 ? std::min(ratio, aim.onLargest) : ratio;
+}
+
+double CopyWanted(const Row& row) {
+    return Wanted(row.aim.ofCopy, row.aim.ofCopyWithAVX2);
 }
 
 /// As precise as it is printed.
@@ -71,7 +81,7 @@ const char* Verdict(const Row& row, double ratio, double toCopy) {
     if (Reaches(ratio, RatioWanted(row))) {
         return "met";
     }
-    return row.aim.ofCopy != 0 && Reaches(toCopy, row.aim.ofCopy) ? "met by the copy" : "short";
+    return CopyWanted(row) != 0 && Reaches(toCopy, CopyWanted(row)) ? "met by the copy" : "short";
 }
 
 /// Rows of one operation together, in the order of their first ones.
@@ -147,6 +157,9 @@ void PrintTable(std::ostream& out, const std::vector<Row>& rows) {
         out << (copy != nullptr ? Text(" %7.2f", toCopy) : Text(" %7s", "-"));
         if (RatioWanted(row) != 0 && peer != nullptr) {
             out << Text(" %7.2f  %s", RatioWanted(row), Verdict(row, ratio, toCopy));
+        } else if (CopyWanted(row) != 0 && copy != nullptr) {
+            out << Text(" %7.2f  %s", CopyWanted(row),
+                        Reaches(toCopy, CopyWanted(row)) ? "met by the copy" : "short");
         }
         out << "\n";
     }

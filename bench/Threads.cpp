@@ -138,7 +138,7 @@ void PrintThreads(std::ostream& out, const std::vector<ThreadsRow>& rows) {
                                             : "short");
             out << line;
         }
-        out << line << "\n";
+        out << "\n";
         title = "";
     }
 }

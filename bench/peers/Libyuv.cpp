@@ -7,10 +7,57 @@ namespace bench {
 
 namespace {
 
+void EnterConversions(Contests& contests, const Pictures& p) {
+    const int w = static_cast<int>(p.size.width), h = static_cast<int>(p.size.height);
+    const std::size_t pixels = p.size.pixels();
+    const std::uint8_t *a = p.a, *shaped = p.shaped;
+    const std::uint8_t *y = p.planar, *u = y + pixels, *v = u + pixels / 4;
+    const std::uint8_t *u422 = a + pixels, *v422 = u422 + pixels / 2;
+    std::uint8_t *out = p.out, *outU = out + pixels, *outV420 = outU + pixels / 4,
+                 *outV422 = outU + pixels / 2;
+    const auto enter = [&](Operation operation, const char* call, Promise promise, auto work) {
+        contests[operation].Enter(kLibyuv, call, promise, work);
+    };
+    constexpr Promise kSame = Promise::kSameBytes, kApproximate = Promise::kApproximate;
+
+    // What it calls ARGB and RGB24 lies in memory as B, G, R, A and B, G, R.
+    enter(Operation::kPairsToPixels, "libyuv UYVYToARGB", kApproximate,
+          [=] { return libyuv::UYVYToARGB(a, 2 * w, out, 4 * w, w, h); });
+    enter(Operation::kSwappedToPixels, "libyuv YUY2ToARGB", kApproximate,
+          [=] { return libyuv::YUY2ToARGB(a, 2 * w, out, 4 * w, w, h); });
+    enter(Operation::k420ToPixels, "libyuv I420ToARGB", kApproximate,
+          [=] { return libyuv::I420ToARGB(y, w, u, w / 2, v, w / 2, out, 4 * w, w, h); });
+    enter(Operation::kPixelsToPairs, "libyuv ARGBToUYVY", kApproximate,
+          [=] { return libyuv::ARGBToUYVY(a, 4 * w, out, 2 * w, w, h); });
+    enter(Operation::kPixelsTo420, "libyuv ARGBToI420", kApproximate,
+          [=] { return libyuv::ARGBToI420(a, 4 * w, out, w, outU, w / 2, outV420, w / 2, w, h); });
+    // It rounds the means of chroma up.
+    enter(Operation::kPairsTo420, "libyuv UYVYToI420", kApproximate,
+          [=] { return libyuv::UYVYToI420(a, 2 * w, out, w, outU, w / 2, outV420, w / 2, w, h); });
+    enter(Operation::kPairsTo422, "libyuv UYVYToI422", kSame,
+          [=] { return libyuv::UYVYToI422(a, 2 * w, out, w, outU, w / 2, outV422, w / 2, w, h); });
+    enter(Operation::k422ToPairs, "libyuv I422ToUYVY", kSame,
+          [=] { return libyuv::I422ToUYVY(a, w, u422, w / 2, v422, w / 2, out, 2 * w, w, h); });
+    // It has no such conversion, but can put the bytes of four words into any order.
+    for (const Operation swap : {Operation::kPairsToSwapped, Operation::kSwappedToPairs}) {
+        enter(swap, "libyuv ARGBShuffle", kSame, [=] {
+            static constexpr std::uint8_t kOrder[16] = {1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14};
+            return libyuv::ARGBShuffle(a, 2 * w, out, 2 * w, kOrder, w / 2, h);
+        });
+    }
+    enter(Operation::kPixelsTo24, "libyuv ARGBToRGB24", kSame,
+          [=] { return libyuv::ARGBToRGB24(a, 4 * w, out, 3 * w, w, h); });
+    enter(Operation::k24ToPixels, "libyuv RGB24ToARGB", kSame,
+          [=] { return libyuv::RGB24ToARGB(a, 3 * w, out, 4 * w, w, h); });
+    enter(Operation::kShape, "libyuv ARGBAttenuate", kApproximate,
+          [=] { return libyuv::ARGBAttenuate(a, 4 * w, out, 4 * w, w, h); });
+    enter(Operation::kUnshape, "libyuv ARGBUnattenuate", kApproximate,
+          [=] { return libyuv::ARGBUnattenuate(shaped, 4 * w, out, 4 * w, w, h); });
+}
+
 void Enter(Contests& contests, const Pictures& p) {
     const int w = static_cast<int>(p.size.width), h = static_cast<int>(p.size.height);
-    const std::uint8_t *a = p.a, *b = p.b, *key = p.key, *y = p.planar;
-    const std::uint8_t *u = y + p.size.pixels(), *v = u + p.size.pixels() / 4;
+    const std::uint8_t *a = p.a, *b = p.b, *key = p.key;
     std::uint8_t *out = p.out, *scratch = p.scratch;
     const auto enter = [&](Operation operation, const char* call, Promise promise, auto work) {
         contests[operation].Enter(kLibyuv, call, promise, work);
@@ -42,17 +89,7 @@ void Enter(Contests& contests, const Pictures& p) {
         libyuv::CopyPlane(a, 2 * w, out, 2 * w, 2 * w, h);
         return 0;
     });
-    enter(Operation::kPairsToPixels, "libyuv UYVYToARGB", kApproximate,
-          [=] { return libyuv::UYVYToARGB(a, 2 * w, out, 4 * w, w, h); });
-    enter(Operation::kPixelsToPairs, "libyuv ARGBToUYVY", kApproximate,
-          [=] { return libyuv::ARGBToUYVY(a, 4 * w, out, 2 * w, w, h); });
-    enter(Operation::kPlanarToPixels, "libyuv I420ToARGB", kApproximate,
-          [=] { return libyuv::I420ToARGB(y, w, u, w / 2, v, w / 2, out, 4 * w, w, h); });
-    // It has no such conversion, but can put the bytes of four words into any order.
-    enter(Operation::kSwapPairs, "libyuv ARGBShuffle", kSame, [=] {
-        static constexpr std::uint8_t kOrder[16] = {1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14};
-        return libyuv::ARGBShuffle(a, 2 * w, out, 2 * w, kOrder, w / 2, h);
-    });
+    EnterConversions(contests, p);
 }
 
 int FlagsOf(Level level) {

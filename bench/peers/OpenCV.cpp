@@ -1,3 +1,6 @@
+#include <TesselU/convert/ConversionMatrix.h>
+#include <TesselU/convert/ConverterFormat.h>
+
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
@@ -8,15 +11,12 @@ namespace bench {
 
 namespace {
 
-void Enter(Contests& contests, const Pictures& p) {
-    cv::setNumThreads(1);
-    const int w = static_cast<int>(p.size.width), h = static_cast<int>(p.size.height);
-    const cv::Mat a(h, w, CV_8UC4, p.a), b(h, w, CV_8UC4, p.b), out(h, w, CV_8UC4, p.out);
-    const cv::Mat pairsA(h, w, CV_8UC2, p.a), pairsB(h, w, CV_8UC2, p.b), pairsOut(h, w, CV_8UC2, p.out);
-    const cv::Mat key(h, w, CV_8UC1, p.key), planar(h + h / 2, w, CV_8UC1, p.planar);
-    const cv::Mat scratch(h, w, CV_8UC4, p.scratch);
-    const auto enter = [&](Operation operation, Column column, const char* name, Promise promise, auto work) {
-        contests[operation].Enter(column, name, promise, [work] {
+struct Enterer {
+    Contests& contests;
+
+    template <class Work>
+    void operator()(Operation operation, Column column, const char* name, Promise promise, Work work) const {
+        contests[operation].Enter(column, name, promise, [work]() mutable {
             try {
                 work();
                 return 0;
@@ -24,8 +24,86 @@ void Enter(Contests& contests, const Pictures& p) {
                 return 1;
             }
         });
+    }
+};
+
+/// Code values in, code values out: B, G, R, A to Cb, Y, Cr, A or back, in single precision.
+cv::Matx<float, 4, 5> Matrix(Zan::ULong32 from, Zan::ULong32 to) {
+    double matrix[16], offset[8];
+    Zan::DefaultMatrixForFormats(matrix, offset, from, to);
+    cv::Matx<float, 4, 5> affine;
+    for (int i = 0; i < 4; ++i) {
+        double sum = offset[4 + i];
+        for (int j = 0; j < 4; ++j) {
+            affine(i, j) = static_cast<float>(matrix[4 * i + j]);
+            sum += matrix[4 * i + j] * offset[j];
+        }
+        affine(i, 4) = static_cast<float>(sum);
+    }
+    return affine;
+}
+
+void EnterConversions(Contests& contests, const Pictures& p) {
+    const Enterer enter{contests};
+    const int w = static_cast<int>(p.size.width), h = static_cast<int>(p.size.height);
+    const std::size_t pixels = p.size.pixels();
+    const cv::Mat a(h, w, CV_8UC4, p.a), out(h, w, CV_8UC4, p.out), shaped(h, w, CV_8UC4, p.shaped);
+    const cv::Mat pairs(h, w, CV_8UC2, p.a), pairsOut(h, w, CV_8UC2, p.out);
+    const cv::Mat planar(h + h / 2, w, CV_8UC1, p.planar), planarOut(h + h / 2, w, CV_8UC1, p.out);
+    const cv::Mat bgr(h, w, CV_8UC3, p.a), bgrOut(h, w, CV_8UC3, p.out);
+    // Two pixels as one with four channels: Cb, Y, Cr, Y. Luma of planes has two then.
+    const cv::Mat wide(h, w / 2, CV_8UC4, p.a), wideOut(h, w / 2, CV_8UC4, p.out);
+    const auto planes = [&](std::uint8_t* memory) {
+        return std::vector<cv::Mat>{cv::Mat(h, w / 2, CV_8UC2, memory),
+                                    cv::Mat(h, w / 2, CV_8UC1, memory + pixels),
+                                    cv::Mat(h, w / 2, CV_8UC1, memory + pixels + pixels / 2)};
     };
+    const auto convert = [&](Operation operation, const cv::Mat& from, const cv::Mat& to, int code,
+                             Promise promise = Promise::kApproximate) {
+        enter(operation, kOpenCV, "OpenCV cvtColor", promise, [=] { cv::cvtColor(from, to, code); });
+    };
+    convert(Operation::kPairsToPixels, pairs, out, cv::COLOR_YUV2BGRA_UYVY);
+    convert(Operation::kSwappedToPixels, pairs, out, cv::COLOR_YUV2BGRA_YUY2);
+    convert(Operation::k420ToPixels, planar, out, cv::COLOR_YUV2BGRA_I420);
+    convert(Operation::kPixelsTo420, a, planarOut, cv::COLOR_BGRA2YUV_I420);
+    convert(Operation::kPixelsTo24, a, bgrOut, cv::COLOR_BGRA2BGR, Promise::kSameBytes);
+    convert(Operation::k24ToPixels, bgr, out, cv::COLOR_BGR2BGRA, Promise::kSameBytes);
+    // Whatever the order of the colours.
+    convert(Operation::kShape, a, out, cv::COLOR_RGBA2mRGBA);
+    convert(Operation::kUnshape, shaped, out, cv::COLOR_mRGBA2RGBA);
+    // Of cvtColor's YCrCb the levels are others and there is no alpha.
+    const auto transform = [&](Operation operation, Zan::ULong32 from, Zan::ULong32 to) {
+        enter(operation, kOpenCV, "OpenCV transform", Promise::kApproximate,
+              [=, matrix = Matrix(from, to)] { cv::transform(a, out, matrix); });
+    };
+    transform(Operation::kPixelsToYcc, Zan::kFmtRGB32, Zan::kFmtCbYCrA);
+    transform(Operation::kYccToPixels, Zan::kFmtCbYCrA, Zan::kFmtRGB32);
+    for (const Operation swap : {Operation::kPairsToSwapped, Operation::kSwappedToPairs}) {
+        enter(swap, kOpenCV, "OpenCV mixChannels", Promise::kSameBytes, [=] {
+            static constexpr int kOrder[] = {0, 1, 1, 0};
+            cv::Mat to = pairsOut;
+            cv::mixChannels(&pairs, 1, &to, 1, kOrder, 2);
+        });
+    }
+    static constexpr int kApart[] = {1, 0, 3, 1, 0, 2, 2, 3}, kTogether[] = {0, 1, 1, 3, 2, 0, 3, 2};
+    enter(Operation::kPairsTo422, kOpenCV, "OpenCV mixChannels", Promise::kSameBytes,
+          [=, to = planes(p.out)]() mutable { cv::mixChannels(&wide, 1, to.data(), 3, kApart, 4); });
+    enter(Operation::k422ToPairs, kOpenCV, "OpenCV mixChannels", Promise::kSameBytes,
+          [=, from = planes(p.a), to = wideOut]() mutable {
+              cv::mixChannels(from.data(), 3, &to, 1, kTogether, 4);
+          });
+}
+
+void Enter(Contests& contests, const Pictures& p) {
+    cv::setNumThreads(1);
+    const int w = static_cast<int>(p.size.width), h = static_cast<int>(p.size.height);
+    const cv::Mat a(h, w, CV_8UC4, p.a), b(h, w, CV_8UC4, p.b), out(h, w, CV_8UC4, p.out);
+    const cv::Mat pairsA(h, w, CV_8UC2, p.a), pairsB(h, w, CV_8UC2, p.b), pairsOut(h, w, CV_8UC2, p.out);
+    const cv::Mat key(h, w, CV_8UC1, p.key);
+    const cv::Mat scratch(h, w, CV_8UC4, p.scratch);
+    const Enterer enter{contests};
     constexpr Promise kSame = Promise::kSameBytes, kApproximate = Promise::kApproximate;
+    EnterConversions(contests, p);
 
     enter(Operation::kDissolvePixels, kOpenCV, "OpenCV addWeighted", kApproximate,
           [=] { cv::addWeighted(a, kFade, b, 1 - kFade, 0, out); });
@@ -42,15 +120,6 @@ void Enter(Contests& contests, const Pictures& p) {
     });
     enter(Operation::kCopyPixels, kOpenCV, "OpenCV copyTo", kSame, [=] { a.copyTo(out); });
     enter(Operation::kCopyPairs, kOpenCV, "OpenCV copyTo", kSame, [=] { pairsA.copyTo(pairsOut); });
-    enter(Operation::kPairsToPixels, kOpenCV, "OpenCV cvtColor", kApproximate,
-          [=] { cv::cvtColor(pairsA, out, cv::COLOR_YUV2BGRA_UYVY); });
-    enter(Operation::kPlanarToPixels, kOpenCV, "OpenCV cvtColor", kApproximate,
-          [=] { cv::cvtColor(planar, out, cv::COLOR_YUV2BGRA_I420); });
-    enter(Operation::kSwapPairs, kOpenCV, "OpenCV mixChannels", kSame, [=] {
-        static constexpr int kOrder[] = {0, 1, 1, 0};
-        cv::Mat to = pairsOut;
-        cv::mixChannels(&pairsA, 1, &to, 1, kOrder, 2);
-    });
 #ifdef TESSELU_BENCH_PIXMAN
     const auto blend = PixmanBlendByPlane(p, p.scratch);
     for (const Operation wipe : {Operation::kWipePixelsRaw, Operation::kWipePixels}) {

@@ -1,6 +1,7 @@
 #include "plain/Entrants.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "Ours.h"
@@ -49,6 +50,77 @@ Build BuildFor(Level level) {
     }
 }
 
+/// Three planes one behind the other, the chroma ones with a share of the pixels.
+template <class Byte>
+struct Planes {
+    Planes(Byte* memory, std::size_t pixels, std::size_t share)
+        : y(memory), cb(y + pixels), cr(cb + pixels / share) {}
+
+    Byte *y, *cb, *cr;
+};
+
+void EnterPlainConversions(Contests& contests, const Pictures& p, const plain::Conversions& c) {
+    const std::size_t pixels = p.size.pixels(), width = p.size.width, height = p.size.height;
+    const auto* a = reinterpret_cast<const std::uint32_t*>(p.a);
+    auto* out = reinterpret_cast<std::uint32_t*>(p.out);
+    auto* words = reinterpret_cast<std::uint16_t*>(p.out);
+    const std::uint8_t *a8 = p.a, *alpha = p.a + 2 * pixels;
+    std::uint8_t *out8 = p.out, *alphaOut = p.out + 2 * pixels;
+    const auto enter = [&](Operation operation, auto work) {
+        contests[operation].EnterWork(kPlain, "plain", Promise::kSameBytes, work);
+    };
+    enter(Operation::kPairsToPixels, [=] { c.PairsToPixels(a, out, pixels); });
+    enter(Operation::kSwappedToPixels, [=] { c.SwappedToPixels(a, out, pixels); });
+    enter(Operation::kPairsAlphaToPixels, [=] { c.PairsAlphaToPixels(a, alpha, out, pixels); });
+    enter(Operation::kYccToPixels, [=] { c.YccToPixels(a, out, pixels); });
+    enter(Operation::kPixelsToPairs, [=] { c.PixelsToPairs(a, out, pixels); });
+    enter(Operation::kPixelsToPairsAlpha, [=] { c.PixelsToPairsAlpha(a, out, alphaOut, pixels); });
+    enter(Operation::kPixelsToYcc, [=] { c.PixelsToYcc(a, out, pixels); });
+    enter(Operation::kPairsToSwapped, [=] { c.SwapPairs(a, out, pixels); });
+    enter(Operation::kSwappedToPairs, [=] { c.SwapPairs(a, out, pixels); });
+    enter(Operation::kPixelsTo24, [=] { c.PixelsTo24(a8, out8, pixels); });
+    enter(Operation::k24ToPixels, [=] { c.Pixels24ToPixels(a8, out8, pixels); });
+    enter(Operation::kShape, [=] { c.Shape(a, out, pixels); });
+
+    const Planes<const std::uint8_t> from420(p.planar, pixels, 4), from422(p.a, pixels, 2),
+        from411(p.a, pixels, 4);
+    const Planes<std::uint8_t> to420(p.out, pixels, 4), to422(p.out, pixels, 2), to411(p.out, pixels, 4);
+    enter(Operation::k420ToPixels, [=] {
+        for (std::size_t y = 0; y < height; ++y) {
+            const std::size_t chroma = y / 2 * (width / 2);
+            c.Line420ToPixels(from420.y + y * width, from420.cb + chroma, from420.cr + chroma,
+                              words + 2 * y * width, width);
+        }
+    });
+    enter(Operation::k411ToPixels,
+          [=] { c.Planar411ToPixels(from411.y, from411.cb, from411.cr, out, pixels); });
+    enter(Operation::k422ToPairs,
+          [=] { c.Planar422ToPairs(from422.y, from422.cb, from422.cr, out8, pixels); });
+    enter(Operation::kPixelsTo411, [=] { c.PixelsTo411(a, to411.y, to411.cb, to411.cr, pixels); });
+    enter(Operation::kPairsTo422, [=] { c.PairsTo422(a, to422.y, to422.cb, to422.cr, pixels); });
+    enter(Operation::kPixelsTo420, [=] {
+        for (std::size_t y = 0; y < height; y += 2) {
+            const std::size_t chroma = y * width / 4;
+            c.LinesTo420(a + y * width, to420.y + y * width, to420.cb + chroma, to420.cr + chroma, width);
+        }
+    });
+    enter(Operation::kPairsTo420, [=] {
+        for (std::size_t y = 0; y < height; y += 2) {
+            const std::size_t chroma = y * width / 4;
+            c.PairLinesTo420(a + y * width / 2, to420.y + y * width, to420.cb + chroma, to420.cr + chroma,
+                             width);
+        }
+    });
+
+    std::array<std::uint32_t, 256> reciprocals{};
+    for (std::uint32_t i = 1; i < 256; ++i) {
+        reciprocals[i] = static_cast<std::uint32_t>(255.0 * 262144 / i + 0.5);
+    }
+    enter(Operation::kUnshape, [=, shaped = reinterpret_cast<const std::uint32_t*>(p.shaped)] {
+        c.Unshape(shaped, out, pixels, reciprocals.data());
+    });
+}
+
 }  // namespace
 
 const char* PlainCompiler(Level level) {
@@ -57,9 +129,8 @@ const char* PlainCompiler(Level level) {
 
 void EnterPlain(Contests& contests, const Pictures& p, Level level) {
     const plain::Blends& blends = BuildFor(level).blends;
-    const plain::Conversions& conversions = BuildFor(level).conversions;
-    const std::size_t pixels = p.size.pixels(), width = p.size.width, height = p.size.height;
-    const std::uint8_t *a8 = p.a, *b8 = p.b, *key = p.key, *planar = p.planar;
+    const std::size_t pixels = p.size.pixels();
+    const std::uint8_t *a8 = p.a, *b8 = p.b, *key = p.key;
     std::uint8_t* out8 = p.out;
     const auto* a = reinterpret_cast<const std::uint32_t*>(p.a);
     const auto* b = reinterpret_cast<const std::uint32_t*>(p.b);
@@ -95,17 +166,7 @@ void EnterPlain(Contests& contests, const Pictures& p, Level level) {
     contests[Operation::kCopyPairs].EnterWork(kPlain, "memcpy", Promise::kSameBytes,
                                               [=] { std::memcpy(out, a, 2 * pixels); });
 
-    enter(Operation::kPairsToPixels, [=, &conversions] { conversions.PairsToPixels(a, out, pixels); });
-    enter(Operation::kPixelsToPairs, [=, &conversions] { conversions.PixelsToPairs(a, out, pixels); });
-    enter(Operation::kPlanarToPixels, [=, &conversions] {
-        const std::uint8_t *cb = planar + pixels, *cr = cb + pixels / 4;
-        auto* line = reinterpret_cast<std::uint16_t*>(out8);
-        for (std::size_t y = 0; y < height; ++y) {
-            conversions.PlanarToPixels(planar + y * width, cb + y / 2 * (width / 2), cr + y / 2 * (width / 2),
-                                       line + 2 * y * width, width);
-        }
-    });
-    enter(Operation::kSwapPairs, [=, &conversions] { conversions.SwapPairs(a, out, pixels); });
+    EnterPlainConversions(contests, p, BuildFor(level).conversions);
 }
 
 void EnterCopies(Contests& contests, const Pictures& p) {

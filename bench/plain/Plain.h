@@ -34,13 +34,41 @@ struct Blends {
     void (*Copy)(const std::uint32_t* source, std::uint32_t* out, std::size_t words);
 };
 
+/// Pairs are four bytes for two pixels, UYVY or swapped YUYV.
 struct Conversions {
     void (*PairsToPixels)(const std::uint32_t* uyvy, std::uint32_t* bgra, std::size_t pixels);
+    void (*SwappedToPixels)(const std::uint32_t* yuyv, std::uint32_t* bgra, std::size_t pixels);
+    void (*PairsAlphaToPixels)(const std::uint32_t* uyvy, const std::uint8_t* alpha, std::uint32_t* bgra,
+                               std::size_t pixels);
+    void (*YccToPixels)(const std::uint32_t* cbYCrA, std::uint32_t* bgra, std::size_t pixels);
     void (*PixelsToPairs)(const std::uint32_t* bgra, std::uint32_t* uyvy, std::size_t pixels);
+    void (*PixelsToPairsAlpha)(const std::uint32_t* bgra, std::uint32_t* uyvy, std::uint8_t* alpha,
+                               std::size_t pixels);
+    void (*PixelsToYcc)(const std::uint32_t* bgra, std::uint32_t* cbYCrA, std::size_t pixels);
     /// One line.
-    void (*PlanarToPixels)(const std::uint8_t* y, const std::uint8_t* cb, const std::uint8_t* cr,
-                           std::uint16_t* bgra, std::size_t pixels);
-    void (*SwapPairs)(const std::uint32_t* uyvy, std::uint32_t* yuyv, std::size_t pixels);
+    void (*Line420ToPixels)(const std::uint8_t* y, const std::uint8_t* cb, const std::uint8_t* cr,
+                            std::uint16_t* bgra, std::size_t pixels);
+    void (*Planar411ToPixels)(const std::uint8_t* y, const std::uint8_t* cb, const std::uint8_t* cr,
+                              std::uint32_t* bgra, std::size_t pixels);
+    /// Two lines, `pixels` apart in what has full height.
+    void (*LinesTo420)(const std::uint32_t* bgra, std::uint8_t* y, std::uint8_t* cb, std::uint8_t* cr,
+                       std::size_t pixels);
+    void (*PixelsTo411)(const std::uint32_t* bgra, std::uint8_t* y, std::uint8_t* cb, std::uint8_t* cr,
+                        std::size_t pixels);
+    /// Two lines.
+    void (*PairLinesTo420)(const std::uint32_t* uyvy, std::uint8_t* y, std::uint8_t* cb, std::uint8_t* cr,
+                           std::size_t pixels);
+    void (*PairsTo422)(const std::uint32_t* uyvy, std::uint8_t* y, std::uint8_t* cb, std::uint8_t* cr,
+                       std::size_t pixels);
+    void (*Planar422ToPairs)(const std::uint8_t* y, const std::uint8_t* cb, const std::uint8_t* cr,
+                             std::uint8_t* uyvy, std::size_t pixels);
+    void (*SwapPairs)(const std::uint32_t* pairs, std::uint32_t* swapped, std::size_t pixels);
+    void (*PixelsTo24)(const std::uint8_t* bgra, std::uint8_t* bgr, std::size_t pixels);
+    void (*Pixels24ToPixels)(const std::uint8_t* bgr, std::uint8_t* bgra, std::size_t pixels);
+    void (*Shape)(const std::uint32_t* bgra, std::uint32_t* shaped, std::size_t pixels);
+    /// `reciprocals`: 255 * 2^18 / alpha, rounded, for each alpha.
+    void (*Unshape)(const std::uint32_t* shaped, std::uint32_t* bgra, std::size_t pixels,
+                    const std::uint32_t* reciprocals);
 };
 
 }  // namespace bench::plain
