@@ -15,48 +15,40 @@ using namespace Zan;
 // More than this is refused as if memory had run out.
 constexpr std::size_t kMostBytes = std::size_t{1} << 18;
 
-struct Format {
-    ColorSpaceEnum colorSpace;
-    AggregateChannelSamplingEnum sampling;
-    ComponentOrderEnum order;
-    PixelPackingEnum packing;
-};
-
-constexpr Format kKnownFormats[] = {
-    {kRGB, k4444, kBGRA, kPacked},         {kRGB, k444, kBGRA, kPacked},
-    {kYCrCb, k4444, kCbYCrA, kPacked},     {kYCrCb, k4444, kYCbCrA, kPacked},
-    {kYCrCb, k444, kCbYCrA, kPacked},      {kYCrCb, k422, kCbYCrA, kPacked},
-    {kYCrCb, k422, kYCbYCr, kPacked},      {kYCrCb, k4224, kCbYCrA, kPacked},
-    {kYCrCb, k422, kYCbCrPlanes, kPlanar}, {kYCrCb, k422, kYPlaneCbCrPlane, kPlanar},
-    {kYCrCb, k420, kYCbCrPlanes, kPlanar}, {kYCrCb, k411, kYCbCrPlanes, kPlanar},
-    {kAlphaOnly, k4444, kBGRA, kPacked},
-};
-
 ULong32 Side(Input& input) {
     return input.Once(32) ? input.Raw<ULong32>() : input.Below(input.Once(8) ? 300 : 48);
 }
 
-ImageDescriptor AnyDescriptor(Input& input) {
+/// Of a format that the converter knows, or of any kind if `known` is null.
+ImageDescriptor AnyDescriptor(Input& input, const FormatRecord* known) {
     ImageDescriptor format;
     format.width = Side(input);
     format.height = Side(input);
-    if (input.Once(8)) {
+    if (known == nullptr) {
         format.colorSpace = input.Enumeration<ColorSpaceEnum>(4);
         format.channelSampling = input.Enumeration<AggregateChannelSamplingEnum>(6);
         format.componentOrder = input.Enumeration<ComponentOrderEnum>(6);
         format.pixelPacking = input.Enumeration<PixelPackingEnum>(2);
     } else {
-        const Format& known = kKnownFormats[input.Below(std::size(kKnownFormats))];
-        format.colorSpace = known.colorSpace;
-        format.channelSampling = known.sampling;
-        format.componentOrder = known.order;
-        format.pixelPacking = known.packing;
+        format.colorSpace = known->space;
+        format.channelSampling = known->sampling;
+        format.componentOrder = known->order;
+        format.pixelPacking = known->packing;
     }
     format.shaped = input.Enumeration<ShapedEnum>(3);
     format.scanStyle = input.Enumeration<ScanStyleEnum>(3);
     format.fieldPacking = input.Enumeration<FieldPackingEnum>(3);
     format.origin = input.Enumeration<OriginEnum>(2);
     format.color = input.Enumeration<ColorEnum>(4);
+    if (known != nullptr && !input.Once(4)) {
+        using Record = FormatRecord;
+        format.shaped = known->shaping == Record::Shaping::kOnlyShaped ? kShaped : kUnshaped;
+        if (known->scan != Record::Scan::kAny) {
+            format.scanStyle =
+                known->scan == Record::Scan::kOnlyProgressive ? kProgressive : kUpperFieldFirst;
+        }
+        format.color = known->content == Record::Content::kOnlyMonochrome ? kMonochrome : kFullColor;
+    }
     format.aggregateBits = input.Once(8) ? input.Enumeration<AggregateBitsPerChannelEnum>(5) : k8BitsDefault;
     return format;
 }
@@ -96,7 +88,8 @@ unsigned char* HostilePicture::HostPlane(std::size_t size, unsigned misaligned) 
 }
 
 HostilePicture::HostilePicture(Input& input) {
-    const ImageDescriptor format = AnyDescriptor(input);
+    const FormatRecord* known = input.Once(8) ? nullptr : &Formats()[input.Below(kConverterFormats)];
+    const ImageDescriptor format = AnyDescriptor(input, known);
     const ULong32 bufferAlignment = Alignment(input);
     const ULong32 lineAlignment = input.Flip() ? bufferAlignment : Alignment(input);
     if (input.Once(4) && format.height < 512 && bufferAlignment < 512 && lineAlignment < 512) {
@@ -131,6 +124,9 @@ HostilePicture::HostilePicture(Input& input) {
         AddAlpha(input);
     }
     FillAndGuard(input.Byte());
+    if (known != nullptr) {
+        Fit(*known);
+    }
     Disturb(input);
 }
 
@@ -148,6 +144,20 @@ void HostilePicture::AddAlpha(Input& input) {
     }
 }
 
+/// The levels by which formats of one layout are told apart.
+void HostilePicture::Fit(const FormatRecord& format) {
+    using Levels = FormatRecord::Levels;
+    if (image->GetImageDescriptor() == nullptr || format.space != kRGB) {
+        return;
+    }
+    const bool full = format.levels == Levels::kExtreme || format.levels == Levels::kFullNarrowClamp;
+    const bool open = format.levels == Levels::kExtreme || format.levels == Levels::kStudioOpenClamp;
+    for (ULong32 channel = 0; channel < 3; ++channel) {
+        image->SetBlackAndWhiteLevel(full ? 0.0F : 16.0F / 255.0F, full ? 1.0F : 235.0F / 255.0F, channel);
+        image->SetClampLowAndHighLevel(open ? 0.0F : 16.0F / 255.0F, open ? 1.0F : 235.0F / 255.0F, channel);
+    }
+}
+
 /// What a host may change on a finished image.
 void HostilePicture::Disturb(Input& input) {
     if (image->GetImageDescriptor() == nullptr) {
@@ -162,7 +172,7 @@ void HostilePicture::Disturb(Input& input) {
     if (input.Once(4)) {
         image->SetAlphaChannelDescription(input.Enumeration<AlphaDescriptionEnum>(4));
     }
-    if (input.Once(4)) {
+    if (input.Once(16)) {
         const bool studio = input.Flip();
         for (ULong32 channel = 0; channel < 4; ++channel) {
             if (studio) {

@@ -10,6 +10,8 @@
 #include <memory>
 #include <vector>
 
+#include "convert/Formats.h"
+
 namespace fuzz {
 
 /// An image of any format, good or bad, whose planes end exactly where the image believes: every byte that it
@@ -23,6 +25,8 @@ public:
 
     /// A view of it with any region and field.
     Zan::ImageView View(Input& input);
+
+    Zan::Image& GetImage() { return *image; }
 
     /// A sum over all bytes of the planes, by which a change shows.
     std::uint64_t Sum() const;
@@ -39,6 +43,7 @@ private:
 
     unsigned char* HostPlane(std::size_t size, unsigned misaligned);
     void AddAlpha(Input& input);
+    void Fit(const Zan::FormatRecord& format);
     void Disturb(Input& input);
     void FillAndGuard(unsigned char seed);
 
