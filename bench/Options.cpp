@@ -36,7 +36,7 @@ std::optional<int> Parse(int argc, char** argv, Options& options) {
     int stream = -1;
     CLI::App app("Times our operations beside other libraries, the plain loop and the copy of as many bytes.",
                  "scripts/bench");
-    app.add_flag("--quick", quick, "a rough picture in half a minute: fewer and shorter repetitions");
+    app.add_flag("--quick", quick, "a rough picture in a minute: fewer and shorter repetitions");
     app.add_option("--size", sizes,
                    "WxH, several times; instead of 16x2, 128x96, 256x64, 720x486, 1920x1080 and 3840x2160");
     app.add_option("--filter", options.filter,
