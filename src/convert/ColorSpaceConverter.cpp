@@ -23,23 +23,27 @@ bool TakePlanes(const ImageView& view, std::array<Plane, 4>& planes, Selection& 
     }
     const Long32 left = view.GetRegionOfInterest().getLeft();
     selection = {left > 0, view.GetFieldOfInterest() != kFrame};
-    const std::vector<ChannelDescriptor>& channels = format->channels;
-    for (std::size_t i = 0; i < channels.size(); ++i) {
-        if (!channels[i].memory || channels[i].memory->GetAlignedPointer() == nullptr) {
+    const AlignedMemoryBuffer* previous = nullptr;
+    std::size_t i = 0;
+    for (const ChannelDescriptor& channel : format->channels) {
+        const AlignedMemoryBuffer* const memory = channel.memory.get();
+        if (memory == nullptr || memory->GetAlignedPointer() == nullptr) {
             return false;
         }
-        if (i >= planes.size()) {
-            continue;
+        if (i < planes.size()) {
+            // Channels of packed formats share their plane.
+            if (memory == previous) {
+                planes[i] = planes[i - 1];
+            } else {
+                planes[i] = PlaneOf(view, static_cast<ULong32>(i));
+                if (left < 0) {
+                    // The end of the line above is memory, but none of the selection's.
+                    planes[i].begin = planes[i].end;
+                }
+            }
         }
-        if (i != 0 && channels[i].memory == channels[i - 1].memory) {
-            planes[i] = planes[i - 1];
-            continue;
-        }
-        planes[i] = PlaneOf(view, static_cast<ULong32>(i));
-        if (left < 0) {
-            // The end of the line above is memory, but none of the selection's.
-            planes[i].begin = planes[i].end;
-        }
+        previous = memory;
+        ++i;
     }
     return true;
 }

@@ -94,7 +94,7 @@ struct PathWork {
     const ConversionKernel* kernel;
     ConversionKind kind;
     CoefficientForm form = kOffsetsIn16ths;
-    std::size_t group = 0;  ///< columns of the main loop; 0: there is none
+    std::size_t group = 0;  ///< columns of the main loop, a power of two; 0: there is none
     bool inDoubles = false;
     bool alphaTakesPart = false;
 };
@@ -112,7 +112,7 @@ Long32 PreparePair(const ConversionRequest& request, const PairRecord& pair, con
     plan.path = work.path;
     plan.kernel = work.kernel;
     plan.isTransposed = work.form.isTransposed;
-    job.planes.whole = work.group == 0 ? 0 : job.planes.width - job.planes.width % work.group;
+    job.planes.whole = work.group == 0 ? 0 : job.planes.width & ~(work.group - 1);
     job.inDoubles = work.inDoubles;
     if (work.path == kOnInteger && pair.source == pair.destination) {
         job.coefficients = nullptr;

@@ -198,6 +198,18 @@ constexpr Simplification kSimplifications[] = {
     {kAlphaTransparent, true, kFmtRGB32, kFmtRGB32Shaped, kFmtRGB32, kFmtRGB32},
 };
 
+// Bytes of a row; columns that belong together are powers of two. Without a division, which would take longer
+// than all the rest of a call.
+std::size_t RowBytes(const simd::PlaneUse& use, std::size_t width) noexcept {
+    if constexpr (sizeof(std::size_t) == 8) {
+        if (width >> 32 == 0) {
+            const std::size_t together = (width + use.columns - 1) & ~(use.columns - 1);
+            return together * use.bytesPer16 / 16;
+        }
+    }
+    return use.RowBytes(width);
+}
+
 }  // namespace
 
 std::span<const FormatRecord, kConverterFormats> Formats() noexcept {
@@ -209,18 +221,18 @@ ConverterFormat ClassifyImage(const Image& image) noexcept {
     if (descriptor == nullptr) {
         return kFmtUnknown;
     }
-    const float bytes = BytesPerPixel(*descriptor);
+    const std::uint64_t bytes = PixelBytesTimes128(*descriptor);
     const auto space = static_cast<std::size_t>(descriptor->colorSpace);
     const auto sampling = static_cast<std::size_t>(descriptor->channelSampling);
     const auto order = static_cast<std::size_t>(descriptor->componentOrder);
     const auto packing = static_cast<std::size_t>(descriptor->pixelPacking);
     if (space >= kSpaces || sampling >= kSamplings || order >= kOrders || packing >= kPackings) {
-        return descriptor->colorSpace == kAlphaOnly && bytes == 1 ? kFmtAlpha8 : kFmtUnknown;
+        return descriptor->colorSpace == kAlphaOnly && bytes == 128 ? kFmtAlpha8 : kFmtUnknown;
     }
     for (std::int8_t i = kChains.first[ChainOf(space, sampling, order, packing)]; i != kEnd;
          i = kChains.next[static_cast<std::size_t>(i)]) {
         const FormatRecord& format = kFormats[static_cast<std::size_t>(i)];
-        if ((format.bytes == kAnyBytes || static_cast<float>(format.bytes) == bytes) &&
+        if ((format.bytes == kAnyBytes || static_cast<std::uint64_t>(format.bytes) * 128 == bytes) &&
             ContentFits(descriptor->color, format.content) && ScanFits(descriptor->scanStyle, format.scan) &&
             ShapingFits(descriptor->shaped, format.shaping) && AlphaFits(*descriptor, format.alpha) &&
             LevelsFit(*descriptor, format.levels)) {
@@ -260,7 +272,7 @@ bool PlaneHolds(const simd::PlaneUse& use, const Plane& plane, std::size_t width
     if (use.halfHeight && selection.isField && rows > 1 && plane.Clip(1, rows - 1) == 0) {
         --rows;
     }
-    return plane.Holds(use.RowBytes(width), rows);
+    return plane.Holds(RowBytes(use, width), rows);
 }
 
 bool PlanesHold(const FormatRecord& format, std::span<const Plane, 4> planes, std::size_t width,

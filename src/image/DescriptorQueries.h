@@ -4,22 +4,22 @@
 #include <TesselU/image/ImageDescriptor.h>
 
 #include <cstddef>
+#include <cstdint>
 
 // What an image answers about its descriptor, for who asks before every picture.
 
 namespace Zan {
 
-/// Bytes of one pixel over all channels.
-inline float BytesPerPixel(const ImageDescriptor& descriptor) noexcept {
-    // By the values of the sampling's enumeration; both kinds of quarters are a quarter.
-    constexpr float kShares[] = {1.0F, 0.5F, 0.25F, 0.25F};
-    float bytes = 0.0F;
+/// 128 times the bytes of one pixel over all channels.
+inline std::uint64_t PixelBytesTimes128(const ImageDescriptor& descriptor) noexcept {
+    // By the values of the sampling's enumeration, in sixteenths; both kinds of quarters are a quarter.
+    constexpr std::uint64_t kShares[] = {16, 8, 4, 4};
+    std::uint64_t sum = 0;
     for (const ChannelDescriptor& record : descriptor.channels) {
         const auto sampling = static_cast<std::size_t>(record.sampling);
-        const float share = sampling < sizeof kShares / sizeof *kShares ? kShares[sampling] : 0.0F;
-        bytes += static_cast<float>(record.bitsPerSample) * share / 8.0F;
+        sum += sampling < sizeof kShares / sizeof *kShares ? record.bitsPerSample * kShares[sampling] : 0;
     }
-    return bytes;
+    return sum;
 }
 
 /// What the first alpha channel holds; `kNoAlpha` if there is none.

@@ -449,7 +449,7 @@ float Image::GetBytesPerChannel(ULong32 channel) const noexcept {
 }
 
 float Image::GetBytesPerPixel() const noexcept {
-    return descriptor ? BytesPerPixel(*descriptor) : 0.0F;
+    return descriptor ? static_cast<float>(PixelBytesTimes128(*descriptor)) / 128.0F : 0.0F;
 }
 
 AlphaDescriptionEnum Image::GetAlphaChannelDescription() const noexcept {

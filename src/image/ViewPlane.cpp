@@ -93,10 +93,10 @@ Plane PlaneOf(const ImageView& view, ULong32 channel) noexcept {
     const std::int64_t downwards =
         std::int64_t{record.memory->GetPitch()} * (view.GetFieldOfInterest() != kFrame ? 2 : 1);
     const std::int64_t pitch = format->origin == kBottomLeft ? -downwards : downwards;
-    const int halving = record.sampling == kHalfBoth ? 2 : 1;
-    const ULong32 frameHeight = format->height / static_cast<ULong32>(halving);
+    const bool isHalved = record.sampling == kHalfBoth;
+    const ULong32 frameHeight = isHalved ? format->height / 2 : format->height;
 
-    std::int64_t offset = LineOffset(view, region.getTop() / halving, pitch);
+    std::int64_t offset = LineOffset(view, isHalved ? region.getTop() / 2 : region.getTop(), pitch);
     if (format->origin == kBottomLeft && frameHeight >= 1) {
         offset = SaturatedSum(offset, BottomToTop(frameHeight, pitch));
     }
