@@ -237,9 +237,16 @@ struct Subsampled {
     Picture luma, chroma;
 };
 
-/// Which chroma row line `y` takes, `rows` being those that there are.
+/// Which chroma row line `y` takes, `rows` being those that there are: the last one of its field at most.
 std::size_t ChromaRow(bool fields, std::size_t y, std::size_t rows) {
-    return std::min(fields ? y / 4 * 2 + y % 2 : y / 2, rows - 1);
+    if (!fields) {
+        return std::min(y / 2, rows - 1);
+    }
+    std::size_t row = y / 4 * 2 + y % 2;
+    while (row >= rows && row != 0) {
+        row -= std::min<std::size_t>(row, 2);
+    }
+    return row;
 }
 
 /// Converts in strips. Where the source has fewer rows of chroma than are asked for its last one serves; in
