@@ -10,6 +10,7 @@
 #include "support/Threads.h"
 
 #if defined(__linux__)
+#include <malloc.h>
 #include <sched.h>
 #include <signal.h>
 #include <sys/resource.h>
@@ -174,7 +175,10 @@ TEST(StripWorkers, LeaveSignalsToTheHost) {
 
 /// 0 when workers do their jobs in a process that gets no more memory, and some of them on this thread.
 int RunWithoutThreads() {
-    std::vector<char> reserve(100000);
+    // What is freed stays with the allocator, so that there is some memory left.
+    mallopt(M_MMAP_THRESHOLD, 512 * 1024);
+    mallopt(M_TRIM_THRESHOLD, 16 * 1024 * 1024);
+    std::vector<char> reserve(400000);
     reserve = {};
     const rlimit none = {1, 1};
     if (setrlimit(RLIMIT_AS, &none) != 0) {
