@@ -210,7 +210,12 @@ std::vector<Selected> BottomUp() {
     return all;
 }
 
-void CompareProcessors(const std::function<void(const Selected&)>& compare, convert_model::Model& model) {
+// By defaults, and by a matrix for which groups and the columns beyond them differ.
+void CompareProcessors(const std::function<void(const Selected&, const Handed&)>& compare,
+                       convert_model::Model& model) {
+    Handed own = OfRandom(8192, 1000, false);
+    own.offset[3] = -100.4375;
+    own.offset[7] = 99.6875;
     const std::vector<Selected> few = {{1, 2}, {17, 2}, {31, 3}, {67, 2}, {150, 2}};
     for (const CPUinstructionSetEnum set : {kMMX, kSSE_MMX, kSIMD, kSSE2}) {
         const ScopedInstructionSet believed(set);
@@ -225,7 +230,8 @@ void CompareProcessors(const std::function<void(const Selected&)>& compare, conv
             const ScopedStreaming around(t % 2 == 0);
             for (const Selected& selected : few) {
                 SCOPED_TRACE(simd::TargetName(target));
-                ASSERT_NO_FATAL_FAILURE(compare(selected));
+                ASSERT_NO_FATAL_FAILURE(compare(selected, {}));
+                ASSERT_NO_FATAL_FAILURE(compare(selected, own));
             }
         }
     }
@@ -240,8 +246,10 @@ TEST_P(EveryPair, EqualsTheModel) {
     CompareAll(pair, Fields());
     CompareAll(pair, Parts(planar, grouped));
     CompareAll(pair, BottomUp());
-    CompareMatrices(pair, {1, 3, 19, 34});
-    CompareProcessors([&](const Selected& selected) { Compare(pair, selected); }, twins.model);
+    CompareMatrices(pair, {1, 3, 19, 29, 34});
+    CompareProcessors(
+        [&](const Selected& selected, const Handed& handed) { Compare(pair, selected, handed); },
+        twins.model);
 }
 
 std::vector<PairOfPath> AllPairs() {
