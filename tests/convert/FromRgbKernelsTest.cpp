@@ -29,8 +29,12 @@ Expectation Rgb32InPairs(const Matrix& inUse, const Size& size) {
                 }
                 const Pixel second = x + 1 < size.width ? WholePixel(source, x + 1, y) : in;
                 for (const std::size_t i : {0U, 2U}) {
-                    const int tail = (TailSample(inUse, i, in, 4) + TailSample(inUse, i, second, 4)) / 2;
-                    expected.Set(0, 2 * x + i, y, x < whole ? EightBitChroma(inUse, i, in, second) : tail);
+                    if (x < whole) {
+                        expected.Set(0, 2 * x + i, y, EightBitChroma(inUse, i, in, second));
+                        continue;
+                    }
+                    const int sum = TailSample(inUse, i, in, 4) + TailSample(inUse, i, second, 4);
+                    expected.Set(0, 2 * x + i, y, sum / 2);
                 }
             }
         }
