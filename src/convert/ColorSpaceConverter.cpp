@@ -51,8 +51,8 @@ bool TakePlanes(const ImageView& view, std::array<Plane, 4>& planes, Selection& 
 /// The planes of planar formats that lie one behind the other without gaps, from the first of them.
 void DerivePlanes(ConverterFormat code, std::size_t width, std::size_t height,
                   std::array<Plane, 4>& planes) noexcept {
-    if (code != kFmtPlanar420 && code != kFmtPlanar422 && code != kFmtPlanar420Interlaced &&
-        code != kFmtPlanar411) {
+    if (planes[0].first == nullptr || (code != kFmtPlanar420 && code != kFmtPlanar422 &&
+                                       code != kFmtPlanar420Interlaced && code != kFmtPlanar411)) {
         return;
     }
     const std::size_t luma = width * height, chroma = luma >> (code == kFmtPlanar422 ? 1 : 2);
