@@ -93,11 +93,16 @@ Long32 ColorSpaceConverter::DoStrip(ImageView& source, ImageView& destination, P
         !TakePlanes(destination, plan.job.planes.destination, request.destinationSelection)) {
         return kStatusNullPointer;
     }
+    // A channel that an image does not have leaves what was known of it.
     for (std::size_t i = 0; i < 4; ++i) {
-        sourcePlane[i] = plan.job.planes.source[i].first;
-        sourcePitch[i] = plan.job.planes.source[i].pitch;
-        destinationPlane[i] = plan.job.planes.destination[i].first;
-        destinationPitch[i] = plan.job.planes.destination[i].pitch;
+        if (const Plane& plane = plan.job.planes.source[i]; plane.first != nullptr) {
+            sourcePlane[i] = plane.first;
+            sourcePitch[i] = plane.pitch;
+        }
+        if (const Plane& plane = plan.job.planes.destination[i]; plane.first != nullptr) {
+            destinationPlane[i] = plane.first;
+            destinationPitch[i] = plane.pitch;
+        }
     }
     const FormatPair formats = ClassifyPair(*source.GetImage(), *destination.GetImage());
     request.source = formats.source;
