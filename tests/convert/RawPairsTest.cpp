@@ -349,4 +349,18 @@ TEST(RawAfterViewsOnce, TheNextCallOnViewsWorksAsAlways) {
     }
 }
 
+// A later picture without alpha does not take away the plane that plain memory goes on with.
+TEST(RawPairs, PlanesOutliveCallsThatHaveNone) {
+    ConvertedPicture from(kFmtCbYCrY4, 16, 2), to(kFmtCbYCrY4, 16, 2), pairs(kFmtCbYCrY, 16, 2);
+    ImageView source(from), destination(to), withoutAlpha(pairs);
+    ColorSpaceConverter converter;
+    ASSERT_EQ(converter.Do(source, destination, kInt_MMXorSIMD, nullptr, nullptr), 0);
+    ASSERT_EQ(converter.Do(withoutAlpha, withoutAlpha, kInt_MMXorSIMD, nullptr, nullptr), 0);
+    const auto words = [](const ImageView& view) { return static_cast<ULong32*>(view.GetMemoryPointer(0)); };
+    EXPECT_EQ(
+        converter.Do(words(source), words(destination), 16, 2, source.GetPitch(0), destination.GetPitch(0),
+                     kFmtCbYCrY4, kFmtCbYCrY4, kInt_MMXorSIMD, nullptr, nullptr),
+        0);
+}
+
 }  // namespace
