@@ -58,6 +58,17 @@ public:
                                            Long32 pitchAlpha, Long32 pitchDst, double threshold, double gain,
                                            unsigned int codePath);
 
+    /// The soft wipe between two 4:2:2 pictures (Cb, Y0, Cr, Y1 in a word, ITU-R BT.601 levels) into 32-bit
+    /// pixels of full-range RGB, opaque. `width` counts pixels and must be at least 16; `key` has a byte a
+    /// pixel; rows of `dst` are twice as long as those of the sources. `threshold` and `gain` as in
+    /// `CompositeTwoSrcAndAlphaGradient`, but a gain of 1 multiplies by 127, and both wrap in 16 bits. Path 2
+    /// only; the last width mod 16 pixels of a row stay unwritten, and without integer SSE, or with the
+    /// MMX-only flag, all do.
+    Long32 CompositeTwoSrcCSCAndAlphaGradient(ULong32* srcA, ULong32* srcB, ULong32* key, ULong32* dst,
+                                              ULong32 width, ULong32 height, Long32 pitchA, Long32 pitchB,
+                                              Long32 pitchKey, Long32 pitchDst, double threshold, double gain,
+                                              unsigned int codePath);
+
     /// Writes min(255, |a0-b0| + |a1-b1| + |a2-b2|) for every pixel to a byte plane; byte 3 is not looked at.
     /// Path 1, and path 2 with integer SSE (100 without); path 2 leaves the last width mod 8 pixels
     /// unwritten.
@@ -93,6 +104,45 @@ public:
     Long32 ReadTwoSourcesWriteDst(ImageView& srcA, ImageView& srcB, ImageView& dst,
                                   ProcessingStyleEnum style);
 
+    /// Mixes two pictures: `fade`, limited to 0...1, is the weight of `srcA`, as in the form for plain
+    /// memory.
+    ///
+    /// Formats: all three `k4444`, or all three `k422` or `k4224`. The alpha plane of a `k4224` destination
+    /// is mixed too, in weights of 256 on every path, a source without one counting as 255. An odd last pixel
+    /// of 4:2:2 keeps its colour. Returns 4 for another format, 1 when a plane of colour has no memory.
+    Long32 CrossDissolve(ImageView& srcA, ImageView& srcB, ImageView& dst, double fade,
+                         ProcessingStyleEnum style);
+
+    /// Puts `srcB` over `srcA` by the alpha in byte 3 of `srcB`, word by word: any format will do of which
+    /// that makes sense. The length of a row follows from the format of `srcA`. `kInt_MMXorSIMD` and
+    /// `kBestAvailable` leave the last words mod 4 of a row unwritten. Returns 100 for a style other than
+    /// these, `kFlp` and `kFP`; 1 without memory.
+    Long32 CompositeTwoSources(ImageView& srcA, ImageView& srcB, ImageView& dst, ProcessingStyleEnum style);
+
+    /// Puts `srcA` over `srcB` by the alpha plane of `srcA`. All three are 4:2:2 with alpha, `srcA`
+    /// `kUnshaped`, `srcB` and `dst` `kShaped2`. The result is shaped without its offsets: luma counts from
+    /// 0, chroma is a signed byte; its alpha is 255.
+    ///
+    /// Alpha planes are walked without a pitch: all lines take the alpha of the first line of `srcA`, and the
+    /// alpha plane of `dst` is written in its first line alone. `style` is not looked at. Returns 4 for
+    /// another format, 1 when any of the six planes has no memory.
+    Long32 AoverB(ImageView& srcA, ImageView& srcB, ImageView& dst, ProcessingStyleEnum style);
+
+    /// Blends by the bytes of `key`, one for every 32-bit word of `srcA`: 0 gives `srcA`, 255 gives `srcB`.
+    /// On 4:2:2 one byte serves two pixels. Formats are not looked at. `kInt_MMXorSIMD` and `kBestAvailable`
+    /// leave the last words mod 8 of a row unwritten. Returns 100 for `kFlp_SIMD`; 1 without memory.
+    Long32 CompositeTwoSrcAndAlpha(ImageView& srcA, ImageView& srcB, ImageView& key, ImageView& dst,
+                                   ProcessingStyleEnum style);
+
+    /// Puts `srcA`, its alpha multiplied by `fade` (limited to 0...1), over `srcB` in full strength.
+    ///
+    /// Formats: RGB `k4444`, `srcA` and `srcB` `kUnshaped`, `dst` `kShaped`. Colour of `srcB` is multiplied
+    /// by its alpha first, unless `srcB` is described as `kAlphaOpaque`. With SSE2 and a vector style the
+    /// last width mod 8 pixels of a row are those of `srcB`, as with a `fade` of 0. Returns 4 for another
+    /// format, 1 without memory.
+    Long32 CompositeUnshapedAoverBwithFadeOfA(ImageView& srcA, ImageView& srcB, ImageView& dst, double fade,
+                                              ProcessingStyleEnum style);
+
     /// The soft-edged wipe from `srcB` (position 0) to `srcA` (position 1) along the gradient in `key`.
     ///
     /// `position` is limited to 0...1, `softness` is the width of the edge in code values of the key, limited
@@ -101,6 +151,19 @@ public:
     /// when the key or a plane of colour has no memory.
     Long32 CompositeTwoSrcAndAlphaGradient(ImageView& srcA, ImageView& srcB, ImageView& key, ImageView& dst,
                                            double position, double softness, ProcessingStyleEnum style);
+
+    /// The wipe with a band of colour along its edge. In the direction of the key lie `srcA`, a soft edge of
+    /// `softnessA`, the border of `borderWidth`, a soft edge of `softnessB`, and `srcB`; widths are code
+    /// values of the key (of one byte), and `position` is limited to 0...1.
+    ///
+    /// `borderColor` is B, G, R, A from the low byte, and converted to YCrCb where `srcA`, `srcB` and `dst`
+    /// are `kYCrCb`. Formats as for the soft wipe; on 4:2:2 `key` may also have two bytes a pixel. Alpha
+    /// planes get the border's alpha, and read the key a byte a pixel in every case. Returns 4 for another
+    /// format, 1 when the key or a plane of colour has no memory.
+    Long32 CompositeTwoSrcAndAlphaGradientWithBorder(ImageView& srcA, ImageView& srcB, ImageView& key,
+                                                     ImageView& dst, double position, double softnessA,
+                                                     double borderWidth, double softnessB,
+                                                     ULong32 borderColor, ProcessingStyleEnum style);
 
 private:
     static CPUcapabilities& CPUinstructionSet;
