@@ -21,9 +21,12 @@
 #include <TesselU/foundation/Version.h>
 #include <TesselU/gradient/GradientGenerator.h>
 #include <TesselU/image/FieldHelpers.h>
+#include <TesselU/image/FileIO.h>
 #include <TesselU/image/Image.h>
+#include <TesselU/image/ImageCompare.h>
 #include <TesselU/image/ImageDescriptor.h>
 #include <TesselU/image/ImageFormat.h>
+#include <TesselU/image/ImageImport.h>
 #include <TesselU/image/ImageView.h>
 #include <TesselU/image/Rectangle.h>
 

@@ -44,6 +44,21 @@ struct WgrGradientData {
 /// - 9: no generator for `patternType`
 TESSELU_API int WgrGenerateGradient(WgrGradientData* data, Zan::ULong32 patternType);
 
+/// Draws a pattern for a picture of 4:3 with twelve cells down its height, and writes it as a grey TGA file,
+/// first row at the top. The file is made or replaced; it ends with the footer of TGA 2.0.
+///
+/// `bytesPerSample` is 1 or 2: samples of 8 bits up to 255 (image type 3), or of 16 bits, 14 of them
+/// significant, up to 16320 (image type 0x23, which is not a standard one, and an extension area).
+///
+/// Returns 0, or
+/// - 11: no memory for the pixels
+/// - what `WgrGenerateGradient` returns, with no file made; 3 also for another `bytesPerSample`, and 5 for a
+///   picture that a TGA file cannot tell: a side above 65535, or 4 gigabytes and more
+/// - 10: the file cannot be opened or not be written to its end
+TESSELU_API Zan::Long32 writeGradientPatternToTGAfile(const char* path, Zan::ULong32 patternType,
+                                                      Zan::ULong32 width, Zan::ULong32 height,
+                                                      Zan::ULong32 bytesPerSample);
+
 }  // namespace GradientGenerator
 
 #endif  // TESSELU_GRADIENT_GRADIENTGENERATOR_H
