@@ -2,6 +2,7 @@
 
 #include "gradient/EdgeFamilies.h"
 #include "gradient/GradientMap.h"
+#include "gradient/RecordChecks.h"
 #include "gradient/ZigzagFamilies.h"
 
 #include <array>
@@ -11,7 +12,6 @@
 
 namespace GradientGenerator {
 
-using Zan::Long32;
 using Zan::ULong32;
 
 static_assert(sizeof(void*) != 4 ||
@@ -27,18 +27,7 @@ static_assert(sizeof(void*) != 4 ||
 namespace {
 
 constexpr ULong32 kLeastStructSize = 44;
-constexpr ULong32 kLeastSide = 8;
 constexpr ULong32 kDrawNothing = 1;  // bit 0 of the flags
-
-enum GradientStatus : int {
-    kDrawn = 0,
-    kNullRecord = 1,
-    kShortRecord = 2,
-    kBadSampleWidth = 3,
-    kBadRange = 4,
-    kBadSize = 5,
-    kNoGenerator = 9
-};
 
 using Generator = void (*)(const GradientMap&);
 using Map = const GradientMap&;
@@ -140,23 +129,6 @@ ULong32 ResolveRandom(ULong32 patternType) {
     return patternType;
 }
 
-GradientStatus Check(const WgrGradientData& data) {
-    if (data.bitsPerSample != 8 && data.bitsPerSample != 16)
-        return kBadSampleWidth;
-    if (data.significantBits > data.bitsPerSample || data.peakValue >= 1U << data.significantBits)
-        return kBadRange;
-    const std::int64_t pitch = data.pitch;
-    const std::int64_t rowBytes = std::int64_t{data.width} * data.bitsPerSample / 8;
-    if (data.width < kLeastSide || data.height < kLeastSide || (pitch < 0 ? -pitch : pitch) < rowBytes)
-        return kBadSize;
-    return kDrawn;
-}
-
-// Written so that a NaN passes.
-float Limit(float value, float least, float most) {
-    return value < least ? least : value > most ? most : value;
-}
-
 }  // namespace
 
 int WgrGenerateGradient(WgrGradientData* data, ULong32 patternType) {
@@ -166,7 +138,7 @@ int WgrGenerateGradient(WgrGradientData* data, ULong32 patternType) {
         return kShortRecord;
 
     WgrGradientData local = *data;
-    if (const GradientStatus status = Check(local); status != kDrawn)
+    if (const GradientStatus status = CheckBuffer(local); status != kDrawn)
         return status;
     local.aspectRatio = Limit(local.aspectRatio, 0.01F, 100.0F);
     local.cellFraction = Limit(local.cellFraction, 0.001F, 1.0F);

@@ -3,7 +3,7 @@
 
 #include <TesselU/foundation/Types.h>
 
-/// Wipe maps by pattern number, drawn into plain memory. Free functions without state.
+/// Wipe maps by pattern number and soft masks, drawn into plain memory. Free functions without state.
 namespace GradientGenerator {
 
 /// The buffer that a map is drawn into, and how the pattern is to see it. Filled by the host, never written
@@ -43,6 +43,59 @@ struct WgrGradientData {
 /// - 5: `width` or `height` is below 8, or `pitch` is shorter than a row
 /// - 9: no generator for `patternType`
 TESSELU_API int WgrGenerateGradient(WgrGradientData* data, Zan::ULong32 patternType);
+
+/// The buffer that a mask is drawn into, and where. Filled by the host, never written by the library.
+///
+/// The first eight fields are those of `WgrGradientData`, and the layout follows the same rule: 64 bytes with
+/// `aspectRatio` at byte 32 on 32-bit targets, the natural layout elsewhere; 64 is the least `structSize` on
+/// every target.
+struct WgrMaskData {
+    Zan::ULong32 structSize;       ///< size of the record as the caller knows it, at least 64
+    Zan::ULong32 width;            ///< pixels per row, at least 8
+    Zan::ULong32 height;           ///< rows, at least 8
+    Zan::Long32 pitch;             ///< bytes from one row to the next, negative for an upside-down buffer
+    Zan::ULong32 bitsPerSample;    ///< width of a sample in memory, 8 or 16
+    Zan::ULong32 significantBits;  ///< bits of a sample that carry value, at most `bitsPerSample`
+    Zan::ULong32 peakValue;        ///< sample that stands for 1.0, at most 2^`significantBits` - 1
+    void* pixels;                  ///< first sample of the top row, at any address
+    float aspectRatio;             ///< limited to 0.01...100; no shape uses it
+    Zan::ULong32 flags;            ///< bit 1: row 0 of a half plane is the last of the buffer
+    float x0;                      ///< first point, in pixels from the left edge of the buffer
+    float y0;                      ///< the same, from its top edge
+    float x1;                      ///< second point
+    float y1;                      ///< the same
+    float softnessX;               ///< width of soft edges, limited to 0...1
+    float softnessY;               ///< the same for the upper and lower edge of a rectangle
+};
+
+/// Draws a shape with soft edges. What counts of a pixel is its centre, at (x + 1/2, y + 1/2); coordinates
+/// may lie outside of the buffer, and soft edges belong to the shape before it is cut to the buffer. Samples
+/// are rounded to nearest.
+///
+/// `maskType` 1, half plane: `peakValue` on one side of the line through both points and 0 on the other. The
+/// low side is on the left when the line runs downwards, and below when it runs to the right; exchanged
+/// points exchange the sides. Between them the sample rises linearly with the distance from the line, over
+/// `softnessX` times the larger of width and height, and no less than a pixel. The whole buffer is written.
+///
+/// `maskType` 2, rectangle between the points, in either order: `peakValue` times a ramp for each axis. The
+/// soft band at the left and the right is b = `softnessX` * (x1 - x0) / 2 pixels wide, and a pixel whose
+/// centre lies d inside of the nearer of both edges has the smaller of 1 and (d + 1/2) / (b + 1): a band of b
+/// pixels passes b values between 0 and 1. Without softness all of the rectangle is at the peak. `softnessY`
+/// in the same way.
+///
+/// `maskType` 3, ellipse inscribed in that rectangle: the smaller of 1 and (1 - r) / `softnessX` with r the
+/// distance from the centre as a part of the radius, 0 from r = 1 on; without softness 1 inside.
+///
+/// Rectangle and ellipse write the pixels of the rectangle and no others.
+///
+/// Returns 0, or, tested in this order and with nothing drawn:
+/// - 1: `data` is null
+/// - 2: `structSize` is below 64
+/// - 3: `bitsPerSample` is neither 8 nor 16
+/// - 4: `significantBits` is above `bitsPerSample`, or `peakValue` above what it can hold
+/// - 5: `width` or `height` is below 8, or `pitch` is shorter than a row
+/// - 9: `maskType` is not 1, 2 or 3
+TESSELU_API int WgrGenerateMask(WgrMaskData* data, Zan::ULong32 maskType);
 
 /// Draws a pattern for a picture of 4:3 with twelve cells down its height, and writes it as a grey TGA file,
 /// first row at the top. The file is made or replaced; it ends with the footer of TGA 2.0.
