@@ -34,6 +34,28 @@ void Run(const BlendPath<Kernel>& path, Job job, const BlendSettings& settings) 
     (*path.kernel)(job, settings);
 }
 
+/// The job with the pitches of its planes as a path takes them.
+template <class Kernel, class Job>
+Job InPitchOf(const BlendPath<Kernel>& path, Job job) {
+    for (Plane& plane : job.source) {
+        plane = plane.In(path.pitch);
+    }
+    for (Plane& plane : job.destination) {
+        plane = plane.In(path.pitch);
+    }
+    return job;
+}
+
+/// `fade`, limited to 0...1, as a weight out of `total`.
+inline unsigned WeightOf(double fade, int total) noexcept {
+    return static_cast<unsigned>((fade > 0 ? (fade < 1 ? fade : 1) : 0) * total + 0.5);
+}
+
+inline constexpr VectorRule kDissolveVectors = {true, Path::kSSE, Path::kMMX};
+
+/// The dissolve by one path. Columns of the job are bytes.
+void Dissolve(Path path, const TwoSourceJob& job, double fade);
+
 /// The soft wipe of 32-bit pixels: in double precision on the scalar path, in 16-bit lanes on the SSE and
 /// SSE2 paths, which leave the pixels beyond their last block of eight.
 void WipePixels(Path path, const KeyedJob& job, double threshold, double gain);

@@ -7,7 +7,7 @@
 #include <algorithm>
 
 #include "composite/BlendPaths.h"
-#include "image/ViewPlane.h"
+#include "composite/ViewPlanes.h"
 
 namespace Zan {
 namespace {
@@ -24,11 +24,7 @@ bool RunsPass(ProcessingStyleEnum style, const CPUcapabilities& processor) {
 
 /// Words of a row, which the first view decides for all.
 std::size_t WordsPerRow(const ImageView& view) {
-    const Image* image = view.GetImage();
-    const double bytesPerPixel = image != nullptr ? image->GetBytesPerPixel() : 0;
-    // A host may add channels of any depth; no buffer holds more words than this.
-    constexpr double kMost = 2147483648.0;
-    return static_cast<std::size_t>(std::min(view.GetWidth() * bytesPerPixel * 0.25, kMost));
+    return view.GetImage() != nullptr ? WordsOf(*view.GetImage(), view.GetWidth()) : 0;
 }
 
 /// Or-s a plane into `result`: per 16 of the words counted `groups` groups of 16 bytes, of each of which the

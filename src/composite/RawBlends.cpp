@@ -20,11 +20,7 @@ Plane Memory(void* address, Long32 pitch, PitchUnit unit) {
 
 }  // namespace
 
-Long32 ZanCompositor::CrossDissolve(ULong32* srcA, ULong32* srcB, ULong32* dst, ULong32 width, ULong32 height,
-                                    Long32 pitchA, Long32 pitchB, Long32 pitchDst, double fade,
-                                    unsigned int codePath) {
-    static constexpr StyleRule kStyles = {Ask::kFloat, Ask::kScalar, Ask::kVector, kNo, kNo, kNo};
-    static constexpr VectorRule kVectors = {true, Path::kSSE, Path::kMMX};
+void Dissolve(Path path, const TwoSourceJob& job, double fade) {
     // Blocks in bytes: the dissolve treats all samples of a pixel alike.
     static constexpr TwoSourcePath kPathTable[kPaths] = {
         /* refused */ {},
@@ -35,30 +31,37 @@ Long32 ZanCompositor::CrossDissolve(ULong32* srcA, ULong32* srcB, ULong32* dst, 
         /* SSE2    */ {&kDissolveOf256, 1, Tail::kByKernel, PitchUnit::kWordsBelow},
     };
 
-    const Path path = ChoosePath(kStyles, kVectors, codePath, CPUinstructionSet, mmxOnly);
-    if (path == Path::kRefused) {
-        return kStatusUnsupportedStyle;
-    }
     const TwoSourcePath& chosen = kPathTable[static_cast<std::size_t>(path)];
-    const TwoSourceJob job = {{Memory(srcA, pitchA, chosen.pitch), Memory(srcB, pitchB, chosen.pitch)},
-                              {Memory(dst, pitchDst, chosen.pitch)},
-                              4 * std::size_t{width},
-                              height};
-
-    const double weightOfA = fade > 0 ? (fade < 1 ? fade : 1) : 0;
     BlendSettings settings;
     double parts[2][256];
     if (path == Path::kFloat) {
+        const double weightOfA = fade > 0 ? (fade < 1 ? fade : 1) : 0;
         for (int i = 0; i < 256; ++i) {
             parts[0][i] = i * weightOfA;
             parts[1][i] = i * (1 - weightOfA);
         }
         settings.parts = parts;
     } else {
-        settings.weight =
-            static_cast<unsigned>(weightOfA * (chosen.kernel == &kDissolveOf256 ? 256 : 255) + 0.5);
+        settings.weight = WeightOf(fade, chosen.kernel == &kDissolveOf256 ? 256 : 255);
     }
-    Run(chosen, job, settings);
+    Run(chosen, InPitchOf(chosen, job), settings);
+}
+
+Long32 ZanCompositor::CrossDissolve(ULong32* srcA, ULong32* srcB, ULong32* dst, ULong32 width, ULong32 height,
+                                    Long32 pitchA, Long32 pitchB, Long32 pitchDst, double fade,
+                                    unsigned int codePath) {
+    static constexpr StyleRule kStyles = {Ask::kFloat, Ask::kScalar, Ask::kVector, kNo, kNo, kNo};
+
+    const Path path = ChoosePath(kStyles, kDissolveVectors, codePath, CPUinstructionSet, mmxOnly);
+    if (path == Path::kRefused) {
+        return kStatusUnsupportedStyle;
+    }
+    const TwoSourceJob job = {
+        {Memory(srcA, pitchA, PitchUnit::kBytes), Memory(srcB, pitchB, PitchUnit::kBytes)},
+        {Memory(dst, pitchDst, PitchUnit::kBytes)},
+        4 * std::size_t{width},
+        height};
+    Dissolve(path, job, fade);
     return kStatusOk;
 }
 

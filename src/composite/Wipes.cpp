@@ -5,8 +5,7 @@
 #include <array>
 
 #include "composite/BlendPaths.h"
-#include "image/ViewFormat.h"
-#include "image/ViewPlane.h"
+#include "composite/ViewPlanes.h"
 
 namespace Zan {
 
@@ -62,46 +61,30 @@ Long32 ZanCompositor::CompositeTwoSrcAndAlphaGradient(ImageView& srcA, ImageView
     static constexpr StyleRule kPairStyles = {Ask::kFloat, Ask::kScalar, Ask::kScalar,
                                               Ask::kFloat, Ask::kScalar, Ask::kFloat};
 
-    for (const ImageView* view : {&srcA, &srcB, &key, &dst}) {
-        if (view->GetImage() == nullptr || view->GetImage()->GetImageDescriptor() == nullptr) {
-            return kStatusNullPointer;
-        }
+    if (!HaveImages({&srcA, &srcB, &key, &dst})) {
+        return kStatusNullPointer;
     }
-    const Image &imageA = *srcA.GetImage(), &imageB = *srcB.GetImage(), &imageOut = *dst.GetImage();
-    const bool pixels = Is4444(imageA) && Is4444(imageB) && Is4444(imageOut);
-    const bool pairs = Is422Family(imageA) && Is422Family(imageB) && Is422Family(imageOut);
-    if (!(pixels || pairs) || !IsGrey8(*key.GetImage())) {
+    const Image& imageB = *srcB.GetImage();
+    const BlendFormat format = CommonFormat(*srcA.GetImage(), imageB, *dst.GetImage());
+    if (format == BlendFormat::kNeither || !IsGrey8(*key.GetImage())) {
         return kStatusUnsupportedFormat;
     }
 
-    // All planes that will be touched are looked at before anything is written.
     const auto [width, height] = SmallestSize(srcA, srcB, key, dst);
     KeyedAlphaJob job{.width = width, .height = height};
-    const bool wipesAlpha = pairs && dst.GetMemoryPointer(3) != nullptr;
+    const bool pixels = format == BlendFormat::kPixels;
+    const bool wipesAlpha = !pixels && dst.GetMemoryPointer(3) != nullptr;
     const bool opaqueB = imageB.GetAlphaChannelDescription() == kAlphaOpaque;
-    const struct {
-        const ImageView* view;
-        ULong32 channel;
-        Plane* plane;
-        bool isNeeded;
-        bool mayBeMissing;
-    } selections[] = {
-        {&srcA, 0, &job.source[0], true, false},
-        {&srcB, 0, &job.source[1], true, false},
-        {&key, 0, &job.source[2], true, false},
-        {&dst, 0, &job.destination[0], true, false},
-        {&srcA, 3, &job.source[kAlphaA], wipesAlpha, true},
-        {&srcB, 3, &job.source[kAlphaB], wipesAlpha && !opaqueB, true},
-        {&dst, 3, &job.destination[kAlphaOut], wipesAlpha, false},
-    };
-    for (const auto& [view, channel, plane, isNeeded, mayBeMissing] : selections) {
-        if (!isNeeded) {
-            continue;
-        }
-        const Long32 status = SelectPlane(*view, channel, height, *plane);
-        if (status != kStatusOk && !(mayBeMissing && status == kStatusNullPointer)) {
-            return status;
-        }
+    if (const Long32 status = SelectPlanes({{srcA, 0, job.source[0]},
+                                            {srcB, 0, job.source[1]},
+                                            {key, 0, job.source[2]},
+                                            {dst, 0, job.destination[0]},
+                                            {srcA, 3, job.source[kAlphaA], wipesAlpha, true},
+                                            {srcB, 3, job.source[kAlphaB], wipesAlpha && !opaqueB, true},
+                                            {dst, 3, job.destination[kAlphaOut], wipesAlpha}},
+                                           height);
+        status != kStatusOk) {
+        return status;
     }
 
     const Ramp ramp = Ramp::From(position, softness);

@@ -142,6 +142,181 @@ std::shared_ptr<Image> ImageOn(const std::vector<Plane*>& planes, ColorSpaceEnum
     return std::make_shared<Image>(memory.data(), pitches.data(), format, 1U, 1U);
 }
 
+/// A byte a pixel in pictures of an odd width too, that of a view.
+std::size_t EvenWidth(const Case& c) {
+    return (c.width + 1) / 2 * 2;
+}
+
+/// A picture of its own for a case, 32-bit pixels or 4:2:2.
+std::shared_ptr<Image> PictureOf(Case& c, AggregateChannelSamplingEnum sampling, ColorSpaceEnum space,
+                                 ShapedEnum shaped = kUnshaped) {
+    const bool pairs = sampling != k4444;
+    const std::size_t width = pairs ? EvenWidth(c) : c.width;
+    std::vector<Plane*> planes = {&c.Add((pairs ? 2 : 4) * width, c.height, 4, 0, Plane::Kind::kImage)};
+    if (sampling == k4224)
+        planes.push_back(&c.Add(width, c.height, 1, 0, Plane::Kind::kImage));
+    auto image = ImageOn(planes, space, sampling, width, c.height);
+    image->SetPixelShaping(shaped);
+    return image;
+}
+
+/// The part of a picture that the case is about.
+ImageView ViewOf(const std::shared_ptr<Image>& image, const Case& c) {
+    return {image.get(), Rectangle(0, 0, static_cast<Long32>(c.width), static_cast<Long32>(c.height)),
+            kFrame};
+}
+
+/// Pictures A, B and the destination, which may be one of the others, and the views on them.
+struct ThreeViews {
+    std::shared_ptr<Image> images[3];
+    ImageView a, b, out;
+
+    ThreeViews(Case& c, AggregateChannelSamplingEnum sampling, ColorSpaceEnum space)
+        : images{PictureOf(c, sampling, space), PictureOf(c, sampling, space), nullptr} {
+        const std::size_t place = Pick(c.random, 0, 7);
+        images[2] = place < 2 ? images[place] : PictureOf(c, sampling, space);
+        a = ViewOf(images[0], c);
+        b = ViewOf(images[1], c);
+        out = ViewOf(images[2], c);
+    }
+    ThreeViews(std::shared_ptr<Image> first, std::shared_ptr<Image> second, std::shared_ptr<Image> third,
+               const Case& c)
+        : images{std::move(first), std::move(second), std::move(third)},
+          a(ViewOf(images[0], c)),
+          b(ViewOf(images[1], c)),
+          out(ViewOf(images[2], c)) {}
+};
+
+const char* NameOf(AggregateChannelSamplingEnum sampling) {
+    static constexpr const char* kNames[] = {"k4444", "k444", "k422", "k4224"};
+    return kNames[sampling];
+}
+
+Operation DissolveViews(CPUinstructionSetEnum set, AggregateChannelSamplingEnum sampling,
+                        ProcessingStyleEnum style) {
+    return {std::string("CrossDissolve of views, ") + NameOf(sampling) + ", style " + std::to_string(style),
+            [=](Case& c) -> Operation::Run {
+                // Sources of 4:2:2 with alpha may have none.
+                const auto source = [&] {
+                    return sampling == k4224 && Pick(c.random, 0, 2) == 0 ? k422 : sampling;
+                };
+                const ColorSpaceEnum space = sampling == k4444 ? kRGB : kYCrCb;
+                auto first = PictureOf(c, source(), space), second = PictureOf(c, source(), space);
+                const ThreeViews views(first, second, PictureOf(c, sampling, space), c);
+                const double fade = Fraction(c.random);
+                return [=] {
+                    ThreeViews v = views;
+                    ZanCompositor compositor;
+                    return compositor.CrossDissolve(v.a, v.b, v.out, fade, style);
+                };
+            },
+            set};
+}
+
+Operation TwoSourcesOfViews(ProcessingStyleEnum style) {
+    return {"CompositeTwoSources of views, style " + std::to_string(style), [=](Case& c) -> Operation::Run {
+                const ThreeViews views(c, k4444, kRGB);
+                return [=] {
+                    ThreeViews v = views;
+                    ZanCompositor compositor;
+                    return compositor.CompositeTwoSources(v.a, v.b, v.out, style);
+                };
+            }};
+}
+
+Operation AlphaOfViews(ProcessingStyleEnum style) {
+    return {"CompositeTwoSrcAndAlpha of views, style " + std::to_string(style),
+            [=](Case& c) -> Operation::Run {
+                const ThreeViews views(c, k4444, kRGB);
+                auto key = ImageOn({&c.Add(c.width, c.height, 1, 0, Plane::Kind::kImage)}, kAlphaOnly, k4444,
+                                   c.width, c.height);
+                return [=, region = views.a.GetRegionOfInterest()] {
+                    ImageView keys(key.get(), region, kFrame);
+                    ThreeViews v = views;
+                    ZanCompositor compositor;
+                    return compositor.CompositeTwoSrcAndAlpha(v.a, v.b, keys, v.out, style);
+                };
+            }};
+}
+
+Operation Over() {
+    return {"AoverB", [](Case& c) -> Operation::Run {
+                auto a = PictureOf(c, k4224, kYCrCb), b = PictureOf(c, k4224, kYCrCb, kShaped2);
+                const ThreeViews views(
+                    a, b, Pick(c.random, 0, 3) == 0 ? b : PictureOf(c, k4224, kYCrCb, kShaped2), c);
+                return [=] {
+                    ThreeViews v = views;
+                    ZanCompositor compositor;
+                    return compositor.AoverB(v.a, v.b, v.out, kBestAvailable);
+                };
+            }};
+}
+
+Operation OverFaded(bool opaqueB, ProcessingStyleEnum style) {
+    return {std::string("CompositeUnshapedAoverBwithFadeOfA, ") + (opaqueB ? "straight" : "premultiplying") +
+                ", style " + std::to_string(style),
+            [=](Case& c) -> Operation::Run {
+                auto a = PictureOf(c, k4444, kRGB), b = PictureOf(c, k4444, kRGB);
+                b->SetAlphaChannelDescription(opaqueB ? kAlphaOpaque : kAlphaVarying);
+                const ThreeViews views(a, b, PictureOf(c, k4444, kRGB, kShaped), c);
+                const double fade = Fraction(c.random);
+                return [=] {
+                    ThreeViews v = views;
+                    ZanCompositor compositor;
+                    return compositor.CompositeUnshapedAoverBwithFadeOfA(v.a, v.b, v.out, fade, style);
+                };
+            }};
+}
+
+Operation Border(AggregateChannelSamplingEnum sampling, std::size_t keyBytes) {
+    return {std::string("wipe with border, ") + NameOf(sampling) + ", key of " + std::to_string(keyBytes),
+            [=](Case& c) -> Operation::Run {
+                const ColorSpaceEnum space = sampling == k4444 ? kRGB : kYCrCb;
+                const auto source = [&] {
+                    return sampling == k4224 && Pick(c.random, 0, 2) == 0 ? k422 : sampling;
+                };
+                auto first = PictureOf(c, source(), space), second = PictureOf(c, source(), space);
+                const ThreeViews views(first, second,
+                                       Pick(c.random, 0, 3) == 0 ? first : PictureOf(c, sampling, space), c);
+                // Keys of two bytes are read from every second row.
+                const std::size_t rows = c.height * keyBytes;
+                const ImageDescriptor format(Size(EvenWidth(c)), Size(rows), kAlphaOnly, k4444, kBGRA,
+                                             kPacked, kProgressive, kNoFields, kTopLeft,
+                                             keyBytes == 2 ? k16Bits : k8Bits, 1.0F, kUnshaped);
+                const Plane& plane = c.Add(keyBytes * EvenWidth(c), rows, 1, 0, Plane::Kind::kImage);
+                auto key =
+                    std::make_shared<Image>(plane.row(), static_cast<ULong32>(plane.pitch()), format, 1U, 1U);
+                const double position = Fraction(c.random);
+                const double widths[3] = {Fraction(c.random) * 100, Fraction(c.random) * 100,
+                                          Fraction(c.random) * 100};
+                const auto colour = static_cast<ULong32>(c.random());
+                return [=, region = views.a.GetRegionOfInterest()] {
+                    ImageView keys(key.get(), region, kFrame);
+                    ThreeViews v = views;
+                    ZanCompositor compositor;
+                    return compositor.CompositeTwoSrcAndAlphaGradientWithBorder(
+                        v.a, v.b, keys, v.out, position, widths[0], widths[1], widths[2], colour,
+                        kBestAvailable);
+                };
+            }};
+}
+
+Operation Converting() {
+    return {"CompositeTwoSrcCSCAndAlphaGradient", [](Case& c) -> Operation::Run {
+                const std::size_t even = EvenWidth(c);
+                Plane &a = c.Add(2 * even, c.height, 4), &b = c.Add(2 * even, c.height, 4);
+                Plane &key = c.Add(c.width, c.height), &out = c.Add(4 * c.width, c.height, 4);
+                const double threshold = Fraction(c.random) * (Pick(c.random, 0, 4) == 0 ? -300 : 1);
+                const double gain = Fraction(c.random) * (Pick(c.random, 0, 4) == 0 ? 20 : 1);
+                return [=, &a, &b, &key, &out, w = Size(c.width), h = Size(c.height)] {
+                    ZanCompositor compositor;
+                    return compositor.CompositeTwoSrcCSCAndAlphaGradient(
+                        Words(a.row()), Words(b.row()), Words(key.row()), Words(out.row()), w, h, Pitch(a),
+                        Pitch(b), Pitch(key), Pitch(out), threshold, gain, 2);
+                };
+            }};
+}
+
 Operation WordFill(CPUinstructionSetEnum set) {
     return {"Fill of words",
             [](Case& c) -> Operation::Run {
@@ -298,6 +473,22 @@ std::vector<Operation> CompositeOperations() {
     for (const AggregateChannelSamplingEnum sampling : {k4444, k422, k4224})
         for (const ProcessingStyleEnum style : {kFlp, kBestAvailable})
             all.push_back(Wipe(style, sampling));
+    for (const AggregateChannelSamplingEnum sampling : {k4444, k422, k4224}) {
+        for (const ProcessingStyleEnum style : {kFlp, kFP, kBestAvailable})
+            all.push_back(DissolveViews(kSSE2, sampling, style));
+        for (const CPUinstructionSetEnum set : {kMMX, kSSE_MMX})
+            all.push_back(DissolveViews(set, sampling, kBestAvailable));
+        all.push_back(Border(sampling, 1));
+        all.push_back(Border(sampling, 2));
+    }
+    for (const ProcessingStyleEnum style : {kFP, kBestAvailable}) {
+        all.push_back(TwoSourcesOfViews(style));
+        all.push_back(AlphaOfViews(style));
+        all.push_back(OverFaded(false, style));
+        all.push_back(OverFaded(true, style));
+    }
+    all.push_back(Over());
+    all.push_back(Converting());
     return all;
 }
 

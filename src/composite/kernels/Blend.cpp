@@ -6,7 +6,7 @@
 #define HWY_TARGET_INCLUDE "composite/kernels/Blend.cpp"
 #include "simd/Foreach.h"
 // After it: these are compiled once per target.
-#include "simd/Extra-inl.h"
+#include "composite/kernels/Blend-inl.h"
 #include "simd/Walk-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -18,40 +18,6 @@ using namespace simd::HWY_NAMESPACE;
 using simd::PlaneUse;
 
 #if HWY_TARGET != HWY_SCALAR
-
-/// x ^ 0x80: a byte as a signed number around 128, which the signed operand of a multiply-add can hold.
-HWY_INLINE HWY_ATTR VI8 Centred(VU8 v) {
-    return hn::BitCast(DI8(), hn::Xor(v, hn::Set(DU8(), 0x80)));
-}
-
-/// Div255Round for t - 32640, t being (255 - alpha) * a + alpha * b. With u = t + 128,
-/// (u + (u >> 8)) >> 8 is (u * 257) >> 16.
-HWY_INLINE HWY_ATTR VI16 Div255RoundCentred(VI16 v) {
-    const DU16 d;
-    const VU16 u = hn::Xor(hn::BitCast(d, v), hn::Set(d, 0x8000));
-    return hn::BitCast(DI16(), hn::MulHigh(u, hn::Set(d, 257)));
-}
-
-/// The weights of the two sources for bytes that InterleaveLower and InterleaveUpper bring together: 255 less
-/// alpha, alpha, and so on.
-struct Weights {
-    VU8 lower, upper;
-};
-
-HWY_INLINE HWY_ATTR Weights WeightsOf(VU8 alpha) {
-    const DU8 d;
-    const VU8 rest = hn::Not(alpha);
-    return {hn::InterleaveLower(d, rest, alpha), hn::InterleaveUpper(d, rest, alpha)};
-}
-
-/// BlendByAlpha on every byte.
-HWY_INLINE HWY_ATTR VU8 BlendBytes(VU8 a, VU8 b, const Weights& weights) {
-    const DI8 di;
-    const VI8 ca = Centred(a), cb = Centred(b);
-    const VI16 low = MulAddPairs(weights.lower, hn::InterleaveLower(di, ca, cb));
-    const VI16 high = MulAddPairs(weights.upper, hn::InterleaveUpper(di, ca, cb));
-    return PackToBytes(Div255RoundCentred(low), Div255RoundCentred(high));
-}
 
 /// KeyMap16 on every byte, in lanes that hold twice its numbers without a sign: the difference is one
 /// saturated addition and one saturated subtraction, of which either is by nothing.
@@ -97,32 +63,6 @@ HWY_INLINE HWY_ATTR VU8 MapKeys(const KeyMap32& map, VU8 keys) {
                      alpha(hn::InterleaveUpper(d16, high, zero))));
 }
 
-/// Weights of a vector of words out of keys: `words` holds 255 less alpha and alpha of each key as one 16-bit
-/// lane, `first` is the lane of the vector's first key in every block.
-template <std::size_t first>
-HWY_INLINE HWY_ATTR Weights WeightsOfPixels(VU8 words) {
-    // Each lane for the four bytes of a pixel.
-    constexpr std::uint8_t f = 2 * first;
-    alignas(16) static constexpr std::uint8_t kLower[16] = {
-        f,     f + 1, f,     f + 1, f,     f + 1, f,     f + 1,  // pixel 0
-        f + 2, f + 3, f + 2, f + 3, f + 2, f + 3, f + 2, f + 3};
-    alignas(16) static constexpr std::uint8_t kUpper[16] = {
-        f + 4, f + 5, f + 4, f + 5, f + 4, f + 5, f + 4, f + 5,  // pixel 2
-        f + 6, f + 7, f + 6, f + 7, f + 6, f + 7, f + 6, f + 7};
-    return {hn::TableLookupBytes(words, InEveryBlock(kLower)),
-            hn::TableLookupBytes(words, InEveryBlock(kUpper))};
-}
-
-/// The same for pairs of 4:2:2 pixels, whose eight keys are all lanes of a block: the first key of a pair is
-/// for three bytes, the second for the last.
-HWY_INLINE HWY_ATTR Weights WeightsOfPairs(VU8 words) {
-    alignas(16) static constexpr std::uint8_t kLower[16] = {0, 1, 0, 1, 0, 1, 2, 3, 4, 5, 4, 5, 4, 5, 6, 7};
-    alignas(16) static constexpr std::uint8_t kUpper[16] = {8,  9,  8,  9,  8,  9,  10, 11,
-                                                            12, 13, 12, 13, 12, 13, 14, 15};
-    return {hn::TableLookupBytes(words, InEveryBlock(kLower)),
-            hn::TableLookupBytes(words, InEveryBlock(kUpper))};
-}
-
 #endif  // HWY_TARGET
 
 // ---- How a key byte becomes alpha
@@ -166,10 +106,6 @@ struct TableKey {
 
 // ---- Pixels
 // ------------------------------------------------------------------------------------------------
-
-constexpr PlaneUse PixelPlane(std::size_t index) {
-    return {.index = index, .bytesPer16 = 64};
-}
 
 void BlendPixel(const std::uint8_t* a, const std::uint8_t* b, std::uint8_t alpha, std::uint8_t* out) {
     for (std::size_t i = 0; i < 4; ++i) {
@@ -240,10 +176,6 @@ struct ByKeyOfPixel {
 
 // ---- Pairs of 4:2:2 pixels
 // ---------------------------------------------------------------------------------
-
-constexpr PlaneUse PairPlane(std::size_t index) {
-    return {.index = index, .bytesPer16 = 32, .columns = 2};
-}
 
 /// The first key of a pair is for Cb, Y0 and Cr, the second for Y1.
 template <class Key>

@@ -134,6 +134,121 @@ struct KeyMap32 {
     }
 };
 
+/// The converting wipe's mapping, of which all but whole code values is dropped: a gain of 1 is 127.
+struct KeyMap8 {
+    std::uint16_t threshold;  ///< in 256ths of a code value
+    std::uint16_t gain;
+
+    static constexpr KeyMap8 From(double threshold, double gain) noexcept {
+        return {static_cast<std::uint16_t>(TruncateTo16(threshold * 65280)),
+                static_cast<std::uint16_t>(static_cast<std::uint16_t>(TruncateTo16(gain * 32767)) >> 8)};
+    }
+
+    constexpr std::uint8_t operator()(unsigned key) const noexcept {
+        const unsigned above = key << 8;
+        const unsigned x = above > threshold ? (above - threshold) >> 8 : 0;
+        return static_cast<std::uint8_t>(std::min(x * gain, 255U));
+    }
+};
+
+/// `a` over `b` by `alpha` of 255 with `zero` taken off both, as the low byte of a signed number. Halves of
+/// what is positive go up; what is negative is truncated.
+constexpr std::uint8_t OverWithoutOffset(unsigned a, unsigned b, unsigned alpha, int zero) noexcept {
+    const int weight = static_cast<int>(alpha);
+    const int x = (255 - weight) * (static_cast<int>(b) - zero) + weight * (static_cast<int>(a) - zero);
+    return static_cast<std::uint8_t>((2 * x / 255 + 1) >> 1);
+}
+
+/// What `OverWithoutOffset` takes off luma and chroma.
+inline constexpr int kLumaZero = 16, kChromaZero = 128;
+
+/// Alpha times `weight` out of 256.
+constexpr std::uint8_t FadedAlpha(unsigned alpha, unsigned weight) noexcept {
+    return static_cast<std::uint8_t>((alpha * weight + 128) >> 8);
+}
+
+// ---- The border of a wipe
+// ----------------------------------------------------------------------------------
+
+/// The border's bytes in the order of a word.
+struct BorderColour {
+    std::uint8_t byte[4];
+};
+
+/// Where a key value lies across the edge, from source A over the border to source B, and the share of the
+/// border, out of 256.
+struct BorderShare {
+    bool isB;
+    unsigned weight;
+};
+
+/// `source` under a share of the border.
+constexpr std::uint8_t UnderBorder(unsigned source, unsigned border, unsigned weight) noexcept {
+    return DissolveOf256(border, source, weight);
+}
+
+/// The zones along the key, in double precision.
+struct BorderRamp {
+    double threshold;  ///< in units of the key
+    double factor;     ///< of the key's units, to those of one byte
+    double total;      ///< of all widths
+    double end1;       ///< of the edge on A's side, with `total` scaled to 255
+    double end2;       ///< of the border
+
+    /// Widths are in code values of a key of one byte; `threshold` is a fraction of the key's range `top`.
+    static constexpr BorderRamp From(double threshold, double softnessA, double width, double softnessB,
+                                     double top, double factor) noexcept {
+        const double s1 = softnessA > 0 ? softnessA : 1.0 / 255;
+        const double s2 = softnessB > 0 ? softnessB : 1.0 / 255;
+        const double total = s1 + width + s2;
+        // Without any width the ramp is so steep that all keys lie before it.
+        return total > 0
+                   ? BorderRamp{top * threshold, factor, total, 255 * s1 / total, 255 * (s1 + width) / total}
+                   : BorderRamp{0, 0, 1, 255, 255};
+    }
+
+    /// The share of the border `part` of the way through an edge of `whole`.
+    static constexpr unsigned Weight(double part, double whole) noexcept {
+        const double m = 255 * part / whole + 0.5;
+        return m > 0 ? (m < 255 ? static_cast<unsigned>(m) : 255U) : 0U;
+    }
+
+    constexpr BorderShare operator()(double key) const noexcept {
+        double d = (key - threshold) * factor * 255 / total;
+        d = d > 0 ? (d < 255 ? d : 255) : 0;
+        if (d <= end1) {
+            return {false, Weight(d, end1)};
+        }
+        if (d < end2) {
+            return {false, 256};
+        }
+        return {true, Weight(255 - d, 255 - end2)};
+    }
+};
+
+/// The same for each key of one byte. Zones follow each other as the key rises.
+struct BorderMap {
+    std::array<std::uint8_t, 256> weight;  ///< of the border, outside of its own zone
+    unsigned border;                       ///< first key of the border
+    unsigned sourceB;                      ///< first key beyond it
+    BorderColour colour;
+
+    static constexpr BorderMap From(const BorderRamp& ramp, const BorderColour& colour) noexcept {
+        BorderMap map{{}, 0, 0, colour};
+        for (unsigned key = 0; key < 256; ++key) {
+            const BorderShare share = ramp(key);
+            map.weight[key] = static_cast<std::uint8_t>(share.weight);
+            map.border += !share.isB && share.weight < 256 ? 1 : 0;
+            map.sourceB += share.isB ? 0 : 1;
+        }
+        return map;
+    }
+
+    constexpr BorderShare operator()(unsigned key) const noexcept {
+        return {key >= sourceB, key >= border && key < sourceB ? 256U : weight[key]};
+    }
+};
+
 /// min(255, sum of the absolute differences of bytes 0, 1 and 2).
 constexpr std::uint8_t SumOfDifferences(const std::uint8_t* a, const std::uint8_t* b) noexcept {
     int sum = 0;

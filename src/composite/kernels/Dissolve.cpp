@@ -120,6 +120,40 @@ struct InDoubles : OfTwo {
     }
 };
 
+/// With a second source that is 255 everywhere.
+struct WithFull {
+    using Place = simd::Place<1, 1>;
+    static constexpr PlaneUse kSources[] = {{.index = 0}};
+    static constexpr PlaneUse kDestinations[] = {{.index = 0}};
+    unsigned weight;
+
+    void Unit(const Place& at, std::size_t x) const {
+        at.out[0][0][x] = DissolveOf256(at.in[0][0][x], 255, weight);
+    }
+
+#if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kStep = kLineVectors * kVectorBytes;
+
+    /// 255 less (weight * (255 - a) + 127) / 256.
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        const DU8 d;
+        const DU16 d16;
+        const VU8 none = hn::Zero(d);
+        const VU16 factor = hn::Set(d16, static_cast<std::uint16_t>(weight));
+        const auto taken = [&](VU8 rest) HWY_ATTR {
+            const VU16 t = hn::Add(hn::Mul(hn::BitCast(d16, rest), factor), hn::Set(d16, 127));
+            return hn::BitCast(DI16(), hn::ShiftRight<8>(t));
+        };
+        PutLine(at.out[0][0] + x, put, [&](std::size_t i) HWY_ATTR {
+            const VU8 rest = hn::Not(hn::LoadU(d, at.in[0][0] + x + i * kVectorBytes));
+            return hn::Not(PackToBytes(taken(hn::InterleaveLower(d, rest, none)),
+                                       taken(hn::InterleaveUpper(d, rest, none))));
+        });
+    }
+#endif
+};
+
 /// The formulas are the same with the sources exchanged, so that A has the smaller weight.
 template <class Formula>
 HWY_ATTR void RunDissolve(const TwoSourceJob& given, unsigned weight) {
@@ -147,6 +181,9 @@ void RunDissolveOf256(const TwoSourceJob& job, const BlendSettings& set) {
 void RunDissolveOf255(const TwoSourceJob& job, const BlendSettings& set) {
     RunDissolve<Of255>(job, set.weight);
 }
+void RunDissolveWithFull(const OneSourceJob& job, const BlendSettings& set) {
+    Walk(WithFull{set.weight}, job);
+}
 void RunDissolveInDoubles(const TwoSourceJob& job, const BlendSettings& set) {
     Walk(InDoubles{{}, set.parts}, job);
 }
@@ -162,6 +199,7 @@ namespace Zan {
 
 TESSELU_KERNEL(TwoSourceKernel, kDissolveOf256, RunDissolveOf256);
 TESSELU_KERNEL(TwoSourceKernel, kDissolveOf255, RunDissolveOf255);
+TESSELU_KERNEL(OneSourceKernel, kDissolveWithFull, RunDissolveWithFull);
 TESSELU_KERNEL(TwoSourceKernel, kDissolveInDoubles, RunDissolveInDoubles);
 
 }  // namespace Zan

@@ -194,7 +194,7 @@ namespace Zan {
 
 TESSELU_KERNEL(TwoSourceKernel, kSumOfDifferences, RunDifference);
 TESSELU_KERNEL(TwoSourceKernel, kOrBytes, RunOrOfTwo);
-TESSELU_KERNEL(SubPixelKernel, kShiftSubPixel, RunShiftSubPixel);
+TESSELU_KERNEL(OneSourceKernel, kShiftSubPixel, RunShiftSubPixel);
 TESSELU_KERNEL(OrKernel, kOrRows, RunOrRows);
 
 }  // namespace Zan

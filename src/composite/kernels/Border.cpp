@@ -1,0 +1,318 @@
+// The wipe with a border along its edge.
+
+#include "composite/kernels/Blend.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "composite/kernels/Border.cpp"
+#include "simd/Foreach.h"
+// After it: these are compiled once per target.
+#include "composite/kernels/Blend-inl.h"
+#include "simd/Walk-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace Zan {
+namespace HWY_NAMESPACE {
+namespace {
+
+#if HWY_TARGET != HWY_SCALAR
+
+/// What a vector of keys says: the border's share of 256 in two bytes, and 255 where source B counts.
+struct Shares {
+    VU8 low, high, isB;
+};
+
+/// UnderBorder on every byte: s + (share * (c - s) + 128) / 256 as a rounded product. `lower` and `upper` are
+/// -128 times the shares of the bytes that InterleaveLower and InterleaveUpper bring together.
+HWY_INLINE HWY_ATTR VU8 UnderBorder(VU8 source, VI16 colour, VI16 lower, VI16 upper) {
+    const DU8 d;
+    const DI16 di;
+    const VU8 none = hn::Zero(d);
+    const VI16 low = hn::BitCast(di, hn::InterleaveLower(d, source, none));
+    const VI16 high = hn::BitCast(di, hn::InterleaveUpper(d, source, none));
+    return PackToBytes(hn::Add(low, hn::MulFixedPoint15(hn::Sub(low, colour), lower)),
+                       hn::Add(high, hn::MulFixedPoint15(hn::Sub(high, colour), upper)));
+}
+
+/// The border's bytes for words that are interleaved with zeros.
+HWY_INLINE HWY_ATTR VI16 LanesOf(const BorderColour& colour) {
+    const auto lane = [&](unsigned i) { return std::uint64_t{colour.byte[i]} << (16 * i); };
+    return hn::BitCast(DI16(), hn::Set(DU64(), lane(0) | lane(1) | lane(2) | lane(3)));
+}
+
+/// -128 times the shares of keys, the lower and the upper halves of all blocks.
+struct ShareLanes {
+    VI16 lower, upper;
+
+    HWY_INLINE HWY_ATTR explicit ShareLanes(const Shares& shares) {
+        const DU8 d;
+        const auto scaled = [](VU8 share) HWY_ATTR {
+            const DI16 di;
+            return hn::Sub(hn::Zero(di), hn::ShiftLeft<7>(hn::BitCast(di, share)));
+        };
+        lower = scaled(hn::InterleaveLower(d, shares.low, shares.high));
+        upper = scaled(hn::InterleaveUpper(d, shares.low, shares.high));
+    }
+};
+
+/// Lanes by their places in every block.
+template <std::size_t... from>
+HWY_INLINE HWY_ATTR VI16 SpreadLanes(VI16 v) {
+    alignas(16) static constexpr std::uint8_t kFrom[16] = {from...};
+    return hn::BitCast(DI16(), hn::TableLookupBytes(hn::BitCast(DU8(), v), InEveryBlock(kFrom)));
+}
+
+/// Lanes `first` and the one after it, each four times over.
+template <std::size_t first>
+HWY_INLINE HWY_ATTR VI16 LanesOfPixels(VI16 v) {
+    constexpr std::size_t f = 2 * first;
+    return SpreadLanes<f, f + 1, f, f + 1, f, f + 1, f, f + 1, f + 2, f + 3, f + 2, f + 3, f + 2, f + 3,
+                       f + 2, f + 3>(v);
+}
+
+/// Lanes `first` to `first` + 3: of each two the first three times over, the second once.
+template <std::size_t first>
+HWY_INLINE HWY_ATTR VI16 LanesOfPairs(VI16 v) {
+    constexpr std::size_t f = 2 * first;
+    return SpreadLanes<f, f + 1, f, f + 1, f, f + 1, f + 2, f + 3, f + 4, f + 5, f + 4, f + 5, f + 4, f + 5,
+                       f + 6, f + 7>(v);
+}
+
+template <std::size_t... from>
+HWY_INLINE HWY_ATTR VU8 SpreadBytes(VU8 v) {
+    alignas(16) static constexpr std::uint8_t kFrom[16] = {from...};
+    return hn::TableLookupBytes(v, InEveryBlock(kFrom));
+}
+
+/// Bytes `f` to `f` + 3, each four times over.
+template <std::size_t f>
+HWY_INLINE HWY_ATTR VU8 BytesOfPixels(VU8 v) {
+    return SpreadBytes<f, f, f, f, f + 1, f + 1, f + 1, f + 1, f + 2, f + 2, f + 2, f + 2, f + 3, f + 3,
+                       f + 3, f + 3>(v);
+}
+
+/// Bytes `f` to `f` + 7: of each two the first three times over, the second once.
+template <std::size_t f>
+HWY_INLINE HWY_ATTR VU8 BytesOfPairs(VU8 v) {
+    return SpreadBytes<f, f, f, f + 1, f + 2, f + 2, f + 2, f + 3, f + 4, f + 4, f + 4, f + 5, f + 6, f + 6,
+                       f + 6, f + 7>(v);
+}
+
+/// Source B where the mask says so, else source A.
+HWY_INLINE HWY_ATTR VU8 Choose(VU8 isB, VU8 a, VU8 b) {
+    return hn::IfVecThenElse(isB, b, a);
+}
+
+#endif  // HWY_TARGET
+
+// ---- How keys become shares
+// --------------------------------------------------------------------------------
+
+struct ByteKeys {
+    static constexpr PlaneUse kUse = {.index = 2};
+    const BorderMap& map;
+
+    BorderShare operator()(const std::uint8_t* keys, std::size_t i) const { return map(keys[i]); }
+
+#if HWY_TARGET != HWY_SCALAR
+    HWY_INLINE HWY_ATTR Shares Vector(const std::uint8_t* keys) const {
+        const DU8 d;
+        alignas(64) std::uint8_t low[kVectorBytes], high[kVectorBytes], isB[kVectorBytes];
+        for (std::size_t i = 0; i < kVectorBytes; ++i) {
+            const BorderShare share = map(keys[i]);
+            low[i] = static_cast<std::uint8_t>(share.weight & 255);
+            high[i] = static_cast<std::uint8_t>(share.weight >> 8);
+            isB[i] = share.isB ? 255 : 0;
+        }
+        return {hn::Load(d, low), hn::Load(d, high), hn::Load(d, isB)};
+    }
+#endif
+};
+
+struct WideKeys {
+    static constexpr PlaneUse kUse = {.index = 2, .bytesPer16 = 32, .columns = 2};
+    const BorderRamp& ramp;
+
+    static unsigned KeyAt(const std::uint8_t* keys, std::size_t i) {
+        return keys[2 * i] + 256U * keys[2 * i + 1];
+    }
+    BorderShare operator()(const std::uint8_t* keys, std::size_t i) const { return ramp(KeyAt(keys, i)); }
+
+#if HWY_TARGET != HWY_SCALAR
+    HWY_INLINE HWY_ATTR Shares Vector(const std::uint8_t* keys) const {
+        const DU8 d;
+        alignas(64) std::uint8_t low[kVectorBytes], high[kVectorBytes], isB[kVectorBytes];
+        for (std::size_t i = 0; i < kVectorBytes; ++i) {
+            const BorderShare share = (*this)(keys, i);
+            low[i] = static_cast<std::uint8_t>(share.weight & 255);
+            high[i] = static_cast<std::uint8_t>(share.weight >> 8);
+            isB[i] = share.isB ? 255 : 0;
+        }
+        return {hn::Load(d, low), hn::Load(d, high), hn::Load(d, isB)};
+    }
+#endif
+};
+
+// ---- Pixels
+// ------------------------------------------------------------------------------------------------
+
+struct BorderPixels {
+    using Place = simd::Place<3, 1>;
+    static constexpr PlaneUse kSources[] = {PixelPlane(0), PixelPlane(1), ByteKeys::kUse};
+    static constexpr PlaneUse kDestinations[] = {PixelPlane(0)};
+    ByteKeys keys;
+    BorderColour colour;
+
+    void Unit(const Place& at, std::size_t x) const {
+        const BorderShare share = keys(at.in[2][0], x);
+        const std::uint8_t* source = at.in[share.isB ? 1 : 0][0] + 4 * x;
+        std::uint8_t* out = at.out[0][0] + 4 * x;
+        for (std::size_t i = 0; i < 4; ++i) {
+            out[i] = Zan::UnderBorder(source[i], colour.byte[i], share.weight);
+        }
+    }
+
+#if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kStep = kVectorBytes;
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        const DU8 d;
+        const DU32 d32;
+        const auto deal = [&](VU8 v)
+                              HWY_ATTR { return hn::BitCast(d, DealToBlocks(d32, hn::BitCast(d32, v))); };
+        const Shares made = keys.Vector(at.in[2][0] + x);
+        const VU8 isB = deal(made.isB);
+        const ShareLanes lanes({deal(made.low), deal(made.high), isB});
+        const VI16 border = LanesOf(colour);
+        const auto blend = [&](std::size_t i, VU8 chooseB, VI16 lower, VI16 upper) HWY_ATTR {
+            const VU8 source = Choose(chooseB, hn::LoadU(d, at.in[0][0] + 4 * x + i * kVectorBytes),
+                                      hn::LoadU(d, at.in[1][0] + 4 * x + i * kVectorBytes));
+            return UnderBorder(source, border, lower, upper);
+        };
+        const VU8 pixels[4] = {
+            blend(0, BytesOfPixels<0>(isB), LanesOfPixels<0>(lanes.lower), LanesOfPixels<2>(lanes.lower)),
+            blend(1, BytesOfPixels<4>(isB), LanesOfPixels<4>(lanes.lower), LanesOfPixels<6>(lanes.lower)),
+            blend(2, BytesOfPixels<8>(isB), LanesOfPixels<0>(lanes.upper), LanesOfPixels<2>(lanes.upper)),
+            blend(3, BytesOfPixels<12>(isB), LanesOfPixels<4>(lanes.upper), LanesOfPixels<6>(lanes.upper))};
+        for (std::size_t i = 0; i < 4; ++i) {
+            put(d, pixels[i], at.out[0][0] + 4 * x + i * kVectorBytes);
+        }
+    }
+#endif
+};
+
+// ---- Pairs of 4:2:2 pixels
+// ---------------------------------------------------------------------------------
+
+/// The first key of a pair is for Cb, Y0 and Cr, the second for Y1.
+template <class Keys>
+struct BorderPairs {
+    using Place = simd::Place<3, 1>;
+    static constexpr PlaneUse kSources[] = {PairPlane(0), PairPlane(1), Keys::kUse};
+    static constexpr PlaneUse kDestinations[] = {PairPlane(0)};
+    static constexpr std::size_t kUnit = 2;
+    Keys keys;
+    BorderColour colour;
+
+    void Unit(const Place& at, std::size_t x) const {
+        const BorderShare shares[2] = {keys(at.in[2][0], x), keys(at.in[2][0], x + 1)};
+        std::uint8_t* out = at.out[0][0] + 2 * x;
+        for (std::size_t i = 0; i < 4; ++i) {
+            const BorderShare& share = shares[i / 3];
+            const std::uint8_t* source = at.in[share.isB ? 1 : 0][0] + 2 * x;
+            out[i] = Zan::UnderBorder(source[i], colour.byte[i], share.weight);
+        }
+    }
+
+#if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kStep = kVectorBytes;
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        const DU8 d;
+        const DU64 d64;
+        const auto deal = [&](VU8 v)
+                              HWY_ATTR { return hn::BitCast(d, DealToBlocks(d64, hn::BitCast(d64, v))); };
+        const Shares made = keys.Vector(at.in[2][0] + Keys::kUse.Bytes(x));
+        const VU8 isB = deal(made.isB);
+        const ShareLanes lanes({deal(made.low), deal(made.high), isB});
+        const VI16 border = LanesOf(colour);
+        const auto blend = [&](std::size_t i, VU8 chooseB, VI16 v) HWY_ATTR {
+            const VU8 source = Choose(chooseB, hn::LoadU(d, at.in[0][0] + 2 * x + i * kVectorBytes),
+                                      hn::LoadU(d, at.in[1][0] + 2 * x + i * kVectorBytes));
+            return UnderBorder(source, border, LanesOfPairs<0>(v), LanesOfPairs<4>(v));
+        };
+        const VU8 pairs[2] = {blend(0, BytesOfPairs<0>(isB), lanes.lower),
+                              blend(1, BytesOfPairs<8>(isB), lanes.upper)};
+        for (std::size_t i = 0; i < 2; ++i) {
+            put(d, pairs[i], at.out[0][0] + 2 * x + i * kVectorBytes);
+        }
+    }
+#endif
+};
+
+// ---- A plane of alpha
+// --------------------------------------------------------------------------------------
+
+struct BorderBytes {
+    using Place = simd::Place<3, 1>;
+    static constexpr PlaneUse kSources[] = {
+        {.index = 0, .mayBeMissing = true}, {.index = 1, .mayBeMissing = true}, ByteKeys::kUse};
+    static constexpr PlaneUse kDestinations[] = {{.index = 0}};
+    ByteKeys keys;
+    BorderColour colour;
+
+    void Unit(const Place& at, std::size_t x) const {
+        const BorderShare share = keys(at.in[2][0], x);
+        const std::uint8_t* source = at.in[share.isB ? 1 : 0][0];
+        at.out[0][0][x] =
+            Zan::UnderBorder(source != nullptr ? source[x] : 255U, colour.byte[0], share.weight);
+    }
+
+#if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kStep = kVectorBytes;
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        const DU8 d;
+        const VU8 full = hn::Set(d, 255);
+        const Shares made = keys.Vector(at.in[2][0] + x);
+        const ShareLanes lanes(made);
+        const VU8 a = at.in[0][0] != nullptr ? hn::LoadU(d, at.in[0][0] + x) : full;
+        const VU8 b = at.in[1][0] != nullptr ? hn::LoadU(d, at.in[1][0] + x) : full;
+        put(d, UnderBorder(Choose(made.isB, a, b), LanesOf(colour), lanes.lower, lanes.upper),
+            at.out[0][0] + x);
+    }
+#endif
+};
+
+void RunBorderPixels(const KeyedJob& job, const BorderMap& map) {
+    Walk(BorderPixels{{map}, map.colour}, job);
+}
+void RunBorderPairs(const KeyedJob& job, const BorderMap& map) {
+    Walk(BorderPairs<ByteKeys>{{map}, map.colour}, job);
+}
+void RunBorderBytes(const KeyedJob& job, const BorderMap& map) {
+    Walk(BorderBytes{{map}, map.colour}, job);
+}
+void RunBorderPairsOfWideKeys(const KeyedJob& job, const BorderRamp& ramp, const BorderColour& colour) {
+    Walk(BorderPairs<WideKeys>{{ramp}, colour}, job);
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace Zan
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace Zan {
+
+TESSELU_KERNEL(BorderKernel, kBorderPixels, RunBorderPixels);
+TESSELU_KERNEL(BorderKernel, kBorderPairs, RunBorderPairs);
+TESSELU_KERNEL(BorderKernel, kBorderBytes, RunBorderBytes);
+TESSELU_KERNEL(WideBorderKernel, kBorderPairsOfWideKeys, RunBorderPairsOfWideKeys);
+
+}  // namespace Zan
+
+#endif  // HWY_ONCE
