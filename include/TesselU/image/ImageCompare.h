@@ -67,6 +67,8 @@ public:
                           ULong32 formatSecond, std::vector<Miscompare>& report) noexcept;
 
 private:
+    friend class CompareSeam;
+
     unsigned int CountComponents(ULong32 first, ULong32 second) noexcept;
     template <class Word>
     Long32 Compare(const void* first, const void* second, std::size_t wordsPerRow, ULong32 height,
