@@ -1,0 +1,269 @@
+// The soft and the bordered wipe against their model: all paths and styles, all widths, views anywhere in
+// their pictures.
+
+#include "composite/ModelRuns.h"
+
+using namespace composite_test;
+
+namespace {
+
+Format Words() {
+    return OneIn(2) ? Format::Rgb(0, 0) : Format::YCrCb(0, 0, Zan::k4444);
+}
+Format Pairs() {
+    return Format::YCrCb(0, 0, AnyOf({Zan::k422, Zan::k4224, Zan::k4224}));
+}
+Format Key(Zan::AggregateBitsPerChannelEnum bits = Zan::k8Bits) {
+    return Format::Grey(0, 0).Bits(bits);
+}
+
+Layout AnyLayout(int width) {
+    Layout layout;
+    layout.width = width;
+    layout.height = RandomFrom<int>(1, 4);
+    layout.key = 2;
+    return layout;
+}
+
+// Some alpha planes go, some are called opaque.
+void VaryAlpha(Scene& scene) {
+    for (const std::size_t i : {0U, 1U, 3U}) {
+        Picture& picture = *scene.pictures[i];
+        if (picture->GetChannelSampling() != Zan::k4224) {
+            continue;
+        }
+        if (OneIn(5)) {
+            DropAlpha(picture);
+        }
+        picture->SetAlphaChannelDescription(
+            AnyOf({Zan::kAlphaOpaque, Zan::kAlphaVarying, Zan::kAlphaVarying}));
+    }
+}
+
+double AnyPosition() {
+    return OneIn(3) ? AnyOf({0.0, 1.0, 0.5, -0.5, 1.5, 1 / 255.0, 254 / 255.0})
+                    : RandomFrom<int>(0, 100000) / 100000.0;
+}
+
+// From hard to softer than the key is long.
+double AnySoftness() {
+    return OneIn(2) ? AnyOf({0.0, 1.0, 0.5, 254.0, 255.0, -5.0, 40000.0, 32768.0, 3.0})
+                    : RandomFrom<int>(0, 60000) / 100.0;
+}
+
+void ExpectSoftWipe(Zan::ZanCompositor& compositor, const Machine& machine, int style, Scene& scene,
+                    int inPlaceOver) {
+    const double position = AnyPosition(), softness = AnySoftness();
+    SCOPED_TRACE(::testing::Message() << "position " << position << ", softness " << softness);
+    ExpectAsModel(
+        compositor, scene,
+        [&](Zan::ZanCompositor& by, std::vector<Zan::ImageView>& v) {
+            return by.CompositeTwoSrcAndAlphaGradient(v[0], v[1], v[2], v[3], position, softness,
+                                                      Style(style));
+        },
+        [&](std::vector<Operand>& o) {
+            return composite_model::SoftWipe(o[0], o[1], o[2], o[3], position, softness, style,
+                                             ProcessorOf(machine));
+        },
+        inPlaceOver);
+}
+
+TEST(WipeModel, SoftOnWords) {
+    OnEveryPath([](Zan::ZanCompositor& compositor, const Machine& machine, int style) {
+        ForWidths([&](int width) {
+            Scene scene = MakeScene({Words(), Words(), Key(), Words()}, AnyLayout(width));
+            ExpectSoftWipe(compositor, machine, style, scene, OneIn(8) ? RandomFrom<int>(0, 1) : -1);
+        });
+    });
+}
+
+TEST(WipeModel, SoftOnPairs) {
+    OnEveryPath([](Zan::ZanCompositor& compositor, const Machine& machine, int style) {
+        ForWidths([&](int width) {
+            Scene scene = MakeScene({Pairs(), Pairs(), Key(), Pairs()}, AnyLayout(width));
+            VaryAlpha(scene);
+            Polarise(scene.pictures[2]->ColourMemory());
+            ExpectSoftWipe(compositor, machine, style, scene, OneIn(8) ? RandomFrom<int>(0, 1) : -1);
+        });
+    });
+}
+
+composite_model::Border AnyBorder() {
+    composite_model::Border border{};
+    border.position = AnyPosition();
+    border.softnessA = AnySoftness();
+    border.width = OneIn(2) ? AnyOf({0.0, 10.0, 255.0, 40000.0, 1e-3}) : RandomFrom<int>(0, 9000) / 100.0;
+    border.softnessB = AnySoftness();
+    border.colour = OneIn(4) ? AnyOf({0xFFFFFFFFU, 0U, 0xFF0000FFU, 0x80FF0000U, 0x0000FF00U})
+                             : static_cast<std::uint32_t>(Random()());
+    return border;
+}
+
+void ExpectBorderWipe(Zan::ZanCompositor& compositor, int style, Scene& scene,
+                      const composite_model::Border& border, int inPlaceOver = -1) {
+    SCOPED_TRACE(::testing::Message()
+                 << "position " << border.position << ", widths " << border.softnessA << ", " << border.width
+                 << ", " << border.softnessB << ", colour " << border.colour);
+    ExpectAsModel(
+        compositor, scene,
+        [&](Zan::ZanCompositor& by, std::vector<Zan::ImageView>& v) {
+            return by.CompositeTwoSrcAndAlphaGradientWithBorder(
+                v[0], v[1], v[2], v[3], border.position, border.softnessA, border.width, border.softnessB,
+                border.colour, Style(style));
+        },
+        [&](std::vector<Operand>& o) { return composite_model::BorderWipe(o[0], o[1], o[2], o[3], border); },
+        inPlaceOver);
+}
+
+TEST(WipeModel, BorderOnWords) {
+    OnEveryPath([](Zan::ZanCompositor& compositor, const Machine&, int style) {
+        ForWidths([&](int width) {
+            Scene scene = MakeScene({Words(), Words(), Key(), Words()}, AnyLayout(width));
+            ExpectBorderWipe(compositor, style, scene, AnyBorder(), OneIn(8) ? RandomFrom<int>(0, 1) : -1);
+        });
+    });
+}
+
+TEST(WipeModel, BorderOnPairs) {
+    OnEveryPath([](Zan::ZanCompositor& compositor, const Machine&, int style) {
+        ForWidths([&](int width) {
+            Scene scene = MakeScene({Pairs(), Pairs(), Key(), Pairs()}, AnyLayout(width));
+            VaryAlpha(scene);
+            ExpectBorderWipe(compositor, style, scene, AnyBorder(), OneIn(8) ? RandomFrom<int>(0, 1) : -1);
+        });
+    });
+}
+
+// Rows of the key are taken two at a time, and run out before those of the picture where it has no more.
+TEST(WipeModel, BorderOnPairsByWordsOfTheKey) {
+    OnEveryPath([](Zan::ZanCompositor& compositor, const Machine&, int style) {
+        ForWidths([&](int width) {
+            Scene scene = MakeScene({Pairs(), Pairs(), Key(Zan::k16Bits), Pairs()}, AnyLayout(width));
+            VaryAlpha(scene);
+            ExpectBorderWipe(compositor, style, scene, AnyBorder());
+        });
+    });
+}
+
+// A key of two bytes whose values lie close together, so that single steps of 65535 show.
+TEST(WipeModel, BorderOnPairsBySingleStepsOfWords) {
+    OnEveryPath([](Zan::ZanCompositor& compositor, const Machine&, int style) {
+        for (int round = 0; round < (kSanitized ? 1 : 10); ++round) {
+            Scene scene = MakeScene({Pairs(), Pairs(), Key(Zan::k16Bits), Pairs()}, AnyLayout(66));
+            FencedMemory& key = scene.pictures[2]->ColourMemory();
+            const std::uint8_t high = RandomByte();
+            for (std::size_t i = 1; i < key.Length(); i += 2) {
+                key.Data()[i] = high;
+            }
+            composite_model::Border border = AnyBorder();
+            border.softnessA = RandomFrom<int>(0, 100) / 100.0;
+            border.width = RandomFrom<int>(0, 100) / 100.0;
+            border.softnessB = RandomFrom<int>(0, 100) / 100.0;
+            border.position = (high + 0.5) / 255;
+            ExpectBorderWipe(compositor, style, scene, border);
+            if (::testing::Test::HasFatalFailure()) {
+                return;
+            }
+        }
+    });
+}
+
+// Other keys pass unasked: pictures, and alpha of four bytes. On words they are read a byte a pixel, on pairs
+// as words of two bytes.
+TEST(WipeModel, BorderWithAnyKey) {
+    Format threeBytes = Format::Rgb(0, 0);
+    threeBytes.sampling = Zan::k444;
+    const Format keys[] = {Format::Rgb(0, 0), Format::YCrCb(0, 0, Zan::k4224), Key(Zan::k32Bits), threeBytes,
+                           Format::YCrCb(0, 0, Zan::k4444)};
+    OnEveryPath([&](Zan::ZanCompositor& compositor, const Machine&, int style) {
+        for (const Format& key : keys) {
+            for (const int width : {1, 2, 7, 34}) {
+                Layout layout = AnyLayout(width);
+                Scene onPairs = MakeScene({Pairs(), Pairs(), key, Pairs()}, layout);
+                VaryAlpha(onPairs);
+                ExpectBorderWipe(compositor, style, onPairs, AnyBorder());
+                Scene onWords = MakeScene({Words(), Words(), key, Words()}, layout);
+                ExpectBorderWipe(compositor, style, onWords, AnyBorder());
+                if (::testing::Test::HasFatalFailure()) {
+                    return;
+                }
+            }
+        }
+        // A key of two bytes on words.
+        Scene scene = MakeScene({Words(), Words(), Key(Zan::k16Bits), Words()}, AnyLayout(23));
+        ExpectBorderWipe(compositor, style, scene, AnyBorder());
+    });
+}
+
+// A width below 0 lets the zones overlap; the first one wins.
+TEST(WipeModel, BorderOfNegativeWidth) {
+    OnEveryPath([](Zan::ZanCompositor& compositor, const Machine&, int style) {
+        for (int round = 0; round < (kSanitized ? 2 : 20); ++round) {
+            composite_model::Border border = AnyBorder();
+            border.softnessA = RandomFrom<int>(10, 1000) / 10.0;
+            border.softnessB = RandomFrom<int>(10, 1000) / 10.0;
+            // Neither softness is used up, so that both ends are those of their sources.
+            border.width = -RandomFrom<int>(1, 99) / 100.0 * std::min(border.softnessA, border.softnessB);
+            const bool pairs = OneIn(2);
+            Scene scene =
+                pairs ? MakeScene({Pairs(), Pairs(), Key(AnyOf({Zan::k8Bits, Zan::k16Bits})), Pairs()},
+                                  AnyLayout(30))
+                      : MakeScene({Words(), Words(), Key(), Words()}, AnyLayout(30));
+            ExpectBorderWipe(compositor, style, scene, border);
+            if (::testing::Test::HasFatalFailure()) {
+                return;
+            }
+        }
+    });
+}
+
+// Widths that come to nothing or less count as 0: d is at one of its ends, e1 is beyond it, and all is srcA.
+TEST(WipeModel, BorderOfNoTotal) {
+    OnEveryPath([](Zan::ZanCompositor& compositor, const Machine&, int style) {
+        for (const double width : {-20.0, -50.0, -1e6}) {
+            composite_model::Border border = AnyBorder();
+            border.softnessA = border.softnessB = 10;
+            border.width = width;
+            border.position = 100.5 / 255;  // lies between two keys
+            Scene onWords = MakeScene({Words(), Words(), Key(), Words()}, AnyLayout(30));
+            ExpectBorderWipe(compositor, style, onWords, border);
+            Scene onPairs = MakeScene({Pairs(), Pairs(), Key(), Pairs()}, AnyLayout(30));
+            ExpectBorderWipe(compositor, style, onPairs, border);
+            if (::testing::Test::HasFatalFailure()) {
+                return;
+            }
+        }
+    });
+}
+
+// Every combination of planes that are there and are not, without memory or without a channel.
+TEST(WipeModel, EveryCombinationOfAlphaPlanes) {
+    OnEveryPath([](Zan::ZanCompositor& compositor, const Machine& machine, int style) {
+        for (int combination = 0; combination < 27; ++combination) {
+            const int state[] = {combination % 3, combination / 3 % 3, combination / 9};
+            const auto format = [&](int i) {
+                return Format::YCrCb(0, 0, state[i] == 0 ? Zan::k422 : Zan::k4224);
+            };
+            for (const bool bordered : {false, true}) {
+                Scene scene = MakeScene({format(0), format(1), Key(), format(2)}, AnyLayout(21));
+                for (std::size_t i = 0; i < 3; ++i) {
+                    if (state[i] == 1) {
+                        DropAlpha(*scene.pictures[i == 2 ? 3 : i]);
+                    }
+                }
+                (*scene.pictures[1])
+                    ->SetAlphaChannelDescription(AnyOf({Zan::kAlphaOpaque, Zan::kAlphaVarying}));
+                if (bordered) {
+                    ExpectBorderWipe(compositor, style, scene, AnyBorder());
+                } else {
+                    ExpectSoftWipe(compositor, machine, style, scene, -1);
+                }
+                if (::testing::Test::HasFatalFailure()) {
+                    return;
+                }
+            }
+        }
+    });
+}
+
+}  // namespace
