@@ -167,6 +167,41 @@ inline ViewOperation Wiping(Zan::AggregateChannelSamplingEnum sampling) {
             }};
 }
 
+/// A colour format of the samplings that dissolves and wipes take.
+inline Format ColourOf(Zan::AggregateChannelSamplingEnum sampling, Zan::ULong32 width, Zan::ULong32 height) {
+    return sampling == Zan::k4444 ? Format::Rgb(width, height) : Format::YCrCb(width, height, sampling);
+}
+
+inline ViewOperation Dissolving(Zan::AggregateChannelSamplingEnum sampling) {
+    std::vector<ViewOperation::Plane> planes = {{0, 0}, {1, 0}, {2, 0}};
+    if (sampling == Zan::k4224) {
+        planes.insert(planes.end(), {{0, 3}, {1, 3}, {2, 3}});
+    }
+    return {"dissolve of sampling " + std::to_string(sampling),
+            [sampling](Zan::ULong32 width, Zan::ULong32 height) {
+                return std::vector<Format>(3, ColourOf(sampling, width, height));
+            },
+            planes,
+            4,
+            true,
+            false,
+            [](Zan::ZanCompositor& compositor, Views& views, Zan::ProcessingStyleEnum style, Zan::ULong32&) {
+                return compositor.CrossDissolve(views[0], views[1], views[2], 0.4, style);
+            }};
+}
+
+inline ViewOperation Bordering(Zan::AggregateChannelSamplingEnum sampling) {
+    ViewOperation operation = Wiping(sampling);
+    operation.name = "wipe with border of sampling " + std::to_string(sampling);
+    operation.blockBytes = 4;
+    operation.run = [](Zan::ZanCompositor& compositor, Views& views, Zan::ProcessingStyleEnum style,
+                       Zan::ULong32&) {
+        return compositor.CompositeTwoSrcAndAlphaGradientWithBorder(
+            views[0], views[1], views[2], views[3], 0.5, 40.0, 30.0, 60.0, 0xC0204080U, style);
+    };
+    return operation;
+}
+
 }  // namespace view_operations
 
 inline const std::vector<ViewOperation>& ViewOperations() {
@@ -207,6 +242,12 @@ inline const std::vector<ViewOperation>& ViewOperations() {
         Wiping(Zan::k4444),
         Wiping(Zan::k422),
         Wiping(Zan::k4224),
+        Dissolving(Zan::k4444),
+        Dissolving(Zan::k422),
+        Dissolving(Zan::k4224),
+        Bordering(Zan::k4444),
+        Bordering(Zan::k422),
+        Bordering(Zan::k4224),
     };
     return operations;
 }

@@ -25,9 +25,10 @@ Zan::Long32 FirstOf(unsigned faults) {
     return 0;
 }
 
-// A format that no operation with a format test takes in this place.
-Format Unsuited(const Format& format) {
-    Format other = Format::YCrCb(format.width, format.height, Zan::k444);
+// A format that no operation with a format test takes in this place: as a key one of two bytes a pixel that
+// is no alpha, as a picture three samples.
+Format Unsuited(const Format& format, bool isKey) {
+    Format other = Format::YCrCb(format.width, format.height, isKey ? Zan::k422 : Zan::k444);
     return other.Interlaced();
 }
 
@@ -39,7 +40,7 @@ void ExpectFirst(Zan::ZanCompositor& compositor, const ViewOperation& operation,
         format = format.Interlaced();
     }
     if ((faults & kFormat) != 0) {
-        formats[plane.operand] = Unsuited(formats[plane.operand]);
+        formats[plane.operand] = Unsuited(formats[plane.operand], formats.size() == 4 && plane.operand == 2);
     }
     if ((faults & kOutside) != 0) {
         formats[plane.operand] = formats[plane.operand].BottomLeft();
