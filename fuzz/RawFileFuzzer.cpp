@@ -22,15 +22,21 @@ using namespace Zan;
 
 constexpr std::uint8_t kUntouched = 0xA5;
 
+unsigned long long calls = 0;
+
 /// Beside memory where there is some: the files are small, and many.
 const std::string& Folder() {
-    static const std::string folder = [] {
+    // It outlives what is done at the end.
+    static const std::string& folder = *[] {
         const bool hasMemory = std::filesystem::is_directory("/dev/shm");
         const std::string place = hasMemory ? "/dev/shm" : std::filesystem::temp_directory_path().string();
         const std::string name = place + "/tesselu-fuzz-" + std::to_string(getpid());
         std::filesystem::create_directory(name);
-        std::atexit([] { std::filesystem::remove_all(Folder()); });
-        return name;
+        std::atexit([] {
+            std::filesystem::remove_all(Folder());
+            std::fprintf(stderr, "stat::number_of_calls: %llu\n", calls);
+        });
+        return new std::string(name);
     }();
     return folder;
 }
@@ -76,6 +82,7 @@ void OnPicture(fuzz::Input& input, const std::string& in, const std::string& out
     const std::uint64_t before = picture.Sum();
     const bool isMissing = input.Once(16);
     const std::string path = isMissing ? in + "/none" : in;
+    calls += 2;
     Require(FileIO::ReadRaw(path.c_str(), width, height, pixelSize, view) || picture.Sum() == before);
 
     const std::uint64_t kept = picture.Sum();
@@ -83,6 +90,7 @@ void OnPicture(fuzz::Input& input, const std::string& in, const std::string& out
     Require(picture.Sum() == kept && isWritten == std::filesystem::exists(out));
     if (isWritten && pixelSize == 4) {
         // What was written comes back, and out again.
+        ++calls;
         const std::vector<std::uint8_t> first = Read(out);
         Require(FileIO::ReadRaw(out.c_str(), width, height, pixelSize, view));
         if (first.size() < 1 << 16) {
@@ -101,6 +109,7 @@ void OnMemory(fuzz::Input& input, const std::string& in, const std::string& out)
     std::vector<ULong32> memory(std::max<std::size_t>(used, 1), kUntouched * 0x01010101U);
     const std::vector<ULong32> before = memory;
     const bool isTaken = pixelSize >= 1 && pixelSize <= 4;
+    calls += 2;
     Require(ImageImport::FileReadRaw(in.c_str(), width, height, pixelSize, memory.data(), columns, rows,
                                      pitch) == isTaken);
     for (std::size_t i = 0; i < used; ++i) {
