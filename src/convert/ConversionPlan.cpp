@@ -37,9 +37,15 @@ bool IsRead(const simd::PlaneUse& use, const PairRecord* pair) noexcept {
 }
 
 /// Tests the planes that the formats need, and takes pitches in the units of the formats; `words` is that of
-/// those which have words.
+/// those which have words. What the tests showed spares the walk its own.
 Long32 TakePlanes(const ConversionRequest& request, const PairRecord* pair, PitchUnit words,
                   ConversionJob& job) noexcept {
+    bool isInside = true;
+    const auto fits = [&](const simd::PlaneUse& use, const Plane& plane, Selection selection) {
+        const PlaneFit fit = FitOf(use, plane, job.planes.width, job.planes.height, selection);
+        isInside = isInside && fit == PlaneFit::kInside;
+        return fit != PlaneFit::kOutside;
+    };
     const auto take = [&](ConverterFormat code, std::array<Plane, 4>& planes, Selection selection,
                           bool isSource) -> Long32 {
         if (pair == nullptr && !HasGeneralForm(code)) {
@@ -53,7 +59,7 @@ Long32 TakePlanes(const ConversionRequest& request, const PairRecord* pair, Pitc
             if (plane.first == nullptr) {
                 return kStatusNullPointer;
             }
-            if (!PlaneHolds(use, plane, job.planes.width, job.planes.height, selection)) {
+            if (!fits(use, plane, selection)) {
                 return kStatusUnsupportedField;
             }
         }
@@ -62,17 +68,18 @@ Long32 TakePlanes(const ConversionRequest& request, const PairRecord* pair, Pitc
             const std::ptrdiff_t pitch = planes[0].pitch;
             planes[0] = planes[0].In(unit == PitchUnit::kWords ? words : unit);
             // Rounded down, a negative pitch reaches further.
-            if (planes[0].pitch < pitch && pitch < 0 &&
-                !PlaneHolds(PlanesOf(code)[0], planes[0], job.planes.width, job.planes.height, selection)) {
+            if (planes[0].pitch < pitch && pitch < 0 && !fits(PlanesOf(code)[0], planes[0], selection)) {
                 return kStatusUnsupportedField;
             }
         }
         return kStatusOk;
     };
-    const Long32 status = take(request.source, job.planes.source, request.sourceSelection, true);
-    return status != kStatusOk
-               ? status
-               : take(request.destination, job.planes.destination, request.destinationSelection, false);
+    Long32 status = take(request.source, job.planes.source, request.sourceSelection, true);
+    if (status == kStatusOk) {
+        status = take(request.destination, job.planes.destination, request.destinationSelection, false);
+    }
+    job.planes.isInside = isInside && status == kStatusOk;
+    return status;
 }
 
 void TakeCoefficients(const ConversionRequest& request, ConversionKind kind, const CoefficientForm& form,

@@ -198,18 +198,6 @@ constexpr Simplification kSimplifications[] = {
     {kAlphaTransparent, true, kFmtRGB32, kFmtRGB32Shaped, kFmtRGB32, kFmtRGB32},
 };
 
-// Bytes of a row; columns that belong together are powers of two. Without a division, which would take longer
-// than all the rest of a call.
-std::size_t RowBytes(const simd::PlaneUse& use, std::size_t width) noexcept {
-    if constexpr (sizeof(std::size_t) == 8) {
-        if (width >> 32 == 0) {
-            const std::size_t together = (width + use.columns - 1) & ~(use.columns - 1);
-            return together * use.bytesPer16 / 16;
-        }
-    }
-    return use.RowBytes(width);
-}
-
 }  // namespace
 
 std::span<const FormatRecord, kConverterFormats> Formats() noexcept {
@@ -260,25 +248,23 @@ FormatPair ClassifyPair(const Image& source, const Image& destination) noexcept 
     return SimplifyPair({ClassifyImage(source), ClassifyImage(destination)}, source);
 }
 
-bool PlaneHolds(const simd::PlaneUse& use, const Plane& plane, std::size_t width, std::size_t height,
-                Selection selection) noexcept {
-    if (width == 0 || height == 0) {
-        return true;
+PlaneFit FitOf(const simd::PlaneUse& use, const Plane& plane, std::size_t width, std::size_t height,
+               Selection selection) noexcept {
+    const std::size_t rows = use.halfHeight ? simd::LinePairs::Bands(height) : height;
+    const std::size_t rowBytes = use.RowBytes(width);
+    if (plane.Holds(rowBytes, rows)) {
+        return PlaneFit::kInside;
     }
-    if (use.isClamped && selection.hasLeftEdge && plane.Holds(1, 1)) {
-        return true;
-    }
-    std::size_t rows = use.halfHeight ? simd::LinePairs::Bands(height) : height;
-    if (use.halfHeight && selection.isField && rows > 1 && plane.Clip(1, rows - 1) == 0) {
-        --rows;
-    }
-    return plane.Holds(RowBytes(use, width), rows);
+    const bool lacksColumns = use.isClamped && selection.hasLeftEdge && plane.Holds(1, 1);
+    const bool lacksARow = use.halfHeight && selection.isField && rows > 1 && plane.Clip(1, rows - 1) == 0 &&
+                           plane.Holds(rowBytes, rows - 1);
+    return lacksColumns || lacksARow ? PlaneFit::kClamped : PlaneFit::kOutside;
 }
 
 bool PlanesHold(const FormatRecord& format, std::span<const Plane, 4> planes, std::size_t width,
                 std::size_t height, Selection selection) noexcept {
     return std::all_of(format.planes.begin(), format.planes.end(), [&](const simd::PlaneUse& use) {
-        return PlaneHolds(use, planes[use.index], width, height, selection);
+        return FitOf(use, planes[use.index], width, height, selection) != PlaneFit::kOutside;
     });
 }
 

@@ -93,12 +93,17 @@ struct Selection {
     bool isField = false;      ///< of an odd number of chroma lines, the lower field has one less
 };
 
-/// True when a plane holds what a picture of the size has there. A clamped plane may lack what a selection
-/// asks beyond it.
-bool PlaneHolds(const simd::PlaneUse& use, const Plane& plane, std::size_t width, std::size_t height,
-                Selection selection) noexcept;
+/// How what a picture has in a plane lies to the plane's memory.
+enum class PlaneFit {
+    kInside,
+    kClamped,  ///< the memory lacks what the selection asks beyond the plane; the last that there is serves
+    kOutside,
+};
 
-/// The same for all planes of a format, by channel.
+PlaneFit FitOf(const simd::PlaneUse& use, const Plane& plane, std::size_t width, std::size_t height,
+               Selection selection) noexcept;
+
+/// True when no plane of a format, by channel, is left.
 bool PlanesHold(const FormatRecord& format, std::span<const Plane, 4> planes, std::size_t width,
                 std::size_t height, Selection selection) noexcept;
 

@@ -10,6 +10,11 @@
 
 namespace Zan {
 
+/// The 8-bit levels of ITU-R BT.601, as fractions of full scale.
+inline constexpr float kVideoBlack = 16.0F / 255.0F;
+inline constexpr float kVideoLumaWhite = 235.0F / 255.0F;
+inline constexpr float kVideoChromaWhite = 240.0F / 255.0F;
+
 /// 128 times the bytes of one pixel over all channels.
 inline std::uint64_t PixelBytesTimes128(const ImageDescriptor& descriptor) noexcept {
     // By the values of the sampling's enumeration, in sixteenths; both kinds of quarters are a quarter.
@@ -67,8 +72,13 @@ inline bool HasVideoLevels(const ImageDescriptor& descriptor) noexcept {
         return false;
     }
     for (std::size_t channel = 0; channel < 3; ++channel) {
-        const double black = descriptor.channels[channel].blackLevel;
-        const double white = descriptor.channels[channel].whiteLevel;
+        const ChannelDescriptor& record = descriptor.channels[channel];
+        // As images describe themselves.
+        if (record.blackLevel == kVideoBlack &&
+            record.whiteLevel == (channel == luma ? kVideoLumaWhite : kVideoChromaWhite)) {
+            continue;
+        }
+        const double black = record.blackLevel, white = record.whiteLevel;
         const double code = channel == luma ? 235.0 : 240.0;
         if (!(black > 15.5 / 255.0 && black < 16.5 / 255.0 && white > (code - 0.5) / 255.0 &&
               white < (code + 0.5) / 255.0)) {

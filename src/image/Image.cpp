@@ -14,10 +14,6 @@
 namespace Zan {
 namespace {
 
-constexpr float kVideoBlack = 16.0F / 255.0F;
-constexpr float kVideoLumaWhite = 235.0F / 255.0F;
-constexpr float kVideoChromaWhite = 240.0F / 255.0F;
-
 using BufferPtr = Tuk::RCPtr<AlignedMemoryBuffer>;
 
 /// What an image points to: its descriptor, and how many images share it.

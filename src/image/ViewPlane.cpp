@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace Zan {
 namespace {
@@ -89,9 +90,19 @@ Plane PlaneOf(const ImageView& view, ULong32 channel) noexcept {
     if (base == nullptr) {
         return {};
     }
+    Plane plane;
+    plane.begin = base;
+    plane.end = base + record.memory->GetPixelBytes();
+    const ULong32 linePitch = record.memory->GetPitch();
     const Rectangle region = view.GetRegionOfInterest();
-    const std::int64_t downwards =
-        std::int64_t{record.memory->GetPitch()} * (view.GetFieldOfInterest() != kFrame ? 2 : 1);
+    // What most calls ask for needs no arithmetic.
+    if (region.getLeft() == 0 && region.getTop() == 0 && view.GetFieldOfInterest() == kFrame &&
+        format->origin != kBottomLeft && std::in_range<std::ptrdiff_t>(linePitch)) {
+        plane.first = base;
+        plane.pitch = static_cast<std::ptrdiff_t>(linePitch);
+        return plane;
+    }
+    const std::int64_t downwards = std::int64_t{linePitch} * (view.GetFieldOfInterest() != kFrame ? 2 : 1);
     const std::int64_t pitch = format->origin == kBottomLeft ? -downwards : downwards;
     const bool isHalved = record.sampling == kHalfBoth;
     const ULong32 frameHeight = isHalved ? format->height / 2 : format->height;
@@ -102,12 +113,9 @@ Plane PlaneOf(const ImageView& view, ULong32 channel) noexcept {
     }
     offset = SaturatedSum(offset, ColumnOffset(*image, channel, region.getLeft()));
 
-    Plane plane;
     plane.first = AddressAt(base, offset);
     plane.pitch = static_cast<std::ptrdiff_t>(std::clamp<std::int64_t>(
         pitch, std::numeric_limits<std::ptrdiff_t>::min(), std::numeric_limits<std::ptrdiff_t>::max()));
-    plane.begin = base;
-    plane.end = base + record.memory->GetPixelBytes();
     return plane;
 }
 

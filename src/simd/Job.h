@@ -13,9 +13,11 @@ namespace Zan::simd {
 struct PlaneUse {
     std::size_t index = 0;        ///< of the plane, in the job and in `Place`
     std::size_t bytesPer16 = 16;  ///< bytes that 16 columns take
-    std::size_t columns = 1;      ///< least number of columns that are whole bytes or belong together
-    bool halfHeight = false;      ///< one row serves all lines that a kernel takes together
-    bool mayBeMissing = false;    ///< a source without memory, which the kernel looks for
+    /// Least number of columns that are whole bytes or belong together, a power of two: who asks at run time
+    /// shall not divide.
+    std::size_t columns = 1;
+    bool halfHeight = false;    ///< one row serves all lines that a kernel takes together
+    bool mayBeMissing = false;  ///< a source without memory, which the kernel looks for
     /// What the memory lacks is not refused or left out: a source repeats its last sample, a destination is
     /// not written there.
     bool isClamped = false;
@@ -23,11 +25,11 @@ struct PlaneUse {
     std::size_t left = 0, right = 0, above = 0, below = 0;
 
     constexpr std::size_t Bytes(std::size_t count) const noexcept {
-        return bytesPer16 >= 16 ? count * (bytesPer16 / 16) : count / (16 / bytesPer16);
+        return bytesPer16 >= 16 ? count * (bytesPer16 / 16) : count * bytesPer16 / 16;
     }
     /// The same, with columns that belong together counted whole.
     constexpr std::size_t BytesUp(std::size_t count) const noexcept {
-        return (count / columns + (count % columns != 0 ? 1 : 0)) * (columns * bytesPer16 / 16);
+        return Bytes((count + columns - 1) & ~(columns - 1));
     }
     /// The same for a width that nobody has looked at: saturates at SIZE_MAX, which no plane holds.
     constexpr std::size_t RowBytes(std::size_t width) const noexcept {
@@ -59,6 +61,7 @@ struct Job {
     std::size_t width = 0;
     std::size_t height = 0;
     std::size_t whole = 0;
+    bool isInside = false;  ///< known: every row lies in its memory, so that the walk need not look
 };
 
 /// True when a call that moves `bytes` in all should write around the cache. Up to half of the last-level

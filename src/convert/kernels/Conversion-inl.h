@@ -78,13 +78,39 @@ struct DealtBytes {
     VU8 chroma;
 };
 
-/// What one step of a writer of luma and chroma takes: for each of `Steps` times `kVectorPixels` columns the
-/// luma of every line, chroma in (Cb, Cr) pairs, once for all lines, and alpha.
-template <std::size_t Lines, std::size_t Steps>
+/// Samples of twice `kVectorPixels` columns from lanes in quad order, limited to 0...255, to bytes in memory
+/// order; also pairs of chroma samples.
+HWY_INLINE HWY_ATTR VU8 BytesInOrder(VI16 first, VI16 second) {
+    return hn::BitCast(DU8(), GatherFromBlocks(DU32(), hn::BitCast(DU32(), PackToBytes(first, second))));
+}
+
+/// What one step of a writer of luma and chroma takes (its `Lanes`): for each of `Steps` times
+/// `kVectorPixels` columns the luma of a line, chroma in (Cb, Cr) pairs, and alpha.
+template <std::size_t Steps>
 struct LaneBlock {
-    VI16 luma[Lines][Steps];
+    VI16 luma[Steps];
     VI16 chroma[Steps];
     VI16 alpha[Steps];
+
+    HWY_INLINE HWY_ATTR void TakeLuma(std::size_t, const VI16 (&lanes)[Steps]) {
+        for (std::size_t i = 0; i < Steps; ++i) {
+            luma[i] = lanes[i];
+        }
+    }
+};
+
+/// The same for writers with a plane of luma: bytes in memory order, limited, line by line as they come,
+/// which takes half the registers. Chroma serves all lines.
+template <std::size_t Lines, std::size_t Steps>
+struct LumaBytesBlock {
+    VU8 luma[Lines][Steps / 2];
+    VI16 chroma[Steps];
+
+    HWY_INLINE HWY_ATTR void TakeLuma(std::size_t line, const VI16 (&lanes)[Steps]) {
+        for (std::size_t i = 0; i < Steps; i += 2) {
+            luma[line][i / 2] = BytesInOrder(lanes[i], lanes[i + 1]);
+        }
+    }
 };
 
 /// The even and the odd pixel of each pair, 32 bits each.
@@ -115,12 +141,6 @@ HWY_INLINE HWY_ATTR VU8 ToQuadOrder(VU8 v) {
 /// From quad order back to memory order, for a result of 8 bytes a quad.
 HWY_INLINE HWY_ATTR VU8 FromQuadOrder(VU8 v) {
     return hn::BitCast(DU8(), GatherFromBlocks(DU64(), hn::BitCast(DU64(), v)));
-}
-
-/// Samples of twice `kVectorPixels` columns from lanes in quad order, limited to 0...255, to bytes in memory
-/// order; also pairs of chroma samples.
-HWY_INLINE HWY_ATTR VU8 BytesInOrder(VI16 first, VI16 second) {
-    return hn::BitCast(DU8(), GatherFromBlocks(DU32(), hn::BitCast(DU32(), PackToBytes(first, second))));
 }
 
 /// The alpha of both pixels of each pair.

@@ -100,6 +100,15 @@ HWY_INLINE HWY_ATTR VI16 AddNeighbours(VI16 low, VI16 high) {
     return hn::Add(hn::BitCast(d, EvenLanes(a, b)), hn::BitCast(d, OddLanes(a, b)));
 }
 
+/// The same value, which the compiler makes here: in long steps GCC puts off what is used once, and then
+/// needs more registers than there are.
+HWY_INLINE HWY_ATTR VI16 MadeHere(VI16 v) {
+#if HWY_ARCH_X86
+    __asm__("" : "+v"(v.raw));
+#endif
+    return v;
+}
+
 /// A step of a vector form. `Form` makes luma of a pair's pixels, a sum for chroma of them, which can be
 /// added up, and chroma of the sum.
 template <Shaping Kind, class Form, class Reader, class Writer, class Store>
@@ -107,20 +116,26 @@ HWY_INLINE HWY_ATTR void StepLanes(const Form& form, const Reader& reader, const
                                    const Rows& at, std::size_t x, Store store) {
     constexpr std::size_t kSteps = Writer::kSteps, kLines = Writer::kLines;
     constexpr bool kInOrder = kSteps == 1 && kPairsInOrder;
-    LaneBlock<kLines, kSteps> lanes;
+    typename Writer::Lanes lanes;
     typename Form::Sum sums[kSteps];
     for (std::size_t line = 0; line < kLines; ++line) {
+        VI16 luma[kSteps];
         for (std::size_t i = 0; i < kSteps; ++i) {
             PixelPairs pairs = reader.template LoadPairs<kInOrder>(at, line, x + i * kVectorPixels);
             if constexpr (Kind == Shaping::kUnshapedFirst) {
                 pairs = {UnshapedPixels(pairs.even), UnshapedPixels(pairs.odd)};
             }
-            const auto sum = form.Take(pairs, lanes.luma[line][i]);
+            auto sum = form.Take(pairs, luma[i]);
+            if constexpr (kSteps > 1 && std::same_as<typename Form::Sum, VI16>) {
+                luma[i] = MadeHere(luma[i]);
+                sum = MadeHere(sum);
+            }
             sums[i] = line == 0 ? sum : Form::Added(sums[i], sum);
             if constexpr (Writer::kHasAlpha) {
                 lanes.alpha[i] = AlphaOfPairs(pairs);
             }
         }
+        lanes.TakeLuma(line, luma);
     }
     for (std::size_t i = 0; i < kSteps; ++i) {
         if constexpr (Writer::kColumns == 2) {
@@ -131,9 +146,9 @@ HWY_INLINE HWY_ATTR void StepLanes(const Form& form, const Reader& reader, const
     }
     if constexpr (Kind == Shaping::kShapedAfter) {
         for (std::size_t i = 0; i < kSteps; ++i) {
-            const PairLanes shaped = ShapedPairs({lanes.chroma[i], lanes.luma[0][i], lanes.alpha[i]});
+            const PairLanes shaped = ShapedPairs({lanes.chroma[i], lanes.luma[i], lanes.alpha[i]});
             lanes.chroma[i] = shaped.chroma;
-            lanes.luma[0][i] = shaped.luma;
+            lanes.luma[i] = shaped.luma;
         }
     }
     writer.template PutLanes<kInOrder>(at, x, lanes, store);

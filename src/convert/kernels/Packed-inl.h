@@ -73,11 +73,12 @@ struct Packed422Writer : Packed422<LumaFirst> {
 #if HWY_TARGET != HWY_SCALAR
     static constexpr std::size_t kSteps = 1;
 
+    using Lanes = LaneBlock<kSteps>;
+
     /// Limits the samples to 0...255. They are in quad order, or in memory order.
     template <bool InOrder, class Store>
-    HWY_INLINE HWY_ATTR void PutLanes(const Rows& at, std::size_t x, const LaneBlock<1, 1>& lanes,
-                                      Store store) const {
-        PutPairs<InOrder>(at.out[0][0] + 2 * x, lanes.luma[0][0], lanes.chroma[0], store);
+    HWY_INLINE HWY_ATTR void PutLanes(const Rows& at, std::size_t x, const Lanes& lanes, Store store) const {
+        PutPairs<InOrder>(at.out[0][0] + 2 * x, lanes.luma[0], lanes.chroma[0], store);
     }
 
     template <class Store>
@@ -147,12 +148,12 @@ struct CbYCrY4Writer : CbYCrYWriter {
 
 #if HWY_TARGET != HWY_SCALAR
     static constexpr std::size_t kSteps = 2;
+    using Lanes = LaneBlock<kSteps>;
 
     template <bool InOrder, class Store>
-    HWY_INLINE HWY_ATTR void PutLanes(const Rows& at, std::size_t x, const LaneBlock<1, 2>& lanes,
-                                      Store store) const {
-        for (std::size_t i = 0; i < 2; ++i) {
-            PutPairs<false>(at.out[0][0] + 2 * (x + i * kVectorPixels), lanes.luma[0][i], lanes.chroma[i],
+    HWY_INLINE HWY_ATTR void PutLanes(const Rows& at, std::size_t x, const Lanes& lanes, Store store) const {
+        for (std::size_t i = 0; i < kSteps; ++i) {
+            PutPairs<false>(at.out[0][0] + 2 * (x + i * kVectorPixels), lanes.luma[i], lanes.chroma[i],
                             store);
         }
         store(DU8(), BytesInOrder(lanes.alpha[0], lanes.alpha[1]), at.out[3][0] + x);
@@ -287,6 +288,7 @@ struct PixelsWriter : PackedPixels<Bytes, LumaFirst> {
 #if HWY_TARGET != HWY_SCALAR
     /// Components of so many times `kVectorPixels` columns are put together: whole vectors of bytes.
     static constexpr std::size_t kSteps = Bytes == 4 ? 1 : 2;
+    using Lanes = LaneBlock<kSteps>;
 
     /// Limits the components to 0...255.
     template <class Store>
@@ -308,17 +310,16 @@ struct PixelsWriter : PackedPixels<Bytes, LumaFirst> {
 
     /// Pairs with their chroma repeated. Limits the samples to 0...255.
     template <bool InOrder, class Store>
-    HWY_INLINE HWY_ATTR void PutLanes(const Rows& at, std::size_t x, const LaneBlock<1, kSteps>& lanes,
-                                      Store store) const {
+    HWY_INLINE HWY_ATTR void PutLanes(const Rows& at, std::size_t x, const Lanes& lanes, Store store) const {
         const DU32 d;
         Components components[kSteps];
         for (std::size_t i = 0; i < kSteps; ++i) {
             const VU32 chroma = hn::BitCast(d, lanes.chroma[i]);
             const VU32 cb = hn::And(chroma, hn::Set(d, 0xFFFF)), cr = hn::ShiftRight<16>(chroma);
             components[i].of[0] = hn::BitCast(DI16(), hn::Or(cb, hn::ShiftLeft<16>(cb)));
-            components[i].of[1] = lanes.luma[0][i];
+            components[i].of[1] = lanes.luma[i];
             components[i].of[2] = hn::BitCast(DI16(), hn::Or(cr, hn::ShiftLeft<16>(cr)));
-            components[i].of[3] = lanes.alpha[i];
+            components[i].of[3] = P::kHasAlpha ? lanes.alpha[i] : hn::Zero(DI16());
         }
         PutComponents(at, 0, x, components, store);
     }

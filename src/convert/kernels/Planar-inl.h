@@ -89,14 +89,14 @@ struct PlanarWriter : Planar<Across, Down> {
 #if HWY_TARGET != HWY_SCALAR
     static constexpr std::size_t kSteps = Across;
 
-    /// Limits the samples to 0...255.
+    using Lanes = LumaBytesBlock<Down, Across>;
+
+    /// Limits chroma to 0...255.
     template <bool InOrder, class Store>
-    HWY_INLINE HWY_ATTR void PutLanes(const Rows& at, std::size_t x, const LaneBlock<Down, Across>& lanes,
-                                      Store store) const {
+    HWY_INLINE HWY_ATTR void PutLanes(const Rows& at, std::size_t x, const Lanes& lanes, Store store) const {
         for (std::size_t line = 0; line < Down; ++line) {
-            for (std::size_t i = 0; i < Across; i += 2) {
-                store(DU8(), BytesInOrder(lanes.luma[line][i], lanes.luma[line][i + 1]),
-                      at.out[0][line] + x + i * kVectorPixels);
+            for (std::size_t i = 0; i < Across / 2; ++i) {
+                store(DU8(), lanes.luma[line][i], at.out[0][line] + x + i * kVectorBytes);
             }
         }
         // Chroma of four columns comes half as often, in lanes of one pair each.
@@ -202,13 +202,14 @@ struct GroupedWriter : Grouped {
 #if HWY_TARGET != HWY_SCALAR
     static constexpr std::size_t kSteps = 2;
 
-    /// Limits the samples to 0...255.
+    using Lanes = LumaBytesBlock<1, 2>;
+
+    /// Limits chroma to 0...255.
     template <bool InOrder, class Store>
-    HWY_INLINE HWY_ATTR void PutLanes(const Rows& at, std::size_t x, const LaneBlock<1, 2>& lanes,
-                                      Store store) const {
+    HWY_INLINE HWY_ATTR void PutLanes(const Rows& at, std::size_t x, const Lanes& lanes, Store store) const {
         alignas(16) static constexpr std::uint8_t kApart[16] = {0, 2, 4, 6, 8, 10, 12, 14,
                                                                 1, 3, 5, 7, 9, 11, 13, 15};
-        store(DU8(), BytesInOrder(lanes.luma[0][0], lanes.luma[0][1]), at.out[0][0] + x);
+        store(DU8(), lanes.luma[0][0], at.out[0][0] + x);
         const VU8 chroma = BytesInOrder(lanes.chroma[0], lanes.chroma[1]);
         store(DU8(), hn::TableLookupBytes(chroma, InEveryBlock(kApart)), at.out[1][0] + x);
     }

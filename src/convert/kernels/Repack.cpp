@@ -57,15 +57,19 @@ private:
     HWY_INLINE HWY_ATTR void PutLanes(const Reader& reader, const Writer& writer, const Rows& at,
                                       std::size_t x, Store store) const {
         constexpr std::size_t kSteps = Writer::kSteps, kLines = Writer::kLines;
-        LaneBlock<kLines, kSteps> lanes;
+        typename Writer::Lanes lanes;
         for (std::size_t line = 0; line < kLines; ++line) {
+            VI16 luma[kSteps];
             for (std::size_t i = 0; i < kSteps; ++i) {
                 const PairLanes pairs = reader.LoadLanes(at, line, x + i * kVectorPixels);
-                lanes.luma[line][i] = pairs.luma;
+                luma[i] = pairs.luma;
                 lanes.chroma[i] =
                     line == 0 ? pairs.chroma : hn::ShiftRight<1>(hn::Add(lanes.chroma[i], pairs.chroma));
-                lanes.alpha[i] = Reader::kHasAlpha ? pairs.alpha : fill;
+                if constexpr (Writer::kHasAlpha) {
+                    lanes.alpha[i] = Reader::kHasAlpha ? pairs.alpha : fill;
+                }
             }
+            lanes.TakeLuma(line, luma);
         }
         writer.template PutLanes<false>(at, x, lanes, store);
     }

@@ -103,56 +103,41 @@ HWY_INLINE HWY_ATTR VF32 ReciprocalsOf(VU32 alpha) {
     return hn::GatherIndex(DF32(), kFloatReciprocals.data(), hn::BitCast(DI32(), alpha));
 }
 
-/// A bit for each even alpha, eight in a byte, set where a sample exists whose 255 * c / alpha ends in one
-/// half, and the reciprocal of the formula was rounded down: there the half does not count. Odd ones have no
-/// halves.
-inline constexpr std::array<std::uint8_t, 16> kHalvesThatAreLost = [] {
-    std::array<std::uint8_t, 16> bits{};
-    for (unsigned a = 2; a < 256; a += 2) {
-        for (unsigned c = 0; c < 256; ++c) {
-            if (510 * c % a == 0 && 510 * c / a % 2 == 1 && kReciprocals[a] < 66846720.0 / a) {
-                bits[a / 16] = static_cast<std::uint8_t>(bits[a / 16] | 1U << a % 16 / 2);
-            }
-        }
-    }
-    return bits;
-}();
-
-/// Pixels of 32 bits, alpha on top. 255 / alpha is taken a little too large or, where halves are lost, too
-/// small: of all products with a byte that changes only what a half becomes.
+/// Pixels of 32 bits, alpha on top: what the integer reciprocals give, in single precision. A product with
+/// 255 / alpha ends in one half for some samples, where it matters on which side of it the rounded reciprocal
+/// lies. So that goes that way, too, two and a half times as far beyond, and a little more for those without
+/// a rest, whose halves go up. No other product reaches its half by that. The sum with 2^41 leaves the sample
+/// in the low bits. Alpha 0 ends in what is no number, whose low byte is 0.
 HWY_INLINE HWY_ATTR VU32 UnshapedPixels(VU32 pixels) {
-    alignas(16) static constexpr std::uint8_t kBits[16] = {1,  1,  2,  2,  4,  4,  8,   8,
-                                                           16, 16, 32, 32, 64, 64, 128, 128};
+    constexpr std::uint8_t kNone = 0x80;
+    alignas(16) static constexpr std::uint8_t kSecond[16] = {1, kNone, kNone, kNone, 5,  kNone, kNone, kNone,
+                                                             9, kNone, kNone, kNone, 13, kNone, kNone, kNone};
+    alignas(16) static constexpr std::uint8_t kThird[16] = {2,  kNone, kNone, kNone, 6,  kNone, kNone, kNone,
+                                                            10, kNone, kNone, kNone, 14, kNone, kNone, kNone};
     const DU8 d8;
+    const DU16 d16;
     const DU32 d;
     const DI32 di;
     const DF32 df;
-    const VU32 low = hn::Set(d, 0xFF);
-    const VU32 alpha = hn::ShiftRight<24>(pixels);
-    const VU8 bits = hn::TableLookupBytes(InEveryBlock(kHalvesThatAreLost.data()),
-                                          hn::BitCast(d8, hn::ShiftRight<28>(pixels)));
-    const VU8 bit =
-        hn::TableLookupBytes(InEveryBlock(kBits), hn::BitCast(d8, hn::And(alpha, hn::Set(d, 15))));
-    // Zero in the three bytes above alpha's, whose bits are those of alpha 0.
-    const VU32 isLost = hn::And(hn::BitCast(d, bits), hn::BitCast(d, bit));
-    const auto keeps = hn::RebindMask(df, hn::Eq(isLost, hn::Zero(d)));
-    constexpr float kNearOne = 1.0F / 1048576;
-    const VF32 full =
-        hn::IfThenElse(keeps, hn::Set(df, 255 * (1 + kNearOne)), hn::Set(df, 255 * (1 - kNearOne)));
-    VF32 factor = hn::Div(full, hn::ConvertTo(df, hn::BitCast(di, alpha)));
-#if !HWY_ARCH_X86
-    // On x86 what is no number, or infinite, becomes 0 in the low byte by itself.
-    factor = hn::IfThenZeroElse(hn::RebindMask(df, hn::Eq(alpha, hn::Zero(d))), factor);
-#endif
+    const VF32 alpha = hn::ConvertTo(df, hn::BitCast(di, hn::ShiftRight<24>(pixels)));
+    const VF32 exact = hn::Div(hn::Set(df, 66846720.0F), alpha);
+    const VF32 rounded = hn::ConvertTo(df, hn::BitCast(di, Truncated(hn::Add(exact, hn::Set(df, 0.5F)))));
+    constexpr float kBeyond = 2.5F, kLittleMore = 1.0F / 4194304;
+    const VF32 factor =
+        hn::MulSub(rounded, hn::Set(df, 1 + kBeyond + kLittleMore), hn::Mul(exact, hn::Set(df, kBeyond)));
     const auto unshaped = [&](VU32 sample) HWY_ATTR {
-        return Truncated(hn::MulAdd(hn::ConvertTo(df, hn::BitCast(di, sample)), factor, hn::Set(df, 0.5F)));
+        return hn::BitCast(
+            d, hn::MulAdd(hn::ConvertTo(df, hn::BitCast(di, sample)), factor, hn::Set(df, 2199023255552.0F)));
     };
-    const VU32 first = unshaped(hn::And(pixels, low));
-    const VU32 second = unshaped(hn::And(hn::ShiftRight<8>(pixels), low));
-    const VU32 third = unshaped(hn::And(hn::ShiftRight<16>(pixels), low));
-    const VU32 of02 = hn::And(hn::Or(first, hn::ShiftLeft<16>(third)), hn::Set(d, 0xFF00FF));
-    const VU32 of1 = hn::And(hn::ShiftLeft<8>(second), hn::Set(d, 0xFF00));
-    return hn::Or(hn::Or(of02, of1), hn::ShiftLeft<24>(alpha));
+    const auto picked = [&](const std::uint8_t* pattern) HWY_ATTR {
+        return hn::BitCast(d, hn::TableLookupBytesOr0(hn::BitCast(d8, pixels), InEveryBlock(pattern)));
+    };
+    const VU32 first = unshaped(hn::And(pixels, hn::Set(d, 0xFF)));
+    const VU32 second = unshaped(picked(kSecond));
+    const VU32 third = unshaped(picked(kThird));
+    const VU16 of02 = hn::OddEven(hn::BitCast(d16, hn::ShiftLeft<16>(third)), hn::BitCast(d16, first));
+    const VU16 of13 = hn::OddEven(hn::BitCast(d16, pixels), hn::BitCast(d16, hn::ShiftLeft<8>(second)));
+    return hn::IfVecThenElse(hn::Set(d, 0xFF00FF00), hn::BitCast(d, of13), hn::BitCast(d, of02));
 }
 
 /// Samples of 0...255 unshaped.

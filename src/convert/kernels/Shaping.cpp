@@ -56,11 +56,11 @@ struct ShapeLanes {
     template <class Reader, class Writer, class Store>
     HWY_INLINE HWY_ATTR void Step(const Reader& reader, const Writer& writer, const Rows& at, std::size_t x,
                                   Store store) const {
-        LaneBlock<1, Writer::kSteps> lanes;
+        typename Writer::Lanes lanes;
         for (std::size_t i = 0; i < Writer::kSteps; ++i) {
             const PairLanes made =
                 Operation::Vector(reader.template LoadPairs<0>(at, 0, x + i * kVectorPixels));
-            lanes.luma[0][i] = made.luma;
+            lanes.luma[i] = made.luma;
             lanes.chroma[i] = made.chroma;
             lanes.alpha[i] = made.alpha;
         }
