@@ -63,6 +63,9 @@ Long32 TakePlanes(const ConversionRequest& request, const PairRecord* pair, Pitc
                 return kStatusUnsupportedField;
             }
         }
+        // Line pairs of fields may need a line of chroma more than the picture has.
+        isInside = isInside && (code != kFmtPlanar420Interlaced ||
+                                job.planes.height % simd::FieldLinePairs::kPeriod == 0);
         if (static_cast<std::size_t>(code) < kConverterFormats) {
             const PitchUnit unit = Formats()[static_cast<std::size_t>(code)].pitch;
             const std::ptrdiff_t pitch = planes[0].pitch;

@@ -49,6 +49,7 @@ void RunButLastChroma(ConversionPlan& plan, std::size_t lines) noexcept {
             EndBefore(plan.job.planes.destination[use.index], ChromaLines(format, lines) - 1);
         }
     }
+    plan.job.planes.isInside = false;
     Run(plan, before, lines - before);
 }
 
