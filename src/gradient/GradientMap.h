@@ -3,6 +3,8 @@
 
 #include <TesselU/gradient/GradientGenerator.h>
 
+#include "gradient/CellAxis.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -69,6 +71,12 @@ public:
             else
                 SamplePart<decltype(sample), std::int64_t>(columns, rows, column, row, combine);
         });
+    }
+
+    /// Fraction `cell(column, row)` in every cell.
+    template <class Fraction>
+    void DrawCells(const CellAxis& columns, const CellAxis& rows, Fraction cell) const noexcept {
+        Draw([&](auto sample) { SampleCells<decltype(sample)>(columns, rows, cell); });
     }
 
 private:
@@ -156,6 +164,33 @@ private:
                 std::memcpy(At<Sample>(x, y), line, count * sizeof(Sample));
             }
             x += count;
+        }
+    }
+
+    template <class Sample, class Fraction>
+    void SampleCells(const CellAxis& columns, const CellAxis& rows, Fraction& fraction) const noexcept {
+        Sample line[kChunk];
+        for (Zan::ULong32 row = 0; row < rows.Count(); ++row) {
+            Zan::ULong32 cells = 0;
+            Zan::ULong32 end = 0;
+            Sample sample{};
+            for (Zan::ULong32 x = 0; x < Width();) {
+                const Zan::ULong32 count = std::min(kChunk, Width() - x);
+                for (Zan::ULong32 i = 0; i < count;) {
+                    if (x + i == end) {
+                        const Zan::ULong32 column = mirrorX ? columns.Count() - 1 - cells : cells;
+                        end = mirrorX ? Width() - columns.Begin(column) : columns.Begin(column + 1);
+                        sample = ToSample<Sample, std::int32_t>(fraction(column, row), Peak());
+                        ++cells;
+                    }
+                    const Zan::ULong32 run = std::min(count - i, end - (x + i));
+                    std::fill_n(line + i, run, sample);
+                    i += run;
+                }
+                for (Zan::ULong32 y = rows.Begin(row); y < rows.Begin(row + 1); ++y)
+                    std::memcpy(At<Sample>(x, y), line, count * sizeof(Sample));
+                x += count;
+            }
         }
     }
 

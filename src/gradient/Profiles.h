@@ -17,9 +17,10 @@ inline double Along(Zan::ULong32 i, Zan::ULong32 n) noexcept {
     return static_cast<double>(i) / n;
 }
 
-/// The centre of the position on an axis from -1 to 1 over the picture.
+/// The centre of the position on an axis from -1 to 1 over the picture; exactly opposite for opposite
+/// positions.
 inline double Centred(Zan::ULong32 i, Zan::ULong32 n) noexcept {
-    return (2.0 * i + 1.0) / n - 1.0;
+    return (2.0 * i + 1.0 - n) / n;
 }
 
 /// The longer half of an axis; an odd middle belongs to it.

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
+#include <utility>
 #include <vector>
 
 /// A buffer to draw a map into, with guard bytes around it and between its rows.
@@ -93,11 +95,48 @@ private:
     std::vector<std::uint8_t> memory;
 };
 
+/// All numbers of some ranges, both ends included.
+inline std::vector<Zan::ULong32> Numbers(
+    std::initializer_list<std::pair<Zan::ULong32, Zan::ULong32>> ranges) {
+    std::vector<Zan::ULong32> all;
+    for (const auto& [first, last] : ranges) {
+        for (Zan::ULong32 n = first; n <= last; ++n) {
+            all.push_back(n);
+        }
+    }
+    return all;
+}
+
 /// Every number that has an edge, diagonal or zigzag wipe.
 inline const std::vector<Zan::ULong32>& EdgePatterns() {
-    static const std::vector<Zan::ULong32> numbers{1,  2,  3,  4,  5,  6,  7,  8,  21, 22, 23, 24,
-                                                   25, 26, 41, 42, 43, 44, 45, 46, 47, 48, 61, 62,
-                                                   63, 64, 65, 66, 67, 68, 71, 72, 73, 74};
+    static const auto numbers = Numbers({{1, 8}, {21, 26}, {41, 48}, {61, 68}, {71, 74}});
+    return numbers;
+}
+
+inline const std::vector<Zan::ULong32>& ShapePatterns() {
+    static const auto numbers = Numbers({{101, 114}, {119, 123}, {127, 129}});
+    return numbers;
+}
+
+inline const std::vector<Zan::ULong32>& RotaryPatterns() {
+    static const auto numbers =
+        Numbers({{201, 207}, {211, 214}, {221, 228}, {231, 236}, {241, 246}, {251, 254}, {261, 264}});
+    return numbers;
+}
+
+inline const std::vector<Zan::ULong32>& MatrixPatterns() {
+    static const auto numbers = Numbers({{301, 306}, {310, 317}, {320, 329}, {340, 345}, {350, 353}});
+    return numbers;
+}
+
+inline const std::vector<Zan::ULong32>& AllPatterns() {
+    static const auto numbers = [] {
+        std::vector<Zan::ULong32> all = EdgePatterns();
+        for (const auto* group : {&ShapePatterns(), &RotaryPatterns(), &MatrixPatterns()}) {
+            all.insert(all.end(), group->begin(), group->end());
+        }
+        return all;
+    }();
     return numbers;
 }
 

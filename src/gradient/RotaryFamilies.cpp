@@ -1,0 +1,241 @@
+#include "gradient/RotaryFamilies.h"
+
+#include "gradient/Angle.h"
+#include "gradient/Profiles.h"
+
+#include <cmath>
+#include <cstdint>
+
+namespace GradientGenerator {
+
+using Zan::ULong32;
+
+namespace {
+
+// Sums of turns are never negative here.
+double Frac(double turns) noexcept {
+    return turns - static_cast<std::int32_t>(turns);
+}
+
+// Offsets from pivots, in rows. A column is as wide as the aspect ratio makes it; if that is no number, no
+// column has an offset.
+class Offsets {
+public:
+    explicit Offsets(const GradientMap& map) noexcept
+        : Offsets(map, map.AspectRatio() > 0.0 ? map.AspectRatio() : 0.0) {}
+
+    static Offsets OfTheBuffersShape(const GradientMap& map) noexcept { return Offsets(map, 1.0); }
+
+    auto Column(double pivot) const noexcept {
+        return [pivot, step = columnWidth](ULong32 x) { return (x - pivot) * step; };
+    }
+    static auto Row(double pivot) noexcept {
+        return [pivot](ULong32 y) { return y - pivot; };
+    }
+    auto ColumnFromCentre() const noexcept { return Column(Middle(width)); }
+    auto RowFromCentre() const noexcept { return Row(Middle(height)); }
+
+    auto ColumnFromEdge() const noexcept {
+        return [n = width, step = columnWidth](ULong32 x) { return FromNearerEdge(x, n) * step; };
+    }
+    auto RowFromEdge() const noexcept {
+        return [n = height](ULong32 y) { return FromNearerEdge(y, n); };
+    }
+
+    static double Middle(ULong32 n) noexcept { return (n - 1.0) / 2.0; }
+
+private:
+    Offsets(const GradientMap& map, double aspectRatio) noexcept
+        : width(map.Width()), height(map.Height()), columnWidth(aspectRatio * height / width) {}
+
+    static double FromNearerEdge(ULong32 i, ULong32 n) noexcept { return Smaller(i + 0.5, n - i - 0.5); }
+
+    ULong32 width;
+    ULong32 height;
+    double columnWidth;
+};
+
+struct Pivot {
+    double x;
+    double y;
+};
+
+constexpr double kBeforeFirst = -0.5;
+double BehindLast(ULong32 n) noexcept {
+    return n - 0.5;
+}
+double Half(ULong32 n) noexcept {
+    return n / 2;  // truncated
+}
+
+void SweepPart(const GradientMap& map, Span columns, Span rows, Pivot pivot, double start,
+               double turns) noexcept {
+    map.DrawPart(columns, rows, 1.0, Offsets(map).Column(pivot.x), Offsets::Row(pivot.y),
+                 [=](double x, double y) { return Frac(Turns(x, y) * turns + start); });
+}
+
+void Sweep(const GradientMap& map, Pivot pivot, double start, double turns) noexcept {
+    SweepPart(map, {0, map.Width()}, {0, map.Height()}, pivot, start, turns);
+}
+
+// The sweep in the upper half, the middle row with it, and its image in the lower half.
+void SweepUpperHalf(const GradientMap& map, const GradientMap& image, Pivot pivot, double start,
+                    double turns) noexcept {
+    const ULong32 height = map.Height();
+    SweepPart(image, {0, map.Width()}, {0, height / 2}, pivot, start, turns);
+    SweepPart(map, {0, map.Width()}, {0, FirstHalf(height)}, pivot, start, turns);
+}
+
+// The same on the left half.
+void SweepLeftHalf(const GradientMap& map, const GradientMap& image, Pivot pivot, double start,
+                   double turns) noexcept {
+    const ULong32 width = map.Width();
+    SweepPart(image, {0, width / 2}, {0, map.Height()}, pivot, start, turns);
+    SweepPart(map, {0, FirstHalf(width)}, {0, map.Height()}, pivot, start, turns);
+}
+
+// `scale` times the angle away from the second offset's axis.
+auto Fan(double scale) noexcept {
+    return [=](double across, double along) { return scale * Turns(std::fabs(across), along); };
+}
+
+// The same about an axis that lies across the picture.
+auto LyingFan(double scale) noexcept {
+    return [=](double x, double y) { return scale * Turns(std::fabs(y), x); };
+}
+
+auto DoubleFan(double scale) noexcept {
+    return [=](double across, double along) { return scale * Turns(std::fabs(across), std::fabs(along)); };
+}
+
+auto LyingDoubleFan(double scale) noexcept {
+    return [=](double x, double y) { return scale * Turns(std::fabs(y), std::fabs(x)); };
+}
+
+}  // namespace
+
+void Clock(const GradientMap& map, double start, double turns) noexcept {
+    const Offsets offsets(map);
+    map.Draw(offsets.ColumnFromCentre(), offsets.RowFromCentre(),
+             [=](double x, double y) { return Frac(Turns(x, y) * turns + start + 0.5); });
+}
+
+// Starts are such that the sum of turns stays within one whole turn.
+
+void TopSweep(const GradientMap& map) noexcept {
+    Sweep(map, {Half(map.Width()), kBeforeFirst}, 0.5, 2.0);
+}
+
+void RightSweep(const GradientMap& map) noexcept {
+    Sweep(map, {BehindLast(map.Width()), Half(map.Height())}, 1.0, 2.0);
+}
+
+void BottomSweep(const GradientMap& map) noexcept {
+    Sweep(map, {Half(map.Width()), BehindLast(map.Height())}, 1.5, 2.0);
+}
+
+void LeftSweep(const GradientMap& map) noexcept {
+    Sweep(map, {kBeforeFirst, Half(map.Height())}, 0.0, 2.0);
+}
+
+void TopLeftSweep(const GradientMap& map) noexcept {
+    Sweep(map, {kBeforeFirst, kBeforeFirst}, 1.0, 4.0);
+}
+
+void BottomLeftSweep(const GradientMap& map) noexcept {
+    Sweep(map, {kBeforeFirst, BehindLast(map.Height())}, 5.0, -4.0);
+}
+
+void BottomRightSweep(const GradientMap& map) noexcept {
+    Sweep(map, {BehindLast(map.Width()), BehindLast(map.Height())}, 2.0, 4.0);
+}
+
+void TopRightSweep(const GradientMap& map) noexcept {
+    Sweep(map, {BehindLast(map.Width()), kBeforeFirst}, 5.0, -4.0);
+}
+
+void ParallelTopSweeps(const GradientMap& map) noexcept {
+    SweepUpperHalf(map, map.MirrorX().MirrorY(), {Half(map.Width()), kBeforeFirst}, 0.5, 2.0);
+}
+
+void ParallelLeftSweeps(const GradientMap& map) noexcept {
+    SweepLeftHalf(map, map.MirrorX().MirrorY(), {kBeforeFirst, Half(map.Height())}, 0.0, 2.0);
+}
+
+void OppositeTopSweeps(const GradientMap& map) noexcept {
+    SweepUpperHalf(map, map.MirrorY(), {Half(map.Width()), kBeforeFirst}, 0.5, 2.0);
+}
+
+void OppositeLeftSweeps(const GradientMap& map) noexcept {
+    SweepLeftHalf(map, map.MirrorX(), {kBeforeFirst, Half(map.Height())}, 0.0, 2.0);
+}
+
+void DiagonalSweeps(const GradientMap& map) noexcept {
+    const ULong32 width = map.Width();
+    const ULong32 height = map.Height();
+    map.Draw([=](ULong32 x) { return Centred(x, width); }, [=](ULong32 y) { return Centred(y, height); },
+             [](double x, double y) {
+                 const double sign = x >= y ? 1.0 : -1.0;
+                 return Turns(1.0 + sign * x, 1.0 + sign * y) * 8.0 - 1.0;
+             });
+}
+
+void CentreTopFan(const GradientMap& map) noexcept {
+    const Offsets offsets(map);
+    map.Draw(offsets.ColumnFromCentre(), offsets.RowFromCentre(), Fan(2.0));
+}
+
+void CentreRightFan(const GradientMap& map) noexcept {
+    const Offsets offsets(map);
+    map.Draw(offsets.ColumnFromCentre(), offsets.RowFromCentre(),
+             [](double x, double y) { return 2.0 * Turns(std::fabs(y), -x); });
+}
+
+void TopFan(const GradientMap& map) noexcept {
+    map.Draw(Offsets(map).ColumnFromCentre(), Offsets::Row(kBeforeFirst), Fan(2.0));
+}
+
+void LeftFan(const GradientMap& map) noexcept {
+    const Offsets offsets(map);
+    map.Draw(offsets.Column(kBeforeFirst), offsets.RowFromCentre(), LyingFan(2.0));
+}
+
+void VerticalFansFromCentre(const GradientMap& map, double scale) noexcept {
+    const Offsets offsets(map);
+    map.Draw(offsets.ColumnFromCentre(), offsets.RowFromCentre(), DoubleFan(scale));
+}
+
+void HorizontalFansFromCentre(const GradientMap& map, double scale) noexcept {
+    const Offsets offsets(map);
+    map.Draw(offsets.ColumnFromCentre(), offsets.RowFromCentre(), LyingDoubleFan(scale));
+}
+
+void VerticalFansFromEdges(const GradientMap& map, double scale) noexcept {
+    const Offsets offsets(map);
+    map.Draw(offsets.ColumnFromCentre(), offsets.RowFromEdge(), DoubleFan(scale));
+}
+
+void HorizontalFansFromEdges(const GradientMap& map, double scale) noexcept {
+    const Offsets offsets(map);
+    map.Draw(offsets.ColumnFromEdge(), offsets.RowFromCentre(), LyingDoubleFan(scale));
+}
+
+void TopSaloonDoor(const GradientMap& map) noexcept {
+    SweepLeftHalf(map, map.MirrorX(), {kBeforeFirst, kBeforeFirst}, 0.0, 4.0);
+}
+
+void LeftSaloonDoor(const GradientMap& map) noexcept {
+    SweepUpperHalf(map, map.MirrorY(), {kBeforeFirst, kBeforeFirst}, 1.0, -4.0);
+}
+
+void RightWindshield(const GradientMap& map) noexcept {
+    SweepUpperHalf(map, map.MirrorY(),
+                   {Offsets::Middle(map.Width()), Offsets::Middle(FirstHalf(map.Height()))}, 2.25, -1.0);
+}
+
+void UpWindshield(const GradientMap& map) noexcept {
+    SweepLeftHalf(map, map.MirrorX(),
+                  {Offsets::Middle(FirstHalf(map.Width())), Offsets::Middle(map.Height())}, 0.5, -1.0);
+}
+
+}  // namespace GradientGenerator
