@@ -13,29 +13,30 @@
 namespace Zan {
 namespace {
 
-/// The planes of the first four channels of a view. Returns false when any channel of its image has no
-/// memory, those that a format does not use too.
-bool TakePlanes(const ImageView& view, std::array<Plane, 4>& planes, Selection& selection) noexcept {
+/// The planes of the first four channels of a view. Returns how many those are; 0 when any channel of its
+/// image has no memory, those that a format does not use too.
+std::size_t TakePlanes(const ImageView& view, std::array<Plane, 4>& planes, Selection& selection) noexcept {
     const Image* image = view.GetImage();
     const ImageDescriptor* format = image != nullptr ? image->GetImageDescriptor() : nullptr;
-    if (format == nullptr || format->channels.empty()) {
-        return false;
+    if (format == nullptr) {
+        return 0;
     }
     const Long32 left = view.GetRegionOfInterest().getLeft();
+    const bool isWhole = SelectsAll(view, *format);
     selection = {left > 0, view.GetFieldOfInterest() != kFrame};
     const AlignedMemoryBuffer* previous = nullptr;
     std::size_t i = 0;
     for (const ChannelDescriptor& channel : format->channels) {
         const AlignedMemoryBuffer* const memory = channel.memory.get();
         if (memory == nullptr || memory->GetAlignedPointer() == nullptr) {
-            return false;
+            return 0;
         }
         if (i < planes.size()) {
             // Channels of packed formats share their plane.
             if (memory == previous) {
                 planes[i] = planes[i - 1];
             } else {
-                planes[i] = PlaneOf(view, static_cast<ULong32>(i));
+                planes[i] = isWhole ? WholePlane(*memory) : PlaneOf(view, static_cast<ULong32>(i));
                 if (left < 0) {
                     // The end of the line above is memory, but none of the selection's.
                     planes[i].begin = planes[i].end;
@@ -45,7 +46,7 @@ bool TakePlanes(const ImageView& view, std::array<Plane, 4>& planes, Selection& 
         previous = memory;
         ++i;
     }
-    return true;
+    return std::min(i, planes.size());
 }
 
 /// The planes of planar formats that lie one behind the other without gaps, from the first of them.
@@ -89,20 +90,18 @@ Long32 ColorSpaceConverter::DoStrip(ImageView& source, ImageView& destination, P
                                     double* callMatrix, double* callOffset, bool isFollowed) {
     ConversionPlan plan;
     ConversionRequest request;
-    if (!TakePlanes(source, plan.job.planes.source, request.sourceSelection) ||
-        !TakePlanes(destination, plan.job.planes.destination, request.destinationSelection)) {
+    const std::size_t sources = TakePlanes(source, plan.job.planes.source, request.sourceSelection);
+    const std::size_t destinations =
+        TakePlanes(destination, plan.job.planes.destination, request.destinationSelection);
+    if (sources == 0 || destinations == 0) {
         return kStatusNullPointer;
     }
     // A channel that an image does not have leaves what was known of it.
-    for (std::size_t i = 0; i < 4; ++i) {
-        if (const Plane& plane = plan.job.planes.source[i]; plane.first != nullptr) {
-            sourcePlane[i] = plane.first;
-            sourcePitch[i] = plane.pitch;
-        }
-        if (const Plane& plane = plan.job.planes.destination[i]; plane.first != nullptr) {
-            destinationPlane[i] = plane.first;
-            destinationPitch[i] = plane.pitch;
-        }
+    for (std::size_t i = 0; i < sources; ++i) {
+        knownSource[i] = {plan.job.planes.source[i].first, plan.job.planes.source[i].pitch};
+    }
+    for (std::size_t i = 0; i < destinations; ++i) {
+        knownDestination[i] = {plan.job.planes.destination[i].first, plan.job.planes.destination[i].pitch};
     }
     const FormatPair formats = ClassifyPair(*source.GetImage(), *destination.GetImage());
     request.source = formats.source;
@@ -126,15 +125,14 @@ Long32 ColorSpaceConverter::Do(ULong32* source, ULong32* destination, ULong32 wi
                                Long32 callSourcePitch, Long32 callDestinationPitch, ULong32 sourceFormat,
                                ULong32 destinationFormat, ULong32 style, double* callMatrix,
                                double* callOffset) {
-    sourcePlane[0] = reinterpret_cast<unsigned char*>(source);
-    sourcePitch[0] = callSourcePitch;
-    destinationPlane[0] = reinterpret_cast<unsigned char*>(destination);
-    destinationPitch[0] = callDestinationPitch;
+    knownSource[0] = {reinterpret_cast<unsigned char*>(source), callSourcePitch};
+    knownDestination[0] = {reinterpret_cast<unsigned char*>(destination), callDestinationPitch};
 
     ConversionPlan plan;
     for (std::size_t i = 0; i < 4; ++i) {
-        plan.job.planes.source[i] = {sourcePlane[i], sourcePitch[i], nullptr, nullptr};
-        plan.job.planes.destination[i] = {destinationPlane[i], destinationPitch[i], nullptr, nullptr};
+        plan.job.planes.source[i] = {knownSource[i].first, knownSource[i].pitch, nullptr, nullptr};
+        plan.job.planes.destination[i] = {knownDestination[i].first, knownDestination[i].pitch, nullptr,
+                                          nullptr};
     }
     const auto code = [](ULong32 number) {
         return number < kConverterFormats ? static_cast<ConverterFormat>(number) : kFmtUnknown;

@@ -131,8 +131,13 @@ bool LevelsFit(const ImageDescriptor& descriptor, Levels wanted) noexcept {
     }
     const bool full = wanted == Levels::kExtreme || wanted == Levels::kFullNarrowClamp;
     const bool openClamp = wanted == Levels::kExtreme || wanted == Levels::kStudioOpenClamp;
+    if (descriptor.channels.empty()) {
+        return false;
+    }
+    const ChannelDescriptor& first = descriptor.channels.front();
+    const ChannelDescriptor& second = descriptor.channels[descriptor.channels.size() > 1 ? 1 : 0];
     const auto have = [&](float ChannelDescriptor::*field, float level) {
-        return HaveLevel(descriptor, field, level, 0, 2);
+        return first.*field == level && second.*field == level;
     };
     return have(&ChannelDescriptor::blackLevel, 0.0F) == full &&
            have(&ChannelDescriptor::whiteLevel, 1.0F) == full &&

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <utility>
 
 namespace Zan {
 namespace {
@@ -90,19 +89,12 @@ Plane PlaneOf(const ImageView& view, ULong32 channel) noexcept {
     if (base == nullptr) {
         return {};
     }
-    Plane plane;
-    plane.begin = base;
-    plane.end = base + record.memory->GetPixelBytes();
-    const ULong32 linePitch = record.memory->GetPitch();
-    const Rectangle region = view.GetRegionOfInterest();
-    // What most calls ask for needs no arithmetic.
-    if (region.getLeft() == 0 && region.getTop() == 0 && view.GetFieldOfInterest() == kFrame &&
-        format->origin != kBottomLeft && std::in_range<std::ptrdiff_t>(linePitch)) {
-        plane.first = base;
-        plane.pitch = static_cast<std::ptrdiff_t>(linePitch);
-        return plane;
+    if (SelectsAll(view, *format)) {
+        return WholePlane(*record.memory);
     }
-    const std::int64_t downwards = std::int64_t{linePitch} * (view.GetFieldOfInterest() != kFrame ? 2 : 1);
+    const Rectangle region = view.GetRegionOfInterest();
+    const std::int64_t downwards =
+        std::int64_t{record.memory->GetPitch()} * (view.GetFieldOfInterest() != kFrame ? 2 : 1);
     const std::int64_t pitch = format->origin == kBottomLeft ? -downwards : downwards;
     const bool isHalved = record.sampling == kHalfBoth;
     const ULong32 frameHeight = isHalved ? format->height / 2 : format->height;
@@ -113,9 +105,12 @@ Plane PlaneOf(const ImageView& view, ULong32 channel) noexcept {
     }
     offset = SaturatedSum(offset, ColumnOffset(*image, channel, region.getLeft()));
 
+    Plane plane;
     plane.first = AddressAt(base, offset);
     plane.pitch = static_cast<std::ptrdiff_t>(std::clamp<std::int64_t>(
         pitch, std::numeric_limits<std::ptrdiff_t>::min(), std::numeric_limits<std::ptrdiff_t>::max()));
+    plane.begin = base;
+    plane.end = base + record.memory->GetPixelBytes();
     return plane;
 }
 

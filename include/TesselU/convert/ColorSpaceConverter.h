@@ -109,11 +109,13 @@ private:
     void RememberMatrix(const double (&used)[4][4], bool isTransposed) noexcept;
     Long32 ChangeShaping(ImageView& picture, ShapedEnum shaped) noexcept;
 
-    // Of the last call; the raw form takes from them what it is not given.
-    unsigned char* sourcePlane[4] = {};
-    unsigned char* destinationPlane[4] = {};
-    std::ptrdiff_t sourcePitch[4] = {};
-    std::ptrdiff_t destinationPitch[4] = {};
+    /// A plane of the last call; the raw form takes from them what it is not given.
+    struct KnownPlane {
+        unsigned char* first = nullptr;
+        std::ptrdiff_t pitch = 0;
+    };
+    KnownPlane knownSource[4];
+    KnownPlane knownDestination[4];
     ULong32 plusFunction = 0;
     double matrix[4][4] = {};
     double offset[2][4] = {};
