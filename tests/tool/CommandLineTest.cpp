@@ -129,7 +129,8 @@ TEST_F(CommandLineTest, VersionIsThatOfTheLibrary) {
 }
 
 TEST_F(CommandLineTest, HelpNamesStatusesAndTwoExamples) {
-    for (const char* command : {"", "wipe ", "testcard ", "patterns ", "info "}) {
+    for (const char* command : {"", "wipe ", "dissolve ", "over ", "compare ", "testcard ", "pattern ",
+                                "mask ", "patterns ", "info "}) {
         SCOPED_TRACE(command);
         const std::string help = Run(std::string(command) + "--help").out;
         for (const char* part :

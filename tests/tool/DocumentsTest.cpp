@@ -15,7 +15,7 @@ TEST_F(DocumentsTest, TheManualPageHasNoFaultAndAllCommands) {
     EXPECT_EQ(shown.err, "");
     for (const char* word :
          {"NAME", "SYNOPSIS", "OPTIONS", "EXIT STATUS", "EXAMPLES", "tesselu wipe [OPTION]",
-          "The command testcard", "--keep-going", "--sheet=FILE.png"}) {
+          "The command testcard", "The command compare", "--keep-going", "--sheet=FILE.png"}) {
         EXPECT_NE(shown.out.find(word), std::string::npos) << word << shown.out;
     }
 }
@@ -48,12 +48,15 @@ TEST_F(DocumentsTest, BashCompletesCommandsOptionsValuesAndFiles) {
             .out;
     };
     EXPECT_EQ(offered("tesselu wi"), "wipe ");
-    EXPECT_EQ(offered("tesselu wipe --so"), "--softness ");
+    EXPECT_EQ(offered("tesselu wipe --softn"), "--softness ");
     EXPECT_EQ(offered("tesselu wipe --scan p"), "progressive ");
     EXPECT_EQ(offered("tesselu wipe ''"), "a.mkv b.MP4 c.png ");
     EXPECT_EQ(offered("tesselu wipe -o ''"), "a.mkv b.MP4 c.png ");
     EXPECT_EQ(offered("tesselu wipe --sheet ''"), "c.png ");
     EXPECT_EQ(offered("tesselu patterns --softness"), " ");
+    EXPECT_EQ(offered("tesselu mask e"), "ellipse ");
+    EXPECT_EQ(offered("tesselu pattern 4"), " ");
+    EXPECT_EQ(offered("tesselu compare ''"), "a.mkv b.MP4 c.png ");
 }
 
 TEST_F(DocumentsTest, FishCompletesCommandsOptionsValuesAndFiles) {
@@ -67,7 +70,7 @@ TEST_F(DocumentsTest, FishCompletesCommandsOptionsValuesAndFiles) {
             .out;
     };
     EXPECT_EQ(offered("tesselu wi"), "wipe ");
-    EXPECT_EQ(offered("tesselu wipe --so"), "--softness ");
+    EXPECT_EQ(offered("tesselu wipe --softn"), "--softness ");
     EXPECT_EQ(offered("tesselu wipe --scan p"), "progressive ");
     EXPECT_EQ(offered("tesselu wipe "), "a.mkv c.png ");
     EXPECT_EQ(offered("tesselu wipe --sheet "), "c.png ");

@@ -107,6 +107,105 @@ TEST_F(WipeTest, ProgressiveOutputWipesFrames) {
     }
 }
 
+/// What the three zones of a border make of a sample: A, a soft edge, the border, a soft edge, B.
+struct BorderFormula {
+    double toA, width, toB;
+
+    int Mix(int a, int b, int border, int key, double left) const {
+        const double sum = toA + width + toB;
+        const double threshold = std::min(1.0, -sum / 255 + (255 + sum) / 255 * left);
+        const double s1 = toA > 0 ? toA : 1.0 / 255, s2 = toB > 0 ? toB : 1.0 / 255;
+        const double total = s1 + width + s2;
+        const double e1 = 255 * s1 / total, e2 = 255 * (s1 + width) / total;
+        const double d = std::clamp((key - 255 * threshold) * 255 / total, 0.0, 255.0);
+        if (d <= e1) {
+            const int m = std::min(255, static_cast<int>(255 * d / e1 + 0.5));
+            return ((256 - m) * a + m * border + 128) >> 8;
+        }
+        if (d < e2) {
+            return border;
+        }
+        const int m = std::min(255, static_cast<int>(255 * (255 - d) / (255 - e2) + 0.5));
+        return ((256 - m) * b + m * border + 128) >> 8;
+    }
+};
+
+TEST_F(WipeTest, ABorderLiesBetweenItsSoftEdges) {
+    WriteClips();
+    // B 160, G 64, R 240: 0.439*160 - (0.148*240 + 0.291*64) + 128.5 = 144.596 and so on.
+    const int cb = 144, y = 126, cr = 198;
+    const struct {
+        const char* options;
+        BorderFormula formula;
+    } cases[] = {{"--border 60 --soft-in 40 --soft-out 12", {12, 60, 40}},
+                 {"--border 33 --softness 20", {20, 33, 20}},
+                 {"--border 100 --softness 0 --soft-in 3", {0, 100, 3}},
+                 {"--border 0 --softness 0", {0, 0, 0}}};
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.options);
+        ASSERT_EQ(
+            Run(std::string("wipe a.y4m b.y4m -o out.y4m --pattern 1 --border-color F040A0 ") + each.options)
+                .status,
+            0);
+        const Y4mClip out(Contents(In("out.y4m")));
+        ASSERT_EQ(out.Frames(), kFrames);
+        for (int frame = 0; frame < kFrames; ++frame) {
+            const bool atEnd = frame == kFrames - 1;
+            const double left = atEnd ? 1 : 1 - frame / (kFrames - 1.0);
+            for (int row = 0; row < kHeight; ++row) {
+                for (int x = 0; x < kWidth; ++x) {
+                    const int key = static_cast<int>(255.0 * (kWidth - x) / kWidth + 0.5);
+                    const int even = static_cast<int>(255.0 * (kWidth - x / 2 * 2) / kWidth + 0.5);
+                    const auto mix = [&](int a, int b, int border, int k) {
+                        return atEnd ? b : each.formula.Mix(a, b, border, k, left);
+                    };
+                    EXPECT_EQ(out.Luma(frame, x, row),
+                              mix(LumaA(x, row, frame), LumaB(x, row, frame), y, key))
+                        << frame << " " << x;
+                    EXPECT_EQ(out.Cb(frame, x, row),
+                              mix(CbA(x / 2, row, frame), CbB(x / 2, row, frame), cb, even));
+                    EXPECT_EQ(out.Cr(frame, x, row),
+                              mix(CrA(x / 2, row, frame), CrB(x / 2, row, frame), cr, even));
+                }
+            }
+        }
+    }
+}
+
+TEST_F(WipeTest, ABordersAlphaGoesIntoTheOutput) {
+    const auto grey = [](const std::string& name, const std::string& alpha) {
+        return "-f lavfi -i color=gray@" + alpha + ":s=64x16,format=rgba -frames:v 1 " + name;
+    };
+    Ffmpeg(grey("a.png", "1.0"));
+    Ffmpeg(grey("b.png", "0.0"));
+    ASSERT_EQ(Run("wipe a.png b.png -o out-%d.png --length 3 --pattern 1 --softness 0 --border 60 "
+                  "--border-color FF000080")
+                  .status,
+              0);
+    Ffmpeg("-i out-1.png -f rawvideo -pix_fmt rgba middle.raw");
+    const std::string middle = Contents(In("middle.raw"));
+    ASSERT_EQ(middle.size(), 64U * 16 * 4);
+    const auto sample = [&](int x, int i) { return static_cast<unsigned char>(middle[4U * x + i]); };
+    EXPECT_EQ(sample(0, 3), 0) << "B has come from the left";
+    EXPECT_EQ(sample(63, 3), 255);
+    EXPECT_EQ(sample(32, 3), 0x80);
+    EXPECT_GE(sample(32, 0), 240) << "red as it was asked for, not darkened";
+    EXPECT_LE(sample(32, 1), 12);
+}
+
+TEST_F(WipeTest, BordersThatSayNothingAreRefused) {
+    WriteClips();
+    for (const char* colour : {"FFF", "GG0000", "0xFF00", "FF00FF0", "FF00FF001", "-F0000"}) {
+        ExpectOneLine(Run(std::string("wipe a.y4m b.y4m -o x.y4m --border 5 --border-color ") + colour), 2,
+                      std::string("--border-color ") + colour);
+    }
+    ExpectOneLine(Run("wipe a.y4m b.y4m -o x.y4m --border-color FFFFFF"), 2, "--border-color");
+    ExpectOneLine(Run("wipe a.y4m b.y4m -o x.y4m --soft-in 5"), 2, "--soft-in");
+    ExpectOneLine(Run("wipe a.y4m b.y4m -o x.y4m --soft-out 5"), 2, "--soft-out");
+    ExpectOneLine(Run("wipe a.y4m b.y4m -o x.y4m --border -1"), 2, "--border -1");
+    EXPECT_FALSE(Exists("x.y4m"));
+}
+
 // The corners of the key, 0 and 255, are where a wipe may leave a trace of the other picture.
 TEST_F(WipeTest, BeginsWithAAndEndsWithB) {
     WriteFlat("a.y4m", 5, 40, 64, 48);

@@ -11,8 +11,13 @@ namespace tool {
 /// of its own in commands/.
 #define TESSELU_COMMANDS(ROW) \
     ROW(kWipeCommand)         \
+    ROW(kDissolveCommand)     \
+    ROW(kOverCommand)         \
     ROW(kConvertCommand)      \
+    ROW(kCompareCommand)      \
     ROW(kTestCardCommand)     \
+    ROW(kPatternCommand)      \
+    ROW(kMaskCommand)         \
     ROW(kPatternsCommand)     \
     ROW(kFormatsCommand)      \
     ROW(kInfoCommand)

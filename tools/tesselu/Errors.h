@@ -13,6 +13,11 @@ struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// Pictures could not be compared, where 1 says that they differ.
+struct NoVerdict : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
 /// The work could not be done.
 struct Failure : std::runtime_error {
     using std::runtime_error::runtime_error;

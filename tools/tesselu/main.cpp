@@ -43,13 +43,13 @@ std::string NamesOfCommands() {
     return names;
 }
 
-void Run(std::vector<std::string> words) {
+int Run(std::vector<std::string> words) {
     if (words.empty()) {
         throw UsageError("a command is needed: " + NamesOfCommands());
     }
     if (words[0].size() > 1 && words[0][0] == '-') {
         RunGlobal(words);
-        return;
+        return tool::kExitSuccess;
     }
     const tool::Command* command = tool::FindCommand(words[0]);
     if (command == nullptr) {
@@ -59,27 +59,30 @@ void Run(std::vector<std::string> words) {
     const auto asksForHelp = [](const std::string& word) { return word == "--help" || word == "-h"; };
     if (std::any_of(words.begin(), words.end(), asksForHelp)) {
         std::fputs(tool::CommandHelp(*command).c_str(), stdout);
-        return;
+        return tool::kExitSuccess;
     }
     const tool::Arguments arguments(tool::OptionsOf(*command), command->inputs.size(), words);
     arguments.RequireAll(command->inputs);
     av_log_set_level(arguments.Has("verbose") ? AV_LOG_INFO : AV_LOG_QUIET);
-    if (command->makeEffect != nullptr) {
-        tool::RunCommand(*command, arguments);
-    } else {
-        command->execute(arguments);
+    if (command->makeEffect == nullptr) {
+        return command->execute(arguments);
     }
+    tool::RunCommand(*command, arguments);
+    return tool::kExitSuccess;
 }
 
 int Guarded(const std::vector<std::string>& words) {
     try {
-        Run(words);
+        const int status = Run(words);
         if (std::fflush(stdout) != 0) {
             throw tool::Failure("standard output: cannot be written");
         }
-        return tool::kExitSuccess;
+        return status;
     } catch (const UsageError& error) {
         tool::console::Complain(std::string(error.what()) + " (see tesselu --help)");
+        return tool::kExitUsage;
+    } catch (const tool::NoVerdict& error) {
+        tool::console::Complain(error.what());
         return tool::kExitUsage;
     } catch (const std::bad_alloc&) {
         tool::console::Complain("out of memory");

@@ -151,6 +151,11 @@ void Check(const Option& option, const std::string& value) {
                 Refuse(option, value, "it is a PNG picture, so its name must end in .png");
             }
             break;
+        case ValueKind::kGreyPicture:
+            if (ExtensionOf(value) != ".png" && ExtensionOf(value) != ".tga") {
+                Refuse(option, value, "it is a picture, so its name must end in .png or .tga");
+            }
+            break;
         default:
             break;
     }

@@ -1,6 +1,7 @@
 #ifndef TESSELU_TOOLS_CLI_COMMAND_H
 #define TESSELU_TOOLS_CLI_COMMAND_H
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -12,17 +13,18 @@ class Effect;
 
 /// What may stand after an option. It decides how the value is checked, and what a shell offers for it.
 enum class ValueKind {
-    kNone,       ///< the option is a switch
-    kText,       ///< checked by whoever uses it
-    kInteger,    ///< decimal digits, from `least` to `most`
-    kReal,       ///< a number from `least` to `most`
-    kChoice,     ///< one of `choices`
-    kSize,       ///< WIDTHxHEIGHT, both even
-    kRate,       ///< pictures a second: 25, 23.976 or 30000/1001
-    kInterval,   ///< A-B or A-
-    kMedia,      ///< a clip, still or sequence to read
-    kClip,       ///< a clip or sequence to write
-    kPngPicture  ///< a PNG file to write
+    kNone,        ///< the option is a switch
+    kText,        ///< checked by whoever uses it
+    kInteger,     ///< decimal digits, from `least` to `most`
+    kReal,        ///< a number from `least` to `most`
+    kChoice,      ///< one of `choices`
+    kSize,        ///< WIDTHxHEIGHT, both even
+    kRate,        ///< pictures a second: 25, 23.976 or 30000/1001
+    kInterval,    ///< A-B or A-
+    kMedia,       ///< a clip, still or sequence to read
+    kClip,        ///< a clip or sequence to write
+    kPngPicture,  ///< a PNG file to write
+    kGreyPicture  ///< a PNG or TGA file to write
 };
 
 struct Option {
@@ -37,10 +39,12 @@ struct Option {
     bool isRequired = false;
 };
 
-/// An input of a command, by its place on the command line.
+/// What a command is told by its place on the command line.
 struct Operand {
     std::string name;
     std::string help;
+    bool isMedia = true;  ///< a clip, still or sequence to read
+    std::vector<std::string> choices = {};
 };
 
 struct Example {
@@ -64,10 +68,15 @@ struct Command {
     bool needsLength = false;
     /// `--to` and `--from` are sample formats of the library, and the output has the samples asked for.
     bool ofSamples = false;
+    /// The input that gives a run its size and shape.
+    std::size_t frameInput = 0;
     /// Options of a run that make no sense here.
     std::vector<std::string> without = {};
+    /// What the exit statuses 0, 1 and 2 say, where it is not what those of others do.
+    std::vector<std::string> statuses = {};
     std::unique_ptr<Effect> (*makeEffect)(const Arguments&) = nullptr;
-    void (*execute)(const Arguments&) = nullptr;
+    /// Returns the exit status.
+    int (*execute)(const Arguments&) = nullptr;
 };
 
 }  // namespace tool

@@ -1,5 +1,6 @@
 #include "cli/Completion.h"
 
+#include <algorithm>
 #include <string_view>
 #include <vector>
 
@@ -43,6 +44,20 @@ std::string Spellings(const std::vector<Option>& options) {
     return Joined(words, " ");
 }
 
+bool TakesMedia(const Command& command) {
+    return std::any_of(command.inputs.begin(), command.inputs.end(),
+                       [](const Operand& input) { return input.isMedia; });
+}
+
+/// All words that may stand at a place of their own.
+std::string WordsOf(const Command& command) {
+    std::vector<std::string> words;
+    for (const Operand& input : command.inputs) {
+        words.insert(words.end(), input.choices.begin(), input.choices.end());
+    }
+    return Joined(words, " ");
+}
+
 /// For a string in single quotes: what would end it, and the colons and brackets that zsh reads, go.
 std::string Plain(std::string_view text, std::string_view special) {
     std::string out;
@@ -69,6 +84,8 @@ std::string BashValue(const Option& option) {
             return std::string("_tesselu_files '") + Joined(kClipKinds, "|") + "'";
         case ValueKind::kPngPicture:
             return "_tesselu_files png";
+        case ValueKind::kGreyPicture:
+            return "_tesselu_files 'png|tga'";
         default:
             return "COMPREPLY=()";
     }
@@ -114,8 +131,11 @@ _tesselu() {
         text += "        " + command->name + ")\n            case $prev in\n" +
                 BashCase(options, "                ") + "            esac\n            case $cur in\n" +
                 "                -*) COMPREPLY=($(compgen -W '" + Spellings(options) + "' -- \"$cur\")) ;;\n";
-        if (!command->inputs.empty()) {
+        if (TakesMedia(*command)) {
             text += "                *) _tesselu_files '" + Joined(kMediaKinds, "|") + "' ;;\n";
+        } else if (!WordsOf(*command).empty()) {
+            text +=
+                "                *) COMPREPLY=($(compgen -W '" + WordsOf(*command) + "' -- \"$cur\")) ;;\n";
         }
         text += "            esac\n            ;;\n";
     }
@@ -135,6 +155,8 @@ std::string ZshValue(const Option& option) {
             return std::string(":") + option.value + ":_files -g \"*.(#i)(" + Joined(kClipKinds, "|") + ")\"";
         case ValueKind::kPngPicture:
             return std::string(":") + Plain(option.value, ":") + ":_files -g \"*.(#i)png\"";
+        case ValueKind::kGreyPicture:
+            return std::string(":") + Plain(option.value, ":") + ":_files -g \"*.(#i)(png|tga)\"";
         default:
             return std::string(":") + option.value + ": ";
     }
@@ -181,8 +203,11 @@ _tesselu() {
         text += "        " + command->name + ")\n            _arguments -s \\\n" +
                 ZshOptions(OptionsOf(*command));
         for (const Operand& input : command->inputs) {
-            text += std::string("                ':") + Plain(input.name, ":") + ":_files -g \"*.(#i)(" +
-                    Joined(kMediaKinds, "|") + ")\"' \\\n";
+            const std::string offered =
+                input.isMedia ? std::string("_files -g \"*.(#i)(") + Joined(kMediaKinds, "|") + ")\""
+                : input.choices.empty() ? std::string(" ")
+                                        : std::string("(") + Joined(input.choices, " ") + ")";
+            text += std::string("                ':") + Plain(input.name, ":") + ":" + offered + "' \\\n";
         }
         text += "                && return\n            ;;\n";
     }
@@ -209,6 +234,8 @@ std::string FishValue(const Option& option) {
             return " -x -a '(__tesselu_files " + FishSuffixes(kClipKinds, std::size(kClipKinds)) + ")'";
         case ValueKind::kPngPicture:
             return " -x -a '(__tesselu_files .png)'";
+        case ValueKind::kGreyPicture:
+            return " -x -a '(__tesselu_files .png .tga)'";
         default:
             return " -x";
     }
@@ -243,7 +270,10 @@ complete -c tesselu -f
     for (const Command* command : AllCommands()) {
         const std::string condition = "__fish_seen_subcommand_from " + command->name;
         text += FishOptions(OptionsOf(*command), condition);
-        if (!command->inputs.empty()) {
+        if (!TakesMedia(*command) && !WordsOf(*command).empty()) {
+            text += "complete -c tesselu -n '" + condition + "' -a '" + WordsOf(*command) + "'\n";
+        }
+        if (TakesMedia(*command)) {
             text += "complete -c tesselu -n '" + condition + "' -a '(__tesselu_files " +
                     FishSuffixes(kMediaKinds, std::size(kMediaKinds)) + ")'\n";
         }

@@ -93,11 +93,15 @@ std::string ExamplesOf(const std::vector<Example>& examples) {
     return text;
 }
 
-std::string ExitStatuses() {
-    return Row("0", "all is done") +
-           Row("1",
-               "it could not be done: an input cannot be read or is damaged, the output cannot be written") +
-           Row("2", "the call is wrong; nothing was touched") +
+/// Those of a command, or of all that have none of their own.
+std::string ExitStatuses(const Command* command = nullptr) {
+    static const std::vector<std::string> usual = {
+        "all is done",
+        "it could not be done: an input cannot be read or is damaged, the output cannot be written",
+        "the call is wrong; nothing was touched"};
+    const std::vector<std::string>& said =
+        command != nullptr && !command->statuses.empty() ? command->statuses : usual;
+    return Row("0", said[0]) + Row("1", said[1]) + Row("2", said[2]) +
            Row("129, 130, 143", "SIGHUP, SIGINT or SIGTERM ended it");
 }
 
@@ -145,7 +149,8 @@ std::string CommandHelp(const Command& command) {
     if (command.makeEffect != nullptr) {
         text.append("\n").append(Wrapped(kAfterwards, 0, 0));
     }
-    return text + "\nExit status:\n" + ExitStatuses() + "\nExamples:\n" + ExamplesOf(command.examples);
+    return text + "\nExit status:\n" + ExitStatuses(&command) + "\nExamples:\n" +
+           ExamplesOf(command.examples);
 }
 
 std::string WholeHelp() {
@@ -158,6 +163,10 @@ std::string WholeHelp() {
     for (const Command* command : AllCommands()) {
         text += "\nThe command " + command->name + ":\n\n" + Wrapped(command->description, 0, 0) + "\n" +
                 InputRows(*command) + Rows(command->options);
+        if (!command->statuses.empty()) {
+            text += "\nIts exit statuses:\n\n" + Row("0", command->statuses[0]) +
+                    Row("1", command->statuses[1]) + Row("2", command->statuses[2]);
+        }
     }
     text += "\nOptions of all commands that make pictures:\n" + Rows(CommonRunOptions()) +
             "\n*Exit status*\n\n" + ExitStatuses() + "\nExamples:\n" + ExamplesOf(ProgramExamples());

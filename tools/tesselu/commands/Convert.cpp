@@ -11,6 +11,7 @@
 #include "Commands.h"
 #include "Errors.h"
 #include "cli/Arguments.h"
+#include "commands/ColourMatrix.h"
 #include "commands/Routes.h"
 #include "media/Samples.h"
 #include "run/Effect.h"
@@ -24,60 +25,6 @@ constexpr double kMostThreads = 64;
 constexpr Zan::ProcessingStyleEnum kStyles[] = {Zan::kBestAvailable, Zan::kFlp,      Zan::kFP,
                                                 Zan::kInt_MMXorSIMD, Zan::kFlp_SIMD, Zan::kGeneralFormat};
 const std::vector<std::string> kMatrices = {"bt601", "bt709", "bt2020"};
-
-/// A matrix of the library, row after row, and its offsets before and after it.
-struct ColourMatrix {
-    std::array<double, 16> matrix{};
-    std::optional<std::array<double, 8>> offsets = {};
-};
-
-/// Between YCrCb at video levels and RGB from `low` to `high`, with the luma weights that the standard tells.
-/// In memory order: Cb, Y, Cr, A and B, G, R, A.
-ColourMatrix MatrixOf(LumaWeights weights, Sense sense, double low, double high) {
-    // ITU-R BT.709 and BT.2020 with constant luminance left aside.
-    const double red = weights == LumaWeights::kBt709 ? 0.2126 : 0.2627;
-    const double blue = weights == LumaWeights::kBt709 ? 0.0722 : 0.0593;
-    const double green = 1 - red - blue;
-    const double range = high - low, luma = range / 219, chroma = range / 224;
-    ColourMatrix made;
-    if (sense == Sense::kToRgb) {
-        made.matrix = {chroma * 2 * (1 - blue),
-                       luma,
-                       0,
-                       0,
-                       -chroma * 2 * (1 - blue) * blue / green,
-                       luma,
-                       -chroma * 2 * (1 - red) * red / green,
-                       0,
-                       0,
-                       luma,
-                       chroma * 2 * (1 - red),
-                       0,
-                       0,
-                       0,
-                       0,
-                       1};
-    } else {
-        const double toBlue = 0.5 / (1 - blue) / chroma, toRed = 0.5 / (1 - red) / chroma;
-        made.matrix = {0.5 / chroma,
-                       -green * toBlue,
-                       -red * toBlue,
-                       0,
-                       blue / luma,
-                       green / luma,
-                       red / luma,
-                       0,
-                       -blue * toRed,
-                       -green * toRed,
-                       0.5 / chroma,
-                       0,
-                       0,
-                       0,
-                       0,
-                       1};
-    }
-    return made;
-}
 
 /// 16 or 24 numbers, whatever stands between them but other words.
 ColourMatrix ReadMatrix(const std::string& path) {

@@ -2,6 +2,7 @@
 #include <string>
 
 #include "Commands.h"
+#include "Errors.h"
 #include "cli/Arguments.h"
 #include "commands/Routes.h"
 #include "media/Samples.h"
@@ -79,12 +80,13 @@ void PrintJson() {
     std::printf("\n]\n");
 }
 
-void ListFormats(const Arguments& arguments) {
+int ListFormats(const Arguments& arguments) {
     if (arguments.Has("json")) {
         PrintJson();
     } else {
         PrintText();
     }
+    return kExitSuccess;
 }
 
 }  // namespace

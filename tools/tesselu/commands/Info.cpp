@@ -6,6 +6,7 @@
 #include <string>
 
 #include "Commands.h"
+#include "Errors.h"
 #include "foundation/ClassCapabilities.h"
 #include "foundation/PathSelection.h"
 #include "media/Libav.h"
@@ -74,7 +75,7 @@ void PrintClass(const char* name, Zan::CapabilityOwner owner, bool hasPaths) {
                 hasPaths ? NameOf(BestPath(processor)) : "-");
 }
 
-void PrintInfo(const Arguments&) {
+int PrintInfo(const Arguments&) {
     std::printf("TesselU %s\n", Zan::Version());
     std::printf("build: %s, %zu bits, %s, %s\n", TESSELU_BUILD_COMPILER, sizeof(void*) * 8,
                 TESSELU_BUILD_TYPE, TESSELU_BUILD_FLAGS);
@@ -95,6 +96,7 @@ void PrintInfo(const Arguments&) {
     PrintClass("ColorSpaceConverter", Zan::kOwnerColorSpaceConverter, true);
     PrintClass("Image", Zan::kOwnerImage, false);
     PrintClass("AlignedMemoryBuffer", Zan::kOwnerAlignedMemoryBuffer, false);
+    return kExitSuccess;
 }
 
 }  // namespace

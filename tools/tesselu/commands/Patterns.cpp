@@ -107,10 +107,10 @@ bool IsDrawn(unsigned pattern) {
     return GradientGenerator::WgrGenerateGradient(&record, pattern) == 0;
 }
 
-void RequireDrawn(unsigned pattern) {
+void RequireDrawn(unsigned pattern, const char* called) {
     if (!IsDrawn(pattern)) {
-        throw UsageError("--pattern " + std::to_string(pattern) + ": no such pattern; there are " +
-                         Ranges(DrawnPatterns()));
+        throw UsageError(std::string(called) + " " + std::to_string(pattern) +
+                         ": no such pattern; there are " + Ranges(DrawnPatterns()));
     }
 }
 
@@ -125,9 +125,36 @@ void DrawPattern(Zan::Image& key, unsigned pattern, double aspect) {
 
 namespace {
 
-void ListPatterns(const Arguments& arguments) {
+/// Codes come in hundreds, each a kind of pattern.
+const char* KindOf(unsigned pattern) {
+    return pattern < 100 ? "edge" : pattern < 200 ? "shape" : pattern < 300 ? "rotary" : "matrix";
+}
+
+/// What comes before the comma of a name.
+std::string FamilyOf(const PatternName& pattern) {
+    const std::string name = pattern.name;
+    return name.substr(0, name.find(','));
+}
+
+void PrintJson() {
+    std::printf("[");
+    const char* comma = "";
+    for (const PatternName& pattern : kPatternNames) {
+        std::printf("%s\n{\"number\":%u,\"kind\":\"%s\",\"family\":\"%s\",\"name\":\"%s\",\"drawn\":%s}",
+                    comma, pattern.number, KindOf(pattern.number), FamilyOf(pattern).c_str(), pattern.name,
+                    IsDrawn(pattern.number) ? "true" : "false");
+        comma = ",";
+    }
+    std::printf("\n]\n");
+}
+
+int ListPatterns(const Arguments& arguments) {
     if (arguments.Has("sheet")) {
         WriteSheet(arguments.Text("sheet"));
+    }
+    if (arguments.Has("json")) {
+        PrintJson();
+        return kExitSuccess;
     }
     std::size_t drawn = 0;
     for (const PatternName& pattern : kPatternNames) {
@@ -136,6 +163,7 @@ void ListPatterns(const Arguments& arguments) {
         std::printf("%c %3u  %s\n", exists ? '*' : ' ', pattern.number, pattern.name);
     }
     std::printf("* drawn by this version: %zu of %zu\n", drawn, kPatternNames.size());
+    return kExitSuccess;
 }
 
 }  // namespace
@@ -149,7 +177,8 @@ const Command kPatternsCommand = {
     .options = {{.name = "sheet",
                  .kind = ValueKind::kPngPicture,
                  .value = "FILE.png",
-                 .help = "write a picture of all that are drawn"}},
+                 .help = "write a picture of all that are drawn"},
+                {.name = "json", .help = "list them as JSON, an object for each"}},
     .examples = {{"tesselu patterns", "the list"},
                  {"tesselu patterns --sheet patterns.png", "the list, and a picture of each"}},
     .execute = ListPatterns,

@@ -1,5 +1,8 @@
 #include <TesselU/composite/ZanCompositor.h>
 
+#include <charconv>
+#include <optional>
+
 #include "Commands.h"
 #include "Errors.h"
 #include "cli/Arguments.h"
@@ -10,12 +13,50 @@
 namespace tool {
 namespace {
 
-/// The wipe: a key that is drawn once, and one soft wipe for each field.
+/// The coloured band along the edge of a wipe, and the soft edges on its sides.
+struct Border {
+    double width, softToA, softToB;
+    Zan::ULong32 colour;  ///< B, G, R, A from the low byte, multiplied by A as the pictures of a run are
+};
+
+/// "RRGGBB" or "RRGGBBAA".
+Zan::ULong32 ColourOf(const std::string& text) {
+    Zan::ULong32 digits = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), digits, 16);
+    const bool hasAlpha = text.size() == 8;
+    if (error != std::errc() || end != text.data() + text.size() || (text.size() != 6 && !hasAlpha)) {
+        throw UsageError("--border-color " + text + ": RRGGBB or RRGGBBAA in hexadecimal digits");
+    }
+    const Zan::ULong32 alpha = hasAlpha ? digits & 0xFF : 0xFF;
+    const Zan::ULong32 rgb = hasAlpha ? digits >> 8 : digits;
+    const auto shaped = [alpha](Zan::ULong32 sample) { return ((sample & 0xFF) * alpha + 127) / 255; };
+    return alpha << 24 | shaped(rgb >> 16) << 16 | shaped(rgb >> 8) << 8 | shaped(rgb);
+}
+
+std::optional<Border> BorderOf(const Arguments& arguments) {
+    if (!arguments.Has("border")) {
+        for (const char* option : {"border-color", "soft-in", "soft-out"}) {
+            if (arguments.Has(option)) {
+                throw UsageError(std::string("--") + option +
+                                 ": there is no border; --border WIDTH makes one");
+            }
+        }
+        return std::nullopt;
+    }
+    const auto soft = [&](const char* option) {
+        return arguments.Real(arguments.Has(option) ? option : "softness");
+    };
+    return Border{arguments.Real("border"), soft("soft-out"), soft("soft-in"),
+                  ColourOf(arguments.Text("border-color"))};
+}
+
+/// The wipe: a key that is drawn once, and one wipe for each field.
 class Wipe : public Effect {
 public:
     explicit Wipe(const Arguments& arguments)
         : pattern(static_cast<unsigned>(arguments.Integer("pattern"))),
           softness(arguments.Real("softness")),
+          border(BorderOf(arguments)),
           style(StyleOf(arguments)) {
         RequireDrawn(pattern);
     }
@@ -34,8 +75,12 @@ public:
         Zan::ImageView& first = inputs[atEnd ? 1 : 0];
         Zan::ImageView& second = inputs[atEnd ? 0 : 1];
         Zan::ImageView keyView = Whole(*key, output.GetFieldOfInterest());
-        const Zan::Long32 status = compositor.CompositeTwoSrcAndAlphaGradient(
-            first, second, keyView, output, atEnd ? 1 : 1 - position, softness, style);
+        const double left = atEnd ? 1 : 1 - position;
+        const Zan::Long32 status = border ? compositor.CompositeTwoSrcAndAlphaGradientWithBorder(
+                                                first, second, keyView, output, left, border->softToA,
+                                                border->width, border->softToB, border->colour, style)
+                                          : compositor.CompositeTwoSrcAndAlphaGradient(
+                                                first, second, keyView, output, left, softness, style);
         if (status != Zan::kStatusOk) {
             throw Failure("wipe: the library returned status " + std::to_string(status));
         }
@@ -44,6 +89,7 @@ public:
 private:
     unsigned pattern;
     double softness;
+    std::optional<Border> border;
     Zan::ProcessingStyleEnum style;
     ImagePtr key;
     Zan::ZanCompositor compositor;
@@ -73,9 +119,34 @@ const Command kWipeCommand = {
                  .help = "width of the edge in code values of the key; 0 is hard",
                  .initial = "32",
                  .least = 0,
+                 .most = 32768},
+                {.name = "border",
+                 .kind = ValueKind::kReal,
+                 .value = "WIDTH",
+                 .help = "a border along the edge, so many code values of the key wide",
+                 .least = 0,
+                 .most = 32768},
+                {.name = "border-color",
+                 .kind = ValueKind::kText,
+                 .value = "RRGGBB[AA]",
+                 .help = "colour of the border, and its alpha",
+                 .initial = "FFFFFF"},
+                {.name = "soft-in",
+                 .kind = ValueKind::kReal,
+                 .value = "S",
+                 .help = "width of the soft edge between the border and B, which comes in [as --softness]",
+                 .least = 0,
+                 .most = 32768},
+                {.name = "soft-out",
+                 .kind = ValueKind::kReal,
+                 .value = "S",
+                 .help = "width of the soft edge between A, which goes out, and the border [as --softness]",
+                 .least = 0,
                  .most = 32768}},
     .examples = {{"tesselu wipe a.mp4 b.mp4 -o out.mkv --pattern 41 --softness 64",
                   "a soft diagonal wipe between two clips, without loss"},
+                 {"tesselu wipe a.mp4 b.mp4 -o out.mkv --border 12 --border-color FFC000",
+                  "the same with a golden border"},
                  {"ffmpeg -i a.mp4 -f yuv4mpegpipe - | tesselu wipe - b.png -o - --length 50 | ffmpeg -i - "
                   "out.webm",
                   "fifty frames through pipes, whatever the formats on both sides"}},

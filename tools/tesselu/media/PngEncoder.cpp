@@ -48,16 +48,20 @@ const AVPacket* PngEncoder::Receive() {
 }
 
 void WritePng(OutputFile& file, const Raster& picture) {
-    constexpr int kMostEffort = 9;
     const FramePtr frame =
         NewFrame(AV_PIX_FMT_RGB24, static_cast<int>(picture.width), static_cast<int>(picture.height));
     for (unsigned y = 0; y < picture.height; ++y) {
         std::copy_n(picture.At(0, y), std::size_t{picture.width} * 3,
                     frame->data[0] + std::ptrdiff_t{frame->linesize[0]} * y);
     }
-    frame->pts = 0;
-    PngEncoder encoder(AV_PIX_FMT_RGB24, frame->width, frame->height, kMostEffort, 1);
-    encoder.Send(frame.get());
+    WritePng(file, *frame);
+}
+
+void WritePng(OutputFile& file, const AVFrame& picture) {
+    constexpr int kMostEffort = 9;
+    PngEncoder encoder(static_cast<AVPixelFormat>(picture.format), picture.width, picture.height, kMostEffort,
+                       1);
+    encoder.Send(&picture);
     encoder.Send(nullptr);
     const AVPacket* packet = encoder.Receive();
     if (packet == nullptr) {

@@ -11,7 +11,7 @@ namespace tool {
 /// Encodes pictures of one size, some of them at once.
 class PngEncoder {
 public:
-    /// `samples` is AV_PIX_FMT_RGB24 or AV_PIX_FMT_RGBA; `effort` goes from 1 to 9.
+    /// `samples` is AV_PIX_FMT_RGB24, _RGBA, _GRAY8 or _GRAY16BE; `effort` goes from 1 to 9.
     PngEncoder(AVPixelFormat samples, int width, int height, int effort, int threads);
 
     /// Hands a picture over; null tells the end.
@@ -26,6 +26,8 @@ private:
 
 /// Writes `picture` as a PNG file and keeps it. Throws `Failure`.
 void WritePng(OutputFile& file, const Raster& picture);
+/// The same with a frame.
+void WritePng(OutputFile& file, const AVFrame& picture);
 
 }  // namespace tool
 

@@ -20,6 +20,8 @@ public:
 
     /// The name as the user gave it.
     const std::string& Path() const noexcept { return path; }
+    /// The name under which it stands until `Keep`, for whoever writes to names.
+    const std::string& PlaceNow() const noexcept { return temporary.empty() ? target : temporary; }
     /// What is written can be gone back to.
     bool IsSeekable() const noexcept { return !temporary.empty(); }
 

@@ -131,9 +131,9 @@ unsigned Even(unsigned side) {
     return side & ~1U;
 }
 
-PictureFormat FormatOf(const RunOptions& options, const Pipeline& run) {
+PictureFormat FormatOf(const Command& command, const RunOptions& options, const Pipeline& run) {
     PictureFormat format;
-    const Reader* a = run.inputs.empty() ? nullptr : &run.inputs.front()->reader;
+    const Reader* a = run.inputs.empty() ? nullptr : &run.inputs[command.frameInput]->reader;
     const Reader* clip = nullptr;
     for (const auto& input : run.inputs) {
         if (clip == nullptr && !input->reader.IsStill()) {
@@ -294,9 +294,10 @@ void RunCommand(const Command& command, const Arguments& arguments) {
     for (const std::string& path : options.inputs) {
         run->inputs.push_back(std::make_unique<InputStage>(path, options.input));
     }
-    run->format = FormatOf(options, *run);
+    run->format = FormatOf(command, options, *run);
     const PictureFormat& format = run->format;
-    const double aspect = run->inputs.empty() ? format.Aspect() : run->inputs.front()->reader.Aspect();
+    const double aspect =
+        run->inputs.empty() ? format.Aspect() : run->inputs[command.frameInput]->reader.Aspect();
     std::vector<PictureFormat> taken;
     for (const auto& input : run->inputs) {
         taken.push_back(effect->InputFormat(input->reader, format));

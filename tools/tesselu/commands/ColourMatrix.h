@@ -1,0 +1,24 @@
+#ifndef TESSELU_TOOLS_COMMANDS_COLOURMATRIX_H
+#define TESSELU_TOOLS_COMMANDS_COLOURMATRIX_H
+
+#include <array>
+#include <optional>
+
+#include "commands/Routes.h"
+#include "media/Picture.h"
+
+namespace tool {
+
+/// A matrix of the library, row after row, and its offsets before and after it.
+struct ColourMatrix {
+    std::array<double, 16> matrix{};
+    std::optional<std::array<double, 8>> offsets = {};
+};
+
+/// Between YCrCb at video levels and RGB from `low` to `high`, with luma weights other than the library's
+/// own, which are those of ITU-R BT.601. In memory order: Cb, Y, Cr, A and B, G, R, A.
+ColourMatrix MatrixOf(LumaWeights weights, Sense sense, double low, double high);
+
+}  // namespace tool
+
+#endif  // TESSELU_TOOLS_COMMANDS_COLOURMATRIX_H
