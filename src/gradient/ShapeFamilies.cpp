@@ -51,15 +51,21 @@ void DrawToLast(const GradientMap& map, Norm norm) noexcept {
     const ULong32 height = map.Height();
     const auto across = Across(map);
     const auto down = Down(map);
-    double last = 0.0;
+    // Along the frame and along the middle: where pixels are not square, the first one may lie beside the
+    // centre.
+    double first = norm(across(0), down(0));
+    double last = first;
+    const auto look = [&](ULong32 x, ULong32 y) {
+        const double here = norm(across(x), down(y));
+        first = Smaller(first, here);
+        last = Larger(last, here);
+    };
     for (ULong32 x = 0; x < width; ++x)
-        last = Larger(last, Larger(norm(across(x), down(0)), norm(across(x), down(height - 1))));
+        for (const ULong32 y : {ULong32{0}, (height - 1) / 2, height / 2, height - 1})
+            look(x, y);
     for (ULong32 y = 0; y < height; ++y)
-        last = Larger(last, Larger(norm(across(0), down(y)), norm(across(width - 1), down(y))));
-    double first = last;
-    for (const ULong32 x : {(width - 1) / 2, width / 2})
-        for (const ULong32 y : {(height - 1) / 2, height / 2})
-            first = Smaller(first, norm(across(x), down(y)));
+        for (const ULong32 x : {ULong32{0}, (width - 1) / 2, width / 2, width - 1})
+            look(x, y);
     map.Draw(across, down,
              [=, range = last - first](double x, double y) { return Clamped((last - norm(x, y)) / range); });
 }
