@@ -477,4 +477,23 @@ TEST(BlendEdgeCases, FieldsOfBottomLeftImagesAreRefused) {
     });
 }
 
+// A left edge outside of packed 4:2:2 is not cut off: the selection leaves its picture.
+TEST(BlendEdgeCases, LeftEdgesOutsideAreRefused) {
+    OnEveryPath([](ZanCompositor& compositor, const Machine&, int style) {
+        for (int which = 0; which < 3; ++which) {
+            Three t(kPairsAlpha);
+            t.b->SetPixelShaping(Zan::kShaped2);
+            t.dst->SetPixelShaping(Zan::kShaped2);
+            Picture* const pictures[] = {&t.a, &t.b, &t.dst};
+            ImageView* const views[] = {&t.viewA, &t.viewB, &t.viewDst};
+            *views[which] = Part(*pictures[which], -3, 1, 12, 3);
+            const Bytes colour = t.dst.Colour(), alpha = t.dst.Alpha();
+            EXPECT_EQ(compositor.CrossDissolve(t.viewA, t.viewB, t.viewDst, 0.5, Style(style)), 98);
+            EXPECT_EQ(compositor.AoverB(t.viewA, t.viewB, t.viewDst, Style(style)), 98);
+            EXPECT_EQ(colour, t.dst.Colour());
+            EXPECT_EQ(alpha, t.dst.Alpha());
+        }
+    });
+}
+
 }  // namespace

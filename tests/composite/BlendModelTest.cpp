@@ -218,51 +218,82 @@ TEST(BlendModel, RowsThatRunIntoEachOther) {
     });
 }
 
+void ExpectAoverB(Zan::ZanCompositor& compositor, int style, int width) {
+    Layout layout = AnyLayout(width);
+    layout.pitchUnit = OneIn(3) ? 1 : 4;
+    layout.bottomLeft = layout.pitchUnit == 4;
+    Scene scene = MakeScene({Pairs(Zan::k4224), Pairs(Zan::k4224), Pairs(Zan::k4224)}, layout);
+    Polarise(scene.pictures[0]->AlphaMemory());
+    (*scene.pictures[1])->SetPixelShaping(Zan::kShaped2);
+    (*scene.pictures[2])->SetPixelShaping(Zan::kShaped2);
+    ExpectAsModel(
+        compositor, scene,
+        [&](Zan::ZanCompositor& by, std::vector<Zan::ImageView>& v) {
+            return by.AoverB(v[0], v[1], v[2], Style(style));
+        },
+        [&](std::vector<Operand>& o) { return composite_model::AoverB(o[0], o[1], o[2]); },
+        OneIn(8) ? 1 : -1);
+}
+
 TEST(BlendModel, AoverB) {
     OnEveryPath([](Zan::ZanCompositor& compositor, const Machine&, int style) {
-        ForWidths([&](int width) {
-            Layout layout = AnyLayout(width);
-            layout.pitchUnit = OneIn(3) ? 1 : 4;
-            layout.bottomLeft = layout.pitchUnit == 4;
-            Scene scene = MakeScene({Pairs(Zan::k4224), Pairs(Zan::k4224), Pairs(Zan::k4224)}, layout);
-            Polarise(scene.pictures[0]->AlphaMemory());
-            (*scene.pictures[1])->SetPixelShaping(Zan::kShaped2);
-            (*scene.pictures[2])->SetPixelShaping(Zan::kShaped2);
-            ExpectAsModel(
-                compositor, scene,
-                [&](Zan::ZanCompositor& by, std::vector<Zan::ImageView>& v) {
-                    return by.AoverB(v[0], v[1], v[2], Style(style));
-                },
-                [&](std::vector<Operand>& o) { return composite_model::AoverB(o[0], o[1], o[2]); },
-                OneIn(8) ? 1 : -1);
-        });
+        ForWidths([&](int width) { ExpectAoverB(compositor, style, width); });
     });
+}
+
+void ExpectUnshapedAoverB(Zan::ZanCompositor& compositor, const Machine& machine, int style, int width) {
+    Scene scene = MakeScene({Format::Rgb(0, 0), Format::Rgb(0, 0), Format::Rgb(0, 0)}, AnyLayout(width));
+    Polarise(scene.pictures[0]->ColourMemory());
+    Polarise(scene.pictures[1]->ColourMemory());
+    (*scene.pictures[2])->SetPixelShaping(Zan::kShaped);
+    (*scene.pictures[1])
+        ->SetAlphaChannelDescription(AnyOf({Zan::kAlphaOpaque, Zan::kAlphaOpaque, Zan::kAlphaVarying,
+                                            Zan::kAlphaTransparent, Zan::kNoAlpha}));
+    (*scene.pictures[0])->SetAlphaChannelDescription(AnyOf({Zan::kAlphaOpaque, Zan::kAlphaVarying}));
+    const double fade = AnyFade();
+    SCOPED_TRACE(::testing::Message() << "fade " << fade);
+    ExpectAsModel(
+        compositor, scene,
+        [&](Zan::ZanCompositor& by, std::vector<Zan::ImageView>& v) {
+            return by.CompositeUnshapedAoverBwithFadeOfA(v[0], v[1], v[2], fade, Style(style));
+        },
+        [&](std::vector<Operand>& o) {
+            return composite_model::UnshapedAoverBwithFadeOfA(o[0], o[1], o[2], fade, style,
+                                                              ProcessorOf(machine));
+        });
 }
 
 TEST(BlendModel, UnshapedAoverBwithFadeOfA) {
     OnEveryPath([](Zan::ZanCompositor& compositor, const Machine& machine, int style) {
-        ForWidths([&](int width) {
-            Scene scene =
-                MakeScene({Format::Rgb(0, 0), Format::Rgb(0, 0), Format::Rgb(0, 0)}, AnyLayout(width));
-            Polarise(scene.pictures[0]->ColourMemory());
-            Polarise(scene.pictures[1]->ColourMemory());
-            (*scene.pictures[2])->SetPixelShaping(Zan::kShaped);
-            (*scene.pictures[1])
-                ->SetAlphaChannelDescription(AnyOf({Zan::kAlphaOpaque, Zan::kAlphaOpaque, Zan::kAlphaVarying,
-                                                    Zan::kAlphaTransparent, Zan::kNoAlpha}));
-            (*scene.pictures[0])->SetAlphaChannelDescription(AnyOf({Zan::kAlphaOpaque, Zan::kAlphaVarying}));
-            const double fade = AnyFade();
-            SCOPED_TRACE(::testing::Message() << "fade " << fade);
-            ExpectAsModel(
-                compositor, scene,
-                [&](Zan::ZanCompositor& by, std::vector<Zan::ImageView>& v) {
-                    return by.CompositeUnshapedAoverBwithFadeOfA(v[0], v[1], v[2], fade, Style(style));
-                },
-                [&](std::vector<Operand>& o) {
-                    return composite_model::UnshapedAoverBwithFadeOfA(o[0], o[1], o[2], fade, style,
-                                                                      ProcessorOf(machine));
-                });
-        });
+        ForWidths([&](int width) { ExpectUnshapedAoverB(compositor, machine, style, width); });
+    });
+}
+
+// Rows that are wide enough to be written around the cache.
+TEST(BlendModel, WideRowsAroundTheCache) {
+    StreamingOnEveryTarget([](Zan::ZanCompositor& compositor, const Machine& machine) {
+        for (const int style : {0, 1, 2}) {
+            for (int round = 0; round < (kSanitized ? 2 : 20); ++round) {
+                const int width = 300 + RandomFrom<int>(0, 400);
+                SCOPED_TRACE(::testing::Message() << "style " << style << ", width " << width);
+                Scene dissolve = MakeScene({Words(), Words(), Words()}, AnyLayout(width));
+                ExpectDissolve(compositor, machine, style, dissolve);
+                Scene pairs =
+                    MakeScene({Pairs(Zan::k4224), Pairs(Zan::k4224), Pairs(Zan::k4224)}, AnyLayout(width));
+                ExpectDissolve(compositor, machine, style, pairs, MaybeInPlace(2));
+                Scene two = MakeScene({Words(), Words(), Words()}, AnyLayout(width));
+                ExpectTwoSources(compositor, style, two);
+                Layout layout = AnyLayout(width);
+                layout.key = 2;
+                Scene keyed = MakeScene({Words(), Words(), Format::Grey(0, 0), Words()}, layout);
+                ExpectTwoSrcAndAlpha(compositor, machine, style, keyed);
+                ExpectAoverB(compositor, style, width);
+                ExpectUnshapedAoverB(compositor, machine, style, width);
+                if (::testing::Test::HasFatalFailure()) {
+                    return;
+                }
+            }
+        }
     });
 }
 

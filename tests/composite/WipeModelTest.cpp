@@ -236,6 +236,30 @@ TEST(WipeModel, BorderOfNoTotal) {
     });
 }
 
+// Rows that are wide enough to be written around the cache.
+TEST(WipeModel, WideRowsAroundTheCache) {
+    StreamingOnEveryTarget([](Zan::ZanCompositor& compositor, const Machine& machine) {
+        for (const int style : {0, 1, 2}) {
+            for (int round = 0; round < (kSanitized ? 2 : 20); ++round) {
+                const int width = 300 + RandomFrom<int>(0, 400);
+                SCOPED_TRACE(::testing::Message() << "style " << style << ", width " << width);
+                Scene words = MakeScene({Words(), Words(), Key(), Words()}, AnyLayout(width));
+                ExpectSoftWipe(compositor, machine, style, words, -1);
+                ExpectBorderWipe(compositor, style, words, AnyBorder());
+                Scene pairs = MakeScene({Pairs(), Pairs(), Key(), Pairs()}, AnyLayout(width));
+                VaryAlpha(pairs);
+                ExpectSoftWipe(compositor, machine, style, pairs, -1);
+                ExpectBorderWipe(compositor, style, pairs, AnyBorder());
+                Scene wordKey = MakeScene({Pairs(), Pairs(), Key(Zan::k16Bits), Pairs()}, AnyLayout(width));
+                ExpectBorderWipe(compositor, style, wordKey, AnyBorder());
+                if (::testing::Test::HasFatalFailure()) {
+                    return;
+                }
+            }
+        }
+    });
+}
+
 // Every combination of planes that are there and are not, without memory or without a channel.
 TEST(WipeModel, EveryCombinationOfAlphaPlanes) {
     OnEveryPath([](Zan::ZanCompositor& compositor, const Machine& machine, int style) {
