@@ -57,11 +57,11 @@ Picture Pairs(const Size& size, std::uint8_t* memory, ComponentOrderEnum order =
                                      std::vector<ULong32>{Number(2 * size.width)});
 }
 /// Pairs, and a plane of alpha behind them.
-Picture PairsAndAlpha(const Size& size, std::uint8_t* memory) {
+Picture PairsAndAlpha(const Size& size, std::uint8_t* memory, ShapedEnum shaped = kUnshaped) {
     const ULong32 width = Number(size.width);
     return std::make_shared<Wrapped>(size, kYCrCb, k4224, kCbYCrA,
                                      std::vector<unsigned char*>{memory, memory + 2 * size.pixels()},
-                                     std::vector<ULong32>{2 * width, width});
+                                     std::vector<ULong32>{2 * width, width}, shaped);
 }
 Picture Key(const Size& size, std::uint8_t* memory) {
     return std::make_shared<Wrapped>(size, kAlphaOnly, k4444, kBGRA, std::vector<unsigned char*>{memory},
@@ -144,6 +144,39 @@ void EnterBlends(Contests& contests, const Pictures& p) {
     enterWipe(Operation::kWipePairs, Pairs(size, p.a), Pairs(size, p.b), Pairs(size, p.out));
     enterWipe(Operation::kWipePairsAndAlpha, PairsAndAlpha(size, p.a), PairsAndAlpha(size, p.b),
               PairsAndAlpha(size, p.out));
+    const auto enterBorder = [&](Operation operation, const Picture& from, const Picture& to,
+                                 const Picture& result) {
+        EnterCompositor(contests[operation], [=](ZanCompositor& compositor) {
+            return compositor.CompositeTwoSrcAndAlphaGradientWithBorder(
+                from->view, to->view, keyView->view, result->view, kPosition, kBorderSoftness, kBorderWidth,
+                kBorderSoftness, kBorderColour, kInt_MMXorSIMD);
+        });
+    };
+    enterBorder(Operation::kBorderPixels, Pixels(size, p.a), Pixels(size, p.b), Pixels(size, p.out));
+    enterBorder(Operation::kBorderPairs, Pairs(size, p.a), Pairs(size, p.b), Pairs(size, p.out));
+    const auto enterDissolve = [&](Operation operation, const Picture& from, const Picture& to,
+                                   const Picture& result) {
+        EnterCompositor(contests[operation], [=](ZanCompositor& compositor) {
+            return compositor.CrossDissolve(from->view, to->view, result->view, kFade, kInt_MMXorSIMD);
+        });
+    };
+    enterDissolve(Operation::kDissolveViewPixels, Pixels(size, p.a), Pixels(size, p.b), Pixels(size, p.out));
+    enterDissolve(Operation::kDissolveViewPairs, Pairs(size, p.a), Pairs(size, p.b), Pairs(size, p.out));
+    // As in CompositeTwoSources, picture b lies over picture a.
+    for (const Operation operation : {Operation::kOverStraight, Operation::kOverShaping}) {
+        const Picture over = Pixels(size, p.b), under = Pixels(size, p.a), to = Pixels(size, p.out, kShaped);
+        under->image.SetAlphaChannelDescription(operation == Operation::kOverStraight ? kAlphaOpaque
+                                                                                      : kAlphaVarying);
+        EnterCompositor(contests[operation], [=](ZanCompositor& compositor) {
+            return compositor.CompositeUnshapedAoverBwithFadeOfA(over->view, under->view, to->view, kOverFade,
+                                                                 kInt_MMXorSIMD);
+        });
+    }
+    EnterCompositor(contests[Operation::kOverPairs],
+                    [over = PairsAndAlpha(size, p.b), under = PairsAndAlpha(size, p.a, kShaped2),
+                     to = PairsAndAlpha(size, p.out, kShaped2)](ZanCompositor& compositor) {
+                        return compositor.AoverB(over->view, under->view, to->view, kInt_MMXorSIMD);
+                    });
     EnterCompositor(contests[Operation::kFill], [to = Pixels(size, p.out)](ZanCompositor& compositor) {
         return compositor.Fill(to->view, kColour, 0xFFFFFFFF, kInt_MMXorSIMD);
     });

@@ -81,6 +81,20 @@ void Enter(Contests& contests, const Pictures& p) {
                      libyuv::ARGBAttenuate(scratch, 4 * w, scratch, 4 * w, w, h) |
                      libyuv::ARGBBlend(scratch, 4 * w, a, 4 * w, out, 4 * w, w, h);
           });
+    for (const Operation dissolve : {Operation::kDissolveViewPixels, Operation::kDissolveViewPairs}) {
+        const int line = dissolve == Operation::kDissolveViewPixels ? 4 * w : 2 * w;
+        enter(dissolve, "libyuv InterpolatePlane", kApproximate,
+              [=] { return libyuv::InterpolatePlane(b, line, a, line, out, line, line, h, kFadeOf256); });
+    }
+    enter(Operation::kOverStraight, "libyuv ARGBAttenuate, ARGBBlend", kApproximate, [=] {
+        return libyuv::ARGBAttenuate(b, 4 * w, scratch, 4 * w, w, h) |
+               libyuv::ARGBBlend(scratch, 4 * w, a, 4 * w, out, 4 * w, w, h);
+    });
+    enter(Operation::kOverShaping, "libyuv ARGBAttenuate twice, ARGBBlend", kApproximate, [=] {
+        return libyuv::ARGBAttenuate(b, 4 * w, scratch, 4 * w, w, h) |
+               libyuv::ARGBAttenuate(a, 4 * w, out, 4 * w, w, h) |
+               libyuv::ARGBBlend(scratch, 4 * w, out, 4 * w, out, 4 * w, w, h);
+    });
     enter(Operation::kFill, "libyuv ARGBRect", kSame,
           [=] { return libyuv::ARGBRect(out, 4 * w, 0, 0, w, h, kColour); });
     enter(Operation::kCopyPixels, "libyuv ARGBCopy", kSame,

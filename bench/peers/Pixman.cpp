@@ -37,8 +37,10 @@ void Enter(Contests& contests, const Pictures& p) {
     contests[Operation::kDissolvePixels].EnterWork(
         kPixman, call, Promise::kApproximate,
         Blend(p, {pixman_image_create_solid_fill(&weight), pixman_image_unref}));
-    contests[Operation::kCompositeTwoSources].EnterWork(
-        kPixman, call, Promise::kApproximate, Blend(p, Wrap(PIXMAN_a8r8g8b8, p.size, p.b, 4 * p.size.width)));
+    for (const Operation over : {Operation::kCompositeTwoSources, Operation::kOverStraight}) {
+        contests[over].EnterWork(kPixman, call, Promise::kApproximate,
+                                 Blend(p, Wrap(PIXMAN_a8r8g8b8, p.size, p.b, 4 * p.size.width)));
+    }
     contests[Operation::kCompositeByPlane].EnterWork(kPixman, call, Promise::kApproximate,
                                                      PixmanBlendByPlane(p, p.key));
 

@@ -88,6 +88,67 @@ void WipeBytes(const U8* __restrict a, const U8* __restrict b, const U8* __restr
     }
 }
 
+/// Two samples at once under `share` of 256 of a colour, in the low bytes.
+U32 TwoUnder(U32 source, U32 colour, U32 share) {
+    return ((source * (256 - share) + colour * share + 0x00800080) >> 8) & kEven;
+}
+
+void BorderPixels(const U32* __restrict a, const U32* __restrict b, const U8* __restrict key,
+                  U32* __restrict out, std::size_t pixels, const Border& border) {
+    const U32 colour = border.colour;
+    for (std::size_t i = 0; i < pixels; ++i) {
+        const U32 share = border.share[key[i]], source = border.isB[key[i]] ? b[i] : a[i];
+        out[i] = TwoUnder(source & kEven, colour & kEven, share) |
+                 TwoUnder((source >> 8) & kEven, (colour >> 8) & kEven, share) << 8;
+    }
+}
+
+void BorderPairs(const U32* __restrict a, const U32* __restrict b, const U8* __restrict key,
+                 U32* __restrict out, std::size_t pixels, const Border& border) {
+    const U32 colour = border.colour;
+    for (std::size_t i = 0; i < pixels / 2; ++i) {
+        const U32 first = border.share[key[2 * i]], second = border.share[key[2 * i + 1]];
+        const U32 source0 = border.isB[key[2 * i]] ? b[i] : a[i];
+        const U32 source1 = border.isB[key[2 * i + 1]] ? b[i] : a[i];
+        out[i] = TwoUnder(source0 & kEven, colour & kEven, first) |
+                 TwoUnder((source0 >> 8) & 255, (colour >> 8) & 255, first) << 8 |
+                 TwoUnder(source1 >> 24, colour >> 24, second) << 24;
+    }
+}
+
+void OverStraight(const U32* __restrict a, const U32* __restrict b, U32* __restrict out, std::size_t pixels,
+                  U32 fade) {
+    for (std::size_t i = 0; i < pixels; ++i) {
+        out[i] = BlendFour(b[i], a[i], ((a[i] >> 24) * fade + 128) >> 8);
+    }
+}
+
+void OverShaping(const U32* __restrict a, const U32* __restrict b, U32* __restrict out, std::size_t pixels,
+                 U32 fade) {
+    for (std::size_t i = 0; i < pixels; ++i) {
+        const U32 alpha = b[i] >> 24;
+        const U32 even = (BlendTwo(0, b[i] & kEven, alpha) >> 8) & kEven;
+        U32 green = ((b[i] >> 8) & 255) * alpha + 128;
+        green = (green + (green >> 8)) & 0xFF00;
+        out[i] = BlendFour(even | green | alpha << 24, a[i] | 0xFF000000, ((a[i] >> 24) * fade + 128) >> 8);
+    }
+}
+
+void OverPairs(const U8* __restrict a, const U8* __restrict b, const U8* __restrict alpha, U8* __restrict out,
+               std::size_t pixels) {
+    const auto over = [&](std::size_t i, int weight, int zero) {
+        const int x = (255 - weight) * (b[i] - zero) + weight * (a[i] - zero);
+        return static_cast<U8>((2 * x / 255 + 1) >> 1);
+    };
+    for (std::size_t i = 0; i < 2 * pixels; i += 4) {
+        const int first = alpha[i / 2], second = alpha[i / 2 + 1];
+        out[i] = over(i, first, 128);
+        out[i + 1] = over(i + 1, first, 16);
+        out[i + 2] = over(i + 2, first, 128);
+        out[i + 3] = over(i + 3, second, 16);
+    }
+}
+
 void SumOfAbsDiffs(const U8* __restrict a, const U8* __restrict b, U8* __restrict out, std::size_t pixels) {
     for (std::size_t i = 0; i < pixels; ++i) {
         U16 sum = 0;
@@ -113,8 +174,8 @@ void Copy(const U32* __restrict source, U32* __restrict out, std::size_t words) 
 }  // namespace
 
 extern const Blends kBlends;
-const Blends kBlends = {Dissolve,  CompositeTwoSources, CompositeByPlane, WipePixels,
-                        WipePairs, WipeBytes,           SumOfAbsDiffs,    Fill,
-                        Copy};
+const Blends kBlends = {
+    Dissolve,    CompositeTwoSources, CompositeByPlane, WipePixels, WipePairs,     WipeBytes, BorderPixels,
+    BorderPairs, OverStraight,        OverShaping,      OverPairs,  SumOfAbsDiffs, Fill,      Copy};
 
 }  // namespace bench::plain::TESSELU_PLAIN_BUILD

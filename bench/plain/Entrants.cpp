@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <memory>
 
 #include "Ours.h"
 #include "plain/Plain.h"
@@ -127,6 +128,27 @@ const char* PlainCompiler(Level level) {
     return BuildFor(level).compiler;
 }
 
+namespace {
+
+/// The border of the bordered wipes, key by key.
+plain::Border PlainBorder(std::uint32_t colour) {
+    constexpr double kTotal = 2 * kBorderSoftness + kBorderWidth;
+    constexpr double kStart = (-kTotal / 255 + (255 + kTotal) / 255 * kPosition) * 255;
+    constexpr double kEnd1 = 255 * kBorderSoftness / kTotal,
+                     kEnd2 = 255 * (kBorderSoftness + kBorderWidth) / kTotal;
+    plain::Border border;
+    border.colour = colour;
+    for (int key = 0; key < 256; ++key) {
+        const double d = std::clamp((key - kStart) * 255 / kTotal, 0.0, 255.0);
+        const double share = d <= kEnd1 ? 255 * d / kEnd1 : d < kEnd2 ? 256 : 255 * (255 - d) / (255 - kEnd2);
+        border.share[key] = static_cast<std::uint16_t>(share + 0.5);
+        border.isB[key] = d >= kEnd2;
+    }
+    return border;
+}
+
+}  // namespace
+
 void EnterPlain(Contests& contests, const Pictures& p, Level level) {
     const plain::Blends& blends = BuildFor(level).blends;
     const std::size_t pixels = p.size.pixels();
@@ -153,6 +175,24 @@ void EnterPlain(Contests& contests, const Pictures& p, Level level) {
     enter(Operation::kWipePairsAndAlpha, [=, &blends] {
         blends.WipePairs(a, b, key, out, pixels, rampOfPairs);
         blends.WipeBytes(a8 + 2 * pixels, b8 + 2 * pixels, key, out8 + 2 * pixels, pixels, rampOfPairs);
+    });
+    // The colour of the pairs is worked out by the library: the same word stands in the two luma bytes.
+    const auto border = std::make_shared<plain::Border>(PlainBorder(kBorderColour));
+    const auto borderOfPairs = std::make_shared<plain::Border>(PlainBorder(kBorderColourOfPairs));
+    enter(Operation::kBorderPixels, [=, &blends] { blends.BorderPixels(a, b, key, out, pixels, *border); });
+    enter(Operation::kBorderPairs,
+          [=, &blends] { blends.BorderPairs(a, b, key, out, pixels, *borderOfPairs); });
+    enter(Operation::kDissolveViewPixels,
+          [=, &blends] { blends.Dissolve(a8, b8, out8, 4 * pixels, kFadeOf256); });
+    enter(Operation::kDissolveViewPairs,
+          [=, &blends] { blends.Dissolve(a8, b8, out8, 2 * pixels, kFadeOf256); });
+    enter(Operation::kOverStraight, [=, &blends] { blends.OverStraight(b, a, out, pixels, kOverFadeOf256); });
+    enter(Operation::kOverShaping, [=, &blends] { blends.OverShaping(b, a, out, pixels, kOverFadeOf256); });
+    enter(Operation::kOverPairs, [=, &blends, size = p.size] {
+        const std::size_t line = 2 * size.width;
+        for (std::size_t y = 0; y < size.height; ++y) {
+            blends.OverPairs(b8 + y * line, a8 + y * line, b8 + 2 * pixels, out8 + y * line, size.width);
+        }
     });
     enter(Operation::kSumOfAbsDiffs, [=, &blends] { blends.SumOfAbsDiffs(a8, b8, out8, pixels); });
 

@@ -15,6 +15,13 @@ struct Ramp {
     int gain;
 };
 
+/// A key's share of the border, out of 256, and whether the second source lies under it.
+struct Border {
+    std::uint16_t share[256];
+    bool isB[256];
+    std::uint32_t colour;
+};
+
 struct Blends {
     void (*Dissolve)(const std::uint8_t* a, const std::uint8_t* b, std::uint8_t* out, std::size_t bytes,
                      int weight);
@@ -28,6 +35,18 @@ struct Blends {
                       std::uint32_t* out, std::size_t pixels, Ramp ramp);
     void (*WipeBytes)(const std::uint8_t* a, const std::uint8_t* b, const std::uint8_t* key,
                       std::uint8_t* out, std::size_t bytes, Ramp ramp);
+    void (*BorderPixels)(const std::uint32_t* a, const std::uint32_t* b, const std::uint8_t* key,
+                         std::uint32_t* out, std::size_t pixels, const Border& border);
+    void (*BorderPairs)(const std::uint32_t* a, const std::uint32_t* b, const std::uint8_t* key,
+                        std::uint32_t* out, std::size_t pixels, const Border& border);
+    /// Source a over b, its alpha times `fade` of 256.
+    void (*OverStraight)(const std::uint32_t* a, const std::uint32_t* b, std::uint32_t* out,
+                         std::size_t pixels, std::uint32_t fade);
+    void (*OverShaping)(const std::uint32_t* a, const std::uint32_t* b, std::uint32_t* out,
+                        std::size_t pixels, std::uint32_t fade);
+    /// One line.
+    void (*OverPairs)(const std::uint8_t* a, const std::uint8_t* b, const std::uint8_t* alpha,
+                      std::uint8_t* out, std::size_t pixels);
     void (*SumOfAbsDiffs)(const std::uint8_t* a, const std::uint8_t* b, std::uint8_t* out,
                           std::size_t pixels);
     void (*Fill)(std::uint32_t* out, std::size_t pixels, std::uint32_t colour);
