@@ -89,6 +89,52 @@ HWY_INLINE HWY_ATTR Weights WeightsOfPairs(VU8 words) {
             hn::TableLookupBytes(words, InEveryBlock(kUpper))};
 }
 
+/// Keys as they lie in memory; or dealt out to the blocks in lanes of D.
+struct InOrder {};
+HWY_INLINE HWY_ATTR VU8 Dealt(InOrder, VU8 v) {
+    return v;
+}
+template <class D>
+HWY_INLINE HWY_ATTR VU8 Dealt(D d, VU8 v) {
+    return hn::BitCast(DU8(), DealToBlocks(d, hn::BitCast(d, v)));
+}
+
+/// Entries of a table with `rows` rows, the first of which begins at key `first`.
+template <std::size_t rows>
+HWY_INLINE HWY_ATTR VU8 LookUp(const std::uint8_t (*row)[16], std::uint8_t first, VU8 keys) {
+    const DU8 d;
+    const DI8 di;
+    // Bits 4 to 6 of a place do not count; a negative one gives 0.
+    const auto entries = [&](std::size_t i, VI8 places) HWY_ATTR {
+#if HWY_ARCH_X86
+        return hn::TableLookupBytes(InEveryBlock(row[i]), hn::BitCast(d, places));
+#else
+        return hn::TableLookupBytesOr0(InEveryBlock(row[i]),
+                                       hn::And(hn::BitCast(d, places), hn::Set(d, 0x8F)));
+#endif
+    };
+    const VU8 above = hn::SaturatedSub(keys, hn::Set(d, first));
+    const VI8 one = hn::Set(di, 16);
+    if constexpr (rows <= 8) {
+        VI8 places = hn::BitCast(di, hn::Min(above, hn::Set(d, static_cast<std::uint8_t>(16 * rows - 1))));
+        VU8 found = entries(0, places);
+        for (std::size_t i = 1; i < rows; ++i) {
+            places = hn::Sub(places, one);
+            found = hn::Xor(found, entries(i, places));
+        }
+        return found;
+    } else {
+        VI8 low = hn::BitCast(di, above), high = Centred(above);
+        VU8 found = hn::Or(entries(0, low), entries(8, high));
+        for (std::size_t i = 1; i < 8; ++i) {
+            low = hn::SaturatedSub(low, one);
+            high = hn::SaturatedSub(high, one);
+            found = hn::Xor(found, hn::Xor(entries(i, low), entries(i + 8, high)));
+        }
+        return found;
+    }
+}
+
 #endif  // HWY_TARGET
 
 }  // namespace HWY_NAMESPACE

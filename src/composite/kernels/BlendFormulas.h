@@ -167,6 +167,38 @@ constexpr std::uint8_t FadedAlpha(unsigned alpha, unsigned weight) noexcept {
     return static_cast<std::uint8_t>((alpha * weight + 128) >> 8);
 }
 
+/// A table of bytes by a byte, with what vectors need to look it up sixteen keys at a time: for keys from
+/// `first` on, rows of sixteen entries, of which each is the difference (exclusive or) to the row before, so
+/// that a key gathers all rows up to its own. The second eight of sixteen rows start anew.
+struct KeyTable {
+    static constexpr std::size_t kMostRows = 16;
+
+    std::array<std::uint8_t, 256> entry;
+    alignas(64) std::uint8_t row[kMostRows][16];
+    std::uint8_t first;  ///< all keys below it are as this one
+    unsigned rows;       ///< 4, 8 or 16; keys beyond them are as the last one
+
+    /// Makes the rows of what `entry` holds.
+    constexpr void Arrange() noexcept {
+        std::size_t last = 255, start = 0;
+        for (; last > 0 && entry[last - 1] == entry[255]; --last) {
+        }
+        for (; start < last && entry[start + 1] == entry[0]; ++start) {
+        }
+        first = static_cast<std::uint8_t>(start);
+        const std::size_t needed = (last - start) / 16 + 1;
+        rows = needed <= 4 ? 4 : needed <= 8 ? 8 : 16;
+        for (std::size_t i = 0; i < rows; ++i) {
+            for (std::size_t k = 0; k < 16; ++k) {
+                const auto at = [&](std::size_t r) {
+                    return entry[std::min<std::size_t>(start + 16 * r + k, 255)];
+                };
+                row[i][k] = static_cast<std::uint8_t>(at(i) ^ (i % 8 != 0 ? at(i - 1) : 0));
+            }
+        }
+    }
+};
+
 // ---- The border of a wipe
 // ----------------------------------------------------------------------------------
 
@@ -228,24 +260,25 @@ struct BorderRamp {
 
 /// The same for each key of one byte. Zones follow each other as the key rises.
 struct BorderMap {
-    std::array<std::uint8_t, 256> weight;  ///< of the border, outside of its own zone
-    unsigned border;                       ///< first key of the border
-    unsigned sourceB;                      ///< first key beyond it
+    KeyTable weight;   ///< of the border, outside of its own zone
+    unsigned border;   ///< first key of the border
+    unsigned sourceB;  ///< first key beyond it
     BorderColour colour;
 
     static constexpr BorderMap From(const BorderRamp& ramp, const BorderColour& colour) noexcept {
         BorderMap map{{}, 0, 0, colour};
         for (unsigned key = 0; key < 256; ++key) {
             const BorderShare share = ramp(key);
-            map.weight[key] = static_cast<std::uint8_t>(share.weight);
+            map.weight.entry[key] = static_cast<std::uint8_t>(share.weight);
             map.border += !share.isB && share.weight < 256 ? 1 : 0;
             map.sourceB += share.isB ? 0 : 1;
         }
+        map.weight.Arrange();
         return map;
     }
 
     constexpr BorderShare operator()(unsigned key) const noexcept {
-        return {key >= sourceB, key >= border && key < sourceB ? 256U : weight[key]};
+        return {key >= sourceB, key >= border && key < sourceB ? 256U : weight.entry[key]};
     }
 };
 

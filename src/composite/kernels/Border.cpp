@@ -16,21 +16,23 @@ namespace {
 
 #if HWY_TARGET != HWY_SCALAR
 
-/// What a vector of keys says: the border's share of 256 in two bytes, and 255 where source B counts.
+/// What a vector of keys says: of what is left to the source, out of 256, less 256 and so negative, the low
+/// byte and the high bit (0 or 1); and 255 where source B counts.
 struct Shares {
     VU8 low, high, isB;
 };
 
-/// UnderBorder on every byte: s + (share * (c - s) + 128) / 256 as a rounded product. `lower` and `upper` are
-/// -128 times the shares of the bytes that InterleaveLower and InterleaveUpper bring together.
+/// UnderBorder on every byte: c + ((256 - share) * (s - c) + 128) / 256 as a rounded product. `lower` and
+/// `upper` are -128 times what is left to the source, for the bytes that InterleaveLower and InterleaveUpper
+/// bring together.
 HWY_INLINE HWY_ATTR VU8 UnderBorder(VU8 source, VI16 colour, VI16 lower, VI16 upper) {
     const DU8 d;
     const DI16 di;
     const VU8 none = hn::Zero(d);
-    const VI16 low = hn::BitCast(di, hn::InterleaveLower(d, source, none));
-    const VI16 high = hn::BitCast(di, hn::InterleaveUpper(d, source, none));
-    return PackToBytes(hn::Add(low, hn::MulFixedPoint15(hn::Sub(low, colour), lower)),
-                       hn::Add(high, hn::MulFixedPoint15(hn::Sub(high, colour), upper)));
+    const VI16 low = hn::Sub(colour, hn::BitCast(di, hn::InterleaveLower(d, source, none)));
+    const VI16 high = hn::Sub(colour, hn::BitCast(di, hn::InterleaveUpper(d, source, none)));
+    return PackToBytes(hn::Add(colour, hn::MulFixedPoint15(low, lower)),
+                       hn::Add(colour, hn::MulFixedPoint15(high, upper)));
 }
 
 /// The border's bytes for words that are interleaved with zeros.
@@ -39,18 +41,15 @@ HWY_INLINE HWY_ATTR VI16 LanesOf(const BorderColour& colour) {
     return hn::BitCast(DI16(), hn::Set(DU64(), lane(0) | lane(1) | lane(2) | lane(3)));
 }
 
-/// -128 times the shares of keys, the lower and the upper halves of all blocks.
+/// -128 times what is left to the source, the lower and the upper halves of all blocks.
 struct ShareLanes {
     VI16 lower, upper;
 
     HWY_INLINE HWY_ATTR explicit ShareLanes(const Shares& shares) {
         const DU8 d;
-        const auto scaled = [](VU8 share) HWY_ATTR {
-            const DI16 di;
-            return hn::Sub(hn::Zero(di), hn::ShiftLeft<7>(hn::BitCast(di, share)));
-        };
-        lower = scaled(hn::InterleaveLower(d, shares.low, shares.high));
-        upper = scaled(hn::InterleaveUpper(d, shares.low, shares.high));
+        const DI16 di;
+        lower = hn::ShiftLeft<7>(hn::BitCast(di, hn::InterleaveLower(d, shares.low, shares.high)));
+        upper = hn::ShiftLeft<7>(hn::BitCast(di, hn::InterleaveUpper(d, shares.low, shares.high)));
     }
 };
 
@@ -107,23 +106,47 @@ HWY_INLINE HWY_ATTR VU8 Choose(VU8 isB, VU8 a, VU8 b) {
 // ---- How keys become shares
 // --------------------------------------------------------------------------------
 
+#if HWY_TARGET != HWY_SCALAR
+
+/// Keys of `limit` (0 to 256) or more.
+struct Limit {
+    std::uint8_t least, ever;
+
+    explicit Limit(unsigned limit)
+        : least(static_cast<std::uint8_t>(std::min(limit, 255U))),
+          ever(static_cast<std::uint8_t>(limit < 256 ? 255 : 0)) {}
+
+    /// 255 where it is reached.
+    HWY_INLINE HWY_ATTR VU8 ReachedBy(VU8 keys) const {
+        const DU8 d;
+        const VU8 reached = hn::VecFromMask(d, hn::Eq(hn::Max(keys, hn::Set(d, least)), keys));
+        return hn::And(reached, hn::Set(d, ever));
+    }
+};
+
+#endif
+
+template <std::size_t rows>
 struct ByteKeys {
     static constexpr PlaneUse kUse = {.index = 2};
     const BorderMap& map;
+#if HWY_TARGET != HWY_SCALAR
+    Limit border{map.border}, sourceB{map.sourceB};
+    std::uint8_t first = map.weight.first;
+#endif
 
-    BorderShare operator()(const std::uint8_t* keys, std::size_t i) const { return map(keys[i]); }
+    BorderShare operator()(const std::uint8_t* keys, std::size_t i) const {
+        return map(keys[i]);
+    }
 
 #if HWY_TARGET != HWY_SCALAR
-    HWY_INLINE HWY_ATTR Shares Vector(const std::uint8_t* keys) const {
+    template <class Order>
+    HWY_INLINE HWY_ATTR Shares Vector(const std::uint8_t* from, Order order) const {
         const DU8 d;
-        alignas(64) std::uint8_t low[kVectorBytes], high[kVectorBytes], isB[kVectorBytes];
-        for (std::size_t i = 0; i < kVectorBytes; ++i) {
-            const BorderShare share = map(keys[i]);
-            low[i] = static_cast<std::uint8_t>(share.weight & 255);
-            high[i] = static_cast<std::uint8_t>(share.weight >> 8);
-            isB[i] = share.isB ? 255 : 0;
-        }
-        return {hn::Load(d, low), hn::Load(d, high), hn::Load(d, isB)};
+        const VU8 keys = Dealt(order, hn::LoadU(d, from));
+        const VU8 isB = sourceB.ReachedBy(keys);
+        const VU8 isBorder = hn::AndNot(isB, border.ReachedBy(keys));
+        return {LookUp<rows>(map.weight.row, first, keys), hn::AndNot(isBorder, hn::Set(d, 1)), isB};
     }
 #endif
 };
@@ -138,16 +161,18 @@ struct WideKeys {
     BorderShare operator()(const std::uint8_t* keys, std::size_t i) const { return ramp(KeyAt(keys, i)); }
 
 #if HWY_TARGET != HWY_SCALAR
-    HWY_INLINE HWY_ATTR Shares Vector(const std::uint8_t* keys) const {
+    template <class Order>
+    HWY_INLINE HWY_ATTR Shares Vector(const std::uint8_t* keys, Order order) const {
         const DU8 d;
         alignas(64) std::uint8_t low[kVectorBytes], high[kVectorBytes], isB[kVectorBytes];
         for (std::size_t i = 0; i < kVectorBytes; ++i) {
             const BorderShare share = (*this)(keys, i);
             low[i] = static_cast<std::uint8_t>(share.weight & 255);
-            high[i] = static_cast<std::uint8_t>(share.weight >> 8);
+            high[i] = share.weight < 256 ? 1 : 0;
             isB[i] = share.isB ? 255 : 0;
         }
-        return {hn::Load(d, low), hn::Load(d, high), hn::Load(d, isB)};
+        const auto dealt = [&](const std::uint8_t* made) HWY_ATTR { return Dealt(order, hn::Load(d, made)); };
+        return {dealt(low), dealt(high), dealt(isB)};
     }
 #endif
 };
@@ -155,11 +180,12 @@ struct WideKeys {
 // ---- Pixels
 // ------------------------------------------------------------------------------------------------
 
+template <class Keys>
 struct BorderPixels {
     using Place = simd::Place<3, 1>;
-    static constexpr PlaneUse kSources[] = {PixelPlane(0), PixelPlane(1), ByteKeys::kUse};
+    static constexpr PlaneUse kSources[] = {PixelPlane(0), PixelPlane(1), Keys::kUse};
     static constexpr PlaneUse kDestinations[] = {PixelPlane(0)};
-    ByteKeys keys;
+    Keys keys;
     BorderColour colour;
 
     void Unit(const Place& at, std::size_t x) const {
@@ -177,12 +203,9 @@ struct BorderPixels {
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
         const DU8 d;
-        const DU32 d32;
-        const auto deal = [&](VU8 v)
-                              HWY_ATTR { return hn::BitCast(d, DealToBlocks(d32, hn::BitCast(d32, v))); };
-        const Shares made = keys.Vector(at.in[2][0] + x);
-        const VU8 isB = deal(made.isB);
-        const ShareLanes lanes({deal(made.low), deal(made.high), isB});
+        const Shares shares = keys.Vector(at.in[2][0] + x, DU32());
+        const ShareLanes lanes(shares);
+        const VU8 isB = shares.isB;
         const VI16 border = LanesOf(colour);
         const auto blend = [&](std::size_t i, VU8 chooseB, VI16 lower, VI16 upper) HWY_ATTR {
             const VU8 source = Choose(chooseB, hn::LoadU(d, at.in[0][0] + 4 * x + i * kVectorBytes),
@@ -230,12 +253,9 @@ struct BorderPairs {
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
         const DU8 d;
-        const DU64 d64;
-        const auto deal = [&](VU8 v)
-                              HWY_ATTR { return hn::BitCast(d, DealToBlocks(d64, hn::BitCast(d64, v))); };
-        const Shares made = keys.Vector(at.in[2][0] + Keys::kUse.Bytes(x));
-        const VU8 isB = deal(made.isB);
-        const ShareLanes lanes({deal(made.low), deal(made.high), isB});
+        const Shares shares = keys.Vector(at.in[2][0] + Keys::kUse.Bytes(x), DU64());
+        const ShareLanes lanes(shares);
+        const VU8 isB = shares.isB;
         const VI16 border = LanesOf(colour);
         const auto blend = [&](std::size_t i, VU8 chooseB, VI16 v) HWY_ATTR {
             const VU8 source = Choose(chooseB, hn::LoadU(d, at.in[0][0] + 2 * x + i * kVectorBytes),
@@ -254,12 +274,13 @@ struct BorderPairs {
 // ---- A plane of alpha
 // --------------------------------------------------------------------------------------
 
+template <class Keys>
 struct BorderBytes {
     using Place = simd::Place<3, 1>;
     static constexpr PlaneUse kSources[] = {
-        {.index = 0, .mayBeMissing = true}, {.index = 1, .mayBeMissing = true}, ByteKeys::kUse};
+        {.index = 0, .mayBeMissing = true}, {.index = 1, .mayBeMissing = true}, Keys::kUse};
     static constexpr PlaneUse kDestinations[] = {{.index = 0}};
-    ByteKeys keys;
+    Keys keys;
     BorderColour colour;
 
     void Unit(const Place& at, std::size_t x) const {
@@ -276,24 +297,37 @@ struct BorderBytes {
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
         const DU8 d;
         const VU8 full = hn::Set(d, 255);
-        const Shares made = keys.Vector(at.in[2][0] + x);
-        const ShareLanes lanes(made);
+        const Shares shares = keys.Vector(at.in[2][0] + x, InOrder());
+        const ShareLanes lanes(shares);
         const VU8 a = at.in[0][0] != nullptr ? hn::LoadU(d, at.in[0][0] + x) : full;
         const VU8 b = at.in[1][0] != nullptr ? hn::LoadU(d, at.in[1][0] + x) : full;
-        put(d, UnderBorder(Choose(made.isB, a, b), LanesOf(colour), lanes.lower, lanes.upper),
+        put(d, UnderBorder(Choose(shares.isB, a, b), LanesOf(colour), lanes.lower, lanes.upper),
             at.out[0][0] + x);
     }
 #endif
 };
 
+/// Walks a kernel with as many rows of the table as the border's edge takes.
+template <template <class> class Kernel>
+void WalkBorder(const KeyedJob& job, const BorderMap& map) {
+    switch (map.weight.rows) {
+        case 4:
+            return Walk(Kernel<ByteKeys<4>>{{map}, map.colour}, job);
+        case 8:
+            return Walk(Kernel<ByteKeys<8>>{{map}, map.colour}, job);
+        default:
+            return Walk(Kernel<ByteKeys<16>>{{map}, map.colour}, job);
+    }
+}
+
 void RunBorderPixels(const KeyedJob& job, const BorderMap& map) {
-    Walk(BorderPixels{{map}, map.colour}, job);
+    WalkBorder<BorderPixels>(job, map);
 }
 void RunBorderPairs(const KeyedJob& job, const BorderMap& map) {
-    Walk(BorderPairs<ByteKeys>{{map}, map.colour}, job);
+    WalkBorder<BorderPairs>(job, map);
 }
 void RunBorderBytes(const KeyedJob& job, const BorderMap& map) {
-    Walk(BorderBytes{{map}, map.colour}, job);
+    WalkBorder<BorderBytes>(job, map);
 }
 void RunBorderPairsOfWideKeys(const KeyedJob& job, const BorderRamp& ramp, const BorderColour& colour) {
     Walk(BorderPairs<WideKeys>{{ramp}, colour}, job);
