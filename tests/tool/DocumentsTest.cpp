@@ -102,7 +102,7 @@ zpty -d shell
 }
 
 TEST_F(DocumentsTest, ScriptsTellWhatTheyDo) {
-    for (const char* script : {"demo", "test", "docs-images"}) {
+    for (const char* script : {"demo", "test", "docs-images", "gallery"}) {
         const Outcome help = Shell(std::string("'" TESSELU_SOURCE_DIR "/scripts/") + script + "' --help");
         EXPECT_EQ(help.status, 0) << script << help.err;
         EXPECT_NE(help.out.find(std::string("scripts/") + script), std::string::npos) << help.out;
