@@ -97,7 +97,7 @@ TEST_F(TgaFileTest, TwoBytesASampleHaveAnExtensionArea) {
     EXPECT_EQ(Part(file, footer + 8, 18), kSignature);
 }
 
-// Patterns of repeats show that there are twelve over the height: 16 columns and 12 rows of 40 pixels.
+// A snake shows the cells, twelve over the height: 16 columns and 12 rows of 40 pixels.
 TEST_F(TgaFileTest, CellsAreATwelfthOfTheHeight) {
     ASSERT_EQ(Write(301, 640, 480, 1), 0);
     const Bytes file = File();

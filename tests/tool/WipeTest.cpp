@@ -185,7 +185,9 @@ TEST_F(WipeTest, ABordersAlphaGoesIntoTheOutput) {
     Ffmpeg("-i out-1.png -f rawvideo -pix_fmt rgba middle.raw");
     const std::string middle = Contents(In("middle.raw"));
     ASSERT_EQ(middle.size(), 64U * 16 * 4);
-    const auto sample = [&](int x, int i) { return static_cast<unsigned char>(middle[4U * x + i]); };
+    const auto sample = [&](std::size_t x, std::size_t i) {
+        return static_cast<unsigned char>(middle[4 * x + i]);
+    };
     EXPECT_EQ(sample(0, 3), 0) << "B has come from the left";
     EXPECT_EQ(sample(63, 3), 255);
     EXPECT_EQ(sample(32, 3), 0x80);

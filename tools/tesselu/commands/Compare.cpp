@@ -22,7 +22,6 @@ namespace tool {
 namespace {
 
 constexpr double kMostReports = 10000;
-constexpr std::size_t kMostChannels = 4;
 
 /// A plane as the library's judge takes it.
 struct JudgedPlane {
