@@ -73,6 +73,19 @@ public:
         });
     }
 
+    /// Columns at a time; what the stack holds does not grow with the picture.
+    static constexpr Zan::ULong32 kChunk = 512;
+
+    /// Fraction `fraction(value)`, of values that `fill(column(x)..., row(y), values, count)` makes of up to
+    /// `kChunk` columns of a row.
+    template <class Column, class Row, class Fill, class Fraction>
+    void DrawRowwise(Span columns, Span rows, Column column, Row row, Fill fill,
+                     Fraction fraction) const noexcept {
+        Draw([&](auto sample) {
+            SampleRowwise<decltype(sample)>(columns, rows, column, row, fill, fraction);
+        });
+    }
+
     /// Fraction `cell(column, row)` in every cell.
     template <class Fraction>
     void DrawCells(const CellAxis& columns, const CellAxis& rows, Fraction cell) const noexcept {
@@ -80,9 +93,6 @@ public:
     }
 
 private:
-    /// Columns at a time; what the stack holds does not grow with the picture.
-    static constexpr Zan::ULong32 kChunk = 1024;
-
     double Peak() const noexcept { return static_cast<double>(data.peakValue); }
 
     template <class Body>
@@ -148,21 +158,45 @@ private:
 
     template <class Sample, class Integer, class Column, class Row, class Combine>
     void SamplePart(Span columns, Span rows, Column& column, Row& row, Combine& combine) const noexcept {
-        double acrossChunk[kChunk];
         Sample line[kChunk];
         const double peak = Peak();
+        EachChunk(columns, column, [&](Zan::ULong32 x, const double* across, Zan::ULong32 count) {
+            for (Zan::ULong32 y = rows.begin; y < rows.end; ++y) {
+                const double down = row(y);
+                for (Zan::ULong32 i = 0; i < count; ++i)
+                    line[i] = ToSample<Sample, Integer>(combine(across[i], down), peak);
+                std::memcpy(At<Sample>(x, y), line, count * sizeof(Sample));
+            }
+        });
+    }
+
+    template <class Sample, class Column, class Row, class Fill, class Fraction>
+    void SampleRowwise(Span columns, Span rows, Column& column, Row& row, Fill& fill,
+                       Fraction& fraction) const noexcept {
+        double values[kChunk];
+        Sample line[kChunk];
+        const double peak = Peak();
+        EachChunk(columns, column, [&](Zan::ULong32 x, const double* across, Zan::ULong32 count) {
+            for (Zan::ULong32 y = rows.begin; y < rows.end; ++y) {
+                fill(across, row(y), values, count);
+                for (Zan::ULong32 i = 0; i < count; ++i)
+                    line[i] = ToSample<Sample, std::int32_t>(fraction(values[i]), peak);
+                std::memcpy(At<Sample>(x, y), line, count * sizeof(Sample));
+            }
+        });
+    }
+
+    /// `body(x, across, count)` for each chunk of columns; x counts the columns of the buffer.
+    template <class Column, class Body>
+    void EachChunk(Span columns, Column& column, Body body) const noexcept {
+        double across[kChunk];
         if (mirrorX)
             columns = {Width() - columns.end, Width() - columns.begin};
         for (Zan::ULong32 x = columns.begin; x < columns.end;) {
             const Zan::ULong32 count = std::min(kChunk, columns.end - x);
             for (Zan::ULong32 i = 0; i < count; ++i)
-                acrossChunk[i] = ColumnAt(column, x + i);
-            for (Zan::ULong32 y = rows.begin; y < rows.end; ++y) {
-                const double down = row(y);
-                for (Zan::ULong32 i = 0; i < count; ++i)
-                    line[i] = ToSample<Sample, Integer>(combine(acrossChunk[i], down), peak);
-                std::memcpy(At<Sample>(x, y), line, count * sizeof(Sample));
-            }
+                across[i] = ColumnAt(column, x + i);
+            body(x, across, count);
             x += count;
         }
     }

@@ -1,9 +1,10 @@
 #include "gradient/RotaryFamilies.h"
 
-#include "gradient/Angle.h"
 #include "gradient/Profiles.h"
+#include "gradient/kernels/Angles.h"
 
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 
 namespace GradientGenerator {
@@ -24,8 +25,6 @@ public:
     explicit Offsets(const GradientMap& map) noexcept
         : Offsets(map, map.AspectRatio() > 0.0 ? map.AspectRatio() : 0.0) {}
 
-    static Offsets OfTheBuffersShape(const GradientMap& map) noexcept { return Offsets(map, 1.0); }
-
     auto Column(double pivot) const noexcept {
         return [pivot, step = columnWidth](ULong32 x) { return (x - pivot) * step; };
     }
@@ -35,6 +34,12 @@ public:
     auto ColumnFromCentre() const noexcept { return Column(Middle(width)); }
     auto RowFromCentre() const noexcept { return Row(Middle(height)); }
 
+    auto ColumnAwayFromCentre() const noexcept {
+        return [at = ColumnFromCentre()](ULong32 x) { return std::fabs(at(x)); };
+    }
+    auto RowAwayFromCentre() const noexcept {
+        return [at = RowFromCentre()](ULong32 y) { return std::fabs(at(y)); };
+    }
     auto ColumnFromEdge() const noexcept {
         return [n = width, step = columnWidth](ULong32 x) { return FromNearerEdge(x, n) * step; };
     }
@@ -68,10 +73,53 @@ double Half(ULong32 n) noexcept {
     return n / 2;  // truncated
 }
 
+// What is measured of an angle: from straight down towards the right.
+struct Direction {
+    double right;
+    double down;
+};
+
+constexpr auto kFromDown = [](double x, double y) { return Direction{x, y}; };
+constexpr auto kFoldedFromDown = [](double x, double y) { return Direction{std::fabs(x), y}; };
+constexpr auto kFoldedFromRight = [](double x, double y) { return Direction{std::fabs(y), x}; };
+constexpr auto kFoldedFromLeft = [](double x, double y) { return Direction{std::fabs(y), -x}; };
+
+// Fraction `fraction(turns)` of the angle of `direction(column(x), row(y))`. Turns are by the
+// single-precision 1 / (2 pi), which lies just below the true value: half a turn comes out as less than a
+// half.
+template <class Column, class Row, class ToDirection, class Fraction>
+void DrawAngles(const GradientMap& map, Span columns, Span rows, Column column, Row row,
+                ToDirection direction, Fraction fraction) noexcept {
+    constexpr double kTurnsPerRadian = static_cast<double>(0.15915494F);
+    map.DrawRowwise(
+        columns, rows, column, row,
+        [=](const double* across, double down, double* angles, std::size_t n) {
+            double rights[GradientMap::kChunk];
+            double downs[GradientMap::kChunk];
+            for (std::size_t i = 0; i < n; ++i) {
+                const Direction d = direction(across[i], down);
+                rights[i] = d.right;
+                downs[i] = d.down;
+            }
+            Zan::kAngles(rights, downs, angles, n);
+        },
+        [=](double angle) { return fraction(angle * kTurnsPerRadian); });
+}
+
+template <class Column, class Row, class ToDirection, class Fraction>
+void DrawAngles(const GradientMap& map, Column column, Row row, ToDirection direction,
+                Fraction fraction) noexcept {
+    DrawAngles(map, {0, map.Width()}, {0, map.Height()}, column, row, direction, fraction);
+}
+
+auto Scaled(double scale) noexcept {
+    return [=](double turns) { return scale * turns; };
+}
+
 void SweepPart(const GradientMap& map, Span columns, Span rows, Pivot pivot, double start,
                double turns) noexcept {
-    map.DrawPart(columns, rows, 1.0, Offsets(map).Column(pivot.x), Offsets::Row(pivot.y),
-                 [=](double x, double y) { return Frac(Turns(x, y) * turns + start); });
+    DrawAngles(map, columns, rows, Offsets(map).Column(pivot.x), Offsets::Row(pivot.y), kFromDown,
+               [=](double angle) { return Frac(angle * turns + start); });
 }
 
 void Sweep(const GradientMap& map, Pivot pivot, double start, double turns) noexcept {
@@ -94,30 +142,12 @@ void SweepLeftHalf(const GradientMap& map, const GradientMap& image, Pivot pivot
     SweepPart(map, {0, FirstHalf(width)}, {0, map.Height()}, pivot, start, turns);
 }
 
-// `scale` times the angle away from the second offset's axis.
-auto Fan(double scale) noexcept {
-    return [=](double across, double along) { return scale * Turns(std::fabs(across), along); };
-}
-
-// The same about an axis that lies across the picture.
-auto LyingFan(double scale) noexcept {
-    return [=](double x, double y) { return scale * Turns(std::fabs(y), x); };
-}
-
-auto DoubleFan(double scale) noexcept {
-    return [=](double across, double along) { return scale * Turns(std::fabs(across), std::fabs(along)); };
-}
-
-auto LyingDoubleFan(double scale) noexcept {
-    return [=](double x, double y) { return scale * Turns(std::fabs(y), std::fabs(x)); };
-}
-
 }  // namespace
 
 void Clock(const GradientMap& map, double start, double turns) noexcept {
     const Offsets offsets(map);
-    map.Draw(offsets.ColumnFromCentre(), offsets.RowFromCentre(),
-             [=](double x, double y) { return Frac(Turns(x, y) * turns + start + 0.5); });
+    DrawAngles(map, offsets.ColumnFromCentre(), offsets.RowFromCentre(), kFromDown,
+               [=](double angle) { return Frac(angle * turns + start + 0.5); });
 }
 
 // Starts are such that the sum of turns stays within one whole turn.
@@ -173,51 +203,53 @@ void OppositeLeftSweeps(const GradientMap& map) noexcept {
 void DiagonalSweeps(const GradientMap& map) noexcept {
     const ULong32 width = map.Width();
     const ULong32 height = map.Height();
-    map.Draw([=](ULong32 x) { return Centred(x, width); }, [=](ULong32 y) { return Centred(y, height); },
-             [](double x, double y) {
-                 const double sign = x >= y ? 1.0 : -1.0;
-                 return Turns(1.0 + sign * x, 1.0 + sign * y) * 8.0 - 1.0;
-             });
+    DrawAngles(
+        map, [=](ULong32 x) { return Centred(x, width); }, [=](ULong32 y) { return Centred(y, height); },
+        [](double x, double y) {
+            const double sign = x >= y ? 1.0 : -1.0;
+            return Direction{1.0 + sign * x, 1.0 + sign * y};
+        },
+        [](double angle) { return angle * 8.0 - 1.0; });
 }
 
 void CentreTopFan(const GradientMap& map) noexcept {
     const Offsets offsets(map);
-    map.Draw(offsets.ColumnFromCentre(), offsets.RowFromCentre(), Fan(2.0));
+    DrawAngles(map, offsets.ColumnFromCentre(), offsets.RowFromCentre(), kFoldedFromDown, Scaled(2.0));
 }
 
 void CentreRightFan(const GradientMap& map) noexcept {
     const Offsets offsets(map);
-    map.Draw(offsets.ColumnFromCentre(), offsets.RowFromCentre(),
-             [](double x, double y) { return 2.0 * Turns(std::fabs(y), -x); });
+    DrawAngles(map, offsets.ColumnFromCentre(), offsets.RowFromCentre(), kFoldedFromLeft, Scaled(2.0));
 }
 
 void TopFan(const GradientMap& map) noexcept {
-    map.Draw(Offsets(map).ColumnFromCentre(), Offsets::Row(kBeforeFirst), Fan(2.0));
+    DrawAngles(map, Offsets(map).ColumnFromCentre(), Offsets::Row(kBeforeFirst), kFoldedFromDown,
+               Scaled(2.0));
 }
 
 void LeftFan(const GradientMap& map) noexcept {
     const Offsets offsets(map);
-    map.Draw(offsets.Column(kBeforeFirst), offsets.RowFromCentre(), LyingFan(2.0));
+    DrawAngles(map, offsets.Column(kBeforeFirst), offsets.RowFromCentre(), kFoldedFromRight, Scaled(2.0));
 }
 
 void VerticalFansFromCentre(const GradientMap& map, double scale) noexcept {
     const Offsets offsets(map);
-    map.Draw(offsets.ColumnFromCentre(), offsets.RowFromCentre(), DoubleFan(scale));
+    DrawAngles(map, offsets.ColumnFromCentre(), offsets.RowAwayFromCentre(), kFoldedFromDown, Scaled(scale));
 }
 
 void HorizontalFansFromCentre(const GradientMap& map, double scale) noexcept {
     const Offsets offsets(map);
-    map.Draw(offsets.ColumnFromCentre(), offsets.RowFromCentre(), LyingDoubleFan(scale));
+    DrawAngles(map, offsets.ColumnAwayFromCentre(), offsets.RowFromCentre(), kFoldedFromRight, Scaled(scale));
 }
 
 void VerticalFansFromEdges(const GradientMap& map, double scale) noexcept {
     const Offsets offsets(map);
-    map.Draw(offsets.ColumnFromCentre(), offsets.RowFromEdge(), DoubleFan(scale));
+    DrawAngles(map, offsets.ColumnFromCentre(), offsets.RowFromEdge(), kFoldedFromDown, Scaled(scale));
 }
 
 void HorizontalFansFromEdges(const GradientMap& map, double scale) noexcept {
     const Offsets offsets(map);
-    map.Draw(offsets.ColumnFromEdge(), offsets.RowFromCentre(), LyingDoubleFan(scale));
+    DrawAngles(map, offsets.ColumnFromEdge(), offsets.RowFromCentre(), kFoldedFromRight, Scaled(scale));
 }
 
 void TopSaloonDoor(const GradientMap& map) noexcept {

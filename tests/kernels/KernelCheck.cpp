@@ -6,10 +6,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <optional>
 #include <random>
 
@@ -235,8 +238,8 @@ int SelfTest(const Options& options) {
 
 int CheckAll(const Options& options) {
     std::vector<Operation> operations = CompositeOperations();
-    for (Operation& operation : ConvertOperations()) {
-        operations.push_back(std::move(operation));
+    for (std::vector<Operation>& more : std::array{ConvertOperations(), GradientOperations()}) {
+        std::move(more.begin(), more.end(), std::back_inserter(operations));
     }
 
     std::size_t compared = 0, passed = 0, failed = 0;

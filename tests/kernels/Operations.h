@@ -51,6 +51,7 @@ struct Operation {
 
 std::vector<Operation> CompositeOperations();
 std::vector<Operation> ConvertOperations();
+std::vector<Operation> GradientOperations();
 
 /// Operations that do on every target but the portable one what a kernel must not, or that prove nothing.
 /// Each must be found out.
