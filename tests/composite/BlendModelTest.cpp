@@ -15,6 +15,10 @@ Format Pairs(Zan::AggregateChannelSamplingEnum sampling) {
 Format Words() {
     return OneIn(2) ? Format::Rgb(0, 0) : Format::YCrCb(0, 0, Zan::k4444);
 }
+// A word a pixel: of pixels of more bytes the first words of a row are taken.
+Format WordsOrMore() {
+    return OneIn(10) ? Format::Rgb(0, 0).Bits(AnyOf({Zan::k16Bits, Zan::k32Bits})) : Words();
+}
 
 double AnyFade() {
     return OneIn(3) ? AnyOf({-0.5, 0.0, 0.5, 1.0, 1.5, 0.25, 1 / 512.0, 511 / 512.0, 0.9999})
@@ -55,7 +59,7 @@ TEST(BlendModel, CrossDissolveOfWords) {
             // Bytes beyond whole words are taken off, so rows slant; upwards they would leave the picture.
             layout.pitchUnit = OneIn(3) ? 1 : 4;
             layout.bottomLeft = layout.pitchUnit == 4;
-            Scene scene = MakeScene({Words(), Words(), Words()}, layout);
+            Scene scene = MakeScene({WordsOrMore(), WordsOrMore(), WordsOrMore()}, layout);
             ExpectDissolve(compositor, machine, style, scene, MaybeInPlace(2));
         });
     });
@@ -152,7 +156,8 @@ TEST(BlendModel, CompositeTwoSourcesOfFormatsThatDiffer) {
     OnEveryPath([](Zan::ZanCompositor& compositor, const Machine&, int style) {
         ForWidths([&](int width) {
             Scene scene =
-                MakeScene({OneIn(2) ? Words() : Pairs(Zan::k4224), Words(), Words()}, RoomyLayout(width));
+                MakeScene({AnyOf({Format::Rgb(0, 0), Pairs(Zan::k422), Pairs(Zan::k4224)}), Words(), Words()},
+                          RoomyLayout(width));
             ExpectTwoSources(compositor, style, scene);
         });
     });
@@ -242,7 +247,8 @@ TEST(BlendModel, AoverB) {
 }
 
 void ExpectUnshapedAoverB(Zan::ZanCompositor& compositor, const Machine& machine, int style, int width) {
-    Scene scene = MakeScene({Format::Rgb(0, 0), Format::Rgb(0, 0), Format::Rgb(0, 0)}, AnyLayout(width));
+    const auto rgb = [] { return Format::Rgb(0, 0).Bits(OneIn(12) ? Zan::k16Bits : Zan::k8Bits); };
+    Scene scene = MakeScene({rgb(), rgb(), rgb()}, AnyLayout(width));
     Polarise(scene.pictures[0]->ColourMemory());
     Polarise(scene.pictures[1]->ColourMemory());
     (*scene.pictures[2])->SetPixelShaping(Zan::kShaped);
@@ -276,7 +282,7 @@ TEST(BlendModel, WideRowsAroundTheCache) {
             for (int round = 0; round < (kSanitized ? 2 : 20); ++round) {
                 const int width = 300 + RandomFrom<int>(0, 400);
                 SCOPED_TRACE(::testing::Message() << "style " << style << ", width " << width);
-                Scene dissolve = MakeScene({Words(), Words(), Words()}, AnyLayout(width));
+                Scene dissolve = MakeScene({WordsOrMore(), WordsOrMore(), WordsOrMore()}, AnyLayout(width));
                 ExpectDissolve(compositor, machine, style, dissolve);
                 Scene pairs =
                     MakeScene({Pairs(Zan::k4224), Pairs(Zan::k4224), Pairs(Zan::k4224)}, AnyLayout(width));

@@ -7,7 +7,11 @@ using namespace composite_test;
 
 namespace {
 
+// A word a pixel. Pixels of more bytes pass for such, too, of which the first words of a row are taken.
 Format Words() {
+    if (OneIn(12)) {
+        return Format::Rgb(0, 0).Bits(AnyOf({Zan::k16Bits, Zan::k32Bits}));
+    }
     return OneIn(2) ? Format::Rgb(0, 0) : Format::YCrCb(0, 0, Zan::k4444);
 }
 Format Pairs() {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <ostream>
 #include <vector>
 
 #include "support/FencedMemory.h"
@@ -229,6 +230,14 @@ double Ramp(double d, double band) {
     return band == 0 ? 1.0 : std::min(1.0, (d + 0.5) / (band + 1));
 }
 
+/// A pixel, told in words only when a test fails.
+struct Place {
+    ULong32 x, y;
+    friend std::ostream& operator<<(std::ostream& out, const Place& place) {
+        return out << "at " << place.x << ", " << place.y;
+    }
+};
+
 void ExpectBox(Canvas& canvas, bool ellipse) {
     const WgrMaskData r = canvas.record;
     ASSERT_EQ(canvas.Draw(ellipse ? 3 : 2), 0);
@@ -243,30 +252,29 @@ void ExpectBox(Canvas& canvas, bool ellipse) {
     for (ULong32 y = 0; y < r.height; ++y) {
         for (ULong32 x = 0; x < r.width; ++x) {
             const double cx = x + 0.5, cy = y + 0.5;
-            SCOPED_TRACE(::testing::Message() << x << ", " << y << " in " << x0 << ", " << y0 << " to " << x1
-                                              << ", " << y1 << ", soft " << softX << ", " << softY);
+            const auto at = Place{x, y};
             if (cx < x0 || cx > x1 || cy < y0 || cy > y1) {
-                ASSERT_EQ(canvas.Sample(x, y), canvas.Old(x, y)) << "outside";
+                ASSERT_EQ(canvas.Sample(x, y), canvas.Old(x, y)) << at << ", outside";
                 continue;
             }
             if (!ellipse) {
                 const double rampX = Ramp(std::min(cx - x0, x1 - cx), softX * (x1 - x0) / 2);
                 const double rampY = Ramp(std::min(cy - y0, y1 - cy), softY * (y1 - y0) / 2);
-                ASSERT_NEAR(canvas.Sample(x, y), r.peakValue * rampX * rampY, Slack(canvas));
+                ASSERT_NEAR(canvas.Sample(x, y), r.peakValue * rampX * rampY, Slack(canvas)) << at;
                 continue;
             }
             const double radius = std::hypot((2 * cx - x0 - x1) / (x1 - x0), (2 * cy - y0 - y1) / (y1 - y0));
             if (softX == 0) {
                 if (std::fabs(radius - 1) > 0.01) {
-                    ASSERT_EQ(canvas.Sample(x, y), radius < 1 ? r.peakValue : 0U);
+                    ASSERT_EQ(canvas.Sample(x, y), radius < 1 ? r.peakValue : 0U) << at;
                 }
                 continue;
             }
             const double value = std::clamp((1 - radius) / softX, 0.0, 1.0);
             // Steps of the band are nobody's promise, its place is.
-            ASSERT_NEAR(canvas.Sample(x, y), r.peakValue * value, 1 + r.peakValue / 200.0);
+            ASSERT_NEAR(canvas.Sample(x, y), r.peakValue * value, 1 + r.peakValue / 200.0) << at;
             if (radius > 1.02) {
-                ASSERT_EQ(canvas.Sample(x, y), 0U);
+                ASSERT_EQ(canvas.Sample(x, y), 0U) << at;
             }
         }
     }
@@ -280,6 +288,9 @@ TEST(MaskModel, RectanglesAndEllipses) {
                     for (const bool ellipse : {false, true}) {
                         Canvas canvas(41, 30, depth.bits, depth.peak, 4, depth.peak == 200);
                         canvas.Points(box.x0, box.y0, box.x1, box.y1).Soft(softX, softY);
+                        SCOPED_TRACE(::testing::Message()
+                                     << box.x0 << ", " << box.y0 << " to " << box.x1 << ", " << box.y1
+                                     << ", soft " << softX << ", " << softY << (ellipse ? ", ellipse" : ""));
                         ASSERT_NO_FATAL_FAILURE(ExpectBox(canvas, ellipse));
                     }
                 }
