@@ -1,6 +1,8 @@
 // The soft and the bordered wipe against their model: all paths and styles, all widths, views anywhere in
 // their pictures.
 
+#include <cmath>
+
 #include "composite/ModelRuns.h"
 
 using namespace composite_test;
@@ -135,6 +137,33 @@ TEST(WipeModel, BorderOnPairs) {
             VaryAlpha(scene);
             ExpectBorderWipe(compositor, style, scene, AnyBorder(), OneIn(8) ? RandomFrom<int>(0, 1) : -1);
         });
+    });
+}
+
+// All keys under edges from a thousandth of a step to many times the key's range.
+TEST(WipeModel, BorderUnderEveryKey) {
+    const auto anyWidth = [] {
+        return OneIn(6) ? 0.0 : std::pow(10.0, RandomFrom<int>(-3000, 4000) / 1000.0);
+    };
+    OnEveryPath([&](Zan::ZanCompositor& compositor, const Machine&, int style) {
+        for (int round = 0; round < (kSanitized ? 4 : 60); ++round) {
+            composite_model::Border border = AnyBorder();
+            border.softnessA = anyWidth();
+            border.width = anyWidth();
+            border.softnessB = anyWidth();
+            Layout layout = AnyLayout(256);
+            layout.height = 1;
+            Scene scene = OneIn(2) ? MakeScene({Words(), Words(), Key(), Words()}, layout)
+                                   : MakeScene({Pairs(), Pairs(), Key(), Pairs()}, layout);
+            auto* const key = static_cast<std::uint8_t*>(scene.views[2].GetMemoryPointer(0));
+            for (int g = 0; g < 256; ++g) {
+                key[g] = static_cast<std::uint8_t>(g);
+            }
+            ExpectBorderWipe(compositor, style, scene, border);
+            if (::testing::Test::HasFatalFailure()) {
+                return;
+            }
+        }
     });
 }
 
