@@ -2,8 +2,6 @@
 
 #include <TesselU/composite/ZanCompositor.h>
 
-#include <array>
-
 #include "composite/BlendPaths.h"
 #include "composite/ViewPlanes.h"
 
@@ -11,14 +9,21 @@ namespace Zan {
 
 namespace {
 
-constexpr std::size_t kKeys = 256;
-
-std::array<std::uint8_t, kKeys> AlphasOf(const KeyMapFloat& map) {
-    std::array<std::uint8_t, kKeys> alphas;
-    for (unsigned key = 0; key < kKeys; ++key) {
-        alphas[key] = map(key);
+template <class Map>
+KeyTable TableOf(const Map& map) {
+    KeyTable table;
+    for (unsigned key = 0; key < table.entry.size(); ++key) {
+        table.entry[key] = map(key);
     }
-    return alphas;
+    table.Arrange();
+    return table;
+}
+
+/// Whether a table, which gives what the mapping gives, is made in less time than it saves. A key that passes
+/// through its range in fewer than `mostKeys` values needs few rows.
+bool IsTableWorthwhile(std::size_t pixels, double gain, unsigned mostKeys) {
+    constexpr std::size_t kFewPixels = 1 << 14;
+    return pixels >= kFewPixels && gain * mostKeys > 1;
 }
 
 /// What `position` and `softness` (in code values of the key) mean to the kernels.
@@ -39,14 +44,21 @@ struct Ramp {
 void WipePixels(Path path, const KeyedJob& job, double threshold, double gain) {
     static constexpr KeyedPath kScalar = {&kWipePixelsTable, 1, Tail::kByKernel, PitchUnit::kBytes};
     static constexpr KeyedPath kVector = {&kWipePixels16, 8, Tail::kUnwritten, PitchUnit::kBytes};
+    static constexpr KeyedPath kVectorByTable = {&kWipePixelsTable, 8, Tail::kUnwritten, PitchUnit::kBytes};
 
     BlendSettings settings;
     if (path == Path::kScalar) {
-        const auto alphas = AlphasOf(KeyMapFloat::From(threshold, gain));
-        settings.table = alphas.data();
+        const KeyTable alphas = TableOf(KeyMapFloat::From(threshold, gain));
+        settings.table = &alphas;
         Run(kScalar, job, settings);
+        return;
+    }
+    settings.map16 = KeyMap16::From(threshold, gain);
+    if (IsTableWorthwhile(job.width * job.height, gain, 48)) {
+        const KeyTable alphas = TableOf(settings.map16);
+        settings.table = &alphas;
+        Run(alphas.rows == 4 ? kVectorByTable : kVector, job, settings);
     } else {
-        settings.map16 = KeyMap16::From(threshold, gain);
         Run(kVector, job, settings);
     }
 }
@@ -98,21 +110,21 @@ Long32 ZanCompositor::CompositeTwoSrcAndAlphaGradient(ImageView& srcA, ImageView
     }
 
     const bool inDoubles = kPairStyles(styleNumber) == Ask::kFloat;
-    std::array<std::uint8_t, kKeys> alphas;
+    const bool byTable = inDoubles || IsTableWorthwhile(job.width * job.height, ramp.gain, 112);
+    KeyTable alphas;
     BlendSettings settings;
-    if (inDoubles) {
-        alphas = AlphasOf(KeyMapFloat::From(ramp.threshold, ramp.gain));
-        settings.table = alphas.data();
-    } else {
-        settings.map32 = KeyMap32::From(ramp.threshold, ramp.gain);
+    settings.map32 = KeyMap32::From(ramp.threshold, ramp.gain);
+    settings.table = &alphas;
+    if (byTable) {
+        alphas = inDoubles ? TableOf(KeyMapFloat::From(ramp.threshold, ramp.gain)) : TableOf(settings.map32);
     }
     // An odd last pixel of the colour plane has no pair and stays as it was; its alpha does not.
     if (wipesAlpha) {
-        Run(BlendPath<KeyedAlphaKernel>{inDoubles ? &kWipePairsAndAlphaTable : &kWipePairsAndAlpha32, 2,
+        Run(BlendPath<KeyedAlphaKernel>{byTable ? &kWipePairsAndAlphaTable : &kWipePairsAndAlpha32, 2,
                                         Tail::kByKernel, PitchUnit::kBytes},
             job, settings);
     } else {
-        Run(KeyedPath{inDoubles ? &kWipePairsTable : &kWipePairs32, 2, Tail::kUnwritten, PitchUnit::kBytes},
+        Run(KeyedPath{byTable ? &kWipePairsTable : &kWipePairs32, 2, Tail::kUnwritten, PitchUnit::kBytes},
             colour, settings);
     }
     return kStatusOk;

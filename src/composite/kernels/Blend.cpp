@@ -89,17 +89,15 @@ struct MappedKey {
 #endif
 };
 
+template <std::size_t rows>
 struct TableKey {
-    const std::uint8_t* table;
+    const KeyTable& table;
+    std::uint8_t first = table.first;
 
-    std::uint8_t operator()(std::uint8_t key) const { return table[key]; }
+    std::uint8_t operator()(std::uint8_t key) const { return table.entry[key]; }
 #if HWY_TARGET != HWY_SCALAR
     HWY_INLINE HWY_ATTR VU8 Vector(const std::uint8_t* keys) const {
-        alignas(64) std::uint8_t alphas[kVectorBytes];
-        for (std::size_t i = 0; i < kVectorBytes; ++i) {
-            alphas[i] = table[keys[i]];
-        }
-        return hn::Load(DU8(), alphas);
+        return LookUp<rows>(table.row, first, hn::LoadU(DU8(), keys));
     }
 #endif
 };
@@ -276,6 +274,19 @@ struct ByKeysOfPairAndAlpha {
 using Key16 = MappedKey<KeyMap16>;
 using Key32 = MappedKey<KeyMap32>;
 
+/// Walks a kernel with as many rows of the table as it has.
+template <template <class> class Kernel, class Job>
+void WalkByTable(const Job& job, const KeyTable& table) {
+    switch (table.rows) {
+        case 4:
+            return Walk(Kernel<TableKey<4>>{{table}}, job);
+        case 8:
+            return Walk(Kernel<TableKey<8>>{{table}}, job);
+        default:
+            return Walk(Kernel<TableKey<16>>{{table}}, job);
+    }
+}
+
 void RunByOwnAlpha(const TwoSourceJob& job, const BlendSettings&) {
     Walk(ByOwnAlpha{}, job);
 }
@@ -286,19 +297,19 @@ void RunPixels16(const KeyedJob& job, const BlendSettings& set) {
     Walk(ByKeyOfPixel<Key16>{{set.map16}}, job);
 }
 void RunPixelsTable(const KeyedJob& job, const BlendSettings& set) {
-    Walk(ByKeyOfPixel<TableKey>{{set.table}}, job);
+    WalkByTable<ByKeyOfPixel>(job, *set.table);
 }
 void RunPairs32(const KeyedJob& job, const BlendSettings& set) {
     Walk(ByKeysOfPair<Key32>{{set.map32}}, job);
 }
 void RunPairsTable(const KeyedJob& job, const BlendSettings& set) {
-    Walk(ByKeysOfPair<TableKey>{{set.table}}, job);
+    WalkByTable<ByKeysOfPair>(job, *set.table);
 }
 void RunPairsAndAlpha32(const KeyedAlphaJob& job, const BlendSettings& set) {
     Walk(ByKeysOfPairAndAlpha<Key32>{{set.map32}}, job);
 }
 void RunPairsAndAlphaTable(const KeyedAlphaJob& job, const BlendSettings& set) {
-    Walk(ByKeysOfPairAndAlpha<TableKey>{{set.table}}, job);
+    WalkByTable<ByKeysOfPairAndAlpha>(job, *set.table);
 }
 
 }  // namespace

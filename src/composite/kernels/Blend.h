@@ -21,11 +21,11 @@ using OneSourceJob = simd::Job<1, 1>;
 
 /// What the kernels of a call share besides the planes. Each takes what it needs.
 struct BlendSettings {
-    unsigned weight = 0;      ///< of source A, out of 256 or 255; of the current pixel, out of 256
-    unsigned tailWeight = 0;  ///< the same in the columns beyond the last block
-    KeyMap16 map16{};         ///< of the key, unit 32640
-    KeyMap32 map32{};         ///< of the key, unit 65280
-    const std::uint8_t* table = nullptr;   ///< of the key, 256 entries
+    unsigned weight = 0;              ///< of source A, out of 256 or 255; of the current pixel, out of 256
+    unsigned tailWeight = 0;          ///< the same in the columns beyond the last block
+    KeyMap16 map16{};                 ///< of the key, unit 32640
+    KeyMap32 map32{};                 ///< of the key, unit 65280
+    const KeyTable* table = nullptr;  ///< of the key
     const double (*parts)[256] = nullptr;  ///< shares of A and of B, in double precision
 };
 

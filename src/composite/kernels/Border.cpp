@@ -153,26 +153,54 @@ struct ByteKeys {
 
 struct WideKeys {
     static constexpr PlaneUse kUse = {.index = 2, .bytesPer16 = 32, .columns = 2};
-    const BorderRamp& ramp;
+    BorderRamp ramp;
 
-    static unsigned KeyAt(const std::uint8_t* keys, std::size_t i) {
-        return keys[2 * i] + 256U * keys[2 * i + 1];
+    BorderShare operator()(const std::uint8_t* keys, std::size_t i) const {
+        return ramp(keys[2 * i] + 256U * keys[2 * i + 1]);
     }
-    BorderShare operator()(const std::uint8_t* keys, std::size_t i) const { return ramp(KeyAt(keys, i)); }
 
 #if HWY_TARGET != HWY_SCALAR
     template <class Order>
     HWY_INLINE HWY_ATTR Shares Vector(const std::uint8_t* keys, Order order) const {
         const DU8 d;
         alignas(64) std::uint8_t low[kVectorBytes], high[kVectorBytes], isB[kVectorBytes];
-        for (std::size_t i = 0; i < kVectorBytes; ++i) {
-            const BorderShare share = (*this)(keys, i);
-            low[i] = static_cast<std::uint8_t>(share.weight & 255);
-            high[i] = share.weight < 256 ? 1 : 0;
-            isB[i] = share.isB ? 255 : 0;
+        for (std::size_t i = 0; i < kVectorBytes; i += hn::MaxLanes(DF64())) {
+            Some(keys + 2 * i, low + i, high + i, isB + i);
         }
-        const auto dealt = [&](const std::uint8_t* made) HWY_ATTR { return Dealt(order, hn::Load(d, made)); };
-        return {dealt(low), dealt(high), dealt(isB)};
+        return {Dealt(order, hn::Load(d, low)), Dealt(order, hn::Load(d, high)),
+                Dealt(order, hn::Load(d, isB))};
+    }
+
+private:
+    using DF64 = hn::ScalableTag<double>;
+    using VF64 = hn::Vec<DF64>;
+
+    /// BorderRamp, operation by operation.
+    HWY_INLINE HWY_ATTR void Some(const std::uint8_t* keys, std::uint8_t* low, std::uint8_t* high,
+                                  std::uint8_t* isB) const {
+        const DF64 d;
+        const hn::Rebind<std::int32_t, DF64> d32;
+        const hn::Rebind<std::uint16_t, DF64> d16;
+        const hn::Rebind<std::uint8_t, DF64> d8;
+        const VF64 top = hn::Set(d, 255), none = hn::Zero(d);
+        const auto put = [&](VF64 v, std::uint8_t* to)
+                             HWY_ATTR { hn::StoreU(hn::DemoteTo(d8, hn::DemoteTo(d32, v)), d8, to); };
+        const auto raw = hn::LoadU(d16, reinterpret_cast<const std::uint16_t*>(keys));
+        const VF64 key = hn::PromoteTo(d, hn::PromoteTo(d32, raw));
+        const VF64 depth =
+            hn::Div(hn::Mul(hn::Mul(hn::Sub(key, hn::Set(d, ramp.threshold)), hn::Set(d, ramp.factor)), top),
+                    hn::Set(d, ramp.total));
+        const VF64 limited = hn::Min(hn::Max(depth, none), top);
+        const auto isA = hn::Le(limited, hn::Set(d, ramp.end1));
+        const auto isSource = hn::Or(isA, hn::Ge(limited, hn::Set(d, ramp.end2)));
+        const VF64 part = hn::IfThenElse(isA, limited, hn::Sub(top, limited));
+        const VF64 whole = hn::IfThenElse(isA, hn::Set(d, ramp.end1), hn::Set(d, 255 - ramp.end2));
+        const VF64 weight = hn::Add(hn::Div(hn::Mul(top, part), whole), hn::Set(d, 0.5));
+        // Nothing of nothing is no number, and counts as nothing.
+        const auto counts = hn::And(isSource, hn::Gt(weight, none));
+        put(hn::IfThenElseZero(counts, hn::Min(weight, top)), low);
+        put(hn::IfThenElseZero(isSource, hn::Set(d, 1)), high);
+        put(hn::IfThenElseZero(hn::AndNot(isA, isSource), top), isB);
     }
 #endif
 };
