@@ -9,6 +9,7 @@
 
 #include "gradient/GradientCanvas.h"
 #include "gradient/model/Patterns.h"
+#include "simd/Targets.h"
 
 using namespace gradient_model;
 
@@ -141,6 +142,33 @@ TEST(PatternModel, EverySizeAndPitchStaysInItsRows) {
                     }
                     ASSERT_EQ(down.Samples(), up.Samples()) << number << ", upside down";
                 }
+            }
+        }
+    }
+}
+
+// Every width leaves another rest of a vector; the bits are the same on all targets.
+TEST(PatternModel, EveryTargetDrawsTheSame) {
+    for (const unsigned number : AllNumbers()) {
+        for (unsigned width = 8; width < 75; width += number < 300 ? 1 : 13) {
+            const unsigned height = 8 + width % 9;
+            std::vector<unsigned> first;
+            for (std::size_t i = 0; i < Zan::simd::kTargetCount; ++i) {
+                const auto target = static_cast<Zan::simd::Target>(i);
+                if (!Zan::simd::IsTargetAvailable(target)) {
+                    continue;
+                }
+                const Zan::simd::ScopedTarget limit(target);
+                const bool bytes = width % 2 == 0;
+                GradientCanvas canvas(width, height, bytes ? 8 : 16, bytes ? 255 : 65535, 5, width % 3 == 0);
+                canvas.record.aspectRatio = width % 5 == 0 ? 0.3F : 1.7F;
+                ASSERT_EQ(canvas.Draw(number), 0);
+                ASSERT_EQ(canvas.TouchedGuards(), 0U);
+                if (first.empty()) {
+                    first = canvas.Samples();
+                }
+                ASSERT_EQ(canvas.Samples(), first)
+                    << number << ", width " << width << " on " << Zan::simd::TargetName(target);
             }
         }
     }
