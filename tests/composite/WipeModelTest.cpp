@@ -201,6 +201,35 @@ TEST(WipeModel, BorderOnPairsBySingleStepsOfWords) {
     });
 }
 
+// All 65,536 keys of two bytes, in the rows of the key that are read.
+TEST(WipeModel, BorderUnderEveryWordOfTheKey) {
+    OnEveryPath([](Zan::ZanCompositor& compositor, const Machine&, int style) {
+        for (int round = 0; round < (kSanitized ? 1 : 2); ++round) {
+            Scene scene;
+            for (const Format& format :
+                 {Format::YCrCb(256, 256, Zan::k422), Format::YCrCb(256, 256, Zan::k422),
+                  Format::Grey(256, 512).Bits(Zan::k16Bits), Format::YCrCb(256, 256, Zan::k422)}) {
+                scene.pictures.push_back(std::make_unique<Picture>(format));
+                scene.views.emplace_back(*scene.pictures.back());
+            }
+            std::uint8_t* const key = scene.pictures[2]->ColourMemory().Data();
+            for (int g = 0; g < 65536; ++g) {
+                std::uint8_t* const at = key + g / 256 * 1024 + g % 256 * 2;
+                at[0] = static_cast<std::uint8_t>(g % 256);
+                at[1] = static_cast<std::uint8_t>(g / 256);
+            }
+            composite_model::Border border = AnyBorder();
+            border.position = RandomFrom<int>(1000, 9000) / 10000.0;
+            border.softnessA = std::pow(10.0, RandomFrom<int>(-2000, 2500) / 1000.0);
+            border.softnessB = std::pow(10.0, RandomFrom<int>(-2000, 2500) / 1000.0);
+            ExpectBorderWipe(compositor, style, scene, border);
+            if (::testing::Test::HasFatalFailure()) {
+                return;
+            }
+        }
+    });
+}
+
 // Other keys pass unasked: pictures, and alpha of four bytes. On words they are read a byte a pixel, on pairs
 // as words of two bytes.
 TEST(WipeModel, BorderWithAnyKey) {
