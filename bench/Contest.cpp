@@ -8,7 +8,7 @@ namespace bench {
 
 const char* ColumnName(Column column) {
     static constexpr std::array<const char*, kColumnCount> kNames = {"ours",   "plain",  "libyuv", "swscale",
-                                                                     "OpenCV", "pixman", "copy"};
+                                                                     "OpenCV", "pixman", "xfade",  "copy"};
     return kNames[column];
 }
 

@@ -24,7 +24,7 @@ inline constexpr Size kCallSize = {16, 2};
 inline constexpr Size kSmallSize = {128, 96};
 
 /// The columns of the table. Several entrants may share one; it shows the fastest of them.
-enum Column : std::size_t { kOurs, kPlain, kLibyuv, kSwscale, kOpenCV, kPixman, kCopy, kColumnCount };
+enum Column : std::size_t { kOurs, kPlain, kLibyuv, kSwscale, kOpenCV, kPixman, kXfade, kCopy, kColumnCount };
 
 const char* ColumnName(Column column);
 

@@ -143,7 +143,7 @@ void PrintHeading(std::ostream& out, const std::vector<Peer>& peers, const Optio
     }
     out << "\nplain: " << PlainCompiler(level) << "\n";
     std::string missing;
-    for (const Column column : {kLibyuv, kSwscale, kOpenCV, kPixman}) {
+    for (const Column column : {kLibyuv, kSwscale, kOpenCV, kPixman, kXfade}) {
         bool isThere = false;
         for (const Peer& peer : peers) {
             if (peer.column == column) {

@@ -16,6 +16,9 @@ std::vector<Peer> Peers() {
 #ifdef TESSELU_BENCH_PIXMAN
         Pixman(),
 #endif
+#ifdef TESSELU_BENCH_XFADE
+        Xfade(),
+#endif
     };
 }
 

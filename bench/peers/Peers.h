@@ -26,6 +26,7 @@ Peer Libyuv();
 Peer Swscale();
 Peer OpenCV();
 Peer Pixman();
+Peer Xfade();
 
 #ifdef TESSELU_BENCH_LIBYUV
 /// As `limit`, but also without string instructions, which are counted once for every byte that they move.
