@@ -85,7 +85,8 @@ Long32 ImageCompare::Compare(const void* first, const void* second, std::size_t 
                              std::vector<Miscompare>& report) noexcept {
     std::int64_t components = 0;  // of this call
     const std::size_t rowBytes = wordsPerRow * sizeof(Word);
-    for (std::size_t y = 0; y < height && components < limit; ++y) {
+    const ULong32 rows = rowBytes > 0 ? height : 0;
+    for (std::size_t y = 0; y < rows && components < limit; ++y) {
         const std::uint8_t* const rowA = static_cast<const std::uint8_t*>(first) + y * pitchFirst;
         const std::uint8_t* const rowB = static_cast<const std::uint8_t*>(second) + y * pitchSecond;
         for (std::size_t begin = 0; begin < rowBytes && components < limit; begin += kRun) {

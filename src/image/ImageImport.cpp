@@ -19,6 +19,9 @@ template <class Part>
 void ForEachPart(Zan::ULong32* memory, std::size_t columns, std::size_t rows, std::size_t pitch, Part part) {
     auto* const bytes = reinterpret_cast<std::uint8_t*>(memory);
     const std::size_t step = pitch / kWordBytes * kWordBytes;
+    if (columns == 0) {
+        return;  // whatever the number of rows
+    }
     for (std::size_t y = 0; y < rows; ++y) {
         for (std::size_t x = 0; x < columns; x += kChunk) {
             if (!part(bytes + y * step + x * kWordBytes, std::min(kChunk, columns - x))) {

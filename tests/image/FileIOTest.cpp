@@ -298,6 +298,21 @@ TEST_F(FileIOTest, NothingIsReadAndWrittenWhole) {
     EXPECT_TRUE(folder.Read("out.raw").empty());
 }
 
+// Billions of rows, if they were walked.
+TEST_F(FileIOTest, RowsOfNothingAreNone) {
+    Image empty({0, 0xFFFFFFF0U, kRGB, kProgressive, kNoFields, kTopLeft, 1.0F}, 4, 4);
+    ImageView none(&empty);
+    const std::string path = folder.Write("in.raw", Counting(8));
+    FileIO::ReadRaw(path.c_str(), 0xFFFFFFFF, 0xFFFFFFFF, 4, none);
+    FileIO::WriteRaw(folder.Path("out.raw").c_str(), 0xFFFFFFFF, 0xFFFFFFFF, 4, none);
+    EXPECT_TRUE(folder.Read("out.raw").empty());
+    WordPicture picture(2, 2);
+    picture.image.GetImageDescriptor()->height = 0xFFFFFFFF;
+    EXPECT_TRUE(FileIO::ReadRaw(path.c_str(), 0, 0xFFFFFFFF, 4, picture.view));
+    EXPECT_TRUE(FileIO::WriteRaw(folder.Path("out.raw").c_str(), 0, 0xFFFFFFFF, 4, picture.view));
+    EXPECT_TRUE(folder.Read("out.raw").empty());
+}
+
 TEST_F(FileIOTest, NoFileStaysOpen) {
     WordPicture picture(2, 2), broken(2, 2);
     broken.image.GetImageDescriptor()->height = 3;

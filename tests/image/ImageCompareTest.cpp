@@ -256,6 +256,7 @@ TEST(ImageCompareTest, NothingIsEqualToNothing) {
         Words a = {1}, b = {2};
         EXPECT_EQ(compare.AreImagesEqual(a.data(), b.data(), 0, 5, 4, 4, format, format, none), 1);
         EXPECT_EQ(compare.AreImagesEqual(a.data(), b.data(), 6, 0, 4, 4, format, format, none), 1);
+        EXPECT_EQ(compare.AreImagesEqual(a.data(), b.data(), 0, 0xFFFFFFFF, 4, 4, format, format, none), 1);
         ULong32* const null = nullptr;
         EXPECT_EQ(compare.AreImagesEqual(null, null, 0, 0, 0, 0, format, format, none), 1);
     }

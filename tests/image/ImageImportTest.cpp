@@ -154,6 +154,16 @@ TEST_F(ImageImportTest, AnOpenFileIsTrueWhateverBecomesOfIt) {
     EXPECT_TRUE(ImageImport::FileWriteRaw("/dev/full", 9000, 1, 4, memory.data(), 9000, 1, 0));
 }
 
+TEST_F(ImageImportTest, RowsOfNothingAreNone) {
+    Words memory(1, kKept);
+    const std::string path = folder.Write("in.raw", Counting(8));
+    EXPECT_TRUE(ImageImport::FileReadRaw(path.c_str(), 0, 0xFFFFFFFF, 4, memory.data(), 1, 0xFFFFFFFF, 4));
+    EXPECT_TRUE(ImageImport::FileWriteRaw(folder.Path("out.raw").c_str(), 1, 0xFFFFFFFF, 4, memory.data(), 0,
+                                          0xFFFFFFFF, 4));
+    EXPECT_TRUE(folder.Read("out.raw").empty());
+    EXPECT_EQ(memory[0], kKept);
+}
+
 TEST_F(ImageImportTest, NoFileStaysOpen) {
     Words memory(1, kKept);
     const std::string path = folder.Path("a.raw");
