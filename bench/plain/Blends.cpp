@@ -134,18 +134,24 @@ void OverShaping(const U32* __restrict a, const U32* __restrict b, U32* __restri
     }
 }
 
-void OverPairs(const U8* __restrict a, const U8* __restrict b, const U8* __restrict alpha, U8* __restrict out,
-               std::size_t pixels) {
-    const auto over = [&](std::size_t i, int weight, int zero) {
-        const int x = (255 - weight) * (b[i] - zero) + weight * (a[i] - zero);
-        return static_cast<U8>((2 * x / 255 + 1) >> 1);
-    };
-    for (std::size_t i = 0; i < 2 * pixels; i += 4) {
-        const int first = alpha[i / 2], second = alpha[i / 2 + 1];
-        out[i] = over(i, first, 128);
-        out[i + 1] = over(i + 1, first, 16);
-        out[i + 2] = over(i + 2, first, 128);
-        out[i + 3] = over(i + 3, second, 16);
+/// One luma sample without its offset of 16: quotients by 255 are rounded from there on, and go up below.
+U32 LumaOver(U32 a, U32 b, U32 alpha) {
+    const U32 t = a * alpha + b * (255 - alpha);
+    const U32 u = t + (t < 255 * 16 ? 255 : 128);
+    return (((u + (u >> 8)) >> 8) - 16) & 255;
+}
+
+void OverPairs(const U32* __restrict a, const U32* __restrict b, const U8* __restrict alpha,
+               U32* __restrict out, std::size_t pixels) {
+    for (std::size_t i = 0; i < pixels / 2; ++i) {
+        const U32 first = alpha[2 * i], second = alpha[2 * i + 1];
+        // Two chroma samples at once; the highest bit of each half says that it lies above 255 * 128.
+        U32 u = (a[i] & kEven) * first + (b[i] & kEven) * (255 - first) + 0x00800080;
+        u += ((~u >> 15) & 0x00010001) * 127;
+        u += (u >> 8) & kEven;
+        out[i] = (((u >> 8) & kEven) ^ 0x00800080) |
+                 LumaOver((a[i] >> 8) & 255, (b[i] >> 8) & 255, first) << 8 |
+                 LumaOver(a[i] >> 24, b[i] >> 24, second) << 24;
     }
 }
 

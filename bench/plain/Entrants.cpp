@@ -189,9 +189,9 @@ void EnterPlain(Contests& contests, const Pictures& p, Level level) {
     enter(Operation::kOverStraight, [=, &blends] { blends.OverStraight(b, a, out, pixels, kOverFadeOf256); });
     enter(Operation::kOverShaping, [=, &blends] { blends.OverShaping(b, a, out, pixels, kOverFadeOf256); });
     enter(Operation::kOverPairs, [=, &blends, size = p.size] {
-        const std::size_t line = 2 * size.width;
+        const std::size_t line = size.width / 2;
         for (std::size_t y = 0; y < size.height; ++y) {
-            blends.OverPairs(b8 + y * line, a8 + y * line, b8 + 2 * pixels, out8 + y * line, size.width);
+            blends.OverPairs(b + y * line, a + y * line, b8 + 2 * pixels, out + y * line, size.width);
         }
     });
     enter(Operation::kSumOfAbsDiffs, [=, &blends] { blends.SumOfAbsDiffs(a8, b8, out8, pixels); });

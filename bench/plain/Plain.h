@@ -45,8 +45,8 @@ struct Blends {
     void (*OverShaping)(const std::uint32_t* a, const std::uint32_t* b, std::uint32_t* out,
                         std::size_t pixels, std::uint32_t fade);
     /// One line.
-    void (*OverPairs)(const std::uint8_t* a, const std::uint8_t* b, const std::uint8_t* alpha,
-                      std::uint8_t* out, std::size_t pixels);
+    void (*OverPairs)(const std::uint32_t* a, const std::uint32_t* b, const std::uint8_t* alpha,
+                      std::uint32_t* out, std::size_t pixels);
     void (*SumOfAbsDiffs)(const std::uint8_t* a, const std::uint8_t* b, std::uint8_t* out,
                           std::size_t pixels);
     void (*Fill)(std::uint32_t* out, std::size_t pixels, std::uint32_t colour);
