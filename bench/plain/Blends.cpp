@@ -93,11 +93,15 @@ U32 TwoUnder(U32 source, U32 colour, U32 share) {
     return ((source * (256 - share) + colour * share + 0x00800080) >> 8) & kEven;
 }
 
+U32 Choose(U32 isB, U32 a, U32 b) {
+    return a ^ ((a ^ b) & isB);
+}
+
 void BorderPixels(const U32* __restrict a, const U32* __restrict b, const U8* __restrict key,
                   U32* __restrict out, std::size_t pixels, const Border& border) {
     const U32 colour = border.colour;
     for (std::size_t i = 0; i < pixels; ++i) {
-        const U32 share = border.share[key[i]], source = border.isB[key[i]] ? b[i] : a[i];
+        const U32 share = border.share[key[i]], source = Choose(border.isB[key[i]], a[i], b[i]);
         out[i] = TwoUnder(source & kEven, colour & kEven, share) |
                  TwoUnder((source >> 8) & kEven, (colour >> 8) & kEven, share) << 8;
     }
@@ -108,8 +112,8 @@ void BorderPairs(const U32* __restrict a, const U32* __restrict b, const U8* __r
     const U32 colour = border.colour;
     for (std::size_t i = 0; i < pixels / 2; ++i) {
         const U32 first = border.share[key[2 * i]], second = border.share[key[2 * i + 1]];
-        const U32 source0 = border.isB[key[2 * i]] ? b[i] : a[i];
-        const U32 source1 = border.isB[key[2 * i + 1]] ? b[i] : a[i];
+        const U32 source0 = Choose(border.isB[key[2 * i]], a[i], b[i]);
+        const U32 source1 = Choose(border.isB[key[2 * i + 1]], a[i], b[i]);
         out[i] = TwoUnder(source0 & kEven, colour & kEven, first) |
                  TwoUnder((source0 >> 8) & 255, (colour >> 8) & 255, first) << 8 |
                  TwoUnder(source1 >> 24, colour >> 24, second) << 24;

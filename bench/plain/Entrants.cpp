@@ -141,8 +141,8 @@ plain::Border PlainBorder(std::uint32_t colour) {
     for (int key = 0; key < 256; ++key) {
         const double d = std::clamp((key - kStart) * 255 / kTotal, 0.0, 255.0);
         const double share = d <= kEnd1 ? 255 * d / kEnd1 : d < kEnd2 ? 256 : 255 * (255 - d) / (255 - kEnd2);
-        border.share[key] = static_cast<std::uint16_t>(share + 0.5);
-        border.isB[key] = d >= kEnd2;
+        border.share[key] = static_cast<std::uint32_t>(share + 0.5);
+        border.isB[key] = d >= kEnd2 ? 0xFFFFFFFF : 0;
     }
     return border;
 }

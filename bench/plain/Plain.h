@@ -15,10 +15,10 @@ struct Ramp {
     int gain;
 };
 
-/// A key's share of the border, out of 256, and whether the second source lies under it.
+/// A key's share of the border, out of 256, and all bits set where the second source lies under it.
 struct Border {
-    std::uint16_t share[256];
-    bool isB[256];
+    std::uint32_t share[256];
+    std::uint32_t isB[256];
     std::uint32_t colour;
 };
 
