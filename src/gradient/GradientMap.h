@@ -35,6 +35,14 @@ public:
         return map;
     }
 
+    /// For patterns whose lower half is the image of the upper one: only the upper half, an odd middle row
+    /// with it, is asked for.
+    GradientMap FoldY() const noexcept {
+        GradientMap map = *this;
+        map.foldY = true;
+        return map;
+    }
+
     Zan::ULong32 Width() const noexcept { return data.width; }
     Zan::ULong32 Height() const noexcept { return data.height; }
     double AspectRatio() const noexcept { return static_cast<double>(data.aspectRatio); }
@@ -56,7 +64,7 @@ public:
     template <class Column, class Row, class Combine>
     void Draw(Column column, Row row, Combine combine) const noexcept {
         Draw([&](auto sample) {
-            SamplePart<decltype(sample), std::int32_t>({0, Width()}, {0, Height()}, column, row, combine);
+            SamplePart<decltype(sample), std::int32_t>({0, Width()}, AllRows(), column, row, combine);
         });
     }
 
@@ -92,6 +100,9 @@ public:
         Draw([&](auto sample) { SampleCells<decltype(sample)>(columns, rows, cell); });
     }
 
+    /// All that are asked for.
+    Span AllRows() const noexcept { return {0, foldY ? data.height - data.height / 2 : data.height}; }
+
 private:
     double Peak() const noexcept { return static_cast<double>(data.peakValue); }
 
@@ -109,6 +120,13 @@ private:
         return static_cast<std::uint8_t*>(data.pixels) +
                static_cast<std::ptrdiff_t>(mirrorY ? data.height - 1 - y : y) * data.pitch +
                static_cast<std::ptrdiff_t>(x * sizeof(Sample));
+    }
+
+    template <class Sample>
+    void Put(Zan::ULong32 x, Zan::ULong32 y, const Sample* line, Zan::ULong32 count) const noexcept {
+        std::memcpy(At<Sample>(x, y), line, count * sizeof(Sample));
+        if (foldY)
+            std::memcpy(At<Sample>(x, data.height - 1 - y), line, count * sizeof(Sample));
     }
 
     static std::int32_t Truncate(double value, std::int32_t) noexcept {
@@ -165,7 +183,7 @@ private:
                 const double down = row(y);
                 for (Zan::ULong32 i = 0; i < count; ++i)
                     line[i] = ToSample<Sample, Integer>(combine(across[i], down), peak);
-                std::memcpy(At<Sample>(x, y), line, count * sizeof(Sample));
+                Put(x, y, line, count);
             }
         });
     }
@@ -181,7 +199,7 @@ private:
                 fill(across, row(y), values, count);
                 for (Zan::ULong32 i = 0; i < count; ++i)
                     line[i] = ToSample<Sample, std::int32_t>(fraction(values[i]), peak);
-                std::memcpy(At<Sample>(x, y), line, count * sizeof(Sample));
+                Put(x, y, line, count);
             }
         });
     }
@@ -231,6 +249,7 @@ private:
     WgrGradientData data;
     bool mirrorX = false;
     bool mirrorY = false;
+    bool foldY = false;
 };
 
 }  // namespace GradientGenerator

@@ -109,7 +109,7 @@ void DrawAngles(const GradientMap& map, Span columns, Span rows, Column column, 
 template <class Column, class Row, class ToDirection, class Fraction>
 void DrawAngles(const GradientMap& map, Column column, Row row, ToDirection direction,
                 Fraction fraction) noexcept {
-    DrawAngles(map, {0, map.Width()}, {0, map.Height()}, column, row, direction, fraction);
+    DrawAngles(map, {0, map.Width()}, map.AllRows(), column, row, direction, fraction);
 }
 
 auto Scaled(double scale) noexcept {
@@ -123,18 +123,10 @@ void SweepPart(const GradientMap& map, Span columns, Span rows, Pivot pivot, dou
 }
 
 void Sweep(const GradientMap& map, Pivot pivot, double start, double turns) noexcept {
-    SweepPart(map, {0, map.Width()}, {0, map.Height()}, pivot, start, turns);
+    SweepPart(map, {0, map.Width()}, map.AllRows(), pivot, start, turns);
 }
 
-// The sweep in the upper half, the middle row with it, and its image in the lower half.
-void SweepUpperHalf(const GradientMap& map, const GradientMap& image, Pivot pivot, double start,
-                    double turns) noexcept {
-    const ULong32 height = map.Height();
-    SweepPart(image, {0, map.Width()}, {0, height / 2}, pivot, start, turns);
-    SweepPart(map, {0, map.Width()}, {0, FirstHalf(height)}, pivot, start, turns);
-}
-
-// The same on the left half.
+// The sweep in the left half, an odd middle column with it, and its image in the right half.
 void SweepLeftHalf(const GradientMap& map, const GradientMap& image, Pivot pivot, double start,
                    double turns) noexcept {
     const ULong32 width = map.Width();
@@ -185,7 +177,10 @@ void TopRightSweep(const GradientMap& map) noexcept {
 }
 
 void ParallelTopSweeps(const GradientMap& map) noexcept {
-    SweepUpperHalf(map, map.MirrorX().MirrorY(), {Half(map.Width()), kBeforeFirst}, 0.5, 2.0);
+    const ULong32 height = map.Height();
+    const Pivot pivot{Half(map.Width()), kBeforeFirst};
+    SweepPart(map.MirrorX().MirrorY(), {0, map.Width()}, {0, height / 2}, pivot, 0.5, 2.0);
+    SweepPart(map, {0, map.Width()}, {0, FirstHalf(height)}, pivot, 0.5, 2.0);
 }
 
 void ParallelLeftSweeps(const GradientMap& map) noexcept {
@@ -193,7 +188,7 @@ void ParallelLeftSweeps(const GradientMap& map) noexcept {
 }
 
 void OppositeTopSweeps(const GradientMap& map) noexcept {
-    SweepUpperHalf(map, map.MirrorY(), {Half(map.Width()), kBeforeFirst}, 0.5, 2.0);
+    Sweep(map.FoldY(), {Half(map.Width()), kBeforeFirst}, 0.5, 2.0);
 }
 
 void OppositeLeftSweeps(const GradientMap& map) noexcept {
@@ -219,7 +214,8 @@ void CentreTopFan(const GradientMap& map) noexcept {
 
 void CentreRightFan(const GradientMap& map) noexcept {
     const Offsets offsets(map);
-    DrawAngles(map, offsets.ColumnFromCentre(), offsets.RowFromCentre(), kFoldedFromLeft, Scaled(2.0));
+    DrawAngles(map.FoldY(), offsets.ColumnFromCentre(), offsets.RowFromCentre(), kFoldedFromLeft,
+               Scaled(2.0));
 }
 
 void TopFan(const GradientMap& map) noexcept {
@@ -229,27 +225,32 @@ void TopFan(const GradientMap& map) noexcept {
 
 void LeftFan(const GradientMap& map) noexcept {
     const Offsets offsets(map);
-    DrawAngles(map, offsets.Column(kBeforeFirst), offsets.RowFromCentre(), kFoldedFromRight, Scaled(2.0));
+    DrawAngles(map.FoldY(), offsets.Column(kBeforeFirst), offsets.RowFromCentre(), kFoldedFromRight,
+               Scaled(2.0));
 }
 
 void VerticalFansFromCentre(const GradientMap& map, double scale) noexcept {
     const Offsets offsets(map);
-    DrawAngles(map, offsets.ColumnFromCentre(), offsets.RowAwayFromCentre(), kFoldedFromDown, Scaled(scale));
+    DrawAngles(map.FoldY(), offsets.ColumnFromCentre(), offsets.RowAwayFromCentre(), kFoldedFromDown,
+               Scaled(scale));
 }
 
 void HorizontalFansFromCentre(const GradientMap& map, double scale) noexcept {
     const Offsets offsets(map);
-    DrawAngles(map, offsets.ColumnAwayFromCentre(), offsets.RowFromCentre(), kFoldedFromRight, Scaled(scale));
+    DrawAngles(map.FoldY(), offsets.ColumnAwayFromCentre(), offsets.RowFromCentre(), kFoldedFromRight,
+               Scaled(scale));
 }
 
 void VerticalFansFromEdges(const GradientMap& map, double scale) noexcept {
     const Offsets offsets(map);
-    DrawAngles(map, offsets.ColumnFromCentre(), offsets.RowFromEdge(), kFoldedFromDown, Scaled(scale));
+    DrawAngles(map.FoldY(), offsets.ColumnFromCentre(), offsets.RowFromEdge(), kFoldedFromDown,
+               Scaled(scale));
 }
 
 void HorizontalFansFromEdges(const GradientMap& map, double scale) noexcept {
     const Offsets offsets(map);
-    DrawAngles(map, offsets.ColumnFromEdge(), offsets.RowFromCentre(), kFoldedFromRight, Scaled(scale));
+    DrawAngles(map.FoldY(), offsets.ColumnFromEdge(), offsets.RowFromCentre(), kFoldedFromRight,
+               Scaled(scale));
 }
 
 void TopSaloonDoor(const GradientMap& map) noexcept {
@@ -257,12 +258,11 @@ void TopSaloonDoor(const GradientMap& map) noexcept {
 }
 
 void LeftSaloonDoor(const GradientMap& map) noexcept {
-    SweepUpperHalf(map, map.MirrorY(), {kBeforeFirst, kBeforeFirst}, 1.0, -4.0);
+    Sweep(map.FoldY(), {kBeforeFirst, kBeforeFirst}, 1.0, -4.0);
 }
 
 void RightWindshield(const GradientMap& map) noexcept {
-    SweepUpperHalf(map, map.MirrorY(),
-                   {Offsets::Middle(map.Width()), Offsets::Middle(FirstHalf(map.Height()))}, 2.25, -1.0);
+    Sweep(map.FoldY(), {Offsets::Middle(map.Width()), Offsets::Middle(FirstHalf(map.Height()))}, 2.25, -1.0);
 }
 
 void UpWindshield(const GradientMap& map) noexcept {

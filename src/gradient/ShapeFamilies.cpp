@@ -163,11 +163,11 @@ constexpr auto kHexagon = [](double x, double y) { return Hexagon(x, y); };
 }  // namespace
 
 void RectangleIris(const GradientMap& map) noexcept {
-    DrawToCorner(map, [](double x, double y) { return Larger(std::fabs(x), std::fabs(y)); });
+    DrawToCorner(map.FoldY(), [](double x, double y) { return Larger(std::fabs(x), std::fabs(y)); });
 }
 
 void DiamondIris(const GradientMap& map) noexcept {
-    DrawToCorner(map, [](double x, double y) { return std::fabs(x) + std::fabs(y); });
+    DrawToCorner(map.FoldY(), [](double x, double y) { return std::fabs(x) + std::fabs(y); });
 }
 
 void TriangleUp(const GradientMap& map) noexcept {
@@ -175,7 +175,7 @@ void TriangleUp(const GradientMap& map) noexcept {
 }
 
 void TriangleRight(const GradientMap& map) noexcept {
-    DrawToLast(map, TurnedRight(kTriangle));
+    DrawToLast(map.FoldY(), TurnedRight(kTriangle));
 }
 
 void ArrowheadUp(const GradientMap& map) noexcept {
@@ -183,7 +183,7 @@ void ArrowheadUp(const GradientMap& map) noexcept {
 }
 
 void ArrowheadRight(const GradientMap& map) noexcept {
-    DrawToLast(map, TurnedRight(kArrowhead));
+    DrawToLast(map.FoldY(), TurnedRight(kArrowhead));
 }
 
 void PentagonUp(const GradientMap& map) noexcept {
@@ -191,28 +191,29 @@ void PentagonUp(const GradientMap& map) noexcept {
 }
 
 void FlatTopHexagon(const GradientMap& map) noexcept {
-    DrawToLast(map, kHexagon);
+    DrawToLast(map.FoldY(), kHexagon);
 }
 
 void FlatSideHexagon(const GradientMap& map) noexcept {
-    DrawToLast(map, TurnedRight(kHexagon));
+    DrawToLast(map.FoldY(), TurnedRight(kHexagon));
 }
 
 void Ellipse(const GradientMap& map, double stretch) noexcept {
-    DrawToCorner(map, [=](double x, double y) { return std::sqrt(stretch * stretch * x * x + y * y); });
+    DrawToCorner(map.FoldY(),
+                 [=](double x, double y) { return std::sqrt(stretch * stretch * x * x + y * y); });
 }
 
 void LyingEye(const GradientMap& map) noexcept {
-    DrawToLast(map, Eye(EyeHeight(map)));
+    DrawToLast(map.FoldY(), Eye(EyeHeight(map)));
 }
 
 void StandingEye(const GradientMap& map) noexcept {
     const auto eye = Eye(EyeHeight(map));
-    DrawToLast(map, [=](double x, double y) { return eye(y, x); });
+    DrawToLast(map.FoldY(), [=](double x, double y) { return eye(y, x); });
 }
 
 void FourPointStar(const GradientMap& map) noexcept {
-    DrawToLast(map, [](double x, double y) { return FourPoints(x, y); });
+    DrawToLast(map.FoldY(), [](double x, double y) { return FourPoints(x, y); });
 }
 
 void FivePointStar(const GradientMap& map) noexcept {
@@ -220,7 +221,7 @@ void FivePointStar(const GradientMap& map) noexcept {
 }
 
 void SixPointStar(const GradientMap& map) noexcept {
-    DrawToLast(map, [](double x, double y) { return SixPoints(x, y); });
+    DrawToLast(map.FoldY(), [](double x, double y) { return SixPoints(x, y); });
 }
 
 }  // namespace GradientGenerator
