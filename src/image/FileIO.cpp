@@ -29,8 +29,11 @@ bool FindArea(const ImageView& view, ULong32 width, ULong32 height, RawArea& are
         return false;
     }
     area.columns = std::min(width, image->GetWidth());
-    // Rows of nothing are none, and may be billions.
-    area.rows = area.columns > 0 ? std::min(height, image->GetHeight()) : 0;
+    area.rows = std::min(height, image->GetHeight());
+    // Where one side is 0 the other may be billions.
+    if (area.columns == 0 || area.rows == 0) {
+        area.columns = area.rows = 0;
+    }
     area.plane = PlaneOf(ImageView(image), 0);
     if (area.plane.first == nullptr) {
         return false;

@@ -307,6 +307,9 @@ TEST_F(FileIOTest, RowsOfNothingAreNone) {
     FileIO::WriteRaw(folder.Path("out.raw").c_str(), 0xFFFFFFFF, 0xFFFFFFFF, 4, none);
     EXPECT_TRUE(folder.Read("out.raw").empty());
     WordPicture picture(2, 2);
+    picture.image.GetImageDescriptor()->width = 0xFFFFFFFF;
+    EXPECT_TRUE(FileIO::ReadRaw(path.c_str(), 0xFFFFFFFF, 0, 4, picture.view)) << "no row of 16 gigabytes";
+    picture.image.GetImageDescriptor()->width = 2;
     picture.image.GetImageDescriptor()->height = 0xFFFFFFFF;
     EXPECT_TRUE(FileIO::ReadRaw(path.c_str(), 0, 0xFFFFFFFF, 4, picture.view));
     EXPECT_TRUE(FileIO::WriteRaw(folder.Path("out.raw").c_str(), 0, 0xFFFFFFFF, 4, picture.view));
