@@ -83,7 +83,8 @@ void Check(ZanCompositor& compositor, Wipe& wipe, const Band& band, int style, b
         for (unsigned x = 0; pixels ? x < width : x + 2 <= width; x += pixels ? 1 : 2) {
             for (unsigned i = 0; i < 4; ++i) {
                 const unsigned at = pixels ? 4 * x + i : 2 * x + i, column = x + (!pixels && i == 3 ? 1 : 0);
-                if (wideKey && key.first + (2 * y + 1) * key.pitch > wipe.key.End()) {
+                if (wideKey &&
+                    key.first + static_cast<std::ptrdiff_t>(2 * y + 1) * key.pitch > wipe.key.End()) {
                     continue;
                 }
                 const double d = wideKey ? zones.DepthOfTwoBytes(key.At(2 * y, 2 * column) +

@@ -167,7 +167,8 @@ TEST(DissolveOfViews, AlphaPlanesThatAreMissing) {
                         const unsigned expected = sampling == Zan::k4224
                                                       ? (samplingB == Zan::k4224 ? 48 : 216)
                                                       : (samplingB == Zan::k4224 ? 86 : 255);
-                        for (const std::ptrdiff_t x : {std::ptrdiff_t{0}, std::ptrdiff_t{width} - 1}) {
+                        for (const std::ptrdiff_t x :
+                             {std::ptrdiff_t{0}, static_cast<std::ptrdiff_t>(width) - 1}) {
                             EXPECT_EQ(dst.AlphaAt(2, x), expected) << style << " " << x;
                         }
                     }
@@ -408,11 +409,13 @@ TEST(AoverB, OneRowOfAlphaForAll) {
             overlay.dst.PaintAlpha(7);
             ASSERT_EQ(overlay.Run(compositor), 0);
             for (std::ptrdiff_t row = 0; row < 4; ++row) {
-                for (const std::ptrdiff_t word : {std::ptrdiff_t{0}, std::ptrdiff_t{width} / 2 - 1}) {
+                for (const std::ptrdiff_t word :
+                     {std::ptrdiff_t{0}, static_cast<std::ptrdiff_t>(width) / 2 - 1}) {
                     EXPECT_EQ(overlay.dst.At(row, word), (Word{0, 10, 1, 20})) << row;
                 }
                 EXPECT_EQ(overlay.dst.AlphaAt(row, 0), row == 0 ? 255 : 7);
-                EXPECT_EQ(overlay.dst.AlphaAt(row, width - 1), row == 0 ? 255 : 7);
+                EXPECT_EQ(overlay.dst.AlphaAt(row, static_cast<std::ptrdiff_t>(width) - 1),
+                          row == 0 ? 255 : 7);
             }
         }
     });
