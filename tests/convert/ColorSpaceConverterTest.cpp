@@ -83,8 +83,7 @@ TEST(ColorSpaceConverter, StylesThatTakeTheIntegerPath) {
     }
 }
 
-// ---- Matrix16 and offsets
-// ----------------------------------------------------------------------------------
+// ---- Matrix16 and offsets ---------------------------------------------------------------------------------
 
 TEST(ColorSpaceConverter, DefaultsAreKeptInTheObjectButForOffsets) {
     ColorSpaceConverter converter;

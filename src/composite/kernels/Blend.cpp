@@ -65,8 +65,7 @@ HWY_INLINE HWY_ATTR VU8 MapKeys(const KeyMap32& map, VU8 keys) {
 
 #endif  // HWY_TARGET
 
-// ---- How a key byte becomes alpha
-// --------------------------------------------------------------------------
+// ---- How a key byte becomes alpha -------------------------------------------------------------------------
 
 struct RawKey {
     std::uint8_t operator()(std::uint8_t key) const { return key; }
@@ -102,8 +101,7 @@ struct TableKey {
 #endif
 };
 
-// ---- Pixels
-// ------------------------------------------------------------------------------------------------
+// ---- Pixels -----------------------------------------------------------------------------------------------
 
 void BlendPixel(const std::uint8_t* a, const std::uint8_t* b, std::uint8_t alpha, std::uint8_t* out) {
     for (std::size_t i = 0; i < 4; ++i) {
@@ -172,8 +170,7 @@ struct ByKeyOfPixel {
 #endif
 };
 
-// ---- Pairs of 4:2:2 pixels
-// ---------------------------------------------------------------------------------
+// ---- Pairs of 4:2:2 pixels --------------------------------------------------------------------------------
 
 /// The first key of a pair is for Cb, Y0 and Cr, the second for Y1.
 template <class Key>
@@ -268,8 +265,7 @@ struct ByKeysOfPairAndAlpha {
 #endif
 };
 
-// ---- Kernels
-// -----------------------------------------------------------------------------------------------
+// ---- Kernels ----------------------------------------------------------------------------------------------
 
 using Key16 = MappedKey<KeyMap16>;
 using Key32 = MappedKey<KeyMap32>;

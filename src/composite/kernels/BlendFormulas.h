@@ -199,8 +199,7 @@ struct KeyTable {
     }
 };
 
-// ---- The border of a wipe
-// ----------------------------------------------------------------------------------
+// ---- The border of a wipe ---------------------------------------------------------------------------------
 
 /// The border's bytes in the order of a word.
 struct BorderColour {

@@ -30,8 +30,7 @@ HWY_INLINE HWY_ATTR VU8 AlphasOfPixels(VU8 pixels) {
 
 #endif
 
-// ---- Pairs of 4:2:2 pixels and a plane of alpha
-// ------------------------------------------------------------
+// ---- Pairs of 4:2:2 pixels and a plane of alpha -----------------------------------------------------------
 
 struct OverByPlane {
     using Place = simd::Place<3, 2>;
@@ -89,8 +88,7 @@ struct OverByPlane {
 #endif
 };
 
-// ---- Pixels with alpha, which is faded
-// ---------------------------------------------------------------------
+// ---- Pixels with alpha, which is faded --------------------------------------------------------------------
 
 /// `shapes`: colour of B is multiplied by its alpha first, and A counts as opaque in the alpha of the result.
 template <bool shapes>
