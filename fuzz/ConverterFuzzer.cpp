@@ -82,12 +82,30 @@ void Change(ColorSpaceConverter& converter, fuzz::Input& input) {
     converter.SetPlusFunction(input.Once(16) ? input.Raw<ULong32>() : input.Below(7));
 }
 
+/// Null for numbers that are no codes.
+const FormatRecord* RecordOf(std::size_t code) {
+    return code < kConverterFormats ? &Formats()[code] : nullptr;
+}
+
+/// Of a pair that some path has, or of any formats.
+FormatPair AnyPair(fuzz::Input& input) {
+    const auto any = [&] { return static_cast<ConverterFormat>(input.Below(kConverterFormats)); };
+    if (input.Once(4)) {
+        const ConverterFormat source = any();
+        return {source, any()};
+    }
+    const PairRecord& pair = Pairs()[input.Below(static_cast<unsigned>(Pairs().size()))];
+    return {pair.source, pair.destination};
+}
+
 // ---- pictures ----
 
 void ConvertViews(ColorSpaceConverter& converter, fuzz::Input& input) {
     Coefficients coefficients(input);
-    fuzz::HostilePicture first(input);
-    fuzz::HostilePicture second(input);
+    const FormatPair formats = AnyPair(input);
+    fuzz::HostilePicture first(input, RecordOf(static_cast<std::size_t>(formats.source)));
+    fuzz::HostilePicture second(
+        input, input.Once(16) ? nullptr : RecordOf(static_cast<std::size_t>(formats.destination)));
     const auto sum = [&] { return first.Sum() * 31 + second.Sum(); };
     std::uint64_t before = sum();
     for (unsigned call = 0; call < 8 && !input.Empty(); ++call) {
@@ -162,8 +180,9 @@ private:
     Image image;
 };
 
-ULong32 AnyCode(fuzz::Input& input) {
-    return input.Once(32) ? (input.Flip() ? input.Raw<ULong32>() : 100) : input.Below(kConverterFormats);
+/// A code, now and then another number in its place.
+ULong32 CodeOr(fuzz::Input& input, ConverterFormat code) {
+    return input.Once(64) ? (input.Flip() ? input.Raw<ULong32>() : 100) : static_cast<ULong32>(code);
 }
 
 /// In bytes, of lines that may lie apart or upon each other.
@@ -187,10 +206,6 @@ Long32 AnyPitch(fuzz::Input& input, const FormatRecord* format, ULong32 width) {
     return input.Once(4) ? -pitch : pitch;
 }
 
-const FormatRecord* RecordOf(ULong32 code) {
-    return code < kConverterFormats ? &Formats()[code] : nullptr;
-}
-
 void ConvertAddresses(ColorSpaceConverter& converter, fuzz::Input& input) {
     static fuzz::PlainMemory memoryOfSource, memoryOfDestination;
     static std::uint8_t memoryOfPlanes[PlanesLeft::kBytes];
@@ -200,7 +215,9 @@ void ConvertAddresses(ColorSpaceConverter& converter, fuzz::Input& input) {
     }
     Coefficients coefficients(input);
     for (unsigned call = 0; call < 8 && !input.Empty(); ++call) {
-        const ULong32 sourceCode = AnyCode(input), destinationCode = AnyCode(input);
+        const FormatPair formats = AnyPair(input);
+        const ULong32 sourceCode = CodeOr(input, formats.source);
+        const ULong32 destinationCode = CodeOr(input, formats.destination);
         const FormatRecord *from = RecordOf(sourceCode), *to = RecordOf(destinationCode);
         ULong32 width = input.Below(input.Once(8) ? kMostWidth + 1 : 50);
         ULong32 height = input.Below(input.Once(8) ? kMostHeight + 1 : 8);

@@ -87,8 +87,10 @@ unsigned char* HostilePicture::HostPlane(std::size_t size, unsigned misaligned) 
     return plane;
 }
 
-HostilePicture::HostilePicture(Input& input) {
-    const FormatRecord* known = input.Once(8) ? nullptr : &Formats()[input.Below(kConverterFormats)];
+HostilePicture::HostilePicture(Input& input)
+    : HostilePicture(input, input.Once(8) ? nullptr : &Formats()[input.Below(kConverterFormats)]) {}
+
+HostilePicture::HostilePicture(Input& input, const FormatRecord* known) {
     const ImageDescriptor format = AnyDescriptor(input, known);
     const ULong32 bufferAlignment = Alignment(input);
     const ULong32 lineAlignment = input.Flip() ? bufferAlignment : Alignment(input);
@@ -252,11 +254,12 @@ HostilePicture::~HostilePicture() {
 }
 
 ImageView HostilePicture::View(Input& input) {
-    switch (input.Below(8)) {
+    if (input.Once(32)) {
+        return input.Flip() ? ImageView() : ImageView(nullptr);
+    }
+    switch (input.Below(4)) {
         case 0:
-            return input.Flip() ? ImageView() : ImageView(nullptr);
         case 1:
-        case 2:
             return ImageView(image.get());
         default: {
             const ULong32 width = image->GetWidth(), height = image->GetHeight();

@@ -19,6 +19,8 @@ namespace fuzz {
 class HostilePicture {
 public:
     explicit HostilePicture(Input& input);
+    /// Mostly of a format of the converter; of any kind if `known` is null.
+    HostilePicture(Input& input, const Zan::FormatRecord* known);
     ~HostilePicture();
     HostilePicture(const HostilePicture&) = delete;
     HostilePicture& operator=(const HostilePicture&) = delete;
