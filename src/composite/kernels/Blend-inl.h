@@ -89,6 +89,13 @@ HWY_INLINE HWY_ATTR Weights WeightsOfPairs(VU8 words) {
             hn::TableLookupBytes(words, InEveryBlock(kUpper))};
 }
 
+/// The bytes of `v` by their places in every block.
+template <std::size_t... from>
+HWY_INLINE HWY_ATTR VU8 Spread(VU8 v) {
+    alignas(16) static constexpr std::uint8_t kFrom[16] = {from...};
+    return hn::TableLookupBytes(v, InEveryBlock(kFrom));
+}
+
 /// Keys as they lie in memory; or dealt out to the blocks in lanes of D.
 struct InOrder {};
 HWY_INLINE HWY_ATTR VU8 Dealt(InOrder, VU8 v) {

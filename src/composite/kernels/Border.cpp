@@ -76,24 +76,18 @@ HWY_INLINE HWY_ATTR VI16 LanesOfPairs(VI16 v) {
                        f + 6, f + 7>(v);
 }
 
-template <std::size_t... from>
-HWY_INLINE HWY_ATTR VU8 SpreadBytes(VU8 v) {
-    alignas(16) static constexpr std::uint8_t kFrom[16] = {from...};
-    return hn::TableLookupBytes(v, InEveryBlock(kFrom));
-}
-
 /// Bytes `f` to `f` + 3, each four times over.
 template <std::size_t f>
 HWY_INLINE HWY_ATTR VU8 BytesOfPixels(VU8 v) {
-    return SpreadBytes<f, f, f, f, f + 1, f + 1, f + 1, f + 1, f + 2, f + 2, f + 2, f + 2, f + 3, f + 3,
-                       f + 3, f + 3>(v);
+    return Spread<f, f, f, f, f + 1, f + 1, f + 1, f + 1, f + 2, f + 2, f + 2, f + 2, f + 3, f + 3, f + 3,
+                  f + 3>(v);
 }
 
 /// Bytes `f` to `f` + 7: of each two the first three times over, the second once.
 template <std::size_t f>
 HWY_INLINE HWY_ATTR VU8 BytesOfPairs(VU8 v) {
-    return SpreadBytes<f, f, f, f + 1, f + 2, f + 2, f + 2, f + 3, f + 4, f + 4, f + 4, f + 5, f + 6, f + 6,
-                       f + 6, f + 7>(v);
+    return Spread<f, f, f, f + 1, f + 2, f + 2, f + 2, f + 3, f + 4, f + 4, f + 4, f + 5, f + 6, f + 6, f + 6,
+                  f + 7>(v);
 }
 
 /// Source B where the mask says so, else source A.

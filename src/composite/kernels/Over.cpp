@@ -16,13 +16,6 @@ namespace {
 
 #if HWY_TARGET != HWY_SCALAR
 
-/// The bytes of `v` by their places in every block.
-template <std::size_t... from>
-HWY_INLINE HWY_ATTR VU8 Spread(VU8 v) {
-    alignas(16) static constexpr std::uint8_t kFrom[16] = {from...};
-    return hn::TableLookupBytes(v, InEveryBlock(kFrom));
-}
-
 /// Byte 3 of each pixel in all four.
 HWY_INLINE HWY_ATTR VU8 AlphasOfPixels(VU8 pixels) {
     return Spread<3, 3, 3, 3, 7, 7, 7, 7, 11, 11, 11, 11, 15, 15, 15, 15>(pixels);
