@@ -29,5 +29,6 @@
 #include <TesselU/image/ImageImport.h>
 #include <TesselU/image/ImageView.h>
 #include <TesselU/image/Rectangle.h>
+#include <TesselU/tone/ColorAdjustment.h>
 
 #endif  // TESSELU_TESSELU_H

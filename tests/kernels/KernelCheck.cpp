@@ -238,7 +238,8 @@ int SelfTest(const Options& options) {
 
 int CheckAll(const Options& options) {
     std::vector<Operation> operations = CompositeOperations();
-    for (std::vector<Operation>& more : std::array{ConvertOperations(), GradientOperations()}) {
+    for (std::vector<Operation>& more :
+         std::array{ConvertOperations(), GradientOperations(), AdjustmentOperations()}) {
         std::move(more.begin(), more.end(), std::back_inserter(operations));
     }
 

@@ -49,6 +49,7 @@ struct Operation {
     Proof proof = Proof::kWrites;
 };
 
+std::vector<Operation> AdjustmentOperations();
 std::vector<Operation> CompositeOperations();
 std::vector<Operation> ConvertOperations();
 std::vector<Operation> GradientOperations();
