@@ -30,5 +30,9 @@
 #include <TesselU/image/ImageView.h>
 #include <TesselU/image/Rectangle.h>
 #include <TesselU/tone/ColorAdjustment.h>
+#include <TesselU/tone/InvertLUT.h>
+#include <TesselU/tone/LookUpTable.h>
+#include <TesselU/tone/Posterize.h>
+#include <TesselU/tone/PosterizeLUT.h>
 
 #endif  // TESSELU_TESSELU_H

@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include "kernels/CasePictures.h"
 #include "kernels/Operations.h"
 
 namespace kernelcheck {
@@ -14,9 +15,6 @@ using namespace Zan;
 
 ULong32* Words(std::uint8_t* p) {
     return reinterpret_cast<ULong32*>(p);
-}
-ULong32 Size(std::size_t n) {
-    return static_cast<ULong32>(n);
 }
 Long32 Pitch(const Plane& plane) {
     return static_cast<Long32>(plane.pitch());
@@ -125,45 +123,6 @@ Operation SubPixel() {
                                                         Pitch(out), position, 1);
                 };
             }};
-}
-
-/// An image on memory of a case, whose rows run downwards.
-std::shared_ptr<Image> ImageOn(const std::vector<Plane*>& planes, ColorSpaceEnum space,
-                               AggregateChannelSamplingEnum sampling, std::size_t width, std::size_t height) {
-    const ImageDescriptor format(Size(width), Size(height), space, sampling,
-                                 space == kYCrCb ? kCbYCrA : kBGRA, kPacked, kProgressive, kNoFields,
-                                 kTopLeft, 1.0F, kUnshaped);
-    std::vector<unsigned char*> memory;
-    std::vector<ULong32> pitches;
-    for (const Plane* plane : planes) {
-        memory.push_back(plane->row());
-        pitches.push_back(static_cast<ULong32>(plane->pitch()));
-    }
-    return std::make_shared<Image>(memory.data(), pitches.data(), format, 1U, 1U);
-}
-
-/// A byte a pixel in pictures of an odd width too, that of a view.
-std::size_t EvenWidth(const Case& c) {
-    return (c.width + 1) / 2 * 2;
-}
-
-/// A picture of its own for a case, 32-bit pixels or 4:2:2.
-std::shared_ptr<Image> PictureOf(Case& c, AggregateChannelSamplingEnum sampling, ColorSpaceEnum space,
-                                 ShapedEnum shaped = kUnshaped) {
-    const bool pairs = sampling != k4444;
-    const std::size_t width = pairs ? EvenWidth(c) : c.width;
-    std::vector<Plane*> planes = {&c.Add((pairs ? 2 : 4) * width, c.height, 4, 0, Plane::Kind::kImage)};
-    if (sampling == k4224)
-        planes.push_back(&c.Add(width, c.height, 1, 0, Plane::Kind::kImage));
-    auto image = ImageOn(planes, space, sampling, width, c.height);
-    image->SetPixelShaping(shaped);
-    return image;
-}
-
-/// The part of a picture that the case is about.
-ImageView ViewOf(const std::shared_ptr<Image>& image, const Case& c) {
-    return {image.get(), Rectangle(0, 0, static_cast<Long32>(c.width), static_cast<Long32>(c.height)),
-            kFrame};
 }
 
 /// Pictures A, B and the destination, which may be one of the others, and the views on them.

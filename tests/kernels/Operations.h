@@ -53,6 +53,7 @@ std::vector<Operation> AdjustmentOperations();
 std::vector<Operation> CompositeOperations();
 std::vector<Operation> ConvertOperations();
 std::vector<Operation> GradientOperations();
+std::vector<Operation> LookUpOperations();
 
 /// Operations that do on every target but the portable one what a kernel must not, or that prove nothing.
 /// Each must be found out.
