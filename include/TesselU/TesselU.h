@@ -29,7 +29,6 @@
 #include <TesselU/image/ImageImport.h>
 #include <TesselU/image/ImageView.h>
 #include <TesselU/image/Rectangle.h>
-#include <TesselU/tone/BaseColorCorrection.h>
 #include <TesselU/tone/ColorAdjustment.h>
 #include <TesselU/tone/InvertLUT.h>
 #include <TesselU/tone/LookUpTable.h>

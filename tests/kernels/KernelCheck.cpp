@@ -239,8 +239,7 @@ int SelfTest(const Options& options) {
 int CheckAll(const Options& options) {
     std::vector<Operation> operations = CompositeOperations();
     for (std::vector<Operation>& more :
-         std::array{AdjustmentOperations(), ConvertOperations(), CorrectionOperations(), GradientOperations(),
-                    LookUpOperations()}) {
+         std::array{ConvertOperations(), GradientOperations(), AdjustmentOperations(), LookUpOperations()}) {
         std::move(more.begin(), more.end(), std::back_inserter(operations));
     }
 

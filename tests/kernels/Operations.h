@@ -52,7 +52,6 @@ struct Operation {
 std::vector<Operation> AdjustmentOperations();
 std::vector<Operation> CompositeOperations();
 std::vector<Operation> ConvertOperations();
-std::vector<Operation> CorrectionOperations();
 std::vector<Operation> GradientOperations();
 std::vector<Operation> LookUpOperations();
 

@@ -13,6 +13,7 @@ namespace tool {
     ROW(kWipeCommand)         \
     ROW(kDissolveCommand)     \
     ROW(kOverCommand)         \
+    ROW(kAdjustCommand)       \
     ROW(kConvertCommand)      \
     ROW(kCompareCommand)      \
     ROW(kTestCardCommand)     \

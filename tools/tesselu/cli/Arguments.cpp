@@ -57,6 +57,31 @@ double ParseReal(const Option& option, const std::string& value) {
     return *number;
 }
 
+/// The words between commas.
+std::vector<std::string> Listed(const std::string& value) {
+    std::vector<std::string> words;
+    std::size_t at = 0;
+    for (std::size_t comma = 0; (comma = value.find(',', at)) != std::string::npos; at = comma + 1) {
+        words.push_back(value.substr(at, comma - at));
+    }
+    words.push_back(value.substr(at));
+    return words;
+}
+
+std::vector<double> ParseReals(const Option& option, const std::string& value) {
+    std::vector<double> numbers;
+    for (const std::string& word : Listed(value)) {
+        const auto number = ParseNumber<double>(word);
+        if (!number || !(*number >= option.least && *number <= option.most)) {
+            Refuse(option, value,
+                   "of the form " + option.value + ", numbers from " + Plain(option.least) + " to " +
+                       Plain(option.most));
+        }
+        numbers.push_back(*number);
+    }
+    return numbers;
+}
+
 std::size_t ParseChoice(const Option& option, const std::string& value) {
     const auto found = std::find(option.choices.begin(), option.choices.end(), value);
     if (found == option.choices.end()) {
@@ -67,6 +92,16 @@ std::size_t ParseChoice(const Option& option, const std::string& value) {
         Refuse(option, value, "unknown; there are " + known);
     }
     return static_cast<std::size_t>(found - option.choices.begin());
+}
+
+/// The word can only be the value of an option that may go without one.
+bool AreChoices(const Option& option, const std::string& word) {
+    for (const std::string& each : Listed(word)) {
+        if (std::find(option.choices.begin(), option.choices.end(), each) == option.choices.end()) {
+            return false;
+        }
+    }
+    return true;
 }
 
 FrameSize ParseSize(const Option& option, const std::string& value) {
@@ -134,8 +169,16 @@ void Check(const Option& option, const std::string& value) {
         case ValueKind::kReal:
             ParseReal(option, value);
             break;
+        case ValueKind::kReals:
+            ParseReals(option, value);
+            break;
         case ValueKind::kChoice:
             ParseChoice(option, value);
+            break;
+        case ValueKind::kChoices:
+            for (const std::string& word : Listed(value)) {
+                ParseChoice(option, word);
+            }
             break;
         case ValueKind::kSize:
             ParseSize(option, value);
@@ -205,17 +248,21 @@ Arguments::Arguments(std::vector<Option> newOptions, std::size_t inputCount,
             values[option->name] = "";
             continue;
         }
-        if (!value) {
+        const bool isBare =
+            !value && !option->NeedsValue() && (i + 1 == words.size() || !AreChoices(*option, words[i + 1]));
+        if (!value && !isBare) {
             if (i + 1 == words.size()) {
                 throw UsageError(word + ": a value is missing");
             }
             value = words[++i];
         }
         if (values.count(option->name) > 0) {
-            throw UsageError(Spelled(*option) + " " + *value + ": given twice");
+            throw UsageError(Spelled(*option) + (value ? " " + *value : "") + ": given twice");
         }
-        Check(*option, *value);
-        values[option->name] = *value;
+        if (value) {
+            Check(*option, *value);
+        }
+        values[option->name] = value.value_or("");
     }
 }
 
@@ -256,6 +303,10 @@ double Arguments::Real(std::string_view option) const {
     return ParseReal(Find(option), Text(option));
 }
 
+std::vector<double> Arguments::Reals(std::string_view option) const {
+    return ParseReals(Find(option), Text(option));
+}
+
 FrameSize Arguments::Size(std::string_view option) const {
     return ParseSize(Find(option), Text(option));
 }
@@ -270,6 +321,17 @@ Interval Arguments::Pictures(std::string_view option) const {
 
 std::size_t Arguments::Choice(std::string_view option) const {
     return ParseChoice(Find(option), Text(option));
+}
+
+std::vector<std::size_t> Arguments::Choices(std::string_view option) const {
+    const std::string value = Text(option);
+    std::vector<std::size_t> places;
+    if (!value.empty()) {
+        for (const std::string& word : Listed(value)) {
+            places.push_back(ParseChoice(Find(option), word));
+        }
+    }
+    return places;
 }
 
 }  // namespace tool

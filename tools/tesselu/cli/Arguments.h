@@ -38,11 +38,14 @@ public:
     std::string Text(std::string_view option) const;
     long Integer(std::string_view option) const;
     double Real(std::string_view option) const;
+    std::vector<double> Reals(std::string_view option) const;
     FrameSize Size(std::string_view option) const;
     AVRational Rate(std::string_view option) const;
     Interval Pictures(std::string_view option) const;
     /// The place of the value among the option's choices.
     std::size_t Choice(std::string_view option) const;
+    /// The places of the values among the option's choices; none when it was given without a value.
+    std::vector<std::size_t> Choices(std::string_view option) const;
 
 private:
     const Option& Find(std::string_view option) const;

@@ -17,7 +17,9 @@ enum class ValueKind {
     kText,        ///< checked by whoever uses it
     kInteger,     ///< decimal digits, from `least` to `most`
     kReal,        ///< a number from `least` to `most`
+    kReals,       ///< such numbers with commas between
     kChoice,      ///< one of `choices`
+    kChoices,     ///< some of `choices` with commas between, or no value at all
     kSize,        ///< WIDTHxHEIGHT, both even
     kRate,        ///< pictures a second: 25, 23.976 or 30000/1001
     kInterval,    ///< A-B or A-
@@ -37,6 +39,9 @@ struct Option {
     double least = 0, most = 0;
     std::vector<std::string> choices = {};
     bool isRequired = false;
+
+    /// It is no complete option without its value.
+    bool NeedsValue() const { return kind != ValueKind::kNone && kind != ValueKind::kChoices; }
 };
 
 /// What a command is told by its place on the command line.

@@ -94,7 +94,7 @@ std::string BashValue(const Option& option) {
 std::string BashCase(const std::vector<Option>& options, const std::string& indent) {
     std::string text;
     for (const Option& option : options) {
-        if (option.kind != ValueKind::kNone) {
+        if (option.NeedsValue()) {
             text += indent + (option.letter != '\0' ? std::string("-") + option.letter + "|" : "") + "--" +
                     option.name + ") " + BashValue(option) + "; return ;;\n";
         }
@@ -148,6 +148,7 @@ _tesselu() {
 std::string ZshValue(const Option& option) {
     switch (option.kind) {
         case ValueKind::kNone:
+        case ValueKind::kChoices:
             return "";
         case ValueKind::kChoice:
             return std::string(":") + option.value + ":(" + Joined(option.choices, " ") + ")";
@@ -167,7 +168,7 @@ std::string ZshOptions(const std::vector<Option>& options) {
     for (const Option& option : options) {
         const std::string about = std::string("[") + Plain(option.help, "[]:") + "]";
         const std::string value = ZshValue(option);
-        const char* equals = option.kind == ValueKind::kNone ? "" : "=";
+        const char* equals = option.NeedsValue() ? "=" : "";
         if (option.letter != '\0') {
             text += std::string("                '-") + option.letter + about + value + "' \\\n";
         }
@@ -227,6 +228,7 @@ std::string FishSuffixes(const char* const* kinds, std::size_t count) {
 std::string FishValue(const Option& option) {
     switch (option.kind) {
         case ValueKind::kNone:
+        case ValueKind::kChoices:
             return "";
         case ValueKind::kChoice:
             return " -x -a '" + Joined(option.choices, " ") + "'";

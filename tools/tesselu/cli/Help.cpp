@@ -57,8 +57,10 @@ std::string Rows(const std::vector<Option>& options) {
     for (const Option& option : options) {
         std::string term = option.letter != '\0' ? std::string("-") + option.letter + ", " : "    ";
         term += "--" + option.name;
-        if (option.kind != ValueKind::kNone) {
+        if (option.NeedsValue()) {
             term += "=" + option.value;
+        } else if (option.kind == ValueKind::kChoices) {
+            term += "[=" + option.value + "]";
         }
         text += Row(term, option.initial.empty() ? option.help : option.help + " [" + option.initial + "]");
     }

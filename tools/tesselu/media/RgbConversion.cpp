@@ -88,7 +88,31 @@ void RgbConversion::Fill(const Zan::Image& picture, AVFrame& samples) {
     }
 }
 
+namespace {
+
+/// RGB of 24 bits, or of 32 with alpha, on black.
+Raster OnBlack(const Zan::Image& picture) {
+    const unsigned step = picture.GetChannelSampling() == Zan::k444 ? 3 : 4;
+    Raster raster(picture.GetWidth(), picture.GetHeight());
+    for (unsigned y = 0; y < raster.height; ++y) {
+        const std::uint8_t* bgra = Line(picture, y);
+        std::uint8_t* out = raster.At(0, y);
+        for (unsigned x = 0; x < raster.width; ++x, bgra += step, out += 3) {
+            const int alpha = step == 4 ? bgra[3] : 255;
+            for (int i = 0; i < 3; ++i) {
+                out[i] = static_cast<std::uint8_t>((bgra[2 - i] * alpha + 127) / 255);
+            }
+        }
+    }
+    return raster;
+}
+
+}  // namespace
+
 Raster RgbConversion::ToRaster(const Zan::Image& picture) {
+    if (picture.GetColorSpace() == Zan::kRGB) {
+        return OnBlack(picture);
+    }
     Convert(picture);
     Raster raster(rgb->GetWidth(), rgb->GetHeight());
     for (unsigned y = 0; y < raster.height; ++y) {

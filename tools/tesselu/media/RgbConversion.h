@@ -21,7 +21,7 @@ public:
     void Fill(const Zan::Image& picture, AVFrame& samples);
     /// `Fill` serves this format.
     static bool Serves(AVPixelFormat format);
-    /// The same as a raster.
+    /// The picture on black as a raster; one in RGB already is taken as it is.
     Raster ToRaster(const Zan::Image& picture);
 
     /// Time spent in the library so far.
