@@ -30,8 +30,11 @@
 #include <TesselU/image/ImageView.h>
 #include <TesselU/image/Rectangle.h>
 #include <TesselU/tone/ColorAdjustment.h>
+#include <TesselU/tone/CubeLUT.h>
+#include <TesselU/tone/Histogram.h>
 #include <TesselU/tone/InvertLUT.h>
 #include <TesselU/tone/LookUpTable.h>
+#include <TesselU/tone/LookUpTable3D.h>
 #include <TesselU/tone/Posterize.h>
 #include <TesselU/tone/PosterizeLUT.h>
 

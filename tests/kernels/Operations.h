@@ -52,7 +52,9 @@ struct Operation {
 std::vector<Operation> AdjustmentOperations();
 std::vector<Operation> CompositeOperations();
 std::vector<Operation> ConvertOperations();
+std::vector<Operation> CubeOperations();
 std::vector<Operation> GradientOperations();
+std::vector<Operation> HistogramOperations();
 std::vector<Operation> LookUpOperations();
 
 /// Operations that do on every target but the portable one what a kernel must not, or that prove nothing.
