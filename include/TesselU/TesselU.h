@@ -29,6 +29,7 @@
 #include <TesselU/image/ImageImport.h>
 #include <TesselU/image/ImageView.h>
 #include <TesselU/image/Rectangle.h>
+#include <TesselU/tone/BaseColorCorrection.h>
 #include <TesselU/tone/ColorAdjustment.h>
 #include <TesselU/tone/CubeLUT.h>
 #include <TesselU/tone/Histogram.h>

@@ -239,8 +239,8 @@ int SelfTest(const Options& options) {
 int CheckAll(const Options& options) {
     std::vector<Operation> operations = CompositeOperations();
     for (std::vector<Operation>& more :
-         std::array{AdjustmentOperations(), ConvertOperations(), CubeOperations(), GradientOperations(),
-                    HistogramOperations(), LookUpOperations()}) {
+         std::array{AdjustmentOperations(), ConvertOperations(), CorrectionOperations(), CubeOperations(),
+                    GradientOperations(), HistogramOperations(), LookUpOperations()}) {
         std::move(more.begin(), more.end(), std::back_inserter(operations));
     }
 

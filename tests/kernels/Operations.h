@@ -52,6 +52,7 @@ struct Operation {
 std::vector<Operation> AdjustmentOperations();
 std::vector<Operation> CompositeOperations();
 std::vector<Operation> ConvertOperations();
+std::vector<Operation> CorrectionOperations();
 std::vector<Operation> CubeOperations();
 std::vector<Operation> GradientOperations();
 std::vector<Operation> HistogramOperations();
