@@ -6,8 +6,12 @@
 #define HWY_TARGET_INCLUDE "tone/kernels/LookUp.cpp"
 #include "simd/Foreach.h"
 // After it: these are compiled once per target.
-#include "simd/Extra-inl.h"
+#include "simd/ByteTable-inl.h"
 #include "simd/Walk-inl.h"
+
+// With 16 bytes to a vector a table takes longer than reading its entries one by one, except on NEON.
+#undef TESSELU_VECTORS_PAY
+#define TESSELU_VECTORS_PAY (HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_SSSE3)
 
 HWY_BEFORE_NAMESPACE();
 namespace Zan {
@@ -19,6 +23,8 @@ using simd::PlaneUse;
 
 constexpr PlaneUse kPairs = {.index = 0, .bytesPer16 = 32, .columns = 2};
 
+// ---- Pairs ------------------------------------------------------------------------------------------------
+
 struct Pairs {
     using Place = simd::Place<1, 1>;
     static constexpr PlaneUse kSources[] = {kPairs};
@@ -27,12 +33,83 @@ struct Pairs {
     PairTables table;
 
     void Unit(const Place& at, std::size_t x) const {
-        const std::uint8_t* const in = at.in[0][0] + 2 * x;
-        const std::uint8_t made[4] = {table.first[in[0]], table.luma[in[1]], table.third[in[2]],
-                                      table.luma[in[3]]};
-        std::memcpy(at.out[0][0] + 2 * x, made, 4);
+        Pair(table, at.in[0][0] + 2 * x, at.out[0][0] + 2 * x);
+    }
+
+    static void Pair(const PairTables& table, const std::uint8_t* in, std::uint8_t* out) {
+        const std::uint8_t first = table.first[in[0]], luma = table.luma[in[1]], third = table.third[in[2]];
+        const std::uint8_t second = table.luma[in[3]];
+        out[0] = first;
+        out[1] = luma;
+        out[2] = third;
+        out[3] = second;
     }
 };
+
+#if TESSELU_VECTORS_PAY
+
+/// The bytes of a table that changes nothing.
+struct NoTable {
+    HWY_INLINE HWY_ATTR VU8 operator()(VU8 v) const { return v; }
+};
+
+template <class Chroma, class Luma>
+struct PairVectors : Pairs {
+    Chroma first;
+    Luma luma;
+    Chroma third;
+
+    static constexpr std::size_t kStep = 4 * kVectorBytes / 2;
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        alignas(16) static constexpr std::uint8_t kDeal[16] = {0, 4, 8, 12, 2, 6,  10, 14,
+                                                               1, 3, 5, 7,  9, 11, 13, 15};
+        const DU8 d;
+        const DU64 d64;
+        const DU32 d32;
+        VU64 in[4];  // blocks of four bytes 0, four bytes 2, eight of luma
+        for (std::size_t i = 0; i < 4; ++i) {
+            in[i] =
+                hn::BitCast(d64, hn::TableLookupBytes(hn::LoadU(d, at.in[0][0] + 2 * x + i * kVectorBytes),
+                                                      InEveryBlock(kDeal)));
+        }
+        const auto both = [&](std::size_t i) HWY_ATTR {
+            return luma(hn::BitCast(d, hn::InterleaveUpper(d64, in[i], in[i + 1])));
+        };
+        const VU8 luma01 = both(0), luma23 = both(2);
+        const VU32 chroma01 = hn::BitCast(d32, hn::InterleaveLower(d64, in[0], in[1]));
+        const VU32 chroma23 = hn::BitCast(d32, hn::InterleaveLower(d64, in[2], in[3]));
+        const VU8 firsts = first(hn::BitCast(d, EvenLanes(chroma01, chroma23)));
+        const VU8 thirds = third(hn::BitCast(d, OddLanes(chroma01, chroma23)));
+        const VU8 made01 = hn::InterleaveLower(d, firsts, thirds);
+        const VU8 made23 = hn::InterleaveUpper(d, firsts, thirds);
+        std::uint8_t* const out = at.out[0][0] + 2 * x;
+        put(d, hn::InterleaveLower(d, made01, luma01), out);
+        put(d, hn::InterleaveUpper(d, made01, luma01), out + kVectorBytes);
+        put(d, hn::InterleaveLower(d, made23, luma23), out + 2 * kVectorBytes);
+        put(d, hn::InterleaveUpper(d, made23, luma23), out + 3 * kVectorBytes);
+    }
+};
+
+#else
+
+/// The same without a look at the settings after each byte that is written.
+struct PairRows : Pairs {
+    bool Row(const Place& at, std::size_t columns) const {
+        const PairTables local = table;
+        const std::uint8_t* const in = at.in[0][0];
+        std::uint8_t* const out = at.out[0][0];
+        for (std::size_t i = 0; i < 2 * columns; i += 4) {
+            Pair(local, in + i, out + i);
+        }
+        return true;
+    }
+};
+
+#endif
+
+// ---- Bytes ------------------------------------------------------------------------------------------------
 
 struct Bytes {
     using Place = simd::Place<1, 1>;
@@ -43,6 +120,39 @@ struct Bytes {
     void Unit(const Place& at, std::size_t x) const { at.out[0][0][x] = table[at.in[0][0][x]]; }
 };
 
+#if TESSELU_VECTORS_PAY
+
+template <class Table>
+struct ByteVectors : Bytes {
+    Table vectors;
+
+    static constexpr std::size_t kStep = kLineVectors * kVectorBytes;
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        PutLine(at.out[0][0] + x, put, [&](std::size_t i) HWY_ATTR {
+            return vectors(hn::LoadU(DU8(), at.in[0][0] + x + i * kVectorBytes));
+        });
+    }
+};
+
+#else
+
+struct ByteRows : Bytes {
+    bool Row(const Place& at, std::size_t columns) const {
+        const std::uint8_t *const local = table, *const in = at.in[0][0];
+        std::uint8_t* const out = at.out[0][0];
+        for (std::size_t x = 0; x < columns; ++x) {
+            out[x] = local[in[x]];
+        }
+        return true;
+    }
+};
+
+#endif
+
+// ---- Component and alpha ----------------------------------------------------------------------------------
+
 /// `Whole`: all tables have 65536 entries.
 template <bool Whole>
 struct ByAlpha {
@@ -52,28 +162,92 @@ struct ByAlpha {
     static constexpr std::size_t kUnit = 2;
     AlphaTables set;
 
-    std::uint8_t Entry(const std::uint8_t* table, std::size_t component, std::size_t alpha) const {
+    static std::uint8_t Entry(const AlphaTables& set, const std::uint8_t* table, std::size_t component,
+                              std::size_t alpha) {
         const std::size_t entry = component * 256 + alpha;
         return Whole || entry < set.bytes ? table[entry] : std::uint8_t{0};
     }
+
+    static void Pair(const AlphaTables& set, const std::uint8_t* in, const std::uint8_t* alpha,
+                     std::uint8_t* out, std::uint8_t* alphaOut) {
+        const std::uint8_t a0 = alpha[0], a1 = alpha[1];
+        const std::uint8_t first = Entry(set, set.table.first, in[0], a0);
+        const std::uint8_t luma = Entry(set, set.table.luma, in[1], a0);
+        const std::uint8_t third = Entry(set, set.table.third, in[2], a0);
+        const std::uint8_t second = Entry(set, set.table.luma, in[3], a1);
+        out[0] = first;
+        out[1] = luma;
+        out[2] = third;
+        out[3] = second;
+        alphaOut[0] = a0;
+        alphaOut[1] = a1;
+    }
+
     void Unit(const Place& at, std::size_t x) const {
-        const std::uint8_t *const in = at.in[0][0] + 2 * x, *const alpha = at.in[1][0] + x;
-        const std::uint8_t a[2] = {alpha[0], alpha[1]};
-        const PairTables& table = set.table;
-        const std::uint8_t made[4] = {Entry(table.first, in[0], a[0]), Entry(table.luma, in[1], a[0]),
-                                      Entry(table.third, in[2], a[0]), Entry(table.luma, in[3], a[1])};
-        std::memcpy(at.out[0][0] + 2 * x, made, 4);
-        std::memcpy(at.out[1][0] + x, a, 2);
+        Pair(set, at.in[0][0] + 2 * x, at.in[1][0] + x, at.out[0][0] + 2 * x, at.out[1][0] + x);
     }
     void Tail(const Place& at, std::size_t x, std::size_t) const { at.out[1][0][x] = at.in[1][0][x]; }
+
+    bool Row(const Place& at, std::size_t columns) const {
+        const AlphaTables local = set;
+        const std::uint8_t *const in = at.in[0][0], *const alpha = at.in[1][0];
+        std::uint8_t *const out = at.out[0][0], *const alphaOut = at.out[1][0];
+        for (std::size_t x = 0; x < columns / 2 * 2; x += 2) {
+            Pair(local, in + 2 * x, alpha + x, out + 2 * x, alphaOut + x);
+        }
+        if (columns % 2 != 0) {
+            Tail(at, columns - 1, 1);
+        }
+        return true;
+    }
 };
 
+// ---- Kernels ----------------------------------------------------------------------------------------------
+
+#if TESSELU_VECTORS_PAY
+
+bool IsIdentity(const std::uint8_t* table) {
+    for (std::size_t i = 0; i < 256; ++i) {
+        if (table[i] != i) {
+            return false;
+        }
+    }
+    return true;
+}
+
 void RunPairs(const LookUpJob& job, const PairTables& tables) {
-    Walk(Pairs{tables}, job);
+    WithByteTables([&]<class Table>() HWY_ATTR {
+        if (IsIdentity(tables.first) && IsIdentity(tables.third)) {
+            Walk(PairVectors<NoTable, Table>{{tables}, {}, Table(tables.luma), {}}, job);
+        } else {
+            Walk(
+                PairVectors<Table, Table>{
+                    {tables}, Table(tables.first), Table(tables.luma), Table(tables.third)},
+                job);
+        }
+    });
 }
 void RunBytes(const LookUpJob& job, const std::uint8_t* table) {
-    Walk(Bytes{table}, job);
+    WithByteTables([&]<class Table>() HWY_ATTR {
+        if (IsIdentity(table)) {
+            Walk(ByteVectors<NoTable>{{table}, {}}, job);
+        } else {
+            Walk(ByteVectors<Table>{{table}, Table(table)}, job);
+        }
+    });
 }
+
+#else
+
+void RunPairs(const LookUpJob& job, const PairTables& tables) {
+    Walk(PairRows{tables}, job);
+}
+void RunBytes(const LookUpJob& job, const std::uint8_t* table) {
+    Walk(ByteRows{table}, job);
+}
+
+#endif
+
 void RunByAlpha(const LookUpByAlphaJob& job, const AlphaTables& set) {
     if (set.bytes >= 65536) {
         Walk(ByAlpha<true>{set}, job);
