@@ -24,9 +24,9 @@ void SetLimited(double& setting, double value, double low, double high) noexcept
     }
 }
 
-/// A kernel, and whether gamma is among its steps.
 struct Body {
     const AdjustmentKernel* kernel = nullptr;
+    bool isLumaFirst = false;
     bool hasGamma = false;
 };
 
@@ -49,10 +49,10 @@ Body FloatBody(const Image& source, const Image& destination) noexcept {
         return {};
     }
     if (from == k4444) {
-        return {HasLumaFirst(source) ? &kAdjustYCbCrA : &kAdjustCbYCrA};
+        return {&kAdjustPixels, HasLumaFirst(source)};
     }
     if (from == k422 && to == k422 && destination.GetColorSpace() == kYCrCb) {
-        return {HasLumaFirst(source) ? &kAdjustYCbYCr : &kAdjustCbYCrY, true};
+        return {&kAdjustPairs, HasLumaFirst(source), true};
     }
     return {};
 }
@@ -66,11 +66,11 @@ Body IntegerBody(const Image& source, const Image& destination) noexcept {
         case kFmtRGB32:
             return {&kAdjustRGB32};
         case kFmtCbYCrA:
-            return {&kAdjustCbYCrA};
+            return {&kAdjustPixels};
         case kFmtRGB24:
             return {&kAdjustRGB24};
         case kFmtYCbCrA:
-            return {&kAdjustYCbCrA};
+            return {&kAdjustPixels, true};
         default:
             return {};
     }
@@ -153,6 +153,7 @@ Long32 ColorAdjustment::Do(ImageView& source, ImageView& destination, Processing
 
     constexpr double kRadians = 0.017453292500000002;  // of a degree
     AdjustmentSettings settings;
+    settings.isLumaFirst = body.isLumaFirst;
     settings.contrast = contrast;
     settings.lift = static_cast<int>(brightness * 255);
     settings.cosine = Cosine(hue * kRadians);
@@ -162,6 +163,9 @@ Long32 ColorAdjustment::Do(ImageView& source, ImageView& destination, Processing
     if (body.hasGamma && yGamma != 1) {
         gamma = GammaTable(yGamma);
         settings.gamma = &gamma;
+    }
+    if (body.kernel == &kAdjustPairs) {
+        job.width -= job.width % 2;
     }
     job.whole = job.width;
     (*body.kernel)(job, settings);

@@ -1,99 +1,310 @@
-// The processing amplifier.
+// The processing amplifier: a picture of any layout in one pass over all steps.
 
 #include "tone/kernels/Adjustment.h"
+
+#include <cstring>
+
+#include "tone/kernels/FixedTurn.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "tone/kernels/Adjustment.cpp"
 #include "simd/Foreach.h"
 // After it: these are compiled once per target.
-#include "simd/Walk-inl.h"
+#include "convert/kernels/Packed-inl.h"
+#include "tone/kernels/GainLine-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Zan {
 namespace HWY_NAMESPACE {
 namespace {
 
-using namespace simd::HWY_NAMESPACE;
-using simd::PlaneUse;
+// ---- One sample at a time ---------------------------------------------------------------------------------
 
-/// The steps as kernels use them.
+/// The steps on single samples, as tables of bytes where that is possible.
 struct Steps {
-    explicit Steps(const AdjustmentSettings& settings)
-        : tables(settings), cosine(settings.cosine), sine(settings.sine), turns(settings.Turns()) {}
+    HWY_ATTR Steps(const AdjustmentSettings& s, const GainTable& contrast, const GainTable& saturation)
+        : settings(s), turns(s.Turns()), isNeutral(s.IsNeutral()) {
+        for (std::size_t i = 0; i < 256; ++i) {
+            luma[i] = static_cast<std::uint8_t>(std::clamp(contrast[i] + s.lift, 0, 255));
+            saturated[i] = static_cast<std::uint8_t>(saturation[i]);
+        }
+        if (s.gamma != nullptr) {
+            for (std::uint8_t& value : luma) {
+                value = (*s.gamma)[value];
+            }
+        }
+    }
 
     /// Hue and saturation.
-    Chroma operator()(Chroma in) const {
+    ChromaSamples operator()(ChromaSamples in) const {
         if (turns) {
-            in = TurnedChroma(in.cb - 128, in.cr - 128, cosine, sine);
+            in = TurnedChroma(in.cb - 128, in.cr - 128, settings.cosine, settings.sine);
         }
-        return {tables.chroma[in.cb], tables.chroma[in.cr]};
+        return {saturated[in.cb], saturated[in.cr]};
     }
 
-    AdjustmentTables tables;
-    double cosine, sine;
-    bool turns;
+    const AdjustmentSettings& settings;
+    bool turns, isNeutral;
+    ByteTable luma, saturated;
 };
 
-/// Two pixels that share their chroma.
-template <bool LumaFirst>
-struct AdjustPairs {
+#if HWY_TARGET != HWY_SCALAR
+
+// ---- Hue, on (Cb, Cr) pairs of 16-bit lanes ---------------------------------------------------------------
+
+HWY_INLINE HWY_ATTR VI16 WordPairs(std::int16_t even, std::int16_t odd) {
+    const auto low = static_cast<std::uint16_t>(even), high = static_cast<std::uint16_t>(odd);
+    return hn::BitCast(DI16(), hn::Set(DU32(), low | std::uint32_t{high} << 16));
+}
+
+struct NoTurn {
+    static constexpr bool kTurns = false;
+    static constexpr std::int16_t kScale = 1;
+
+    NoTurn(const AdjustmentSettings&, const FixedTurn&) {}
+    HWY_INLINE HWY_ATTR VI16 operator()(VI16 chroma) const { return chroma; }
+};
+
+/// FixedTurn, of chroma times 2.
+template <bool Fused>
+class TurnInFixedPoint {
+public:
+    static constexpr bool kTurns = true;
+    static constexpr std::int16_t kScale = 2;
+
+    HWY_INLINE HWY_ATTR TurnInFixedPoint(const AdjustmentSettings&, const FixedTurn& turn) {
+        high[0] = WordPairs(turn.cosine.high, turn.sine.high);
+        low[0] = WordPairs(turn.cosine.low, turn.sine.low);
+        high[1] = WordPairs(turn.minusSine.high, turn.cosine.high);
+        low[1] = WordPairs(turn.minusSine.low, turn.cosine.low);
+    }
+
+    HWY_INLINE HWY_ATTR VI16 operator()(VI16 twice) const {
+        const VI16 floor = HighHalves(Sum(twice, 0), Sum(twice, 1));
+        return hn::Sub(floor, hn::ShiftRight<15>(floor));
+    }
+
+private:
+    /// With 16 bits of fraction, rounded down.
+    HWY_INLINE HWY_ATTR VI32 Sum(VI16 twice, std::size_t i) const {
+        return AddMulAddPairs<Fused>(hn::ShiftRight<15>(MulAddPairs(twice, low[i])), twice, high[i]);
+    }
+
+    VI16 high[2], low[2];
+};
+
+/// Double precision, for angles and pictures for which there is no fixed point.
+class TurnInDoubles {
+public:
+    static constexpr bool kTurns = true;
+    static constexpr std::int16_t kScale = 1;
+
+    HWY_INLINE HWY_ATTR TurnInDoubles(const AdjustmentSettings& settings, const FixedTurn&)
+        : cosine(hn::Set(d, settings.cosine)), sine(hn::Set(d, settings.sine)) {}
+
+    HWY_INLINE HWY_ATTR VI16 operator()(VI16 chroma) const {
+        const DI32 d32;
+        const VI32 pairs = hn::BitCast(d32, chroma);
+        const VI32 u = hn::ShiftRight<16>(hn::ShiftLeft<16>(pairs)), v = hn::ShiftRight<16>(pairs);
+        const Turned lower = Turn(hn::LowerHalf(half, u), hn::LowerHalf(half, v));
+        const Turned upper = Turn(hn::UpperHalf(half, u), hn::UpperHalf(half, v));
+        const VI32 cr = hn::ShiftLeft<16>(hn::Combine(d32, upper.cr, lower.cr));
+        return MergeEvenOdd(hn::BitCast(DI16(), hn::Combine(d32, upper.cb, lower.cb)),
+                            hn::BitCast(DI16(), cr));
+    }
+
+private:
+    using D = hn::ScalableTag<double>;
+    using Half = hn::Half<DI32>;
+    struct Turned {
+        hn::Vec<Half> cb, cr;
+    };
+
+    HWY_INLINE HWY_ATTR Turned Turn(hn::Vec<Half> u32, hn::Vec<Half> v32) const {
+        const hn::Vec<D> u = hn::PromoteTo(d, u32), v = hn::PromoteTo(d, v32);
+        return {hn::DemoteTo(half, hn::Add(hn::Mul(u, cosine), hn::Mul(v, sine))),
+                hn::DemoteTo(half, hn::Sub(hn::Mul(v, cosine), hn::Mul(u, sine)))};
+    }
+
+    static constexpr D d{};
+    static constexpr Half half{};
+    hn::Vec<D> cosine, sine;
+};
+
+// ---- Gains ------------------------------------------------------------------------------------------------
+
+/// A line on samples in 16-bit lanes that have been multiplied.
+struct LineLanes {
+    HWY_INLINE HWY_ATTR explicit LineLanes(const GainLine& line)
+        : start(hn::Set(DU16(), line.start)),
+          slope(hn::Set(DU16(), line.slope)),
+          below(hn::Set(DU16(), line.below)) {}
+
+    /// Not limited.
+    HWY_INLINE HWY_ATTR VI16 operator()(VU16 multiplied) const {
+        return hn::BitCast(DI16(), hn::Sub(hn::MulHigh(hn::Add(multiplied, start), slope), below));
+    }
+
+    VU16 start, slope, below;
+};
+
+/// Four bytes in every 32 bits.
+HWY_INLINE HWY_ATTR VU8 InEveryWord(const std::uint8_t (&bytes)[4]) {
+    std::uint32_t word;
+    std::memcpy(&word, bytes, 4);
+    return hn::BitCast(DU8(), hn::Set(DU32(), word));
+}
+
+#endif  // HWY_TARGET
+
+// ---- YCrCb ------------------------------------------------------------------------------------------------
+
+/// Where the samples of Cb, Cr and luma lie in four bytes; `second` is the other luma, or alpha.
+struct ByteOrder {
+    explicit ByteOrder(bool isLumaFirst, bool hasAlpha)
+        : cb(isLumaFirst ? 1 : 0), cr(isLumaFirst && !hasAlpha ? 3 : 2), luma(isLumaFirst ? 0 : 1) {
+        second = static_cast<std::uint8_t>(6 - cb - cr - luma);
+    }
+    std::uint8_t cb, cr, luma, second;
+};
+
+/// Four bytes: a pixel and its alpha, or two pixels that share their chroma.
+template <bool HasAlpha>
+struct YCrCbUnits {
     using Place = simd::Place<1, 1>;
-    static constexpr PlaneUse kSources[] = {{.index = 0, .bytesPer16 = 32, .columns = 2}};
-    static constexpr PlaneUse kDestinations[] = {{.index = 0, .bytesPer16 = 32, .columns = 2}};
-    static constexpr std::size_t kUnit = 2, kLuma = LumaFirst ? 0 : 1, kChroma = 1 - kLuma;
+    static constexpr std::size_t kUnit = HasAlpha ? 1 : 2;
+    static constexpr PlaneUse kSources[] = {{.index = 0, .bytesPer16 = 64 / kUnit, .columns = kUnit}};
+    static constexpr PlaneUse kDestinations[] = {kSources[0]};
+
+    explicit YCrCbUnits(const Steps& s) : steps(s), order(s.settings.isLumaFirst, HasAlpha) {}
 
     void Unit(const Place& at, std::size_t x) const {
-        const std::uint8_t* in = at.in[0][0] + 2 * x;
-        std::uint8_t* out = at.out[0][0] + 2 * x;
-        const Chroma chroma = steps({in[kChroma], in[kChroma + 2]});
-        out[kLuma] = steps.tables.luma[in[kLuma]];
-        out[kLuma + 2] = steps.tables.luma[in[kLuma + 2]];
-        out[kChroma] = chroma.cb;
-        out[kChroma + 2] = chroma.cr;
+        const std::uint8_t* in = at.in[0][0] + 4 / kUnit * x;
+        std::uint8_t* out = at.out[0][0] + 4 / kUnit * x;
+        const ChromaSamples chroma = steps({in[order.cb], in[order.cr]});
+        out[order.luma] = steps.luma[in[order.luma]];
+        out[order.second] = HasAlpha ? in[order.second] : steps.luma[in[order.second]];
+        out[order.cb] = chroma.cb;
+        out[order.cr] = chroma.cr;
+    }
+
+    bool Row(const Place& at, std::size_t columns) const {
+        if (steps.isNeutral) {
+            std::memmove(at.out[0][0], at.in[0][0], 4 / kUnit * columns);
+        }
+        return steps.isNeutral;
     }
 
     const Steps& steps;
+    ByteOrder order;
 };
 
-/// A pixel and its alpha.
-template <bool LumaFirst>
-struct AdjustPixels {
-    using Place = simd::Place<1, 1>;
-    static constexpr PlaneUse kSources[] = {{.index = 0, .bytesPer16 = 64}};
-    static constexpr PlaneUse kDestinations[] = {{.index = 0, .bytesPer16 = 64}};
-    static constexpr std::size_t kLuma = LumaFirst ? 0 : 1, kCb = 1 - kLuma;
+#if HWY_TARGET != HWY_SCALAR
 
-    void Unit(const Place& at, std::size_t x) const {
-        const std::uint8_t* in = at.in[0][0] + 4 * x;
-        std::uint8_t* out = at.out[0][0] + 4 * x;
-        const Chroma chroma = steps({in[kCb], in[2]});
-        out[kLuma] = steps.tables.luma[in[kLuma]];
-        out[kCb] = chroma.cb;
-        out[2] = chroma.cr;
-        out[3] = in[3];
+/// The gains as lines.
+template <bool HasAlpha, class Turn>
+class YCrCbByLines : public YCrCbUnits<HasAlpha> {
+    using Base = YCrCbUnits<HasAlpha>;
+
+public:
+    using typename Base::Place;
+    static constexpr std::size_t kStep = kLineVectors * kVectorBytes * Base::kUnit / 4;
+
+    HWY_ATTR YCrCbByLines(const Steps& s, const GainLine& contrast, const GainLine& saturation,
+                          const FixedTurn& fixed)
+        : Base(s), turn(s.settings, fixed), lumaLine(contrast), chromaLine(saturation) {
+        const ByteOrder& at = Base::order;
+        const DU8 d;
+        const int chroma = Turn::kTurns ? Turn::kScale : saturation.multiplier;
+        chromaWeights = Weights(chroma, at.cb, at.cr);
+        lumaWeights = Weights(contrast.multiplier, at.luma, at.second);
+        neutral = hn::Set(DI16(), 128 * Turn::kScale);
+        // After the turn chroma has lost its 128.
+        chromaMultiplier = hn::Set(DU16(), saturation.multiplier);
+        if (Turn::kTurns) {
+            chromaLine.start =
+                hn::Set(DU16(), static_cast<std::uint16_t>(saturation.start + 128U * saturation.multiplier));
+        }
+        raised = hn::Set(d, static_cast<std::uint8_t>(std::clamp(s.settings.lift, 0, 255)));
+        lowered = hn::Set(d, static_cast<std::uint8_t>(std::clamp(-s.settings.lift, 0, 255)));
+        std::uint8_t isLuma[4] = {}, isKept[4] = {};
+        isLuma[at.luma] = isLuma[at.second] = isKept[at.second] = 255;
+        raised = hn::And(raised, InEveryWord(isLuma));
+        lowered = hn::And(lowered, InEveryWord(isLuma));
+        kept = InEveryWord(isKept);
+        alignas(16) std::uint8_t from[16];
+        for (std::size_t i = 0; i < 16; i += 4) {
+            const auto first = static_cast<std::uint8_t>(i / 2);
+            from[i + at.cb] = first;
+            from[i + at.cr] = first + 1;
+            from[i + at.luma] = first + 8;
+            from[i + at.second] = first + 9;
+        }
+        interleave = InEveryBlock(from);
     }
 
-    const Steps& steps;
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        PutLine(at.out[0][0] + 4 * x / Base::kUnit, put, [&](std::size_t i) HWY_ATTR {
+            return Adjusted(hn::LoadU(DU8(), at.in[0][0] + 4 * x / Base::kUnit + i * kVectorBytes));
+        });
+    }
+
+private:
+    static HWY_ATTR VI8 Weights(int weight, std::size_t a, std::size_t b) {
+        std::uint8_t weights[4] = {};
+        weights[a] = weights[b] = static_cast<std::uint8_t>(weight);
+        return hn::BitCast(DI8(), InEveryWord(weights));
+    }
+
+    HWY_INLINE HWY_ATTR VU8 Adjusted(VU8 v) const {
+        const DI16 d;
+        const DU16 du;
+        VI16 chroma = MulAddPairs(v, chromaWeights);
+        if constexpr (Turn::kTurns) {
+            const VI16 turned = turn(hn::Sub(chroma, neutral));
+            const VI16 limited = hn::Min(hn::Max(turned, hn::Set(d, -128)), hn::Set(d, 127));
+            chroma = hn::BitCast(d, hn::Mul(hn::BitCast(du, limited), chromaMultiplier));
+        }
+        const VI16 luma = MulAddPairs(v, lumaWeights);
+        const VU8 packed = PackToBytes(chromaLine(hn::BitCast(du, chroma)), lumaLine(hn::BitCast(du, luma)));
+        const VU8 gained = hn::TableLookupBytes(packed, interleave);
+        const VU8 lifted = hn::SaturatedSub(hn::SaturatedAdd(gained, raised), lowered);
+        return HasAlpha ? hn::IfVecThenElse(kept, v, lifted) : lifted;
+    }
+
+    Turn turn;
+    LineLanes lumaLine, chromaLine;
+    VI8 chromaWeights, lumaWeights;
+    VI16 neutral;
+    VU16 chromaMultiplier;
+    VU8 raised, lowered, kept, interleave;
 };
+
+#endif  // HWY_TARGET
+
+// ---- RGB --------------------------------------------------------------------------------------------------
 
 /// B, G, R, and alpha where there are 4 bytes.
 template <std::size_t Bytes>
-struct AdjustRGB {
-    using Place = simd::Place<1, 1>;
+struct RGBUnits {
+    using Place = Rows;
     static constexpr PlaneUse kSources[] = {{.index = 0, .bytesPer16 = 16 * Bytes}};
     static constexpr PlaneUse kDestinations[] = {{.index = 0, .bytesPer16 = 16 * Bytes}};
+
+    explicit RGBUnits(const Steps& s) : steps(s) {}
 
     void Unit(const Place& at, std::size_t x) const {
         const std::uint8_t* in = at.in[0][0] + Bytes * x;
         std::uint8_t* out = at.out[0][0] + Bytes * x;
         // Of RGB none of the three leaves 16...240.
-        int sample[3];
+        std::uint8_t sample[3];
         for (std::size_t i = 0; i < 3; ++i) {
-            sample[i] = RowIn4096ths(kRgbToYCrCb[i], in[0], in[1], in[2]) + (i == 1 ? 16 : 128);
+            sample[i] = static_cast<std::uint8_t>(RowIn4096ths(kRgbToYCrCb[i], in[0], in[1], in[2]) +
+                                                  (i == 1 ? 16 : 128));
         }
-        const Chroma chroma =
-            steps({static_cast<std::uint8_t>(sample[0]), static_cast<std::uint8_t>(sample[2])});
-        const int luma = steps.tables.luma[static_cast<std::size_t>(sample[1])];
+        const ChromaSamples chroma = steps({sample[0], sample[2]});
+        const int luma = steps.luma[sample[1]];
         for (std::size_t i = 0; i < 3; ++i) {
             const int c = RowIn4096ths(kYCrCbToRgb[i], chroma.cb - 128, luma - 16, chroma.cr - 128);
             out[i] = static_cast<std::uint8_t>(std::clamp(c, 0, 255));
@@ -106,29 +317,209 @@ struct AdjustRGB {
     const Steps& steps;
 };
 
-template <class K>
-void Adjust(const AdjustmentJob& job, const AdjustmentSettings& settings) {
-    const Steps steps(settings);
-    Walk(K{steps}, job);
+#if HWY_TARGET != HWY_SCALAR
+
+template <std::size_t Bytes, class Turn, bool Fused>
+class RGBByLines : public RGBUnits<Bytes> {
+    using Base = RGBUnits<Bytes>;
+    using Reader = PixelsReader<Bytes, false>;
+    using Writer = PixelsWriter<Bytes, false>;
+    static constexpr std::size_t kPairs = Writer::kSteps;  // of vectors
+
+public:
+    using typename Base::Place;
+    static constexpr std::size_t kStep = kPairs * kVectorPixels;
+
+    HWY_ATTR RGBByLines(const Steps& s, const GainLine& contrast, const GainLine& saturation,
+                        const FixedTurn& fixed)
+        : Base(s), turn(s.settings, fixed), lumaLine(contrast), chromaLine(saturation) {
+        const auto word = [](unsigned value) { return hn::Set(DU16(), static_cast<std::uint16_t>(value)); };
+        const auto limit = [](int value) { return hn::Set(DI16(), static_cast<std::int16_t>(value)); };
+        // Luma comes and goes without its 16, chroma without its 128. The lift moves the limits of contrast.
+        const int lift = s.settings.lift;
+        lumaMultiplier = word(contrast.multiplier);
+        lumaLine.start = word(contrast.start + 16U * contrast.multiplier);
+        lumaLine.below = word(contrast.below + 16U - static_cast<unsigned>(lift));
+        lumaLeast = limit(std::clamp(lift, 0, 255) - 16);
+        lumaMost = limit(std::clamp(255 + lift, 0, 255) - 16);
+        chromaMultiplier = word(saturation.multiplier);
+        chromaLine.start = word(saturation.start + 128U * saturation.multiplier);
+        chromaLine.below = word(saturation.below + 128U);
+        for (std::size_t i = 0; i < 3; ++i) {
+            // To 65536ths: times 16, of green in two halves.
+            const auto& to = kRgbToYCrCb[i];
+            toYCrCb[i] =
+                WordPairs(static_cast<std::int16_t>(16 * to[0]), static_cast<std::int16_t>(16 * to[2]));
+            green[i] = hn::Set(DI16(), static_cast<std::int16_t>(8 * to[1]));
+            // Times 2, of samples times 8.
+            const auto& from = kYCrCbToRgb[i];
+            toRgb[i] =
+                WordPairs(static_cast<std::int16_t>(2 * from[0]), static_cast<std::int16_t>(2 * from[2]));
+        }
+        lumaToRgb[0] = WordPairs(2 * kYCrCbToRgb[0][1], 0);
+        lumaToRgb[1] = WordPairs(0, 2 * kYCrCbToRgb[0][1]);
+    }
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        VU32 pixels[2 * kPairs];
+        for (std::size_t i = 0; i < kPairs; ++i) {
+            VU32 two[2];
+            Reader().LoadPixels(at, 0, x + i * kVectorPixels, two);
+            Adjust(two);
+            pixels[2 * i] = two[0];
+            pixels[2 * i + 1] = two[1];
+        }
+        Writer().PutPixels(at, 0, x, pixels, put);
+    }
+
+private:
+    /// Two vectors of pixels.
+    HWY_INLINE HWY_ATTR void Adjust(VU32 (&pixels)[2]) const {
+        const DU16 du;
+        VI32 lumas[2];
+        VI16 chroma[2];
+        for (std::size_t i = 0; i < 2; ++i) {
+            alignas(16) static constexpr std::uint8_t kGreen[16] = {1, 0x80, 1, 0x80, 5,  0x80, 5,  0x80,
+                                                                    9, 0x80, 9, 0x80, 13, 0x80, 13, 0x80};
+            const VU16 v = hn::BitCast(du, pixels[i]);
+            const VI16 br = hn::BitCast(DI16(), hn::And(v, hn::Set(du, 0xFF)));
+            const VI16 gg = hn::BitCast(
+                DI16(), hn::TableLookupBytesOr0(hn::BitCast(DU8(), pixels[i]), InEveryBlock(kGreen)));
+            const auto row = [&](std::size_t j) HWY_ATTR {
+                return AddMulAddPairs<Fused>(MulAddPairs(br, toYCrCb[j]), gg, green[j]);
+            };
+            lumas[i] = row(1);
+            chroma[i] = Saturated(HighHalves(row(0), row(2)));
+        }
+        // Of both vectors in turn.
+        const VI16 luma = hn::ShiftLeft<3>(Contrasted(HighHalves(lumas[0], lumas[1])));
+        for (std::size_t i = 0; i < 2; ++i) {
+            const VI16 eighths = hn::ShiftLeft<3>(chroma[i]);
+            const VI32 y = MulAddPairs(luma, lumaToRgb[i]);
+            const auto row = [&](std::size_t j)
+                                 HWY_ATTR { return AddMulAddPairs<Fused>(y, eighths, toRgb[j]); };
+            const VI16 br = HighHalves(row(0), row(2));
+            const VI16 ga = HighHalves(row(1), hn::BitCast(DI32(), hn::ShiftRight<8>(pixels[i])));
+            alignas(16) static constexpr std::uint8_t kInterleave[16] = {0, 8,  1, 9,  2, 10, 3, 11,
+                                                                         4, 12, 5, 13, 6, 14, 7, 15};
+            pixels[i] =
+                hn::BitCast(DU32(), hn::TableLookupBytes(PackToBytes(br, ga), InEveryBlock(kInterleave)));
+        }
+    }
+
+    HWY_INLINE HWY_ATTR VI16 Saturated(VI16 chroma) const {
+        const DI16 d;
+        const VI16 turned = turn(Turn::kScale == 2 ? hn::Add(chroma, chroma) : chroma);
+        // Of RGB no angle takes chroma beyond 8 bits.
+        const VI16 gained = chromaLine(hn::Mul(hn::BitCast(DU16(), turned), chromaMultiplier));
+        return hn::Min(hn::Max(gained, hn::Set(d, -128)), hn::Set(d, 127));
+    }
+
+    HWY_INLINE HWY_ATTR VI16 Contrasted(VI16 luma) const {
+        const VI16 gained = lumaLine(hn::Mul(hn::BitCast(DU16(), luma), lumaMultiplier));
+        return hn::Min(hn::Max(gained, lumaLeast), lumaMost);
+    }
+
+    Turn turn;
+    LineLanes lumaLine, chromaLine;
+    VU16 lumaMultiplier, chromaMultiplier;
+    VI16 lumaLeast, lumaMost;
+    VI16 toYCrCb[3], green[3], toRgb[3], lumaToRgb[2];
+};
+
+#endif  // HWY_TARGET
+
+// ---- Kernels ----------------------------------------------------------------------------------------------
+
+#if HWY_TARGET == HWY_SCALAR
+
+template <class Layout>
+void Run(const AdjustmentJob& job, const Steps& steps, const GainTable&, const GainTable&) {
+    Walk(typename Layout::Units(steps), job);
 }
 
-void CbYCrY(const AdjustmentJob& job, const AdjustmentSettings& settings) {
-    Adjust<AdjustPairs<false> >(job, settings);
+#else
+
+template <class Layout, bool Fused>
+HWY_ATTR void RunByLines(const AdjustmentJob& job, const Steps& steps, const GainLine& contrast,
+                         const GainLine& saturation) {
+    // Below this many pixels it takes less time to turn in doubles than to find out.
+    constexpr std::size_t kFewPixels = 1 << 13;
+    const AdjustmentSettings& settings = steps.settings;
+    FixedTurn fixed;
+    if (!steps.turns) {
+        Walk(typename Layout::template ByLines<NoTurn, Fused>(steps, contrast, saturation, fixed), job);
+        return;
+    }
+    if (job.width * job.height >= kFewPixels) {
+        fixed = FixedTurn::Of(settings.cosine, settings.sine);
+    }
+    if (fixed.isExact) {
+        Walk(typename Layout::template ByLines<TurnInFixedPoint<Fused>, Fused>(steps, contrast, saturation,
+                                                                               fixed),
+             job);
+    } else {
+        Walk(typename Layout::template ByLines<TurnInDoubles, Fused>(steps, contrast, saturation, fixed),
+             job);
+    }
 }
-void YCbYCr(const AdjustmentJob& job, const AdjustmentSettings& settings) {
-    Adjust<AdjustPairs<true> >(job, settings);
+
+template <class Layout>
+HWY_ATTR void Run(const AdjustmentJob& job, const Steps& steps, const GainTable& contrast,
+                  const GainTable& saturation) {
+    const AdjustmentSettings& settings = steps.settings;
+    if (!steps.isNeutral || Layout::kHasMatrix) {
+        const GainLine lumaLine = GainLine::Through(contrast, settings.contrast);
+        const GainLine chromaLine = GainLine::Through(saturation, settings.saturation);
+        if (lumaLine.isExact && chromaLine.isExact && settings.gamma == nullptr) {
+            RunByLines<Layout, false>(job, steps, lumaLine, chromaLine);
+            return;
+        }
+    }
+    Walk(typename Layout::Units(steps), job);
 }
-void CbYCrA(const AdjustmentJob& job, const AdjustmentSettings& settings) {
-    Adjust<AdjustPixels<false> >(job, settings);
+
+#endif  // HWY_TARGET
+
+template <class Layout>
+HWY_ATTR void Adjust(const AdjustmentJob& job, const AdjustmentSettings& settings) {
+    const GainTable contrast(settings.contrast, 16), saturation(settings.saturation, 128);
+    const Steps steps(settings, contrast, saturation);
+    Run<Layout>(job, steps, contrast, saturation);
 }
-void YCbCrA(const AdjustmentJob& job, const AdjustmentSettings& settings) {
-    Adjust<AdjustPixels<true> >(job, settings);
+
+template <bool HasAlpha>
+struct YCrCbLayout {
+    static constexpr bool kHasMatrix = false;
+    using Units = YCrCbUnits<HasAlpha>;
+#if HWY_TARGET != HWY_SCALAR
+    template <class Turn, bool Fused>
+    using ByLines = YCrCbByLines<HasAlpha, Turn>;
+#endif
+};
+
+template <std::size_t Bytes>
+struct RGBLayout {
+    static constexpr bool kHasMatrix = true;
+    using Units = RGBUnits<Bytes>;
+#if HWY_TARGET != HWY_SCALAR
+    template <class Turn, bool Fused>
+    using ByLines = RGBByLines<Bytes, Turn, Fused>;
+#endif
+};
+
+void Pairs(const AdjustmentJob& job, const AdjustmentSettings& settings) {
+    Adjust<YCrCbLayout<false> >(job, settings);
+}
+void Pixels(const AdjustmentJob& job, const AdjustmentSettings& settings) {
+    Adjust<YCrCbLayout<true> >(job, settings);
 }
 void RGB32(const AdjustmentJob& job, const AdjustmentSettings& settings) {
-    Adjust<AdjustRGB<4> >(job, settings);
+    Adjust<RGBLayout<4> >(job, settings);
 }
 void RGB24(const AdjustmentJob& job, const AdjustmentSettings& settings) {
-    Adjust<AdjustRGB<3> >(job, settings);
+    Adjust<RGBLayout<3> >(job, settings);
 }
 
 }  // namespace
@@ -140,10 +531,8 @@ HWY_AFTER_NAMESPACE();
 
 namespace Zan {
 
-TESSELU_KERNEL(AdjustmentKernel, kAdjustCbYCrY, CbYCrY);
-TESSELU_KERNEL(AdjustmentKernel, kAdjustYCbYCr, YCbYCr);
-TESSELU_KERNEL(AdjustmentKernel, kAdjustCbYCrA, CbYCrA);
-TESSELU_KERNEL(AdjustmentKernel, kAdjustYCbCrA, YCbCrA);
+TESSELU_KERNEL(AdjustmentKernel, kAdjustPairs, Pairs);
+TESSELU_KERNEL(AdjustmentKernel, kAdjustPixels, Pixels);
 TESSELU_KERNEL(AdjustmentKernel, kAdjustRGB32, RGB32);
 TESSELU_KERNEL(AdjustmentKernel, kAdjustRGB24, RGB24);
 

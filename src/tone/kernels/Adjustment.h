@@ -10,11 +10,9 @@ namespace Zan {
 using AdjustmentJob = simd::Job<1, 1>;
 using AdjustmentKernel = simd::Kernel<void(const AdjustmentJob&, const AdjustmentSettings&)>;
 
-// Columns are pixels; of pairs an odd last one is left alone.
-extern const AdjustmentKernel kAdjustCbYCrY;
-extern const AdjustmentKernel kAdjustYCbYCr;
-extern const AdjustmentKernel kAdjustCbYCrA;
-extern const AdjustmentKernel kAdjustYCbCrA;
+// Columns are pixels; of pairs an odd last one is left alone. RGB has no order, and takes no gamma.
+extern const AdjustmentKernel kAdjustPairs;
+extern const AdjustmentKernel kAdjustPixels;
 extern const AdjustmentKernel kAdjustRGB32;
 extern const AdjustmentKernel kAdjustRGB24;
 

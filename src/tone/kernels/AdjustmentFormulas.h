@@ -15,6 +15,7 @@ namespace Zan {
 using ByteTable = std::array<std::uint8_t, 256>;
 
 struct AdjustmentSettings {
+    bool isLumaFirst = false;  ///< of YCrCb: Y Cb Y Cr or Y Cb Cr A; else Cb Y Cr Y or Cb Y Cr A
     double contrast = 1;
     int lift = 0;                      ///< in code values
     const ByteTable* gamma = nullptr;  ///< null: none
@@ -22,6 +23,9 @@ struct AdjustmentSettings {
     double saturation = 1;
 
     bool Turns() const noexcept { return cosine != 1; }
+    bool IsNeutral() const noexcept {
+        return contrast == 1 && lift == 0 && gamma == nullptr && !Turns() && saturation == 1;
+    }
 };
 
 /// Truncated toward zero, limited to 0...255.
@@ -42,30 +46,17 @@ constexpr std::uint8_t AdjustedLuma(const AdjustmentSettings& settings, unsigned
     return settings.gamma != nullptr ? (*settings.gamma)[limited] : limited;
 }
 
-struct Chroma {
+struct ChromaSamples {
     std::uint8_t cb, cr;
 };
 
 /// Hue. -128...127 on entry, limited on return.
-constexpr Chroma TurnedChroma(int u, int v, double cosine, double sine) noexcept {
+constexpr ChromaSamples TurnedChroma(int u, int v, double cosine, double sine) noexcept {
     const auto limited = [](double value) {
         return static_cast<std::uint8_t>(std::clamp(static_cast<int>(value) + 128, 0, 255));
     };
     return {limited(u * cosine + v * sine), limited(v * cosine - u * sine)};
 }
-
-/// What the steps make of single bytes, as tables.
-struct AdjustmentTables {
-    ByteTable luma;
-    ByteTable chroma;  ///< saturation
-
-    explicit constexpr AdjustmentTables(const AdjustmentSettings& settings) noexcept : luma{}, chroma{} {
-        for (unsigned i = 0; i < 256; ++i) {
-            luma[i] = AdjustedLuma(settings, i);
-            chroma[i] = Amplified(i, settings.saturation, 128);
-        }
-    }
-};
 
 // ---- RGB --------------------------------------------------------------------------------------------------
 
