@@ -38,5 +38,7 @@
 #include <TesselU/tone/LookUpTable3D.h>
 #include <TesselU/tone/Posterize.h>
 #include <TesselU/tone/PosterizeLUT.h>
+#include <TesselU/vector/Operations3D.h>
+#include <TesselU/vector/Transform3D.h>
 
 #endif  // TESSELU_TESSELU_H

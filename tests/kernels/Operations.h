@@ -57,6 +57,7 @@ std::vector<Operation> CubeOperations();
 std::vector<Operation> GradientOperations();
 std::vector<Operation> HistogramOperations();
 std::vector<Operation> LookUpOperations();
+std::vector<Operation> VectorOperations();
 
 /// Operations that do on every target but the portable one what a kernel must not, or that prove nothing.
 /// Each must be found out.
