@@ -63,7 +63,7 @@ void ExpectTables(Scene& scene, const Zan::LookUpTable& table, const tone_model:
 }
 
 TEST(LookUpTableModel, EntriesOfEveryDepth) {
-    for (const Zan::ULong32 bits : {0U, 1U, 7U, 8U, 9U, 16U, 17U, 24U, 25U, 32U}) {
+    for (const Zan::ULong32 bits : {0U, 1U, 7U, 8U, 9U, 16U, 17U, 24U, 25U, 32U, 33U, 40U, 64U}) {
         for (const Zan::ULong32 entries : {1U, 2U, 100U, 256U, 300U}) {
             SCOPED_TRACE(::testing::Message() << bits << " bits, " << entries << " entries");
             Filled filled(3, entries, bits);
@@ -94,7 +94,7 @@ TEST(LookUpTableModel, EveryCurve) {
     const Range ranges[] = {{0, 1},     {0.1, 1},       {0, 0.5},       {0.25, 0.75}, {0.5, 0.25},
                             {1, 0},     {0.3, 0.3},     {0, 2},         {-0.5, 1},    {-1, 2},
                             {0.999, 1}, {0.0625, 0.92}, {0.004, 0.005}, {0.5, 1.5},   {1.25, 1.75}};
-    for (const Zan::ULong32 bits : {1U, 8U, 10U, 16U, 24U, 32U}) {
+    for (const Zan::ULong32 bits : {1U, 8U, 10U, 16U, 24U, 32U, 40U}) {
         for (const Zan::ULong32 entries : {2U, 17U, 256U, 1000U}) {
             for (const int type : {-1, 0, 1, 2, 3, 4, 5, 6, 1000}) {
                 for (const Range& range : ranges) {
@@ -434,6 +434,12 @@ TEST(InvertLUTModel, BeginsInverted) {
         }
         EXPECT_EQ(invert.GetLUT(3, v), v);
     }
+    Zan::InvertLUT unchanged;
+    unchanged.SetMMXonlyStyle(true);
+    for (const int channel : {4, -1, 1000}) {
+        unchanged.SetInvert(static_cast<Zan::InvertLUT::WhichChannelEnum>(channel), false);
+    }
+    EXPECT_EQ(unchanged.GetLUT(0, 0), 255U);
     EXPECT_EQ(invert.GetLUT(1, 16), 234U);
     EXPECT_EQ(invert.GetLUT(1, 235), 15U);
     EXPECT_EQ(invert.GetLUT(1, 251), 0U);
