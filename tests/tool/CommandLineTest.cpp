@@ -129,8 +129,8 @@ TEST_F(CommandLineTest, VersionIsThatOfTheLibrary) {
 }
 
 TEST_F(CommandLineTest, HelpNamesStatusesAndTwoExamples) {
-    for (const char* command : {"", "wipe ", "dissolve ", "over ", "adjust ", "compare ", "testcard ",
-                                "pattern ", "mask ", "patterns ", "info "}) {
+    for (const char* command : {"", "wipe ", "dissolve ", "over ", "lut ", "adjust ", "correct ", "scope ",
+                                "compare ", "testcard ", "pattern ", "mask ", "patterns ", "info "}) {
         SCOPED_TRACE(command);
         const std::string help = Run(std::string(command) + "--help").out;
         for (const char* part :

@@ -13,7 +13,10 @@ namespace tool {
     ROW(kWipeCommand)         \
     ROW(kDissolveCommand)     \
     ROW(kOverCommand)         \
+    ROW(kLutCommand)          \
     ROW(kAdjustCommand)       \
+    ROW(kCorrectCommand)      \
+    ROW(kScopeCommand)        \
     ROW(kConvertCommand)      \
     ROW(kCompareCommand)      \
     ROW(kTestCardCommand)     \
