@@ -91,23 +91,23 @@ void HueStage::AddTo(const Pass&, CorrectionSettings& settings) noexcept {
 }
 
 void SaturationStage::BuildTables() noexcept {
-    MakeGain(GainOf(parameters.saturation), table);
+    MakeGain(GainOf(parameters.saturation), gain);
 }
 
 void SaturationStage::AddTo(const Pass&, CorrectionSettings& settings) noexcept {
     CompleteTables();
-    settings.chroma = table.data();
+    settings.gain = &gain;
 }
 
 void HueSaturationStage::BuildTables() noexcept {
     MakeRotation(parameters.hue.angle, rotation);
-    MakeGain(GainOf(parameters.saturation.saturation), table);
+    MakeGain(GainOf(parameters.saturation.saturation), gain);
 }
 
 void HueSaturationStage::AddTo(const Pass&, CorrectionSettings& settings) noexcept {
     CompleteTables();
     settings.rotation = &rotation;
-    settings.chroma = table.data();
+    settings.gain = &gain;
 }
 
 // ---- Limits -------------------------------------------------------------------------------------------

@@ -191,7 +191,7 @@ public:
     void BuildTables() noexcept;
 
 private:
-    ByteTable table;
+    ChromaGain gain;
 };
 
 struct HueSaturation {
@@ -208,7 +208,7 @@ public:
 
 private:
     ChromaRotation rotation;
-    ByteTable table;
+    ChromaGain gain;
 };
 
 // ---- Colours ------------------------------------------------------------------------------------------

@@ -23,8 +23,36 @@ int Truncated(double x) {
     return static_cast<int>(x);
 }
 
+/// To the nearest whole number, halves away from zero.
+int Rounded(double x) {
+    return static_cast<int>(x + std::copysign(0.49999999999999994, x));
+}
+
 float ContrastSlope(int contrast) {
     return static_cast<float>(2 * contrast + 255) * 0.003921569F;
+}
+
+/// Products of chroma -128 ... 127.
+using Products = std::array<std::int16_t, 256>;
+
+/// The factor in 1/32768 by which (x * 2^shift * factor + 2^14) >> 15, limited to `limit` either way, is what
+/// stands for x. There is one for every angle and every gain of a record, at most two steps off.
+std::int16_t FactorFor(double factor, int shift, int limit, int lowest, const Products& products) {
+    const int nearest = Rounded(factor * (32768 >> shift));
+    int found = nearest;
+    for (const int step : {0, 1, -1, 2, -2}) {
+        const int candidate = std::clamp(nearest + step, -32767, 32767);
+        int wrong = 0;
+        for (int x = lowest; x < 128; ++x) {
+            const int product = ((x << shift) * candidate + (1 << 14)) >> 15;
+            wrong |= std::clamp(product, -limit, limit) ^ products[static_cast<std::size_t>(x + 128)];
+        }
+        if (wrong == 0) {
+            found = candidate;
+            break;
+        }
+    }
+    return static_cast<std::int16_t>(std::clamp(found, -32767, 32767));
 }
 
 }  // namespace
@@ -73,13 +101,17 @@ int AngleOf(int hue) noexcept {
 void MakeRotation(int angle, ChromaRotation& rotation) noexcept {
     constexpr double kPi = 3.141592653589793;
     const double radians = angle * kPi / 180;
-    const auto make = [](double factor, std::int16_t* products) {
+    const auto make = [](double factor, std::int16_t* magnitudes) {
+        Products products;
         for (int i = 0; i <= 128; ++i) {
-            products[i] = static_cast<std::int16_t>(std::round(i * factor));
+            magnitudes[i] = static_cast<std::int16_t>(Rounded(i * factor));
+            products[static_cast<std::size_t>(128 - i)] = static_cast<std::int16_t>(-magnitudes[i]);
         }
+        std::copy(magnitudes, magnitudes + 128, products.begin() + 128);
+        return FactorFor(factor, 0, 128, -128, products);
     };
-    make(Cosine(radians), rotation.cosine);
-    make(Sine(radians), rotation.sine);
+    rotation.cosineFactor = make(Cosine(radians), rotation.cosine);
+    rotation.sineFactor = make(Sine(radians), rotation.sine);
 }
 
 double GainOf(int saturation) noexcept {
@@ -90,12 +122,19 @@ double GainOf(int saturation) noexcept {
     return (saturation + 255) * kPerCode;
 }
 
-void MakeGain(double gain, ByteTable& table) noexcept {
+void MakeGain(double factor, ChromaGain& gain) noexcept {
+    Products products;
     for (int i = 0; i < 256; ++i) {
-        const double product = std::round(std::max(i - 128, -127) * gain);
-        table[static_cast<std::size_t>(i)] =
-            static_cast<std::uint8_t>(static_cast<int>(std::clamp(product, -127.0, 127.0)) + 128);
+        const auto product = std::clamp(Rounded(std::max(i - 128, -127) * factor), -127, 127);
+        products[static_cast<std::size_t>(i)] = static_cast<std::int16_t>(product);
+        gain.table[i] = static_cast<std::uint8_t>(product + 128);
     }
+    int shift = 0;
+    while (factor >= 1 << shift) {
+        ++shift;
+    }
+    gain.shift = static_cast<std::uint8_t>(shift);
+    gain.factor = FactorFor(factor, shift, 127, -127, products);
 }
 
 void MakeColourLevels(const Levels& levels, ByteTable& halves) noexcept {

@@ -38,7 +38,7 @@ void MakeRotation(int angle, ChromaRotation& rotation) noexcept;
 
 /// Saturation within -255 ... 255, of which positive values are stretched.
 double GainOf(int saturation) noexcept;
-void MakeGain(double gain, ByteTable& table) noexcept;
+void MakeGain(double factor, ChromaGain& gain) noexcept;
 
 /// The halves of the even entries for a colour, see `CorrectionSettings::colours`.
 void MakeColourLevels(const Levels& levels, ByteTable& halves) noexcept;

@@ -2,6 +2,8 @@
 
 #include "tone/kernels/Correction.h"
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "tone/kernels/CorrectionFormulas.h"
@@ -10,6 +12,7 @@
 #define HWY_TARGET_INCLUDE "tone/kernels/Correction.cpp"
 #include "simd/Foreach.h"
 // After it: these are compiled once per target.
+#include "simd/ByteTable-inl.h"
 #include "simd/Extra-inl.h"
 #include "simd/Walk-inl.h"
 
@@ -21,12 +24,14 @@ namespace {
 using namespace simd::HWY_NAMESPACE;
 using simd::PlaneUse;
 
-struct Correcting {
+/// What all forms have in common: the planes and the formula.
+struct CorrectingPairs {
     using Place = simd::Place<1, 1>;
     static constexpr PlaneUse kSources[] = {{.index = 0, .bytesPer16 = 32, .columns = 2}};
     static constexpr PlaneUse kDestinations[] = {{.index = 0, .bytesPer16 = 32, .columns = 2}};
     static constexpr std::size_t kUnit = 2;
-    CorrectionSettings set;
+
+    explicit CorrectingPairs(const CorrectionSettings& settings) : set(settings) {}
 
     void Unit(const Place& at, std::size_t x) const {
         PixelPair pair;
@@ -34,14 +39,348 @@ struct Correcting {
         CorrectPair(set, pair);
         std::memcpy(at.out[0][0] + 2 * x, &pair, sizeof pair);
     }
+
+    CorrectionSettings set;
+};
+
+#if HWY_TARGET == HWY_SCALAR
+
+void RunCorrect(const simd::Job<1, 1>& job, const CorrectionSettings& set) {
+    Walk(CorrectingPairs(set), job);
+}
+void RunCorrectColours(const simd::Job<1, 1>& job, const CorrectionSettings& set) {
+    Walk(CorrectingPairs(set), job);
+}
+
+#else
+
+// ---- Samples ------------------------------------------------------------------------------------------
+
+// Chroma of a vector of pairs is in 16-bit lanes, Cb and Cr in turn, signed around 0.
+
+HWY_INLINE HWY_ATTR VI16 ChromaOf(VU8 v) {
+    const DI16 d;
+    return hn::Sub(hn::And(hn::BitCast(d, v), hn::Set(d, 0xFF)), hn::Set(d, 128));
+}
+
+/// Cb and Cr change places.
+HWY_INLINE HWY_ATTR VI16 Swapped(VI16 chroma) {
+    const DI16 d;
+#if HWY_TARGET == HWY_AVX3
+    return hn::BitCast(d, hn::RotateRight<16>(hn::BitCast(DU32(), chroma)));
+#else
+    alignas(16) static constexpr std::uint8_t kFrom[16] = {2,  3,  0, 1, 6,  7,  4,  5,
+                                                           10, 11, 8, 9, 14, 15, 12, 13};
+    return hn::TableLookupBytes(chroma, hn::BitCast(d, InEveryBlock(kFrom)));
+#endif
+}
+
+/// One value for Cb, one for Cr.
+HWY_INLINE HWY_ATTR VI16 Alternating(int cb, int cr) {
+    const auto word = static_cast<std::uint32_t>(cb & 0xFFFF) | static_cast<std::uint32_t>(cr & 0xFFFF) << 16;
+    return hn::BitCast(DI16(), hn::Set(DU32(), word));
+}
+
+/// Bytes of chroma from the even places, of luma from the odd ones.
+HWY_INLINE HWY_ATTR VU8 MergeBytes(VU8 chroma, VU8 luma) {
+    const DU16 d;
+#if HWY_TARGET == HWY_AVX3
+    return VU8{_mm512_mask_blend_epi8(0xAAAAAAAAAAAAAAAAU, chroma.raw, luma.raw)};
+#else
+    return hn::BitCast(DU8(), hn::Or(hn::And(hn::BitCast(d, chroma), hn::Set(d, 0xFF)),
+                                     hn::And(hn::BitCast(d, luma), hn::Set(d, 0xFF00))));
+#endif
+}
+
+/// Hue and saturation as factors of rounding products, which give the same as the tables.
+class ChromaFactors {
+public:
+    explicit ChromaFactors(const CorrectionSettings& set) {
+        if (set.rotation != nullptr) {
+            cosine = set.rotation->cosineFactor;
+            sine = set.rotation->sineFactor;
+        }
+        if (set.gain != nullptr) {
+            gain = set.gain->factor;
+            shift = set.gain->shift;
+        }
+    }
+
+    HWY_INLINE HWY_ATTR VI16 operator()(VI16 chroma) const {
+        const DI16 d;
+        const VI16 low = hn::Set(d, -127), high = hn::Set(d, 127);
+        const VI16 turned = hn::Add(hn::MulFixedPoint15(chroma, hn::Set(d, cosine)),
+                                    hn::MulFixedPoint15(Swapped(chroma), Alternating(sine, -sine)));
+        const VI16 limited = hn::Min(hn::Max(turned, low), high);
+        const VI16 amplified = hn::MulFixedPoint15(hn::ShiftLeftSame(limited, shift), hn::Set(d, gain));
+        return hn::Min(hn::Max(amplified, low), high);
+    }
+
+private:
+    // In 1/32768; 32767 leaves chroma as it is.
+    std::int16_t cosine = 32767, sine = 0, gain = 32767;
+    int shift = 0;
+};
+
+/// Limits of the bytes of pairs.
+class PairLimits {
+public:
+    explicit PairLimits(const CorrectionSettings& set) : luma(set.lumaLimits), chroma(set.chromaLimits) {}
+
+    HWY_INLINE HWY_ATTR VU8 operator()(VU8 v) const {
+        return hn::Min(hn::Max(v, Bytes(chroma.low, luma.low)), Bytes(chroma.high, luma.high));
+    }
+
+private:
+    static HWY_INLINE HWY_ATTR VU8 Bytes(std::uint8_t even, std::uint8_t odd) {
+        return hn::BitCast(DU8(), hn::Set(DU16(), static_cast<std::uint16_t>(even | odd << 8)));
+    }
+
+    SampleLimits luma, chroma;
+};
+
+// ---- Luma and chroma ----------------------------------------------------------------------------------
+
+template <class Table, bool kHasLuma, bool kHasChroma>
+struct Correcting : CorrectingPairs {
+    static constexpr std::size_t kStep = kLineVectors * kVectorBytes / 2;
+
+    explicit Correcting(const CorrectionSettings& settings)
+        : CorrectingPairs(settings), luma(settings.luma), factors(settings), limits(settings) {}
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        const DU8 d;
+        VU8 made[kLineVectors];
+        for (std::size_t i = 0; i < kLineVectors; ++i) {
+            const VU8 v = hn::LoadU(d, at.in[0][0] + 2 * x + i * kVectorBytes);
+            made[i] = v;
+            if constexpr (kHasChroma) {
+                const VI16 chroma = factors(ChromaOf(v));
+                made[i] = hn::BitCast(d, hn::Add(chroma, hn::Set(DI16(), 128)));
+            }
+            if constexpr (kHasChroma || kHasLuma) {
+                // Narrow tables pay for two vectors at a time.
+                if constexpr (!kHasLuma) {
+                    made[i] = MergeBytes(made[i], v);
+                } else if constexpr (kVectorBytes == 64) {
+                    made[i] = MergeBytes(made[i], luma(v));
+                }
+            }
+        }
+        if constexpr (kHasLuma && kVectorBytes != 64) {
+            for (std::size_t i = 0; i < kLineVectors; i += 2) {
+                const DI16 d16;
+                const std::uint8_t* const in = at.in[0][0] + 2 * x + i * kVectorBytes;
+                const auto high = [&](std::size_t k) HWY_ATTR {
+                    return hn::BitCast(
+                        d16, hn::ShiftRight<8>(hn::BitCast(DU16(), hn::LoadU(d, in + k * kVectorBytes))));
+                };
+                const VU8 found = luma(PackToBytes(high(0), high(1)));
+                const auto low = [&](VU8 v)
+                                     HWY_ATTR { return hn::And(hn::BitCast(d16, v), hn::Set(d16, 0xFF)); };
+                const VU8 chroma = PackToBytes(low(made[i]), low(made[i + 1]));
+                made[i] = hn::InterleaveLower(d, chroma, found);
+                made[i + 1] = hn::InterleaveUpper(d, chroma, found);
+            }
+        }
+        for (std::size_t i = 0; i < kLineVectors; ++i) {
+            put(d, limits(made[i]), at.out[0][0] + 2 * x + i * kVectorBytes);
+        }
+    }
+
+    Table luma;
+    ChromaFactors factors;
+    PairLimits limits;
+};
+
+struct NoTable {
+    explicit NoTable(const std::uint8_t*) {}
 };
 
 void RunCorrect(const simd::Job<1, 1>& job, const CorrectionSettings& set) {
-    Walk(Correcting{set}, job);
+    const bool hasChroma = set.rotation != nullptr || set.gain != nullptr;
+    if (set.luma == nullptr) {
+        if (hasChroma) {
+            Walk(Correcting<NoTable, false, true>(set), job);
+        } else {
+            Walk(Correcting<NoTable, false, false>(set), job);
+        }
+        return;
+    }
+    WithByteTables([&]<class Table>() HWY_ATTR {
+        if (hasChroma) {
+            Walk(Correcting<Table, true, true>(set), job);
+        } else {
+            Walk(Correcting<Table, true, false>(set), job);
+        }
+    });
 }
+
+// ---- Colours ------------------------------------------------------------------------------------------
+
+using DF32 = hn::ScalableTag<float>;
+using VF32 = hn::Vec<DF32>;
+
+/// The whole part of numbers that fit.
+HWY_INLINE HWY_ATTR VI32 Truncated(VF32 v) {
+#if HWY_TARGET == HWY_AVX3
+    return VI32{_mm512_cvttps_epi32(v.raw)};
+#elif HWY_TARGET == HWY_AVX2
+    return VI32{_mm256_cvttps_epi32(v.raw)};
+#elif HWY_TARGET == HWY_SSSE3
+    return VI32{_mm_cvttps_epi32(v.raw)};
+#else
+    return hn::ConvertTo(DI32(), v);
+#endif
+}
+
+// The largest float below one half: added, it takes halves away from zero and nothing else with them.
+constexpr float kAlmostHalf = 0.49999997F;
+
+/// To the nearest whole number, halves away from zero; what is below 0 to 0 or below.
+HWY_INLINE HWY_ATTR VI32 RoundedUpwards(VF32 v) {
+    return Truncated(hn::Add(v, hn::Set(DF32(), kAlmostHalf)));
+}
+/// The same for either sign.
+HWY_INLINE HWY_ATTR VI32 RoundedAway(VF32 v) {
+    return Truncated(hn::Add(v, hn::CopySignToAbs(hn::Set(DF32(), kAlmostHalf), v)));
+}
+
+/// Even lanes of the one, odd lanes of the other, of whole numbers that fit 16 bits.
+HWY_INLINE HWY_ATTR VI16 InTurn(VI32 even, VI32 odd) {
+    const DI16 d;
+    return MergeEvenOdd(hn::BitCast(d, even), hn::BitCast(d, hn::ShiftLeft<16>(odd)));
+}
+
+/// A colour's share of chroma, rounded, in both lanes of a pair: round(cb * a + cr * b). The factors are in
+/// 1/2^20, in two parts: 16 bits hold sample * 128 and the upper part.
+class ColourOffset {
+public:
+    constexpr ColourOffset(double cb, double cr) : cbFactor(Scaled(cb)), crFactor(Scaled(cr)) {}
+
+    template <bool kFused>
+    HWY_INLINE HWY_ATTR VI16 Of(VI16 chroma, VI16 chroma128) const {
+        const VI32 half = hn::Set(DI32(), 1 << 19);
+        const VI32 sum = AddMulAddPairs<kFused>(
+            AddMulAddPairs<kFused>(half, chroma128, Alternating(cbFactor >> 7, crFactor >> 7)), chroma,
+            Alternating(cbFactor & 127, crFactor & 127));
+        alignas(16) static constexpr std::uint8_t kTwice[16] = {0, 1, 0, 1, 4,  5,  4,  5,
+                                                                8, 9, 8, 9, 12, 13, 12, 13};
+        return hn::TableLookupBytes(hn::BitCast(DI16(), hn::ShiftRight<20>(sum)),
+                                    hn::BitCast(DI16(), InEveryBlock(kTwice)));
+    }
+
+private:
+    static constexpr int Scaled(double factor) {
+        return static_cast<int>(factor * (1 << 20) + (factor < 0 ? -0.5 : 0.5));
+    }
+    int cbFactor, crFactor;
+};
+
+constexpr ColourOffset kColourOffsets[3] = {
+    {0.003714, 1.403591}, {-0.34355, -0.713068}, {1.773109, -0.002002}};
+
+/// LevelOf in 16-bit lanes.
+template <class Table>
+HWY_INLINE HWY_ATTR VI16 Levelled(const Table& halves, VI16 x) {
+    const DI16 d;
+    const DU16 du;
+    const VU16 magnitude = hn::BitCast(du, hn::Abs(x));
+    const VU16 up = hn::AverageRound(magnitude, hn::Zero(du)), down = hn::ShiftRight<1>(magnitude);
+    const VU8 found = halves(hn::BitCast(DU8(), hn::Or(down, hn::ShiftLeft<8>(up))));
+    const VI16 level = MulAddPairs(found, hn::Set(DI8(), 1));
+#if HWY_TARGET == HWY_AVX3
+    return VI16{
+        _mm512_mask_sub_epi16(level.raw, _mm512_movepi16_mask(x.raw), _mm512_setzero_si512(), level.raw)};
+#else
+    const VI16 sign = hn::BroadcastSignBit(x);
+    return hn::Sub(hn::Xor(level, sign), sign);
+#endif
+}
+
+template <class Table>
+constexpr bool kHasFusedSums = false;
+#if HWY_TARGET == HWY_AVX3
+template <>
+constexpr bool kHasFusedSums<PermutedByteTable> = true;
+#endif
+
+template <class Table>
+struct CorrectingColours : CorrectingPairs {
+    static constexpr std::size_t kStep = kVectorBytes / 2;
+
+    CorrectingColours(const CorrectionSettings& settings, const std::uint8_t* unchanged)
+        : CorrectingPairs(settings),
+          luma(settings.luma != nullptr ? settings.luma : unchanged),
+          levels{Table(settings.colours[0] != nullptr ? settings.colours[0] : unchanged),
+                 Table(settings.colours[1] != nullptr ? settings.colours[1] : unchanged),
+                 Table(settings.colours[2] != nullptr ? settings.colours[2] : unchanged)},
+          factors(settings),
+          limits(settings),
+          hasLuma(settings.luma != nullptr),
+          hasChroma(settings.rotation != nullptr || settings.gain != nullptr),
+          hasLevels{settings.colours[0] != nullptr, settings.colours[1] != nullptr,
+                    settings.colours[2] != nullptr} {}
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        const DU8 d;
+        const DI16 d16;
+        const DI32 d32;
+        const DF32 df;
+        const VU8 in = hn::LoadU(d, at.in[0][0] + 2 * x);
+        VI16 chroma = ChromaOf(in);
+        if (hasChroma) {
+            chroma = factors(chroma);
+        }
+        const VI16 y = hn::BitCast(d16, hn::ShiftRight<8>(hn::BitCast(DU16(), hasLuma ? luma(in) : in)));
+
+        const VI16 chroma128 = hn::ShiftLeft<7>(chroma);
+        VF32 even[3], odd[3];
+        for (std::size_t i = 0; i < 3; ++i) {
+            VI16 colour = hn::Add(y, kColourOffsets[i].Of<kHasFusedSums<Table> >(chroma, chroma128));
+            if (hasLevels[i]) {
+                colour = Levelled(levels[i], colour);
+            }
+            const VI32 both = hn::BitCast(d32, colour);
+            even[i] = hn::ConvertTo(df, hn::ShiftRight<16>(hn::ShiftLeft<16>(both)));
+            odd[i] = hn::ConvertTo(df, hn::ShiftRight<16>(both));
+        }
+
+        const auto sum = [](VF32 a, VF32 b, VF32 c, float fa, float fb, float fc) HWY_ATTR {
+            const DF32 f;
+            return hn::Add(hn::Add(hn::Mul(hn::Set(f, fa), a), hn::Mul(hn::Set(f, fb), b)),
+                           hn::Mul(hn::Set(f, fc), c));
+        };
+        const auto [r, g, b] = even;
+        const VI16 newLuma =
+            InTurn(RoundedUpwards(sum(r, g, b, 0.298828F, 0.587891F, 0.113281F)),
+                   RoundedUpwards(sum(odd[0], odd[1], odd[2], 0.298828F, 0.587891F, 0.113281F)));
+        const VI16 newChroma = InTurn(RoundedAway(sum(b, g, r, 0.5F, -0.332031F, -0.167969F)),
+                                      RoundedAway(sum(r, g, b, 0.5F, -0.417969F, -0.082031F)));
+        const VI16 y8 = hn::Min(hn::Max(newLuma, hn::Zero(d16)), hn::Set(d16, 255));
+        const VI16 c8 =
+            hn::Add(hn::Min(hn::Max(newChroma, hn::Set(d16, -128)), hn::Set(d16, 127)), hn::Set(d16, 128));
+        put(d, limits(hn::BitCast(d, hn::Or(c8, hn::ShiftLeft<8>(y8)))), at.out[0][0] + 2 * x);
+    }
+
+    Table luma;
+    Table levels[3];
+    ChromaFactors factors;
+    PairLimits limits;
+    bool hasLuma, hasChroma, hasLevels[3];
+};
+
 void RunCorrectColours(const simd::Job<1, 1>& job, const CorrectionSettings& set) {
-    Walk(Correcting{set}, job);
+    std::uint8_t unchanged[256];
+    for (std::size_t i = 0; i < 256; ++i) {
+        unchanged[i] = static_cast<std::uint8_t>(i);
+    }
+    WithByteTables([&]<class Table>() HWY_ATTR { Walk(CorrectingColours<Table>(set, unchanged), job); });
 }
+
+#endif  // HWY_TARGET
 
 }  // namespace
 }  // namespace HWY_NAMESPACE

@@ -8,11 +8,22 @@
 
 namespace Zan {
 
-/// Products of signed chroma, 0 ... 128, with a cosine and a sine, rounded with halves away from zero. Those
-/// of negative chroma are their negations.
+/// Rounded products of signed chroma with a cosine and a sine, halves away from zero, for 0 ... 128. Those of
+/// negative chroma are their negations.
 struct ChromaRotation {
     std::int16_t cosine[129];
     std::int16_t sine[129];
+    /// In 1/32768: (chroma * factor + 2^14) >> 15 is the product above.
+    std::int16_t cosineFactor;
+    std::int16_t sineFactor;
+};
+
+/// An amplification of chroma that is limited to -127 ... 127.
+struct ChromaGain {
+    std::uint8_t table[256];  ///< of samples
+    /// In 1/32768, of signed chroma * 2^shift: the rounded product, limited, is what the table holds.
+    std::int16_t factor;
+    std::uint8_t shift;
 };
 
 /// Bytes that a sample is kept within.
@@ -26,7 +37,7 @@ struct SampleLimits {
 struct CorrectionSettings {
     const std::uint8_t* luma = nullptr;  ///< 256 entries
     const ChromaRotation* rotation = nullptr;
-    const std::uint8_t* chroma = nullptr;  ///< 256 entries, for each of Cb and Cr
+    const ChromaGain* gain = nullptr;
     /// Red, green, blue: the halves v of the even entries of an odd table, 256 of them. The entry for x is
     /// v[x / 2] + v[(x + 1) / 2].
     const std::uint8_t* colours[3] = {};

@@ -17,7 +17,8 @@ struct PixelPair {
 
 /// To the nearest whole number, halves away from zero.
 inline int Rounded(float x) {
-    return static_cast<int>(std::round(x));
+    // The largest float below one half takes nothing but halves with it.
+    return static_cast<int>(x + std::copysign(0.49999997F, x));
 }
 
 /// The product of signed chroma from the table of its magnitudes.
@@ -90,9 +91,9 @@ inline void CorrectPair(const CorrectionSettings& set, PixelPair& pair) {
     if (set.rotation != nullptr) {
         Rotate(*set.rotation, pair);
     }
-    if (set.chroma != nullptr) {
-        pair.cb = set.chroma[pair.cb];
-        pair.cr = set.chroma[pair.cr];
+    if (set.gain != nullptr) {
+        pair.cb = set.gain->table[pair.cb];
+        pair.cr = set.gain->table[pair.cr];
     }
     if (set.colours[0] != nullptr || set.colours[1] != nullptr || set.colours[2] != nullptr) {
         CorrectColours(set.colours, pair);
