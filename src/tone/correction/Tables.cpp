@@ -36,7 +36,8 @@ float ContrastSlope(int contrast) {
 using Products = std::array<std::int16_t, 256>;
 
 /// The factor in 1/32768 by which (x * 2^shift * factor + 2^14) >> 15, limited to `limit` either way, is what
-/// stands for x. There is one for every angle and every gain of a record, at most two steps off.
+/// stands for x, and which negated gives its negation. Every angle and every gain has one, at most two steps
+/// off.
 std::int16_t FactorFor(double factor, int shift, int limit, int lowest, const Products& products) {
     const int nearest = Rounded(factor * (32768 >> shift));
     int found = nearest;
@@ -44,8 +45,11 @@ std::int16_t FactorFor(double factor, int shift, int limit, int lowest, const Pr
         const int candidate = std::clamp(nearest + step, -32767, 32767);
         int wrong = 0;
         for (int x = lowest; x < 128; ++x) {
-            const int product = ((x << shift) * candidate + (1 << 14)) >> 15;
-            wrong |= std::clamp(product, -limit, limit) ^ products[static_cast<std::size_t>(x + 128)];
+            const auto rounded = [&](int by) {
+                return std::clamp(((x << shift) * by + (1 << 14)) >> 15, -limit, limit);
+            };
+            const int product = products[static_cast<std::size_t>(x + 128)];
+            wrong |= (rounded(candidate) ^ product) | (rounded(-candidate) ^ -product);
         }
         if (wrong == 0) {
             found = candidate;

@@ -247,12 +247,6 @@ HWY_INLINE HWY_ATTR VI32 RoundedAway(VF32 v) {
     return Truncated(hn::Add(v, hn::CopySignToAbs(hn::Set(DF32(), kAlmostHalf), v)));
 }
 
-/// Even lanes of the one, odd lanes of the other, of whole numbers that fit 16 bits.
-HWY_INLINE HWY_ATTR VI16 InTurn(VI32 even, VI32 odd) {
-    const DI16 d;
-    return MergeEvenOdd(hn::BitCast(d, even), hn::BitCast(d, hn::ShiftLeft<16>(odd)));
-}
-
 /// A colour's share of chroma, rounded, in both lanes of a pair: round(cb * a + cr * b). The factors are in
 /// 1/2^20, in two parts: 16 bits hold sample * 128 and the upper part.
 class ColourOffset {
@@ -348,21 +342,27 @@ struct CorrectingColours : CorrectingPairs {
             odd[i] = hn::ConvertTo(df, hn::ShiftRight<16>(both));
         }
 
-        const auto sum = [](VF32 a, VF32 b, VF32 c, float fa, float fb, float fc) HWY_ATTR {
+        const auto lumaOf = [](const VF32* colour) HWY_ATTR {
             const DF32 f;
-            return hn::Add(hn::Add(hn::Mul(hn::Set(f, fa), a), hn::Mul(hn::Set(f, fb), b)),
-                           hn::Mul(hn::Set(f, fc), c));
+            return hn::Add(
+                hn::Add(hn::Mul(hn::Set(f, 0.298828F), colour[0]), hn::Mul(hn::Set(f, 0.587891F), colour[1])),
+                hn::Mul(hn::Set(f, 0.113281F), colour[2]));
         };
-        const auto [r, g, b] = even;
-        const VI16 newLuma =
-            InTurn(RoundedUpwards(sum(r, g, b, 0.298828F, 0.587891F, 0.113281F)),
-                   RoundedUpwards(sum(odd[0], odd[1], odd[2], 0.298828F, 0.587891F, 0.113281F)));
-        const VI16 newChroma = InTurn(RoundedAway(sum(b, g, r, 0.5F, -0.332031F, -0.167969F)),
-                                      RoundedAway(sum(r, g, b, 0.5F, -0.417969F, -0.082031F)));
-        const VI16 y8 = hn::Min(hn::Max(newLuma, hn::Zero(d16)), hn::Set(d16, 255));
-        const VI16 c8 =
-            hn::Add(hn::Min(hn::Max(newChroma, hn::Set(d16, -128)), hn::Set(d16, 127)), hn::Set(d16, 128));
-        put(d, limits(hn::BitCast(d, hn::Or(c8, hn::ShiftLeft<8>(y8)))), at.out[0][0] + 2 * x);
+        // Halves are exact, so that a fused product changes nothing.
+        const auto chromaOf = [](VF32 first, VF32 second, float b, VF32 third, float c) HWY_ATTR {
+            const DF32 f;
+            return hn::Sub(hn::MulSub(hn::Set(f, 0.5F), first, hn::Mul(hn::Set(f, b), second)),
+                           hn::Mul(hn::Set(f, c), third));
+        };
+        const VF32 cb = chromaOf(even[2], even[1], 0.332031F, even[0], 0.167969F);
+        const VF32 cr = chromaOf(even[0], even[1], 0.417969F, even[2], 0.082031F);
+        const VI16 newChroma = hn::Add(PackToShorts(RoundedAway(cb), RoundedAway(cr)), hn::Set(d16, 128));
+        const VI16 newLuma = PackToShorts(RoundedUpwards(lumaOf(even)), RoundedUpwards(lumaOf(odd)));
+        // In each block Cb, Cr, Y0, Y1 of four pairs.
+        alignas(16) static constexpr std::uint8_t kInPairs[16] = {0, 8,  4, 12, 1, 9,  5, 13,
+                                                                  2, 10, 6, 14, 3, 11, 7, 15};
+        const VU8 made = hn::TableLookupBytes(PackToBytes(newChroma, newLuma), InEveryBlock(kInPairs));
+        put(d, limits(made), at.out[0][0] + 2 * x);
     }
 
     Table luma;
