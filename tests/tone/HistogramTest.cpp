@@ -174,7 +174,7 @@ TEST(Histogram, CountsAllPicturesOnAllTargets) {
                         continue;
                     }
                     if (content == kFewColours || (content == kRuns && Random()() % 32 == 0)) {
-                        colour = 0x80402010U + Random()() % 8 * 0x00010101U;
+                        colour = 0x80402010U + static_cast<ULong32>(Random()() % 8) * 0x00010101U;
                     }
                     std::memcpy(Line(image, y) + 4 * std::size_t{x}, &colour, 4);
                 }
