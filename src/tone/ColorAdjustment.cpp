@@ -17,6 +17,8 @@ namespace {
 
 constexpr double kMostGain = 128;
 
+constexpr double kRadians = 0.017453292500000002;  // of a degree
+
 /// What is not a number changes nothing.
 void SetLimited(double& setting, double value, double low, double high) noexcept {
     if (!std::isnan(value)) {
@@ -76,14 +78,6 @@ Body IntegerBody(const Image& source, const Image& destination) noexcept {
     }
 }
 
-ByteTable GammaTable(double exponent) noexcept {
-    ByteTable table;
-    for (unsigned i = 0; i < table.size(); ++i) {
-        table[i] = LimitedByte(Power(i * 0.00392156862745098, exponent) * 255 + 0.5);
-    }
-    return table;
-}
-
 }  // namespace
 
 constinit CPUcapabilities& ColorAdjustment::CPUinstructionSet = classCapabilities[kOwnerColorAdjustment];
@@ -102,10 +96,24 @@ void ColorAdjustment::SetSaturation(double value) noexcept {
 
 void ColorAdjustment::SetHue(double degrees) noexcept {
     SetLimited(hue, degrees, -180, 180);
+    turn.cosine = Cosine(hue * kRadians);
+    turn.sine = Sine(hue * kRadians);
+    const FixedTurn fixed = FixedTurn::Of(turn.cosine, turn.sine);
+    turn.hasHalves = fixed.isExact;
+    const FixedFactor factors[] = {fixed.cosine, fixed.sine, fixed.minusSine};
+    for (std::size_t i = 0; i < std::size(factors); ++i) {
+        turn.halves[i][0] = factors[i].high;
+        turn.halves[i][1] = factors[i].low;
+    }
 }
 
 void ColorAdjustment::SetYgamma(double exponent) noexcept {
     SetLimited(yGamma, exponent, 0, HUGE_VAL);
+    if (yGamma != 1) {
+        for (unsigned i = 0; i < 256; ++i) {
+            gammaTable[i] = LimitedByte(Power(i * 0.00392156862745098, yGamma) * 255 + 0.5);
+        }
+    }
 }
 
 Long32 ColorAdjustment::Do(ImageView& source, ImageView& destination, ProcessingStyleEnum style) {
@@ -151,19 +159,16 @@ Long32 ColorAdjustment::Do(ImageView& source, ImageView& destination, Processing
         return selected;
     }
 
-    constexpr double kRadians = 0.017453292500000002;  // of a degree
     AdjustmentSettings settings;
     settings.isLumaFirst = body.isLumaFirst;
     settings.contrast = contrast;
     settings.lift = static_cast<int>(brightness * 255);
-    settings.cosine = Cosine(hue * kRadians);
-    settings.sine = Sine(hue * kRadians);
+    settings.gamma = body.hasGamma && yGamma != 1 ? gammaTable : nullptr;
+    settings.cosine = turn.cosine;
+    settings.sine = turn.sine;
+    const auto factor = [&](std::size_t i) { return FixedFactor{turn.halves[i][0], turn.halves[i][1]}; };
+    settings.turn = {factor(0), factor(1), factor(2), turn.hasHalves};
     settings.saturation = saturation;
-    ByteTable gamma;
-    if (body.hasGamma && yGamma != 1) {
-        gamma = GammaTable(yGamma);
-        settings.gamma = &gamma;
-    }
     if (body.kernel == &kAdjustPairs) {
         job.width -= job.width % 2;
     }

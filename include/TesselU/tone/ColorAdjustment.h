@@ -61,8 +61,9 @@ public:
     /// Adjusts the picture of `source` into `destination`, over the smaller of the two widths and heights.
     ///
     /// `kFlp` takes both views as RGB `k4444` or `k444`, both as YCrCb `k422`, where an odd last pixel stays
-    /// as it was, or `source` as YCrCb `k4444`, and then any packed `destination`: it is written 4 bytes a
-    /// pixel, as far as its plane reaches. Samples are taken in the component order of `source`.
+    /// as it was, or `source` as YCrCb `k4444`, and then any packed `destination` of 8 bits a sample, which
+    /// is written 4 bytes a pixel, as many whole pixels as its plane holds. Samples are taken in the
+    /// component order of `source`.
     ///
     /// `kInt_MMXorSIMD` takes one of the formats `kFmtRGB32`, `kFmtCbYCrA`, `kFmtRGB24` and `kFmtYCbCrA`, the
     /// same on both sides. Where both styles take a format they give the same bytes.
@@ -84,6 +85,16 @@ private:
     bool mmxOnly = false;
     double contrastStep = 1.0 / 256;
     double saturationStep = 1.0 / 256;
+
+    /// The turn of `hue`, worked out when it is set: also in halves of 16 bits where kernels can take those.
+    struct Turn {
+        double cosine = 1;
+        double sine = 0;
+        short halves[3][2] = {};  ///< of the cosine, the sine, the negative sine
+        bool hasHalves = false;
+    };
+    Turn turn;
+    unsigned char gammaTable[256] = {};  ///< of `yGamma`, unless that is 1
 };
 
 }  // namespace Zan

@@ -4,13 +4,12 @@
 
 #include <cstring>
 
-#include "tone/kernels/FixedTurn.h"
-
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "tone/kernels/Adjustment.cpp"
 #include "simd/Foreach.h"
 // After it: these are compiled once per target.
 #include "convert/kernels/Packed-inl.h"
+#include "simd/ByteTable-inl.h"
 #include "tone/kernels/GainLine-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -20,33 +19,47 @@ namespace {
 
 // ---- One sample at a time ---------------------------------------------------------------------------------
 
-/// The steps on single samples, as tables of bytes where that is possible.
+/// The steps on single samples, by their formulas.
 struct Steps {
-    HWY_ATTR Steps(const AdjustmentSettings& s, const GainTable& contrast, const GainTable& saturation)
-        : settings(s), turns(s.Turns()), isNeutral(s.IsNeutral()) {
+    explicit Steps(const AdjustmentSettings& s) : settings(s) {}
+
+    std::uint8_t Luma(std::uint8_t luma) const { return AdjustedLuma(settings, luma); }
+    std::uint8_t Saturated(std::uint8_t chroma) const { return Amplified(chroma, settings.saturation, 128); }
+
+    const AdjustmentSettings& settings;
+};
+
+/// The same as tables.
+struct StepTables {
+    explicit StepTables(const AdjustmentSettings& s) : settings(s) {
+        const GainTable contrast(s.contrast, 16), saturation(s.saturation, 128);
         for (std::size_t i = 0; i < 256; ++i) {
             luma[i] = static_cast<std::uint8_t>(std::clamp(contrast[i] + s.lift, 0, 255));
-            saturated[i] = static_cast<std::uint8_t>(saturation[i]);
+            chroma[i] = static_cast<std::uint8_t>(saturation[i]);
         }
         if (s.gamma != nullptr) {
             for (std::uint8_t& value : luma) {
-                value = (*s.gamma)[value];
+                value = s.gamma[value];
             }
         }
     }
 
-    /// Hue and saturation.
-    ChromaSamples operator()(ChromaSamples in) const {
-        if (turns) {
-            in = TurnedChroma(in.cb - 128, in.cr - 128, settings.cosine, settings.sine);
-        }
-        return {saturated[in.cb], saturated[in.cr]};
-    }
+    std::uint8_t Luma(std::uint8_t y) const { return luma[y]; }
+    std::uint8_t Saturated(std::uint8_t c) const { return chroma[c]; }
 
     const AdjustmentSettings& settings;
-    bool turns, isNeutral;
-    ByteTable luma, saturated;
+    std::uint8_t luma[256], chroma[256];
 };
+
+/// Hue and saturation.
+template <class Steps>
+HWY_INLINE ChromaSamples AdjustedChroma(const Steps& steps, ChromaSamples in) {
+    const AdjustmentSettings& settings = steps.settings;
+    if (settings.Turns()) {
+        in = TurnedChroma(in.cb - 128, in.cr - 128, settings.cosine, settings.sine);
+    }
+    return {steps.Saturated(in.cb), steps.Saturated(in.cr)};
+}
 
 #if HWY_TARGET != HWY_SCALAR
 
@@ -61,7 +74,7 @@ struct NoTurn {
     static constexpr bool kTurns = false;
     static constexpr std::int16_t kScale = 1;
 
-    NoTurn(const AdjustmentSettings&, const FixedTurn&) {}
+    explicit NoTurn(const AdjustmentSettings&) {}
     HWY_INLINE HWY_ATTR VI16 operator()(VI16 chroma) const { return chroma; }
 };
 
@@ -72,7 +85,8 @@ public:
     static constexpr bool kTurns = true;
     static constexpr std::int16_t kScale = 2;
 
-    HWY_INLINE HWY_ATTR TurnInFixedPoint(const AdjustmentSettings&, const FixedTurn& turn) {
+    HWY_INLINE HWY_ATTR explicit TurnInFixedPoint(const AdjustmentSettings& settings) {
+        const FixedTurn& turn = settings.turn;
         high[0] = WordPairs(turn.cosine.high, turn.sine.high);
         low[0] = WordPairs(turn.cosine.low, turn.sine.low);
         high[1] = WordPairs(turn.minusSine.high, turn.cosine.high);
@@ -93,13 +107,13 @@ private:
     VI16 high[2], low[2];
 };
 
-/// Double precision, for angles and pictures for which there is no fixed point.
+/// Double precision, for angles that have no fixed point.
 class TurnInDoubles {
 public:
     static constexpr bool kTurns = true;
     static constexpr std::int16_t kScale = 1;
 
-    HWY_INLINE HWY_ATTR TurnInDoubles(const AdjustmentSettings& settings, const FixedTurn&)
+    HWY_INLINE HWY_ATTR explicit TurnInDoubles(const AdjustmentSettings& settings)
         : cosine(hn::Set(d, settings.cosine)), sine(hn::Set(d, settings.sine)) {}
 
     HWY_INLINE HWY_ATTR VI16 operator()(VI16 chroma) const {
@@ -169,7 +183,7 @@ struct ByteOrder {
 };
 
 /// Four bytes: a pixel and its alpha, or two pixels that share their chroma.
-template <bool HasAlpha>
+template <bool HasAlpha, class Steps>
 struct YCrCbUnits {
     using Place = simd::Place<1, 1>;
     static constexpr std::size_t kUnit = HasAlpha ? 1 : 2;
@@ -181,80 +195,103 @@ struct YCrCbUnits {
     void Unit(const Place& at, std::size_t x) const {
         const std::uint8_t* in = at.in[0][0] + 4 / kUnit * x;
         std::uint8_t* out = at.out[0][0] + 4 / kUnit * x;
-        const ChromaSamples chroma = steps({in[order.cb], in[order.cr]});
-        out[order.luma] = steps.luma[in[order.luma]];
-        out[order.second] = HasAlpha ? in[order.second] : steps.luma[in[order.second]];
+        const ChromaSamples chroma = AdjustedChroma(steps, {in[order.cb], in[order.cr]});
+        out[order.luma] = steps.Luma(in[order.luma]);
+        out[order.second] = HasAlpha ? in[order.second] : steps.Luma(in[order.second]);
         out[order.cb] = chroma.cb;
         out[order.cr] = chroma.cr;
-    }
-
-    bool Row(const Place& at, std::size_t columns) const {
-        if (steps.isNeutral) {
-            std::memmove(at.out[0][0], at.in[0][0], 4 / kUnit * columns);
-        }
-        return steps.isNeutral;
     }
 
     const Steps& steps;
     ByteOrder order;
 };
 
+/// All settings neutral.
+template <bool HasAlpha>
+struct YCrCbCopy : YCrCbUnits<HasAlpha, Steps> {
+    using YCrCbUnits<HasAlpha, Steps>::YCrCbUnits;
+
+    bool Row(const simd::Place<1, 1>& at, std::size_t columns) const {
+        std::memmove(at.out[0][0], at.in[0][0], (HasAlpha ? 4 : 2) * columns);
+        return true;
+    }
+};
+
 #if HWY_TARGET != HWY_SCALAR
 
-/// The gains as lines.
-template <bool HasAlpha, class Turn>
-class YCrCbByLines : public YCrCbUnits<HasAlpha> {
-    using Base = YCrCbUnits<HasAlpha>;
-
-public:
+/// Steps of whole vectors, by `Form::Adjusted`.
+template <bool HasAlpha, class Steps, class Form>
+struct YCrCbVectors : YCrCbUnits<HasAlpha, Steps> {
+    using Base = YCrCbUnits<HasAlpha, Steps>;
     using typename Base::Place;
-    static constexpr std::size_t kStep = kLineVectors * kVectorBytes * Base::kUnit / 4;
+    static constexpr std::size_t kBytes = 4 / Base::kUnit;  // a pixel
+    static constexpr std::size_t kStep = kLineVectors * kVectorBytes / kBytes;
 
-    HWY_ATTR YCrCbByLines(const Steps& s, const GainLine& contrast, const GainLine& saturation,
-                          const FixedTurn& fixed)
-        : Base(s), turn(s.settings, fixed), lumaLine(contrast), chromaLine(saturation) {
-        const ByteOrder& at = Base::order;
-        const DU8 d;
-        const int chroma = Turn::kTurns ? Turn::kScale : saturation.multiplier;
-        chromaWeights = Weights(chroma, at.cb, at.cr);
-        lumaWeights = Weights(contrast.multiplier, at.luma, at.second);
-        neutral = hn::Set(DI16(), 128 * Turn::kScale);
-        // After the turn chroma has lost its 128.
-        chromaMultiplier = hn::Set(DU16(), saturation.multiplier);
-        if (Turn::kTurns) {
-            chromaLine.start =
-                hn::Set(DU16(), static_cast<std::uint16_t>(saturation.start + 128U * saturation.multiplier));
-        }
-        raised = hn::Set(d, static_cast<std::uint8_t>(std::clamp(s.settings.lift, 0, 255)));
-        lowered = hn::Set(d, static_cast<std::uint8_t>(std::clamp(-s.settings.lift, 0, 255)));
-        std::uint8_t isLuma[4] = {}, isKept[4] = {};
-        isLuma[at.luma] = isLuma[at.second] = isKept[at.second] = 255;
-        raised = hn::And(raised, InEveryWord(isLuma));
-        lowered = hn::And(lowered, InEveryWord(isLuma));
-        kept = InEveryWord(isKept);
-        alignas(16) std::uint8_t from[16];
-        for (std::size_t i = 0; i < 16; i += 4) {
-            const auto first = static_cast<std::uint8_t>(i / 2);
-            from[i + at.cb] = first;
-            from[i + at.cr] = first + 1;
-            from[i + at.luma] = first + 8;
-            from[i + at.second] = first + 9;
-        }
-        interleave = InEveryBlock(from);
-    }
+    using Base::Base;
 
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
-        PutLine(at.out[0][0] + 4 * x / Base::kUnit, put, [&](std::size_t i) HWY_ATTR {
-            return Adjusted(hn::LoadU(DU8(), at.in[0][0] + 4 * x / Base::kUnit + i * kVectorBytes));
+        const Form& form = static_cast<const Form&>(*this);
+        PutLine(at.out[0][0] + kBytes * x, put, [&](std::size_t i) HWY_ATTR {
+            return form.Adjusted(hn::LoadU(DU8(), at.in[0][0] + kBytes * x + i * kVectorBytes));
         });
     }
 
-private:
+protected:
+    /// `weight` at the two samples of luma or of chroma, for words of samples.
     static HWY_ATTR VI8 Weights(int weight, std::size_t a, std::size_t b) {
         std::uint8_t weights[4] = {};
         weights[a] = weights[b] = static_cast<std::uint8_t>(weight);
         return hn::BitCast(DI8(), InEveryWord(weights));
+    }
+
+    /// How bytes lie that have been packed from words of chroma, then of luma.
+    HWY_ATTR VU8 Interleave() const {
+        alignas(16) std::uint8_t from[16];
+        for (std::size_t i = 0; i < 16; i += 4) {
+            const auto first = static_cast<std::uint8_t>(i / 2);
+            from[i + Base::order.cb] = first;
+            from[i + Base::order.cr] = first + 1;
+            from[i + Base::order.luma] = first + 8;
+            from[i + Base::order.second] = first + 9;
+        }
+        return InEveryBlock(from);
+    }
+
+    /// 255 at luma, and at the second luma or alpha where asked for.
+    HWY_ATTR VU8 LumaBytes(bool luma, bool second) const {
+        std::uint8_t bytes[4] = {};
+        bytes[Base::order.luma] = luma ? 255 : 0;
+        bytes[Base::order.second] = second ? 255 : 0;
+        return InEveryWord(bytes);
+    }
+};
+
+/// The gains as lines.
+template <bool HasAlpha, class Turn>
+class YCrCbByLines : public YCrCbVectors<HasAlpha, Steps, YCrCbByLines<HasAlpha, Turn> > {
+    using Base = YCrCbVectors<HasAlpha, Steps, YCrCbByLines>;
+
+public:
+    HWY_ATTR YCrCbByLines(const Steps& s, const GainLine& contrast, const GainLine& saturation)
+        : Base(s), turn(s.settings), lumaLine(contrast), chromaLine(saturation) {
+        const DU16 du;
+        const ByteOrder& at = Base::order;
+        chromaWeights = Base::Weights(Turn::kTurns ? Turn::kScale : saturation.multiplier, at.cb, at.cr);
+        lumaWeights = Base::Weights(contrast.multiplier, at.luma, at.second);
+        neutral = hn::Set(DI16(), 128 * Turn::kScale);
+        chromaMultiplier = hn::Set(du, saturation.multiplier);
+        if (Turn::kTurns) {
+            // Chroma has lost its 128.
+            chromaLine.start =
+                hn::Set(du, static_cast<std::uint16_t>(saturation.start + 128U * saturation.multiplier));
+        }
+        const int lift = s.settings.lift;
+        const VU8 luma = Base::LumaBytes(true, true);
+        raised = hn::And(luma, hn::Set(DU8(), static_cast<std::uint8_t>(std::clamp(lift, 0, 255))));
+        lowered = hn::And(luma, hn::Set(DU8(), static_cast<std::uint8_t>(std::clamp(-lift, 0, 255))));
+        alpha = Base::LumaBytes(false, true);
+        interleave = Base::Interleave();
     }
 
     HWY_INLINE HWY_ATTR VU8 Adjusted(VU8 v) const {
@@ -270,15 +307,53 @@ private:
         const VU8 packed = PackToBytes(chromaLine(hn::BitCast(du, chroma)), lumaLine(hn::BitCast(du, luma)));
         const VU8 gained = hn::TableLookupBytes(packed, interleave);
         const VU8 lifted = hn::SaturatedSub(hn::SaturatedAdd(gained, raised), lowered);
-        return HasAlpha ? hn::IfVecThenElse(kept, v, lifted) : lifted;
+        return HasAlpha ? hn::IfVecThenElse(alpha, v, lifted) : lifted;
     }
 
+private:
     Turn turn;
     LineLanes lumaLine, chromaLine;
     VI8 chromaWeights, lumaWeights;
     VI16 neutral;
     VU16 chromaMultiplier;
-    VU8 raised, lowered, kept, interleave;
+    VU8 raised, lowered, alpha, interleave;
+};
+
+/// All steps but the turn as tables.
+template <bool HasAlpha, class Turn, class Table>
+class YCrCbByTables : public YCrCbVectors<HasAlpha, StepTables, YCrCbByTables<HasAlpha, Turn, Table> > {
+    using Base = YCrCbVectors<HasAlpha, StepTables, YCrCbByTables>;
+
+public:
+    HWY_ATTR explicit YCrCbByTables(const StepTables& s)
+        : Base(s), turn(s.settings), lumaTable(s.luma), chromaTable(s.chroma) {
+        const ByteOrder& at = Base::order;
+        chromaWeights = Base::Weights(Turn::kScale, at.cb, at.cr);
+        lumaWeights = Base::Weights(1, at.luma, at.second);
+        neutral = hn::Set(DI16(), 128 * Turn::kScale);
+        interleave = Base::Interleave();
+        luma = Base::LumaBytes(true, !HasAlpha);
+        alpha = Base::LumaBytes(false, true);
+    }
+
+    HWY_INLINE HWY_ATTR VU8 Adjusted(VU8 v) const {
+        VU8 turned = v;
+        if constexpr (Turn::kTurns) {
+            const VI16 chroma = turn(hn::Sub(MulAddPairs(v, chromaWeights), neutral));
+            const VU8 packed =
+                PackToBytes(hn::Add(chroma, hn::Set(DI16(), 128)), MulAddPairs(v, lumaWeights));
+            turned = hn::TableLookupBytes(packed, interleave);
+        }
+        const VU8 made = hn::IfVecThenElse(luma, lumaTable(turned), chromaTable(turned));
+        return HasAlpha ? hn::IfVecThenElse(alpha, v, made) : made;
+    }
+
+private:
+    Turn turn;
+    Table lumaTable, chromaTable;
+    VI8 chromaWeights, lumaWeights;
+    VI16 neutral;
+    VU8 luma, alpha, interleave;
 };
 
 #endif  // HWY_TARGET
@@ -286,7 +361,7 @@ private:
 // ---- RGB --------------------------------------------------------------------------------------------------
 
 /// B, G, R, and alpha where there are 4 bytes.
-template <std::size_t Bytes>
+template <std::size_t Bytes, class Steps>
 struct RGBUnits {
     using Place = Rows;
     static constexpr PlaneUse kSources[] = {{.index = 0, .bytesPer16 = 16 * Bytes}};
@@ -303,8 +378,8 @@ struct RGBUnits {
             sample[i] = static_cast<std::uint8_t>(RowIn4096ths(kRgbToYCrCb[i], in[0], in[1], in[2]) +
                                                   (i == 1 ? 16 : 128));
         }
-        const ChromaSamples chroma = steps({sample[0], sample[2]});
-        const int luma = steps.luma[sample[1]];
+        const ChromaSamples chroma = AdjustedChroma(steps, {sample[0], sample[2]});
+        const int luma = steps.Luma(sample[1]);
         for (std::size_t i = 0; i < 3; ++i) {
             const int c = RowIn4096ths(kYCrCbToRgb[i], chroma.cb - 128, luma - 16, chroma.cr - 128);
             out[i] = static_cast<std::uint8_t>(std::clamp(c, 0, 255));
@@ -320,8 +395,8 @@ struct RGBUnits {
 #if HWY_TARGET != HWY_SCALAR
 
 template <std::size_t Bytes, class Turn, bool Fused>
-class RGBByLines : public RGBUnits<Bytes> {
-    using Base = RGBUnits<Bytes>;
+class RGBByLines : public RGBUnits<Bytes, Steps> {
+    using Base = RGBUnits<Bytes, Steps>;
     using Reader = PixelsReader<Bytes, false>;
     using Writer = PixelsWriter<Bytes, false>;
     static constexpr std::size_t kPairs = Writer::kSteps;  // of vectors
@@ -330,9 +405,8 @@ public:
     using typename Base::Place;
     static constexpr std::size_t kStep = kPairs * kVectorPixels;
 
-    HWY_ATTR RGBByLines(const Steps& s, const GainLine& contrast, const GainLine& saturation,
-                        const FixedTurn& fixed)
-        : Base(s), turn(s.settings, fixed), lumaLine(contrast), chromaLine(saturation) {
+    HWY_ATTR RGBByLines(const Steps& s, const GainLine& contrast, const GainLine& saturation)
+        : Base(s), turn(s.settings), lumaLine(contrast), chromaLine(saturation) {
         const auto word = [](unsigned value) { return hn::Set(DU16(), static_cast<std::uint16_t>(value)); };
         const auto limit = [](int value) { return hn::Set(DI16(), static_cast<std::int16_t>(value)); };
         // Luma comes and goes without its 16, chroma without its 128. The lift moves the limits of contrast.
@@ -432,94 +506,89 @@ private:
 
 // ---- Kernels ----------------------------------------------------------------------------------------------
 
-#if HWY_TARGET == HWY_SCALAR
+#if HWY_TARGET != HWY_SCALAR
 
-template <class Layout>
-void Run(const AdjustmentJob& job, const Steps& steps, const GainTable&, const GainTable&) {
-    Walk(typename Layout::Units(steps), job);
-}
-
-#else
-
-template <class Layout, bool Fused>
-HWY_ATTR void RunByLines(const AdjustmentJob& job, const Steps& steps, const GainLine& contrast,
-                         const GainLine& saturation) {
-    // Below this many pixels it takes less time to turn in doubles than to find out.
-    constexpr std::size_t kFewPixels = 1 << 13;
-    const AdjustmentSettings& settings = steps.settings;
-    FixedTurn fixed;
-    if (!steps.turns) {
-        Walk(typename Layout::template ByLines<NoTurn, Fused>(steps, contrast, saturation, fixed), job);
-        return;
-    }
-    if (job.width * job.height >= kFewPixels) {
-        fixed = FixedTurn::Of(settings.cosine, settings.sine);
-    }
-    if (fixed.isExact) {
-        Walk(typename Layout::template ByLines<TurnInFixedPoint<Fused>, Fused>(steps, contrast, saturation,
-                                                                               fixed),
-             job);
+/// Calls `run<Turn>()` with the form of the turn that the hue has.
+template <class Run>
+HWY_INLINE HWY_ATTR void WithTurn(const AdjustmentSettings& settings, const Run& run) {
+    if (!settings.Turns()) {
+        run.template operator()<NoTurn>();
+    } else if (!settings.turn.isExact) {
+        run.template operator()<TurnInDoubles>();
+    } else if (HWY_TARGET == HWY_AVX3 && simd::CurrentTarget() == simd::kAVX512DL) {
+        run.template operator()<TurnInFixedPoint<HWY_TARGET == HWY_AVX3> >();
     } else {
-        Walk(typename Layout::template ByLines<TurnInDoubles, Fused>(steps, contrast, saturation, fixed),
-             job);
+        run.template operator()<TurnInFixedPoint<false> >();
     }
 }
 
-template <class Layout>
-HWY_ATTR void Run(const AdjustmentJob& job, const Steps& steps, const GainTable& contrast,
-                  const GainTable& saturation) {
-    const AdjustmentSettings& settings = steps.settings;
-    if (!steps.isNeutral || Layout::kHasMatrix) {
-        const GainLine lumaLine = GainLine::Through(contrast, settings.contrast);
-        const GainLine chromaLine = GainLine::Through(saturation, settings.saturation);
-        if (lumaLine.isExact && chromaLine.isExact && settings.gamma == nullptr) {
-            RunByLines<Layout, false>(job, steps, lumaLine, chromaLine);
-            return;
-        }
-    }
-    Walk(typename Layout::Units(steps), job);
-}
+/// The lines of both gains.
+struct GainLines {
+    HWY_ATTR explicit GainLines(const AdjustmentSettings& settings)
+        : contrast(GainLine::Through(GainTable(settings.contrast, 16), settings.contrast)),
+          saturation(GainLine::Through(GainTable(settings.saturation, 128), settings.saturation)) {}
+
+    bool AreExact() const { return contrast.isExact && saturation.isExact; }
+
+    GainLine contrast, saturation;
+};
 
 #endif  // HWY_TARGET
 
-template <class Layout>
-HWY_ATTR void Adjust(const AdjustmentJob& job, const AdjustmentSettings& settings) {
-    const GainTable contrast(settings.contrast, 16), saturation(settings.saturation, 128);
-    const Steps steps(settings, contrast, saturation);
-    Run<Layout>(job, steps, contrast, saturation);
-}
-
 template <bool HasAlpha>
-struct YCrCbLayout {
-    static constexpr bool kHasMatrix = false;
-    using Units = YCrCbUnits<HasAlpha>;
+HWY_ATTR void AdjustYCrCb(const AdjustmentJob& job, const AdjustmentSettings& settings) {
+    if (settings.IsNeutral()) {
+        Walk(YCrCbCopy<HasAlpha>(Steps(settings)), job);
+        return;
+    }
 #if HWY_TARGET != HWY_SCALAR
-    template <class Turn, bool Fused>
-    using ByLines = YCrCbByLines<HasAlpha, Turn>;
+    // Where tables are permutes they beat the lines.
+    if (settings.gamma == nullptr && simd::CurrentTarget() != simd::kAVX512DL) {
+        const GainLines lines(settings);
+        if (lines.AreExact()) {
+            const Steps steps(settings);
+            WithTurn(settings, [&]<class Turn>() HWY_ATTR {
+                Walk(YCrCbByLines<HasAlpha, Turn>(steps, lines.contrast, lines.saturation), job);
+            });
+            return;
+        }
+    }
+    const StepTables tables(settings);
+    WithTurn(settings, [&]<class Turn>() HWY_ATTR {
+        WithByteTables([&]<class Table>()
+                           HWY_ATTR { Walk(YCrCbByTables<HasAlpha, Turn, Table>(tables), job); });
+    });
+#else
+    Walk(YCrCbUnits<HasAlpha, StepTables>(StepTables(settings)), job);
 #endif
-};
+}
 
 template <std::size_t Bytes>
-struct RGBLayout {
-    static constexpr bool kHasMatrix = true;
-    using Units = RGBUnits<Bytes>;
+HWY_ATTR void AdjustRGB(const AdjustmentJob& job, const AdjustmentSettings& settings) {
 #if HWY_TARGET != HWY_SCALAR
-    template <class Turn, bool Fused>
-    using ByLines = RGBByLines<Bytes, Turn, Fused>;
+    const GainLines lines(settings);
+    if (lines.AreExact()) {
+        const Steps steps(settings);
+        WithTurn(settings, [&]<class Turn>() HWY_ATTR {
+            Walk(RGBByLines<Bytes, Turn, false>(steps, lines.contrast, lines.saturation), job);
+        });
+        return;
+    }
 #endif
-};
+    Walk(RGBUnits<Bytes, StepTables>(StepTables(settings)), job);
+}
 
 void Pairs(const AdjustmentJob& job, const AdjustmentSettings& settings) {
-    Adjust<YCrCbLayout<false> >(job, settings);
+    AdjustYCrCb<false>(job, settings);
 }
 void Pixels(const AdjustmentJob& job, const AdjustmentSettings& settings) {
-    Adjust<YCrCbLayout<true> >(job, settings);
+    AdjustYCrCb<true>(job, settings);
 }
 void RGB32(const AdjustmentJob& job, const AdjustmentSettings& settings) {
-    Adjust<RGBLayout<4> >(job, settings);
+    AdjustRGB<4>(job, settings);
 }
 void RGB24(const AdjustmentJob& job, const AdjustmentSettings& settings) {
-    Adjust<RGBLayout<3> >(job, settings);
+    AdjustRGB<3>(job, settings);
 }
 
 }  // namespace

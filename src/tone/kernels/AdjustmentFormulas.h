@@ -7,19 +7,19 @@
 #include <cstdint>
 
 #include "convert/DefaultMatrices.h"
+#include "tone/kernels/FixedTurn.h"
 
 // The steps of the processing amplifier, on samples of one pixel.
 
 namespace Zan {
 
-using ByteTable = std::array<std::uint8_t, 256>;
-
 struct AdjustmentSettings {
     bool isLumaFirst = false;  ///< of YCrCb: Y Cb Y Cr or Y Cb Cr A; else Cb Y Cr Y or Cb Y Cr A
     double contrast = 1;
-    int lift = 0;                      ///< in code values
-    const ByteTable* gamma = nullptr;  ///< null: none
+    int lift = 0;                         ///< in code values
+    const std::uint8_t* gamma = nullptr;  ///< 256 entries; null: none
     double cosine = 1, sine = 0;
+    FixedTurn turn;
     double saturation = 1;
 
     bool Turns() const noexcept { return cosine != 1; }
@@ -43,7 +43,7 @@ constexpr std::uint8_t Amplified(unsigned value, double gain, int center) noexce
 constexpr std::uint8_t AdjustedLuma(const AdjustmentSettings& settings, unsigned luma) noexcept {
     const int lifted = Amplified(luma, settings.contrast, 16) + settings.lift;
     const auto limited = static_cast<std::uint8_t>(std::clamp(lifted, 0, 255));
-    return settings.gamma != nullptr ? (*settings.gamma)[limited] : limited;
+    return settings.gamma != nullptr ? settings.gamma[limited] : limited;
 }
 
 struct ChromaSamples {
