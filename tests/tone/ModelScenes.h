@@ -242,10 +242,11 @@ struct Scene {
         const auto top = OneIn(2) ? 0 : RandomFrom<Zan::Long32>(0, 3);
         const int lines = field ? 2 * height : height;
         // Views may be empty, pictures are not.
-        format.width = std::max(1U, static_cast<Zan::ULong32>(left + width) + layout.spareColumns +
-                                        (OneIn(2) ? 0U : RandomFrom<Zan::ULong32>(0, 7)));
-        format.height = std::max(
-            1U, static_cast<Zan::ULong32>(top + lines) + (OneIn(2) ? 0U : RandomFrom<Zan::ULong32>(0, 2)));
+        format.width =
+            std::max<Zan::ULong32>(1, static_cast<Zan::ULong32>(left + width) + layout.spareColumns +
+                                          (OneIn(2) ? 0U : RandomFrom<Zan::ULong32>(0, 7)));
+        format.height = std::max<Zan::ULong32>(
+            1, static_cast<Zan::ULong32>(top + lines) + (OneIn(2) ? 0U : RandomFrom<Zan::ULong32>(0, 2)));
         const Zan::ULong32 unit = layout.pitchUnit;
         format.padding = unit * (OneIn(2) ? 0U : RandomFrom<Zan::ULong32>(0, 5));
         format.padding += (unit - format.LineBytes() % unit) % unit;
