@@ -60,11 +60,10 @@ Pair After(AnyStage& stage, const Pair& pair) {
 
 template <class AnyStage>
 class EveryStage : public testing::Test {};
-using Stages =
-    testing::Types<LumaLevelsStage, BrightnessContrastStage, LumaLevelsContrastStage, HueStage,
-                   SaturationStage, HueSaturationStage, LegalizeStage, RedLevelsStage, GreenLevelsStage,
-                   BlueLevelsStage, RedGreenLevelsStage, RedBlueLevelsStage, GreenBlueLevelsStage,
-                   RgbLevelsStage>;
+using Stages = testing::Types<LumaLevelsStage, BrightnessContrastStage, LumaLevelsContrastStage, HueStage,
+                              SaturationStage, HueSaturationStage, LegalizeStage, RedLevelsStage,
+                              GreenLevelsStage, BlueLevelsStage, RedGreenLevelsStage, RedBlueLevelsStage,
+                              GreenBlueLevelsStage, RgbLevelsStage>;
 TYPED_TEST_SUITE(EveryStage, Stages);
 
 TYPED_TEST(EveryStage, SaysWhyItCannotRun) {
@@ -154,13 +153,13 @@ TEST(CorrectionStages, OneStageTakesEachGroup) {
     const auto configured = [](const tagBASECOLORCORRINFO& record) {
         Context c(false);
         EXPECT_EQ(c.Configure(record, true), 0);
-        return Wanted{c.lumaLevels.IsConfigured(),     c.brightnessContrast.IsConfigured(),
+        return Wanted{c.lumaLevels.IsConfigured(),         c.brightnessContrast.IsConfigured(),
                       c.lumaLevelsContrast.IsConfigured(), c.hue.IsConfigured(),
-                      c.saturation.IsConfigured(),     c.hueSaturation.IsConfigured(),
-                      c.redLevels.IsConfigured(),      c.greenLevels.IsConfigured(),
-                      c.blueLevels.IsConfigured(),     c.redGreenLevels.IsConfigured(),
-                      c.redBlueLevels.IsConfigured(),  c.greenBlueLevels.IsConfigured(),
-                      c.rgbLevels.IsConfigured(),      c.legalize.IsConfigured()};
+                      c.saturation.IsConfigured(),         c.hueSaturation.IsConfigured(),
+                      c.redLevels.IsConfigured(),          c.greenLevels.IsConfigured(),
+                      c.blueLevels.IsConfigured(),         c.redGreenLevels.IsConfigured(),
+                      c.redBlueLevels.IsConfigured(),      c.greenBlueLevels.IsConfigured(),
+                      c.rgbLevels.IsConfigured(),          c.legalize.IsConfigured()};
     };
     const auto only = [](std::initializer_list<std::size_t> which) {
         Wanted wanted{};
@@ -170,10 +169,11 @@ TEST(CorrectionStages, OneStageTakesEachGroup) {
         return wanted;
     };
     // Each member of a group by itself.
-    for (const auto member : {&tagBASECOLORCORRINFO::lumaLow, &tagBASECOLORCORRINFO::lumaMid,
-                              &tagBASECOLORCORRINFO::lumaHigh}) {
+    for (int member = 0; member < 3; ++member) {
         tagBASECOLORCORRINFO record;
-        record.*member = 1;
+        record.lumaLow = member == 0;
+        record.lumaMid = member == 1;
+        record.lumaHigh = member == 2;
         EXPECT_EQ(configured(record), only({0}));
         record.contrast = 1;
         EXPECT_EQ(configured(record), only({2}));
@@ -229,9 +229,9 @@ TEST(CorrectionStages, DescriptorSaysWhatPicturesAre) {
     const PictureDescriptor picture;
     EXPECT_EQ(picture.size, 160U);
     EXPECT_EQ(picture.fourCharacters, 0x56555940U);  // "@YUV"
-    EXPECT_EQ(std::tuple(picture.channels, picture.bits, picture.bitField, picture.planes,
-                         picture.strideAlignment),
-              std::tuple(1U, 8U, 16U, 1U, 512U));
+    EXPECT_EQ(
+        std::tuple(picture.channels, picture.bits, picture.bitField, picture.planes, picture.strideAlignment),
+        std::tuple(1U, 8U, 16U, 1U, 512U));
 }
 
 TEST(CorrectionStages, AlignmentIsThatOfAddressAndPitch) {
@@ -395,9 +395,8 @@ TEST(CorrectionStages, EveryCombinationOfColours) {
     const auto expected = [&](const Pair& pair, bool red, bool green, bool blue) {
         const std::uint8_t* const tables[3] = {red ? halves.data() : nullptr, green ? halves.data() : nullptr,
                                                blue ? halves.data() : nullptr};
-        Zan::PixelPair pixels = {
-            static_cast<std::uint8_t>(pair.cb), static_cast<std::uint8_t>(pair.y0),
-            static_cast<std::uint8_t>(pair.cr), static_cast<std::uint8_t>(pair.y1)};
+        Zan::PixelPair pixels = {static_cast<std::uint8_t>(pair.cb), static_cast<std::uint8_t>(pair.y0),
+                                 static_cast<std::uint8_t>(pair.cr), static_cast<std::uint8_t>(pair.y1)};
         Zan::CorrectColours(tables, pixels);
         return Pair{pixels.cb, pixels.y0, pixels.cr, pixels.y1};
     };
