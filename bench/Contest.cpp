@@ -7,8 +7,8 @@
 namespace bench {
 
 const char* ColumnName(Column column) {
-    static constexpr std::array<const char*, kColumnCount> kNames = {"ours",   "plain",  "libyuv", "swscale",
-                                                                     "OpenCV", "pixman", "xfade",  "copy"};
+    static constexpr std::array<const char*, kColumnCount> kNames = {
+        "ours", "plain", "libyuv", "swscale", "OpenCV", "pixman", "avfilter", "copy"};
     return kNames[column];
 }
 
@@ -30,6 +30,8 @@ Contests::Contests() {
         .ratio = 0.95, .onSmall = 0.85, .onLargest = 0.95, .nanoseconds = 60, .besidePlain = true};
     // Nobody else has the format.
     constexpr Aim kWithAlphaPlane = {.ofCopy = 0.5, .ofCopyWithAVX2 = 0.4};
+    // Two permutes of whole tables are VBMI; AVX2 has sixteen shuffles in their place.
+    constexpr Aim kTables = {.ratio = 5, .withAVX2 = 1.5};
     // operation, title, aim, bytes read, bytes written, bytes of the result, alpha
     all = {{
         {"CrossDissolve32", "CrossDissolve, 32-bit", kDissolve, 8, 4, 4, true, {}},
@@ -72,6 +74,24 @@ Contests::Contests() {
         {"ShapeBGRA", "shape, BGRA", convert(1.0), 4, 4, 4, false, {}},
         {"UnshapeBGRA", "unshape, BGRA", convert(1.2), 4, 4, 4, false, {}},
         {"Gradient41", "gradient, pattern 41", kNone, 0, 1, 1, false, {}},
+        {"Tables422", "LookUpTable, 4:2:2", kTables, 2, 2, 2, false, {}},
+        {"Tables4224", "LookUpTable, 4:2:2:4", kTables, 3, 3, 3, false, {}},
+        {"Invert", "InvertLUT, 4:2:2", kTables, 2, 2, 2, false, {}},
+        {"PosterizeLUT", "PosterizeLUT, 4:2:2", kTables, 2, 2, 2, false, {}},
+        {"PosterizeFlp", "Posterize, 4:2:2", kTables, 2, 2, 2, false, {}},
+        {"PosterizeFixed", "Posterize, fixed, 4:2:2", kTables, 2, 2, 2, false, {}},
+        {"HistogramPhoto", "Histogram, photograph", {.ratio = 1.5}, 4, 0, 0, false, {}},
+        {"HistogramRamp", "Histogram, ramp", {.ratio = 1.0}, 4, 0, 0, false, {}},
+        {"HistogramNoise", "Histogram, noise", {.ratio = 1.0}, 4, 0, 0, false, {}},
+        {"Adjust422", "ColorAdjustment, 4:2:2", {.ratio = 1.2}, 2, 2, 2, false, {}},
+        {"AdjustHue422", "with hue, 4:2:2", {.ratio = 2.5}, 2, 2, 2, false, {}},
+        {"AdjustHue32", "with hue, 32-bit", {.ratio = 2.0}, 4, 4, 4, true, {}},
+        {"Correct422", "corrector, chroma", {.ratio = 5}, 2, 2, 2, false, {}},
+        {"CorrectRGB422", "corrector, colours", {.ratio = 2}, 2, 2, 2, false, {}},
+        {"LookUpTable3D", "LookUpTable3D", {.ofCopy = 0.95}, 4, 4, 4, false, {}},
+        {"CubePhoto", "CubeLUT 33, photograph", {.ratio = 2.0}, 4, 4, 4, true, {}},
+        {"CubeRamp", "CubeLUT 33, ramp", {.ratio = 2.0}, 4, 4, 4, true, {}},
+        {"CubeNoise", "CubeLUT 33, noise", {.ratio = 1.0}, 4, 4, 4, true, {}},
     }};
 }
 

@@ -24,7 +24,17 @@ inline constexpr Size kCallSize = {16, 2};
 inline constexpr Size kSmallSize = {128, 96};
 
 /// The columns of the table. Several entrants may share one; it shows the fastest of them.
-enum Column : std::size_t { kOurs, kPlain, kLibyuv, kSwscale, kOpenCV, kPixman, kXfade, kCopy, kColumnCount };
+enum Column : std::size_t {
+    kOurs,
+    kPlain,
+    kLibyuv,
+    kSwscale,
+    kOpenCV,
+    kPixman,
+    kAvfilter,
+    kCopy,
+    kColumnCount
+};
 
 const char* ColumnName(Column column);
 
@@ -89,6 +99,25 @@ enum class Operation : std::size_t {
     kShape,
     kUnshape,
     kGradient,
+    // Pairs, on the photograph where nothing else is said.
+    kTablesPairs,
+    kTablesPairsAndAlpha,
+    kInvert,
+    kPosterizeTables,
+    kPosterizeFlp,
+    kPosterizeFixed,
+    kHistogramPhoto,
+    kHistogramRamp,
+    kHistogramNoise,
+    kAdjustPairs,
+    kAdjustHue,
+    kAdjustPixels,
+    kCorrectPairs,
+    kCorrectColours,
+    kColours,
+    kCubePhoto,
+    kCubeRamp,
+    kCubeNoise,
     kCount
 };
 

@@ -143,7 +143,7 @@ void PrintHeading(std::ostream& out, const std::vector<Peer>& peers, const Optio
     }
     out << "\nplain: " << PlainCompiler(level) << "\n";
     std::string missing;
-    for (const Column column : {kLibyuv, kSwscale, kOpenCV, kPixman, kXfade}) {
+    for (const Column column : {kLibyuv, kSwscale, kOpenCV, kPixman, kAvfilter}) {
         bool isThere = false;
         for (const Peer& peer : peers) {
             if (peer.column == column) {
@@ -161,6 +161,8 @@ void PrintHeading(std::ostream& out, const std::vector<Peer>& peers, const Optio
     if (!missing.empty()) {
         out << "not there at build time: " << missing << "\n";
     }
+    out << "photograph: "
+        << (options.photo.empty() ? "none, a soft picture with grain in its place" : options.photo) << "\n";
     out << "processor time, median of " << options.repetitions
         << " repetitions in random order; ratio: how many times faster ours is; in: the smallest cache that "
            "holds all pictures of the operation\n\n";
@@ -238,7 +240,7 @@ int Main(int argc, char** argv) {
     std::vector<Row> rows, calls;
     std::vector<ThreadsRow> threads;
     for (const Size& size : options.sizes) {
-        const Pictures pictures(size);
+        const Pictures pictures(size, options.photo);
         Contests contests;
         EnterOurs(contests, pictures);
         EnterPlain(contests, pictures, CurrentLevel());

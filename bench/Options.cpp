@@ -55,6 +55,8 @@ std::optional<int> Parse(int argc, char** argv, Options& options) {
     app.add_option("--stream", stream, "whether our stores go around the cache")
         ->transform(
             CLI::CheckedTransformer(std::map<std::string, int>{{"never", 0}, {"always", 1}, {"size", -1}}));
+    app.add_option("--photo", options.photo, "a picture file (P6) for the operations that depend on content")
+        ->check(CLI::ExistingFile);
     app.add_option("--json", options.json, "FILE for all repetitions, as Google Benchmark writes them")
         ->excludes("--targets");
     app.add_option("--csv", options.csv, "FILE for the same")->excludes("--targets");

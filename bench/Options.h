@@ -15,6 +15,7 @@ struct Options {
     int repetitions = 21;
     double seconds = 0.03;  ///< of one repetition
     std::string json, csv;
+    std::string photo;  ///< a picture file (P6), or nothing
     bool list = false;
     /// Each in a process of its own, which inherits the other options; empty: only this one.
     std::vector<std::string> targets;

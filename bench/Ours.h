@@ -1,6 +1,8 @@
 #ifndef TESSELU_BENCH_OURS_H
 #define TESSELU_BENCH_OURS_H
 
+#include <string>
+
 #include "Contest.h"
 #include "Pictures.h"
 
@@ -8,6 +10,8 @@ namespace bench {
 
 /// Enters our operations, on the target that kernels run on when they are called.
 void EnterOurs(Contests& contests, const Pictures& pictures);
+/// Of them, tables, histograms and corrections.
+void EnterTone(Contests& contests, const Pictures& pictures);
 
 // What all entrants of an operation have in common.
 
@@ -29,6 +33,22 @@ inline constexpr double kBorderSoftness = 24, kBorderWidth = 16;
 inline constexpr std::uint32_t kBorderColour = 0xFF3060C0;
 /// The same as Cb, Y, Cr, Y.
 inline constexpr std::uint32_t kBorderColourOfPairs = 0x606460B1;
+
+/// Settings of the processing amplifier; the angle in degrees.
+inline constexpr double kBrightness = 0.05, kContrast = 1.1, kSaturation = 1.2, kHue = 20;
+
+/// Levels of the posterised channels.
+inline constexpr double kLevels = 12;
+
+/// The tables of an operation of 4:2:2 pairs that is one for each byte.
+struct PairTables {
+    std::uint8_t cb[256], y[256], cr[256], alpha[256];
+};
+PairTables TablesOf(Operation operation);
+
+/// A look of 33 colours a side, as the text of a .cube file.
+inline constexpr int kCubeSide = 33;
+std::string CubeText();
 
 /// Every byte alike, so that `memset` can take part.
 inline constexpr std::uint32_t kColour = 0xA1A1A1A1;

@@ -1,5 +1,7 @@
 #include <libyuv.h>
 
+#include <array>
+
 #include "Ours.h"
 #include "peers/Peers.h"
 
@@ -55,6 +57,26 @@ void EnterConversions(Contests& contests, const Pictures& p) {
           [=] { return libyuv::ARGBUnattenuate(shaped, 4 * w, out, 4 * w, w, h); });
 }
 
+/// Pairs to pixels, a table for each colour, and back.
+void EnterColours(Contests& contests, const Pictures& p) {
+    const int w = static_cast<int>(p.size.width), h = static_cast<int>(p.size.height);
+    const PairTables tables = TablesOf(Operation::kTablesPairs);
+    std::array<std::uint8_t, 1024> colours{};
+    for (std::size_t i = 0; i < 256; ++i) {
+        colours[4 * i] = tables.cb[i];
+        colours[4 * i + 1] = tables.y[i];
+        colours[4 * i + 2] = tables.cr[i];
+        colours[4 * i + 3] = static_cast<std::uint8_t>(i);
+    }
+    contests[Operation::kCorrectColours].Enter(
+        kLibyuv, "libyuv UYVYToARGB, ARGBColorTable, ARGBToUYVY", Promise::kNone,
+        [=, from = p.photoPairs, scratch = p.scratch, out = p.out] {
+            return libyuv::UYVYToARGB(from, 2 * w, scratch, 4 * w, w, h) |
+                   libyuv::ARGBColorTable(scratch, 4 * w, colours.data(), 0, 0, w, h) |
+                   libyuv::ARGBToUYVY(scratch, 4 * w, out, 2 * w, w, h);
+        });
+}
+
 void Enter(Contests& contests, const Pictures& p) {
     const int w = static_cast<int>(p.size.width), h = static_cast<int>(p.size.height);
     const std::uint8_t *a = p.a, *b = p.b, *key = p.key;
@@ -104,6 +126,7 @@ void Enter(Contests& contests, const Pictures& p) {
         return 0;
     });
     EnterConversions(contests, p);
+    EnterColours(contests, p);
 }
 
 int FlagsOf(Level level) {
@@ -138,6 +161,22 @@ std::string Limit(Level level) {
 
 void LimitLibyuvForCounting(Level level) {
     libyuv::MaskCpuFlags(FlagsOf(level) & ~libyuv::kCpuHasERMS);
+}
+
+std::function<void()> LibyuvPixelsTo444(const Pictures& p) {
+    const int w = static_cast<int>(p.size.width), h = static_cast<int>(p.size.height);
+    const std::size_t pixels = p.size.pixels();
+    return [=, from = p.photo, to = p.scratch] {
+        libyuv::ARGBToI444(from, 4 * w, to, w, to + pixels, w, to + 2 * pixels, w, w, h);
+    };
+}
+
+std::function<void()> Libyuv444ToPixels(const Pictures& p) {
+    const int w = static_cast<int>(p.size.width), h = static_cast<int>(p.size.height);
+    const std::size_t pixels = p.size.pixels();
+    return [=, from = p.scratch, to = p.out] {
+        libyuv::I444ToARGB(from, w, from + pixels, w, from + 2 * pixels, w, to, 4 * w, w, h);
+    };
 }
 
 Peer Libyuv() {

@@ -4,6 +4,9 @@
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
+#include <algorithm>
+#include <array>
+
 #include "Ours.h"
 #include "peers/Peers.h"
 
@@ -94,6 +97,65 @@ void EnterConversions(Contests& contests, const Pictures& p) {
           });
 }
 
+void EnterHistogram(Contests& contests, Operation operation, const Size& size, std::uint8_t* picture) {
+    const cv::Mat pixels(static_cast<int>(size.height), static_cast<int>(size.width), CV_8UC4, picture);
+    contests[operation].Enter(
+        kOpenCV, "OpenCV calcHist", Promise::kNone, [pixels, counts = std::array<cv::Mat, 4>()]() mutable {
+            static constexpr int kEntries = 256;
+            static constexpr float kRange[] = {0, 256};
+            const float* ranges = kRange;
+            for (int c = 0; c < 4; ++c) {
+                cv::calcHist(&pixels, 1, &c, cv::noArray(), counts[static_cast<std::size_t>(c)], 1, &kEntries,
+                             &ranges);
+            }
+            return 0;
+        });
+}
+
+void EnterTones(Contests& contests, const Pictures& p) {
+    const Enterer enter{contests};
+    const int w = static_cast<int>(p.size.width), h = static_cast<int>(p.size.height);
+    const cv::Mat pairs(h, w / 2, CV_8UC4, p.photoPairs), pairsOut(h, w / 2, CV_8UC4, p.out);
+    const cv::Mat alpha(h, w, CV_8UC1, p.photoPairs + 2 * p.size.pixels()),
+        alphaOut(h, w, CV_8UC1, p.out + 2 * p.size.pixels());
+    for (const Operation operation :
+         {Operation::kTablesPairs, Operation::kTablesPairsAndAlpha, Operation::kInvert,
+          Operation::kPosterizeTables, Operation::kPosterizeFlp, Operation::kPosterizeFixed}) {
+        const PairTables tables = TablesOf(operation);
+        cv::Mat lut(1, 256, CV_8UC4), alphaLut(1, 256, CV_8UC1);
+        for (int i = 0; i < 256; ++i) {
+            lut.at<cv::Vec4b>(i) = {tables.cb[i], tables.y[i], tables.cr[i], tables.y[i]};
+            alphaLut.at<std::uint8_t>(i) = tables.alpha[i];
+        }
+        const bool hasAlpha = operation == Operation::kTablesPairsAndAlpha;
+        enter(operation, kOpenCV, "OpenCV LUT", Promise::kSameBytes, [=] {
+            cv::LUT(pairs, lut, pairsOut);
+            if (hasAlpha) {
+                cv::LUT(alpha, alphaLut, alphaOut);
+            }
+        });
+    }
+    EnterHistogram(contests, Operation::kHistogramPhoto, p.size, p.photo);
+    EnterHistogram(contests, Operation::kHistogramRamp, p.size, p.ramp);
+    EnterHistogram(contests, Operation::kHistogramNoise, p.size, p.a);
+#ifdef TESSELU_BENCH_LIBYUV
+    // Luma through a table; chroma, where a rotation wants a table of pairs, through one as well.
+    const PairTables tables = TablesOf(Operation::kTablesPairs);
+    const cv::Mat planes(3 * h, w, CV_8UC1, p.scratch);
+    cv::Mat lut(1, 256, CV_8UC1);
+    std::copy_n(tables.y, 256, lut.ptr<std::uint8_t>());
+    enter(Operation::kAdjustPixels, kOpenCV, "libyuv ARGBToI444, OpenCV LUT, libyuv I444ToARGB",
+          Promise::kNone, [=, there = LibyuvPixelsTo444(p), back = Libyuv444ToPixels(p)] {
+              there();
+              for (int i = 0; i < 3; ++i) {
+                  const cv::Mat plane = planes.rowRange(i * h, (i + 1) * h);
+                  cv::LUT(plane, lut, plane);
+              }
+              back();
+          });
+#endif
+}
+
 void Enter(Contests& contests, const Pictures& p) {
     cv::setNumThreads(1);
     const int w = static_cast<int>(p.size.width), h = static_cast<int>(p.size.height);
@@ -104,6 +166,7 @@ void Enter(Contests& contests, const Pictures& p) {
     const Enterer enter{contests};
     constexpr Promise kSame = Promise::kSameBytes, kApproximate = Promise::kApproximate;
     EnterConversions(contests, p);
+    EnterTones(contests, p);
 
     enter(Operation::kDissolvePixels, kOpenCV, "OpenCV addWeighted", kApproximate,
           [=] { cv::addWeighted(a, kFade, b, 1 - kFade, 0, out); });

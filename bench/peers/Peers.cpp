@@ -16,8 +16,8 @@ std::vector<Peer> Peers() {
 #ifdef TESSELU_BENCH_PIXMAN
         Pixman(),
 #endif
-#ifdef TESSELU_BENCH_XFADE
-        Xfade(),
+#ifdef TESSELU_BENCH_AVFILTER
+        Avfilter(),
 #endif
     };
 }

@@ -26,7 +26,7 @@ Peer Libyuv();
 Peer Swscale();
 Peer OpenCV();
 Peer Pixman();
-Peer Xfade();
+Peer Avfilter();
 
 #ifdef TESSELU_BENCH_LIBYUV
 /// As `limit`, but also without string instructions, which are counted once for every byte that they move.
@@ -50,6 +50,10 @@ std::string NamesOf(const InstructionSet (&sets)[N], Has&& has) {
     }
     return text;
 }
+
+/// Pixels of the photograph to planes of full size in `scratch`, and such planes to the result.
+std::function<void()> LibyuvPixelsTo444(const Pictures& pictures);
+std::function<void()> Libyuv444ToPixels(const Pictures& pictures);
 
 /// The wipe in two libraries' steps: the first makes the alpha plane, the second blends by it.
 std::function<void()> PixmanBlendByPlane(const Pictures& pictures, const std::uint8_t* alpha);

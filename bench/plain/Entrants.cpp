@@ -13,6 +13,7 @@
     namespace bench::plain::BUILD {        \
     extern const Blends kBlends;           \
     extern const Conversions kConversions; \
+    extern const Tone kTone;               \
     }
 TESSELU_PLAIN_DECLARE(native)
 #ifdef TESSELU_PLAIN_FLAGS_baseline
@@ -29,6 +30,7 @@ namespace {
 struct Build {
     const plain::Blends& blends;
     const plain::Conversions& conversions;
+    const plain::Tone& tone;
     const char* compiler;
 };
 
@@ -37,16 +39,17 @@ Build BuildFor(Level level) {
     switch (level) {
 #ifdef TESSELU_PLAIN_FLAGS_baseline
         case Level::kBaseline:
-            return {baseline::kBlends, baseline::kConversions,
+            return {baseline::kBlends, baseline::kConversions, baseline::kTone,
                     TESSELU_BENCH_COMPILER " " TESSELU_PLAIN_FLAGS_baseline};
         case Level::kSSSE3:
-            return {ssse3::kBlends, ssse3::kConversions,
+            return {ssse3::kBlends, ssse3::kConversions, ssse3::kTone,
                     TESSELU_BENCH_COMPILER " " TESSELU_PLAIN_FLAGS_ssse3};
         case Level::kAVX2:
-            return {avx2::kBlends, avx2::kConversions, TESSELU_BENCH_COMPILER " " TESSELU_PLAIN_FLAGS_avx2};
+            return {avx2::kBlends, avx2::kConversions, avx2::kTone,
+                    TESSELU_BENCH_COMPILER " " TESSELU_PLAIN_FLAGS_avx2};
 #endif
         default:
-            return {native::kBlends, native::kConversions,
+            return {native::kBlends, native::kConversions, native::kTone,
                     TESSELU_BENCH_COMPILER " " TESSELU_PLAIN_FLAGS_native};
     }
 }
@@ -147,6 +150,34 @@ plain::Border PlainBorder(std::uint32_t colour) {
     return border;
 }
 
+void EnterPlainTone(Contests& contests, const Pictures& p, const plain::Tone& tone) {
+    const std::size_t pixels = p.size.pixels();
+    const std::uint8_t* from = p.photoPairs;
+    std::uint8_t* to = p.out;
+    for (const Operation operation :
+         {Operation::kTablesPairs, Operation::kTablesPairsAndAlpha, Operation::kInvert,
+          Operation::kPosterizeTables, Operation::kPosterizeFlp, Operation::kPosterizeFixed}) {
+        const bool hasAlpha = operation == Operation::kTablesPairsAndAlpha;
+        contests[operation].EnterWork(kPlain, "plain", Promise::kSameBytes,
+                                      [=, &tone, t = std::make_shared<PairTables>(TablesOf(operation))] {
+                                          tone.TablesOfPairs(from, to, pixels, t->cb, t->y, t->cr);
+                                          if (hasAlpha) {
+                                              tone.Table(from + 2 * pixels, to + 2 * pixels, pixels,
+                                                         t->alpha);
+                                          }
+                                      });
+    }
+    for (const auto& [operation, picture] :
+         {std::pair{Operation::kHistogramPhoto, p.photo}, std::pair{Operation::kHistogramRamp, p.ramp},
+          std::pair{Operation::kHistogramNoise, p.a}}) {
+        contests[operation].EnterWork(
+            kPlain, "plain", Promise::kNone,
+            [=, &tone, picture = picture, counts = std::make_shared<std::array<std::uint32_t, 1024>>()] {
+                tone.Histogram(picture, pixels, counts->data());
+            });
+    }
+}
+
 }  // namespace
 
 void EnterPlain(Contests& contests, const Pictures& p, Level level) {
@@ -207,6 +238,7 @@ void EnterPlain(Contests& contests, const Pictures& p, Level level) {
                                               [=] { std::memcpy(out, a, 2 * pixels); });
 
     EnterPlainConversions(contests, p, BuildFor(level).conversions);
+    EnterPlainTone(contests, p, BuildFor(level).tone);
 }
 
 void EnterCopies(Contests& contests, const Pictures& p) {

@@ -90,6 +90,14 @@ struct Conversions {
                     const std::uint32_t* reciprocals);
 };
 
+struct Tone {
+    void (*TablesOfPairs)(const std::uint8_t* uyvy, std::uint8_t* out, std::size_t pixels,
+                          const std::uint8_t* cb, const std::uint8_t* y, const std::uint8_t* cr);
+    void (*Table)(const std::uint8_t* in, std::uint8_t* out, std::size_t bytes, const std::uint8_t* table);
+    /// 256 counts for each byte of a pixel.
+    void (*Histogram)(const std::uint8_t* bgra, std::size_t pixels, std::uint32_t* counts);
+};
+
 }  // namespace bench::plain
 
 #endif  // TESSELU_BENCH_PLAIN_PLAIN_H
