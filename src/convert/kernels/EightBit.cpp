@@ -235,8 +235,8 @@ private:
 
 /// Where grey is neutral, chroma is made of the differences from green alone: two weights a row. Green comes
 /// twice for luma, since eight times its weight fits two words only. Holds without offsets before the matrix:
-/// the ones after it are added to words.
-template <Shaping Kind, int Shift>
+/// the ones after it are added to words. `Fused` as in AddMulAddPairs.
+template <Shaping Kind, int Shift, bool Fused = false>
 class NeutralEightBit : public EightBit<Kind, Shift> {
     using EightBit<Kind, Shift>::c;
     using EightBit<Kind, Shift>::offsets;
@@ -290,7 +290,7 @@ public:
 
 private:
     HWY_INLINE HWY_ATTR VI32 Luma(VI16 of02, VI16 of1) const {
-        return hn::Add(MulAddPairs(of02, luma02), MulAddPairs(of1, luma1));
+        return AddMulAddPairs<Fused>(MulAddPairs(of02, luma02), of1, luma1);
     }
 
     VI16 luma02, luma1, cb02, cr02, chromaOffset, lumaOffset;
@@ -382,6 +382,10 @@ void EightBit<Kind, Shift>::WithForm(const ConversionJob& job, const Run& run) {
         run(LiteralEightBit<Kind, Shift>(job));
     } else if (hasOffsets || !EightBitGreyIsNeutral(c)) {
         run(FoldedEightBit<Kind, Shift>(job));
+#if HWY_TARGET == HWY_AVX3
+    } else if (simd::CurrentTarget() == simd::kAVX512DL) {
+        run(NeutralEightBit<Kind, Shift, true>(job));
+#endif
     } else {
         run(NeutralEightBit<Kind, Shift>(job));
     }

@@ -170,10 +170,10 @@ private:
 };
 
 /// ((sum of c * (128 x + before)) >> 16 + after) >> 4 as (sum of c * x + start) >> 13, with every offset in
-/// `start`. Holds where `SevenBitSumsFit`.
-template <bool Plus>
-class FoldedSevenBitPixels : public VectorPixels<Plus, FoldedSevenBitPixels<Plus> > {
-    using Base = VectorPixels<Plus, FoldedSevenBitPixels<Plus> >;
+/// `start`. Holds where `SevenBitSumsFit`. `Fused` as in AddMulAddPairs.
+template <bool Plus, bool Fused = false>
+class FoldedSevenBitPixels : public VectorPixels<Plus, FoldedSevenBitPixels<Plus, Fused> > {
+    using Base = VectorPixels<Plus, FoldedSevenBitPixels<Plus, Fused> >;
     using Base::c;
 
 public:
@@ -204,8 +204,8 @@ public:
 
 private:
     HWY_INLINE HWY_ATTR VI32 Sum(std::size_t i, const SplitVector& in) const {
-        const VI32 first = hn::Add(MulAddPairs(in.of02, weights02[i]), start[i]);
-        return hn::ShiftRight<13>(hn::Add(first, MulAddPairs(in.of13, weights13[i])));
+        const VI32 first = AddMulAddPairs<Fused>(start[i], in.of02, weights02[i]);
+        return hn::ShiftRight<13>(AddMulAddPairs<Fused>(first, in.of13, weights13[i]));
     }
 
     VI16 weights02[3], weights13[3], alphaOffset;
@@ -269,6 +269,12 @@ template <class Run>
 void SevenBitPixels<Plus>::WithForm(const ConversionJob& job, const Run& run) {
     const FixedPointCoefficients& c = *job.coefficients;
     if (job.hasDefaults || (SevenBitSumsFit(c) && FoldedSevenBitPixels<Plus>::AlphaFits(c))) {
+#if HWY_TARGET == HWY_AVX3
+        if (simd::CurrentTarget() == simd::kAVX512DL) {
+            run(FoldedSevenBitPixels<Plus, true>(job));
+            return;
+        }
+#endif
         run(FoldedSevenBitPixels<Plus>(job));
     } else {
         run(LiteralSevenBitPixels<Plus>(job));
