@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
 
@@ -63,10 +62,8 @@ constexpr std::uint8_t SaturateToByte(std::int64_t value) noexcept {
 
 /// Limits to 0...255, then truncates. What is not a number becomes 0.
 constexpr std::uint8_t TruncateToByte(double value) noexcept {
-    if (!(value > 0)) {
-        return 0;
-    }
-    return value < 255 ? static_cast<std::uint8_t>(value) : std::uint8_t{255};
+    const double positive = value > 0 ? value : 0.0;
+    return static_cast<std::uint8_t>(static_cast<int>(positive < 255 ? positive : 255.0));
 }
 
 /// Truncates toward zero as far as 32 bits reach and keeps the low half: what a lane of 16 bits sees of an
@@ -339,8 +336,8 @@ inline std::uint8_t UnshapedAroundInDoubles(int zero, unsigned sample, unsigned 
         return static_cast<std::uint8_t>(zero);
     }
     const double value = (static_cast<int>(sample) - zero) * 255.0 / alpha;
-    const double rounded = std::trunc(value < 0 ? value - 0.5 : value + 0.5);
-    return static_cast<std::uint8_t>(static_cast<int>(std::clamp<double>(rounded, -zero, 255 - zero)) + zero);
+    const int rounded = static_cast<int>(value + (value < 0 ? -0.5 : 0.5));
+    return static_cast<std::uint8_t>(std::clamp(rounded, -zero, 255 - zero) + zero);
 }
 
 // ---- The same on pixels and blocks. Chroma of neighbours that share it goes by the alpha of the even one --
