@@ -299,8 +299,9 @@ TEST(LookUpTable3DModel, PlainMemory) {
     text.size = 5;
     const Both both(text);
     OnEveryTarget([&] {
-        ForWidths(0, [&](int width) {
+        ForWidths(0, [&](int usual) {
             for (const bool identity : {true, false}) {
+                const int width = OneIn(20) ? RandomFrom<int>(200, 900) : usual;
                 const int height = RandomFrom<int>(0, 7);
                 Layout layout;
                 layout.width = width;

@@ -93,6 +93,30 @@ TEST(HistogramModel, LargerPicturesOfEveryKind) {
     }
 }
 
+// Large enough for whatever way of counting pays then; calm lines above and noise below, or the other way
+// round.
+TEST(HistogramModel, FullPictures) {
+    OnEveryTarget([] {
+        for (int kind = 0; kind < 5; ++kind) {
+            Counted counted(OneIn(2) ? 3 : 4, 256);
+            Scene scene = MakePicture(AnyWords(), RandomFrom<int>(900, 1200), kSanitized ? 60 : 500);
+            FencedMemory& memory = scene.pictures[0]->ColourMemory();
+            const std::size_t half = memory.Length() / 2;
+            for (std::size_t i = 0; i < memory.Length(); ++i) {
+                const bool calm =
+                    kind == 0 || kind == 4 || (kind == 1 && i < half) || (kind == 2 && i >= half);
+                if (calm) {
+                    memory.Data()[i] = static_cast<std::uint8_t>(i % 4 * 60 + (kind == 4 ? 0 : i >> 14));
+                }
+            }
+            counted.Add(scene, 5);
+            if (::testing::Test::HasFatalFailure()) {
+                return;
+            }
+        }
+    });
+}
+
 TEST(HistogramModel, EveryMachineAndTarget) {
     OnEveryMachine([](bool mmxOnly) {
         OnEveryTarget([&] {
