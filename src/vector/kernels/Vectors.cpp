@@ -6,16 +6,27 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vector/kernels/Vectors.cpp"
 #include "simd/Foreach.h"
+// After it: this is compiled once per target.
+#include "vector/kernels/Triples-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Zan {
 namespace HWY_NAMESPACE {
 namespace {
 
-/// Runs a kernel over n vectors: Unit(i) makes vector i, reading all of its operands before it writes.
+/// Runs a kernel over n vectors, or floats where all are treated alike: Unit(i) makes one, Step(i) as many as
+/// there are lanes, both reading all of their operands before they write.
 template <class K>
 void Batch(const K& kernel, std::size_t n) {
-    for (std::size_t i = 0; i < n; ++i) {
+    std::size_t i = 0;
+#if HWY_TARGET != HWY_SCALAR
+    const K local = kernel;
+    constexpr std::size_t kLanes = hn::MaxLanes(DF());
+    for (; n - i >= kLanes; i += kLanes) {
+        local.Step(i);
+    }
+#endif
+    for (; i < n; ++i) {
         kernel.Unit(i);
     }
 }
@@ -30,10 +41,117 @@ void Put(const FloatVector& v, float* to, std::size_t i) {
     to[3 * i + 2] = v.z;
 }
 
+// ---- What the bodies are made of
+
+#if HWY_TARGET != HWY_SCALAR
+
+using DD = hn::ScalableTag<double>;
+using VD = hn::Vec<DD>;
+
+/// The lanes of a vector of floats.
+struct Doubles {
+    VD low, high;
+};
+struct DoubleTriples {
+    Doubles x, y, z;
+};
+
+HWY_INLINE HWY_ATTR Doubles Broadcast(double value) {
+    const VD v = hn::Set(DD(), value);
+    return {v, v};
+}
+HWY_INLINE HWY_ATTR Doubles operator+(const Doubles& a, const Doubles& b) {
+    return {hn::Add(a.low, b.low), hn::Add(a.high, b.high)};
+}
+HWY_INLINE HWY_ATTR Doubles operator-(const Doubles& a, const Doubles& b) {
+    return {hn::Sub(a.low, b.low), hn::Sub(a.high, b.high)};
+}
+HWY_INLINE HWY_ATTR Doubles operator*(const Doubles& a, const Doubles& b) {
+    return {hn::Mul(a.low, b.low), hn::Mul(a.high, b.high)};
+}
+HWY_INLINE HWY_ATTR Doubles Inverse(const Doubles& a) {
+    const VD one = hn::Set(DD(), 1.0);
+    return {hn::Div(one, a.low), hn::Div(one, a.high)};
+}
+HWY_INLINE HWY_ATTR Doubles Root(const Doubles& a) {
+    return {hn::Sqrt(a.low), hn::Sqrt(a.high)};
+}
+
+HWY_INLINE HWY_ATTR Doubles ToDoubles(VF v) {
+    const DD d;
+    const hn::Half<DF> h;
+    return {hn::PromoteTo(d, hn::LowerHalf(h, v)), hn::PromoteTo(d, hn::UpperHalf(h, v))};
+}
+HWY_INLINE HWY_ATTR VF ToFloats(const Doubles& v) {
+    const hn::Half<DF> h;
+    return hn::Combine(DF(), hn::DemoteTo(h, v.high), hn::DemoteTo(h, v.low));
+}
+HWY_INLINE HWY_ATTR DoubleTriples ToDoubles(const Triples& v) {
+    return {ToDoubles(v.x), ToDoubles(v.y), ToDoubles(v.z)};
+}
+HWY_INLINE HWY_ATTR Triples ToFloats(const DoubleTriples& v) {
+    return {ToFloats(v.x), ToFloats(v.y), ToFloats(v.z)};
+}
+
+HWY_INLINE HWY_ATTR Doubles SumOfProducts(const DoubleTriples& a, const DoubleTriples& b) {
+    return a.x * b.x + a.y * b.y + a.z * b.z;
+}
+
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE HWY_ATTR V AboveLimit(D d, V v) {
+    const V least = hn::Set(d, kLeastLength);
+    return hn::IfThenElse(hn::Gt(v, least), v, least);
+}
+HWY_INLINE HWY_ATTR VF Limited(VF v) {
+    return AboveLimit(DF(), v);
+}
+HWY_INLINE HWY_ATTR Doubles Limited(const Doubles& v) {
+    return {AboveLimit(DD(), v.low), AboveLimit(DD(), v.high)};
+}
+
+/// `value`, and 0 where `of` is infinite.
+HWY_INLINE HWY_ATTR VF ZeroIfInfinite(VF of, VF value) {
+    return hn::IfThenElseZero(hn::Lt(of, hn::Set(DF(), std::numeric_limits<float>::infinity())), value);
+}
+
+HWY_INLINE HWY_ATTR VF ReciprocalRoot(VF square) {
+    const DF d;
+    const hn::RebindToUnsigned<DF> du;
+    const VF y =
+        hn::BitCast(d, hn::Sub(hn::Set(du, 0x5F375580U), hn::ShiftRight<1>(hn::BitCast(du, square))));
+    const VF t = hn::Mul(hn::Mul(square, y), y);
+    const VF inner = hn::Sub(hn::Set(d, 1.25F), hn::Mul(hn::Set(d, 0.375F), t));
+    const VF root = hn::Mul(y, hn::Sub(hn::Set(d, 1.875F), hn::Mul(t, inner)));
+    return ZeroIfInfinite(square, root);
+}
+
+HWY_INLINE HWY_ATTR VF Reciprocal(VF length) {
+    const DF d;
+    const hn::RebindToUnsigned<DF> du;
+    const VF one = hn::Set(d, 1.0F);
+    const VF y = hn::BitCast(d, hn::Sub(hn::Set(du, 0x7EF31100U), hn::BitCast(du, length)));
+    const VF e = hn::Sub(one, hn::Mul(length, y));
+    return ZeroIfInfinite(length, hn::Mul(y, hn::Add(one, hn::Add(e, hn::Mul(e, e)))));
+}
+
+HWY_INLINE HWY_ATTR Triples NormalsOf(const Triples& v) {
+    const DoubleTriples d = ToDoubles(v);
+    const Doubles scale = Inverse(Limited(Root(SumOfProducts(d, d))));
+    return ToFloats({d.x * scale, d.y * scale, d.z * scale});
+}
+
+#endif
+
 // ---- Lengths
 
 struct Lengths {
     void Unit(std::size_t i) const { length[i] = Length(At(v, i)); }
+#if HWY_TARGET != HWY_SCALAR
+    void Step(std::size_t i) const {
+        const DoubleTriples d = ToDoubles(LoadTriples(v + 3 * i));
+        hn::StoreU(InOrder(ToFloats(Root(SumOfProducts(d, d)))), DF(), length + i);
+    }
+#endif
 
     const float* v;
     float* length;
@@ -41,6 +159,12 @@ struct Lengths {
 
 struct SingleLengths {
     void Unit(std::size_t i) const { length[i] = SingleLength(At(v, i)); }
+#if HWY_TARGET != HWY_SCALAR
+    void Step(std::size_t i) const {
+        const Triples t = LoadTriples(v + 3 * i);
+        hn::StoreU(InOrder(hn::Sqrt(SumOfSquares(t.x, t.y, t.z))), DF(), length + i);
+    }
+#endif
 
     const float* v;
     float* length;
@@ -50,6 +174,11 @@ struct SingleLengths {
 
 struct Normals {
     void Unit(std::size_t i) const { Put(Normal(At(src, i)), dst, i); }
+#if HWY_TARGET != HWY_SCALAR
+    void Step(std::size_t i) const {
+        StoreTriples(NormalsOf(LoadTriples(src + 3 * i)), dst + 3 * i);
+    }
+#endif
 
     const float* src;
     float* dst;
@@ -57,6 +186,13 @@ struct Normals {
 
 struct SingleNormals {
     void Unit(std::size_t i) const { Put(NormalByLength(At(src, i)), dst, i); }
+#if HWY_TARGET != HWY_SCALAR
+    void Step(std::size_t i) const {
+        const Triples t = LoadTriples(src + 3 * i);
+        const VF scale = Reciprocal(Limited(hn::Sqrt(SumOfSquares(t.x, t.y, t.z))));
+        StoreTriples({hn::Mul(t.x, scale), hn::Mul(t.y, scale), hn::Mul(t.z, scale)}, dst + 3 * i);
+    }
+#endif
 
     const float* src;
     float* dst;
@@ -69,9 +205,19 @@ struct ArrayNormals {
         dst.y[i] = normal.y;
         dst.z[i] = normal.z;
     }
+#if HWY_TARGET != HWY_SCALAR
+    void Step(std::size_t i) const {
+        const DF d;
+        const Triples normal =
+            NormalsOf({hn::LoadU(d, src.x + i), hn::LoadU(d, src.y + i), hn::LoadU(d, src.z + i)});
+        hn::StoreU(normal.x, d, dst.x + i);
+        hn::StoreU(normal.y, d, dst.y + i);
+        hn::StoreU(normal.z, d, dst.z + i);
+    }
+#endif
 
-    const SourceArrays& src;
-    const DestinationArrays& dst;
+    SourceArrays src;
+    DestinationArrays dst;
 };
 
 struct SingleArrayNormals {
@@ -81,9 +227,19 @@ struct SingleArrayNormals {
         dst.y[i] = normal.y;
         dst.z[i] = normal.z;
     }
+#if HWY_TARGET != HWY_SCALAR
+    void Step(std::size_t i) const {
+        const DF d;
+        const VF x = hn::LoadU(d, src.x + i), y = hn::LoadU(d, src.y + i), z = hn::LoadU(d, src.z + i);
+        const VF scale = ReciprocalRoot(Limited(SumOfSquares(x, y, z)));
+        hn::StoreU(hn::Mul(x, scale), d, dst.x + i);
+        hn::StoreU(hn::Mul(y, scale), d, dst.y + i);
+        hn::StoreU(hn::Mul(z, scale), d, dst.z + i);
+    }
+#endif
 
-    const SourceArrays& src;
-    const DestinationArrays& dst;
+    SourceArrays src;
+    DestinationArrays dst;
 };
 
 /// Twelve floats hold four vectors.
@@ -95,6 +251,19 @@ struct BlockNormals {
         dst[at + 4] = normal.y;
         dst[at + 8] = normal.z;
     }
+#if HWY_TARGET != HWY_SCALAR
+    void Step(std::size_t i) const {
+        const DF d;
+        constexpr std::size_t kLanes = hn::MaxLanes(d);
+        const float* from = src + 3 * i;
+        float* to = dst + 3 * i;
+        const VF a = hn::LoadU(d, from), b = hn::LoadU(d, from + kLanes), c = hn::LoadU(d, from + 2 * kLanes);
+        const VF scale = ReciprocalRoot(Limited(SquaresOfBlocks(a, b, c)));
+        hn::StoreU(hn::Mul(a, BlockOwners<0>(scale)), d, to);
+        hn::StoreU(hn::Mul(b, BlockOwners<1>(scale)), d, to + kLanes);
+        hn::StoreU(hn::Mul(c, BlockOwners<2>(scale)), d, to + 2 * kLanes);
+    }
+#endif
 
     const float* src;
     float* dst;
@@ -104,6 +273,13 @@ struct BlockNormals {
 
 struct DotProducts {
     void Unit(std::size_t i) const { dst[i] = DotProductOf(At(a, i), At(b, i)); }
+#if HWY_TARGET != HWY_SCALAR
+    void Step(std::size_t i) const {
+        const DoubleTriples left = ToDoubles(LoadTriples(a + 3 * i)),
+                            right = ToDoubles(LoadTriples(b + 3 * i));
+        hn::StoreU(InOrder(ToFloats(SumOfProducts(left, right))), DF(), dst + i);
+    }
+#endif
 
     const float *a, *b;
     float* dst;
@@ -111,6 +287,14 @@ struct DotProducts {
 
 struct CrossProducts {
     void Unit(std::size_t i) const { Put(CrossProductOf(At(a, i), At(b, i)), dst, i); }
+#if HWY_TARGET != HWY_SCALAR
+    void Step(std::size_t i) const {
+        const DoubleTriples v = ToDoubles(LoadTriples(a + 3 * i)), w = ToDoubles(LoadTriples(b + 3 * i));
+        StoreTriples(
+            ToFloats(DoubleTriples{v.y * w.z - v.z * w.y, v.z * w.x - v.x * w.z, v.x * w.y - v.y * w.x}),
+            dst + 3 * i);
+    }
+#endif
 
     const float *a, *b;
     float* dst;
@@ -119,6 +303,12 @@ struct CrossProducts {
 /// An exact product, or the exact sum, rounded to double and to float, is that rounded to float.
 struct ScaledFloats {
     void Unit(std::size_t i) const { v[i] = s * v[i]; }
+#if HWY_TARGET != HWY_SCALAR
+    void Step(std::size_t i) const {
+        const DF d;
+        hn::StoreU(hn::Mul(hn::Set(d, s), hn::LoadU(d, v + i)), d, v + i);
+    }
+#endif
 
     float s;
     float* v;
@@ -126,48 +316,179 @@ struct ScaledFloats {
 
 struct SumsOfFloats {
     void Unit(std::size_t i) const { dst[i] = a[i] + b[i]; }
+#if HWY_TARGET != HWY_SCALAR
+    void Step(std::size_t i) const {
+        const DF d;
+        hn::StoreU(hn::Add(hn::LoadU(d, a + i), hn::LoadU(d, b + i)), d, dst + i);
+    }
+#endif
 
     const float *a, *b;
     float* dst;
 };
 
 struct ConstantSums {
+    ConstantSums(const float* vectors, const FloatVector& constant, float* sums)
+        : v(vectors), c(constant), dst(sums) {
+#if HWY_TARGET != HWY_SCALAR
+        for (std::size_t i = 0; i < std::size(pattern); ++i) {
+            pattern[i] = i % 3 == 0 ? c.x : i % 3 == 1 ? c.y : c.z;
+        }
+#endif
+    }
+
     void Unit(std::size_t i) const {
         const FloatVector at = At(v, i);
         Put({at.x + c.x, at.y + c.y, at.z + c.z}, dst, i);
     }
+#if HWY_TARGET != HWY_SCALAR
+    void Step(std::size_t i) const {
+        Part<0>(i);
+        Part<1>(i);
+        Part<2>(i);
+    }
+    template <int Register>
+    HWY_INLINE HWY_ATTR void Part(std::size_t i) const {
+        const DF d;
+        constexpr std::size_t kFirst = Register * hn::MaxLanes(d);
+        const std::size_t at = 3 * i + kFirst;
+        hn::StoreU(hn::Add(hn::LoadU(d, v + at), hn::LoadU(d, pattern + kFirst % 3)), d, dst + at);
+    }
+#endif
 
     const float* v;
     FloatVector c;
     float* dst;
+#if HWY_TARGET != HWY_SCALAR
+    float pattern[hn::MaxLanes(DF()) + 2];  ///< c over and over, so that lanes may begin with any component
+#endif
 };
 
-/// Scales for each vector, or one for all.
-template <bool EachA, bool EachB>
+/// One scale for all vectors on either side, which leaves floats.
+struct ConstantScaledSums {
+    void Unit(std::size_t i) const { dst[i] = ScaledSum(sa, a[i], sb, b[i]); }
+#if HWY_TARGET != HWY_SCALAR
+    void Step(std::size_t i) const {
+        const DF d;
+        const Doubles left = Broadcast(sa) * ToDoubles(hn::LoadU(d, a + i));
+        const Doubles right = Broadcast(sb) * ToDoubles(hn::LoadU(d, b + i));
+        hn::StoreU(ToFloats(left + right), d, dst + i);
+    }
+#endif
+
+    float sa, sb;
+    const float *a, *b;
+    float* dst;
+};
+
+/// A scale for each vector of `a`, and for each of `b` or one for all.
+template <bool EachB>
 struct ScaledSums {
     void Unit(std::size_t i) const {
-        const float sa = sum.sa[EachA ? i : 0], sb = sum.sb[EachB ? i : 0];
+        const float sa = sum.sa[i], sb = sum.sb[EachB ? i : 0];
         const FloatVector a = At(sum.a, i), b = At(sum.b, i);
         Put({ScaledSum(sa, a.x, sb, b.x), ScaledSum(sa, a.y, sb, b.y), ScaledSum(sa, a.z, sb, b.z)}, sum.dst,
             i);
     }
+#if HWY_TARGET != HWY_SCALAR
+    void Step(std::size_t i) const {
+        const DF d;
+        const VF sa = hn::LoadU(d, sum.sa + i), sb = EachB ? hn::LoadU(d, sum.sb + i) : hn::Set(d, sum.sb[0]);
+        Part<0>(i, sa, sb);
+        Part<1>(i, sa, sb);
+        Part<2>(i, sa, sb);
+    }
+    template <int Register>
+    HWY_INLINE HWY_ATTR void Part(std::size_t i, VF sa, VF sb) const {
+        const DF d;
+        const std::size_t at = 3 * i + Register * hn::MaxLanes(d);
+        const Doubles left = ToDoubles(Spread<Register>(sa)) * ToDoubles(hn::LoadU(d, sum.a + at));
+        const Doubles scale = ToDoubles(EachB ? Spread<Register>(sb) : sb);
+        hn::StoreU(ToFloats(left + scale * ToDoubles(hn::LoadU(d, sum.b + at))), d, sum.dst + at);
+    }
+#endif
 
-    const ScaledSum3D& sum;
+    ScaledSum3D sum;
 };
 
 // ---- Transforms
 
-template <FloatVector (*Formula)(const TransformMatrix&, const FloatVector&)>
-struct Transformed {
-    void Unit(std::size_t i) const { Put(Formula(matrix, At(src, i)), dst, i); }
+struct Linear {
+    static FloatVector Formula(const TransformMatrix& matrix, const FloatVector& point) {
+        return LinearPoint(matrix, point);
+    }
+#if HWY_TARGET != HWY_SCALAR
+    static HWY_INLINE HWY_ATTR Doubles Row(const double* row, const DoubleTriples& p) {
+        return Broadcast(row[0]) * p.x + Broadcast(row[1]) * p.y + Broadcast(row[2]) * p.z;
+    }
+    static HWY_INLINE HWY_ATTR Triples Body(const TransformMatrix& matrix, const DoubleTriples& p) {
+        const double* m = matrix.m;
+        return ToFloats(DoubleTriples{Row(m, p), Row(m + 4, p), Row(m + 8, p)});
+    }
+#endif
+};
 
-    const TransformMatrix& matrix;
+struct Affine {
+    static FloatVector Formula(const TransformMatrix& matrix, const FloatVector& point) {
+        return AffinePoint(matrix, point);
+    }
+#if HWY_TARGET != HWY_SCALAR
+    static HWY_INLINE HWY_ATTR Doubles Row(const double* row, const DoubleTriples& p) {
+        return Linear::Row(row, p) + Broadcast(row[3]);
+    }
+    static HWY_INLINE HWY_ATTR Triples Body(const TransformMatrix& matrix, const DoubleTriples& p) {
+        const double* m = matrix.m;
+        return ToFloats(DoubleTriples{Row(m, p), Row(m + 4, p), Row(m + 8, p)});
+    }
+#endif
+};
+
+struct Projective {
+    static FloatVector Formula(const TransformMatrix& matrix, const FloatVector& point) {
+        return ProjectivePoint(matrix, point);
+    }
+#if HWY_TARGET != HWY_SCALAR
+    static HWY_INLINE HWY_ATTR VD Scale(VD w) {
+        const DD d;
+        const VD one = hn::Set(d, 1.0);
+        return hn::IfThenElse(hn::Eq(w, hn::Zero(d)), one, hn::Div(one, w));
+    }
+    static HWY_INLINE HWY_ATTR Triples Body(const TransformMatrix& matrix, const DoubleTriples& p) {
+        const Doubles w = Affine::Row(matrix.m + 12, p), scale = {Scale(w.low), Scale(w.high)};
+        const DoubleTriples made = ToDoubles(Affine::Body(matrix, p));
+        return ToFloats(DoubleTriples{made.x * scale, made.y * scale, made.z * scale});
+    }
+#endif
+};
+
+template <class Kind>
+struct Transformed {
+    void Unit(std::size_t i) const { Put(Kind::Formula(matrix, At(src, i)), dst, i); }
+#if HWY_TARGET != HWY_SCALAR
+    void Step(std::size_t i) const {
+        StoreTriples(Kind::Body(matrix, ToDoubles(LoadTriples(src + 3 * i))), dst + 3 * i);
+    }
+#endif
+
+    TransformMatrix matrix;
     const float* src;
     float* dst;
 };
 
 struct SingleTransformed {
     void Unit(std::size_t i) const { Put(SingleLinearPoint(matrix, At(src, i)), dst, i); }
+#if HWY_TARGET != HWY_SCALAR
+    void Step(std::size_t i) const {
+        const Triples p = LoadTriples(src + 3 * i);
+        const float* m = matrix.m;
+        StoreTriples({Row(m, p), Row(m + 3, p), Row(m + 6, p)}, dst + 3 * i);
+    }
+    static HWY_INLINE HWY_ATTR VF Row(const float* row, const Triples& p) {
+        const DF d;
+        return hn::Add(hn::Add(hn::Mul(hn::Set(d, row[0]), p.x), hn::Mul(hn::Set(d, row[1]), p.y)),
+                       hn::Mul(hn::Set(d, row[2]), p.z));
+    }
+#endif
 
     SingleMatrix matrix;
     const float* src;
@@ -213,22 +534,22 @@ void RunCrossProducts(const float* a, const float* b, float* dst, std::size_t n)
     Batch(CrossProducts{a, b, dst}, n);
 }
 void RunAddScaled(const ScaledSum3D& sum, std::size_t n) {
-    Batch(ScaledSums<true, true>{sum}, n);
+    Batch(ScaledSums<true>{sum}, n);
 }
 void RunAddScaledAndConstant(const ScaledSum3D& sum, std::size_t n) {
-    Batch(ScaledSums<true, false>{sum}, n);
+    Batch(ScaledSums<false>{sum}, n);
 }
 void RunAddConstantScaled(const ScaledSum3D& sum, std::size_t n) {
-    Batch(ScaledSums<false, false>{sum}, n);
+    Batch(ConstantScaledSums{sum.sa[0], sum.sb[0], sum.a, sum.b, sum.dst}, 3 * n);
 }
 void RunLinear(const TransformMatrix& matrix, const float* src, float* dst, std::size_t n) {
-    Batch(Transformed<&LinearPoint>{matrix, src, dst}, n);
+    Batch(Transformed<Linear>{matrix, src, dst}, n);
 }
 void RunAffine(const TransformMatrix& matrix, const float* src, float* dst, std::size_t n) {
-    Batch(Transformed<&AffinePoint>{matrix, src, dst}, n);
+    Batch(Transformed<Affine>{matrix, src, dst}, n);
 }
 void RunProjective(const TransformMatrix& matrix, const float* src, float* dst, std::size_t n) {
-    Batch(Transformed<&ProjectivePoint>{matrix, src, dst}, n);
+    Batch(Transformed<Projective>{matrix, src, dst}, n);
 }
 void RunSingleLinear(const TransformMatrix& matrix, const float* src, float* dst, std::size_t n) {
     Batch(SingleTransformed{SingleMatrix(matrix), src, dst}, n);
