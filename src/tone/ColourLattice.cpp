@@ -70,7 +70,7 @@ void ColourLattice::MakePoints(const CubeTable& table, int exponent) {
     step[1] = size;
     step[0] = size * size;
     const std::size_t rows = table.Rows();
-    points.resize(rows + step[0] + step[1] + step[2]);
+    points.resize(rows + step[0] + step[1] + step[2] + 1);
     for (std::size_t row = 0; row < rows; ++row) {
         for (std::size_t i = 0; i < 3; ++i) {
             points[row][i] = StoredValue(table.values[3 * row + InRow(i)], exponent);
@@ -81,7 +81,7 @@ void ColourLattice::MakePoints(const CubeTable& table, int exponent) {
         for (unsigned v = 0; v < 256; ++v) {
             const std::uint32_t position = PositionOf(v, size, table.low[InRow(i)], table.high[InRow(i)]);
             origin[i][v] = position / kCellParts * step[i];
-            fraction[i][v] = static_cast<std::uint16_t>(position % kCellParts);
+            fraction[i][v] = position % kCellParts;
             hasDefaultDomain = hasDefaultDomain && position == 64 * v * (size - 1);
         }
     }

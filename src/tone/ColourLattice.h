@@ -28,13 +28,13 @@ struct ColourLattice {
     std::uint8_t curves[3][256] = {};
 
     /// Red is fastest. Behind the last point there is one more layer, row and point, so that the point one
-    /// step on along each axis can be read, with weight 0, where there is none.
+    /// step on along each axis can be read, with weight 0, where there is none; and one that is read along.
     std::vector<Point> points;
     /// From a point to the next along each axis.
     std::uint32_t step[3] = {};
     /// Where samples stand: the part of the point's index, and how far into the cell.
     std::uint32_t origin[3][256] = {};
-    std::uint16_t fraction[3][256] = {};
+    std::uint32_t fraction[3][256] = {};
     /// True when the samples of all axes stand at sample * (size - 1) / 255.
     bool hasDefaultDomain = false;
     /// Values have 2^exponent steps; of a weighted sum of them (value + addend) >> shift is the result.

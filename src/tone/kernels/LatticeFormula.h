@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <utility>
 
 #include "tone/ColourLattice.h"
 
@@ -40,35 +39,38 @@ inline std::uint8_t ToSample(std::int32_t sum, std::int32_t addend, int shift) n
 
 /// The three samples of a colour, through the lattice.
 inline void MapColour(const ColourLattice& lattice, const std::uint8_t* in, std::uint8_t* out) noexcept {
-    struct Axis {
-        std::int32_t fraction;
-        std::uint32_t step;
-    };
-    Axis axis[3];
+    // A fraction above the step along its axis, so that they are ordered together, and without branches.
+    // Which of two equal fractions goes first does not matter: the point between them weighs nothing.
+    std::uint64_t axis[3];
     std::uint32_t at = 0;
     for (std::size_t i = 0; i < 3; ++i) {
         at += lattice.origin[i][in[i]];
-        axis[i] = {lattice.fraction[i][in[i]], lattice.step[i]};
+        axis[i] = std::uint64_t{lattice.fraction[i][in[i]]} << 32 | lattice.step[i];
     }
-    // Which of two equal fractions goes first does not matter: the point between them weighs nothing.
     const auto order = [&axis](std::size_t a, std::size_t b) {
-        if (axis[a].fraction < axis[b].fraction) {
-            std::swap(axis[a], axis[b]);
-        }
+        const std::uint64_t larger = std::max(axis[a], axis[b]);
+        axis[b] = std::min(axis[a], axis[b]);
+        axis[a] = larger;
     };
     order(0, 1);
     order(1, 2);
     order(0, 1);
-    const ColourLattice::Point* const points = lattice.points.data();
-    const ColourLattice::Point& first = points[at];
-    const ColourLattice::Point& second = points[at + axis[0].step];
-    const ColourLattice::Point& third = points[at + axis[0].step + axis[1].step];
-    const ColourLattice::Point& last = points[at + axis[0].step + axis[1].step + axis[2].step];
+    std::int32_t fraction[3];
+    std::uint32_t step[3];
     for (std::size_t i = 0; i < 3; ++i) {
-        const std::int32_t sum = (static_cast<std::int32_t>(kCellParts) - axis[0].fraction) * first[i] +
-                                 (axis[0].fraction - axis[1].fraction) * second[i] +
-                                 (axis[1].fraction - axis[2].fraction) * third[i] +
-                                 axis[2].fraction * last[i];
+        fraction[i] = static_cast<std::int32_t>(axis[i] >> 32);
+        step[i] = static_cast<std::uint32_t>(axis[i]);
+    }
+    const ColourLattice::Point* const points = lattice.points.data();
+    const ColourLattice::Point& origin = points[at];
+    const ColourLattice::Point& first = points[at + step[0]];
+    const ColourLattice::Point& second = points[at + step[0] + step[1]];
+    const ColourLattice::Point& third = points[at + step[0] + step[1] + step[2]];
+    const std::int32_t weight[] = {static_cast<std::int32_t>(kCellParts) - fraction[0],
+                                   fraction[0] - fraction[1], fraction[1] - fraction[2], fraction[2]};
+    for (std::size_t i = 0; i < 3; ++i) {
+        const std::int32_t sum =
+            weight[0] * origin[i] + weight[1] * first[i] + weight[2] * second[i] + weight[3] * third[i];
         out[i] = ToSample(sum, lattice.addend, lattice.shift);
     }
 }
