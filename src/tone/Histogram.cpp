@@ -2,9 +2,11 @@
 #include <TesselU/image/ImageView.h>
 #include <TesselU/tone/Histogram.h>
 
+#include <algorithm>
 #include <cstring>
 #include <exception>
 #include <limits>
+#include <new>
 
 #include "foundation/ClassCapabilities.h"
 #include "image/ViewFormat.h"
@@ -17,6 +19,24 @@ namespace {
 constexpr ULong32 kBytesPerEntry = 4;
 constexpr ULong32 kValues = 256;  // that a byte can have
 constexpr ULong32 kTableAlignment = 128;
+
+/// Whether counting by pairs pays: not on small pictures, nor where colours are so many that their counts
+/// leave the first-level cache. Some runs of pixels stand for all.
+bool PairsPay(const CountJob& job, bool countsByte3) {
+    constexpr std::size_t kLeastPixels = 65536, kRuns = 16, kPixelsOfRun = 256;
+    if (job.width * job.height < kLeastPixels) {
+        return false;
+    }
+    CountJob sample = job;
+    sample.height = std::min(job.height, kRuns);
+    sample.width = sample.whole = std::min(job.width, kPixelsOfRun);
+    Plane& plane = sample.source[0];
+    plane.pitch *= static_cast<std::ptrdiff_t>(job.height / sample.height);
+    plane.first += 4 * ((job.width - sample.width) / 2);
+    std::size_t lines = 0;
+    kSpreadOfPairs(sample, countsByte3, lines);
+    return lines <= sample.width * sample.height / 2;
+}
 
 }  // namespace
 
@@ -93,9 +113,25 @@ Long32 Histogram::Do(ImageView& view, ProcessingStyleEnum /*style*/) {
         }
     }
     const std::size_t width = view.GetWidth();
-    const simd::Job<1, 0> job{{plane}, {}, width, view.GetHeight(), width};
-    kCountBytes(job, counts);
+    const CountJob job{{plane}, {}, width, view.GetHeight(), width};
+    if (PairsPay(job, counts.of[3] != nullptr) && HasPairs()) {
+        auto* const first = reinterpret_cast<ULong32*>(pairs->GetAlignedPointer());
+        kCountPairs(job, counts, {{first, first + PairCounts::kValues}});
+    } else {
+        kCountBytes(job, counts);
+    }
     return kStatusOk;
+}
+
+bool Histogram::HasPairs() noexcept {
+    if (!pairs) {
+        pairs =
+            new (std::nothrow) AlignedMemoryBuffer(PairCounts::kBytes, kTableAlignment, kNoAliasWorkAround);
+        if (pairs && pairs->GetAlignedPointer() != nullptr) {
+            std::memset(pairs->GetAlignedPointer(), 0, PairCounts::kBytes);
+        }
+    }
+    return pairs && pairs->GetAlignedPointer() != nullptr;
 }
 
 }  // namespace Zan

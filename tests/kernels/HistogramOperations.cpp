@@ -1,11 +1,9 @@
-#include <TesselU/image/Image.h>
-#include <TesselU/image/ImageView.h>
-#include <TesselU/tone/Histogram.h>
-
 #include <algorithm>
+#include <array>
 #include <memory>
 
 #include "kernels/Operations.h"
+#include "tone/kernels/Count.h"
 
 namespace kernelcheck {
 
@@ -31,58 +29,87 @@ void Paint(Content content, Random& random, std::uint8_t* row, std::size_t width
     }
 }
 
+using Counts = std::array<std::array<ULong32, 256>, 4>;
+
 /// One number for all counts of all tables.
-Long32 SumOf(const Histogram& histogram) {
+Long32 SumOf(const Counts& counts) {
     std::uint32_t sum = 0;
-    for (ULong32 table = 0; table < histogram.GetNumberOfTables(); ++table) {
-        for (ULong32 entry = 0; entry < histogram.GetNumberOfTableEntries(); ++entry) {
-            sum = (sum ^ histogram.Get(table, entry)) * 0x01000193U;
+    for (const auto& table : counts) {
+        for (const ULong32 count : table) {
+            sum = (sum ^ count) * 0x01000193U;
         }
     }
     return static_cast<Long32>(sum | 1);
 }
 
-Operation Count(ULong32 tables, Content content) {
-    return {"Histogram, " + std::to_string(tables) + " tables, content " +
-                std::to_string(static_cast<int>(content)),
+/// A counter of `tables` tables on a picture; gives back a number for what it made.
+template <class Run>
+Operation Count(const std::string& name, Content content, Run run) {
+    return {name + ", content " + std::to_string(static_cast<int>(content)),
             [=](Case& c) -> Operation::Run {
-                // A few rows are too few for the counters of large pictures, so they are counted often.
-                const std::size_t width = c.width;
-                const auto rows = std::make_shared<std::vector<std::uint8_t>>(4 * width * c.height + 4);
+                const std::size_t rowBytes = 4 * c.width;
+                const auto rows = std::make_shared<std::vector<std::uint8_t>>(rowBytes * c.height + 4);
                 for (std::size_t y = 0; y < c.height; ++y) {
-                    Paint(content, c.random, rows->data() + 4 * width * y, width);
+                    Paint(content, c.random, rows->data() + rowBytes * y, c.width);
                 }
-                Plane& plane = c.Add(4 * width, c.height, 4, 0, Plane::Kind::kImage);
-                const ImageDescriptor format(static_cast<ULong32>(width), static_cast<ULong32>(c.height),
-                                             kRGB, k4444, kBGRA, kPacked, kProgressive, kNoFields, kTopLeft,
-                                             1.0F, kUnshaped);
-                const auto image =
-                    std::make_shared<Image>(plane.row(), static_cast<ULong32>(plane.pitch()), format, 1U, 1U);
-                return [=, &plane, h = c.height]() -> Long32 {
+                Plane& plane = c.Add(rowBytes, c.height, 1);
+                return [=, &plane, w = c.width, h = c.height]() -> Long32 {
                     for (std::size_t y = 0; y < h; ++y) {
-                        std::copy_n(rows->data() + 4 * width * y, 4 * width, plane.row(y));
+                        std::copy_n(rows->data() + rowBytes * y, rowBytes, plane.row(y));
                     }
-                    Histogram histogram(tables, 256);
-                    ImageView view(image.get());
-                    for (int times = 0; times < 3; ++times) {
-                        if (const Long32 status = histogram.Do(view, kBestAvailable); status != 0) {
-                            return status;
-                        }
-                    }
-                    return SumOf(histogram);
+                    return run(CountJob{{Zan::Plane{plane.row(), plane.pitch()}}, {}, w, h, w});
                 };
             },
             kSSE2, Operation::Proof::kReads};
+}
+
+Operation Bytes(std::size_t tables, Content content) {
+    return Count("histogram by bytes, " + std::to_string(tables) + " tables", content,
+                 [tables](const CountJob& job) {
+                     Counts counts{};
+                     ByteCounts to;
+                     for (std::size_t i = 0; i < tables; ++i) {
+                         to.of[i] = counts[i].data();
+                     }
+                     kCountBytes(job, to);
+                     return SumOf(counts);
+                 });
+}
+
+Operation Pairs(std::size_t tables, Content content) {
+    const auto memory = std::make_shared<std::vector<ULong32>>(2 * PairCounts::kValues);
+    return Count("histogram by pairs, " + std::to_string(tables) + " tables", content,
+                 [=](const CountJob& job) -> Long32 {
+                     Counts counts{};
+                     ByteCounts to;
+                     for (std::size_t i = 0; i < tables; ++i) {
+                         to.of[i] = counts[i].data();
+                     }
+                     kCountPairs(job, to, {{memory->data(), memory->data() + PairCounts::kValues}});
+                     const bool isClean = std::all_of(memory->begin(), memory->end(),
+                                                      [](ULong32 count) { return count == 0; });
+                     return isClean ? SumOf(counts) : -1;
+                 });
+}
+
+Operation Spread(bool countsByte3, Content content) {
+    return Count(std::string("spread of pairs") + (countsByte3 ? " with byte 3" : ""), content,
+                 [countsByte3](const CountJob& job) {
+                     std::size_t lines = 0;
+                     kSpreadOfPairs(job, countsByte3, lines);
+                     return static_cast<Long32>(lines);
+                 });
 }
 
 }  // namespace
 
 std::vector<Operation> HistogramOperations() {
     std::vector<Operation> all;
-    for (const ULong32 tables : {3U, 4U}) {
-        for (const Content content :
-             {Content::kNoise, Content::kFlat, Content::kRuns, Content::kFewColours}) {
-            all.push_back(Count(tables, content));
+    for (const Content content : {Content::kNoise, Content::kFlat, Content::kRuns, Content::kFewColours}) {
+        for (const std::size_t tables : {3U, 4U}) {
+            all.push_back(Bytes(tables, content));
+            all.push_back(Pairs(tables, content));
+            all.push_back(Spread(tables == 4, content));
         }
     }
     return all;

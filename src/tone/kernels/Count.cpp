@@ -1,6 +1,11 @@
-// How often bytes occur.
+// How often bytes occur. An increment is a load and a store, of which a processor makes one or two at a time,
+// so that their number is what counts.
 
 #include "tone/kernels/Count.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "tone/kernels/Count.cpp"
@@ -17,28 +22,160 @@ namespace {
 using namespace simd::HWY_NAMESPACE;
 using simd::PlaneUse;
 
+using Place = simd::Place<1, 0>;
+constexpr PlaneUse kPixels[] = {{.index = 0, .bytesPer16 = 64}};
+
 /// `Bytes` of each four.
 template <std::size_t Bytes>
 struct CountBytes {
-    using Place = simd::Place<1, 0>;
-    static constexpr PlaneUse kSources[] = {{.index = 0, .bytesPer16 = 64}};
+    using Place = HWY_NAMESPACE::Place;
+    static constexpr auto& kSources = kPixels;
     static constexpr std::array<PlaneUse, 0> kDestinations = {};
-    ByteCounts counts;
+    ULong32* of[4];
 
     void Unit(const Place& at, std::size_t x) {
         for (std::size_t i = 0; i < Bytes; ++i) {
-            ++counts.of[i][at.in[0][0][4 * x + i]];
+            ++of[i][at.in[0][0][4 * x + i]];
         }
+    }
+
+#if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kStep = 4;
+
+    HWY_INLINE void Step(const Place& at, std::size_t x) {
+        std::uint64_t pixels[2];
+        std::memcpy(pixels, at.in[0][0] + 4 * x, sizeof pixels);
+        for (const std::uint64_t two : pixels) {
+            for (std::size_t i = 0; i < 8; ++i) {
+                if (i % 4 < Bytes) {
+                    ++of[i % 4][two >> 8 * i & 0xFF];
+                }
+            }
+        }
+    }
+#endif
+};
+
+#if HWY_TARGET != HWY_SCALAR
+
+/// Bytes 0 and 1, and byte 2 with or without byte 3.
+template <bool CountsByte3>
+struct CountPairs {
+    using Place = HWY_NAMESPACE::Place;
+    static constexpr auto& kSources = kPixels;
+    static constexpr std::array<PlaneUse, 0> kDestinations = {};
+    static constexpr std::size_t kStep = 4;
+    ULong32 *low, *high;
+
+    void Unit(const Place& at, std::size_t x) {
+        std::uint32_t pixel;
+        std::memcpy(&pixel, at.in[0][0] + 4 * x, sizeof pixel);
+        Count(pixel);
+    }
+
+    HWY_INLINE void Step(const Place& at, std::size_t x) {
+        std::uint64_t pixels[2];
+        std::memcpy(pixels, at.in[0][0] + 4 * x, sizeof pixels);
+        for (const std::uint64_t two : pixels) {
+            Count(two);
+            Count(two >> 32);
+        }
+    }
+
+private:
+    HWY_INLINE void Count(std::uint64_t pixel) {
+        ++low[pixel & 0xFFFF];
+        ++high[pixel >> 16 & (CountsByte3 ? 0xFFFF : 0xFF)];
     }
 };
 
-void RunCountBytes(const simd::Job<1, 0>& job, const ByteCounts& counts) {
-    if (counts.of[3] == nullptr) {
-        CountBytes<3> kernel{counts};
+/// Adds counts of pairs to those of their lower and of their upper bytes, and zeroes them.
+HWY_ATTR void Unpair(ULong32* pairs, std::size_t uppers, ULong32* ofLower, ULong32* ofUpper) {
+    const DU32 d;
+    constexpr std::size_t kLanes = HWY_LANES(std::uint32_t), kValues = 256;
+    alignas(64) ULong32 lower[kValues] = {};
+    for (std::size_t upper = 0; upper < uppers; ++upper) {
+        VU32 sum = hn::Zero(d);
+        for (ULong32 *at = pairs + kValues * upper, *to = lower; to != lower + kValues;
+             at += kLanes, to += kLanes) {
+            const VU32 counts = hn::LoadU(d, at);
+            hn::Store(hn::Add(hn::Load(d, to), counts), d, to);
+            sum = hn::Add(sum, counts);
+            hn::StoreU(hn::Zero(d), d, at);
+        }
+        if (ofUpper != nullptr) {
+            ofUpper[upper] += hn::GetLane(hn::SumOfLanes(d, sum));
+        }
+    }
+    for (std::size_t i = 0; i < kValues; ++i) {
+        ofLower[i] += lower[i];
+    }
+}
+
+#endif
+
+/// Marks the cache lines that hold the counts of pairs.
+struct SpreadOfPairs {
+    using Place = HWY_NAMESPACE::Place;
+    static constexpr auto& kSources = kPixels;
+    static constexpr std::array<PlaneUse, 0> kDestinations = {};
+    static constexpr std::size_t kCountsOfLine = 64 / sizeof(ULong32);
+    static constexpr std::size_t kWords = PairCounts::kValues / kCountsOfLine / 64;
+    std::uint64_t (*isUsed)[kWords];  ///< of either half of a pixel
+    std::uint32_t highs;
+
+    void Unit(const Place& at, std::size_t x) {
+        std::uint32_t pixel;
+        std::memcpy(&pixel, at.in[0][0] + 4 * x, sizeof pixel);
+        Mark(0, pixel & 0xFFFF);
+        Mark(1, pixel >> 16 & highs);
+    }
+
+private:
+    void Mark(std::size_t half, std::size_t pair) {
+        const std::size_t line = pair / kCountsOfLine;
+        isUsed[half][line / 64] |= std::uint64_t{1} << line % 64;
+    }
+};
+
+void RunCountBytes(const CountJob& job, const ByteCounts& counts) {
+    ULong32* const* const of = counts.of;
+    if (of[3] == nullptr) {
+        CountBytes<3> kernel{{of[0], of[1], of[2], nullptr}};
         Reduce(kernel, job);
     } else {
-        CountBytes<4> kernel{counts};
+        CountBytes<4> kernel{{of[0], of[1], of[2], of[3]}};
         Reduce(kernel, job);
+    }
+}
+
+HWY_ATTR void RunCountPairs(const CountJob& job, const ByteCounts& counts,
+                            [[maybe_unused]] const PairCounts& pairs) {
+#if HWY_TARGET == HWY_SCALAR
+    RunCountBytes(job, counts);
+#else
+    ULong32* const* const of = counts.of;
+    if (of[3] == nullptr) {
+        CountPairs<false> kernel{pairs.of[0], pairs.of[1]};
+        Reduce(kernel, job);
+    } else {
+        CountPairs<true> kernel{pairs.of[0], pairs.of[1]};
+        Reduce(kernel, job);
+    }
+    Unpair(pairs.of[0], 256, of[0], of[1]);
+    Unpair(pairs.of[1], of[3] == nullptr ? 1 : 256, of[2], of[3]);
+#endif
+}
+
+void RunSpreadOfPairs(const CountJob& job, bool countsByte3, std::size_t& lines) {
+    std::uint64_t isUsed[2][SpreadOfPairs::kWords] = {};
+    SpreadOfPairs kernel{isUsed, countsByte3 ? 0xFFFFU : 0xFFU};
+    Reduce(kernel, job);
+    lines = 0;
+    for (const auto& half : isUsed) {
+        for (const std::uint64_t word : half) {
+            lines += static_cast<std::size_t>(std::popcount(word));
+        }
     }
 }
 
@@ -51,7 +188,10 @@ HWY_AFTER_NAMESPACE();
 
 namespace Zan {
 
-TESSELU_KERNEL(CountKernel, kCountBytes, RunCountBytes);
+TESSELU_KERNEL(simd::Kernel<void(const CountJob&, const ByteCounts&)>, kCountBytes, RunCountBytes);
+TESSELU_KERNEL(simd::Kernel<void(const CountJob&, const ByteCounts&, const PairCounts&)>, kCountPairs,
+               RunCountPairs);
+TESSELU_KERNEL(simd::Kernel<void(const CountJob&, bool, std::size_t&)>, kSpreadOfPairs, RunSpreadOfPairs);
 
 }  // namespace Zan
 
