@@ -4,7 +4,8 @@
 //     WithByteTables([&]<class Table>() HWY_ATTR { Walk(Kernel<Table>{Table(bytes), ...}, job); });
 //
 // `Table` is the form that is fastest on the processor. It copies the bytes, so that a kernel holds it by
-// value. Without vectors there is none.
+// value. Where it says `kStaysInCache`, it takes longer than memory does, and a kernel that does little else
+// gains nothing by writing around the cache. Without vectors there is none.
 
 #if defined(TESSELU_SRC_SIMD_BYTETABLE_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef TESSELU_SRC_SIMD_BYTETABLE_INL_H
@@ -29,6 +30,8 @@ namespace HWY_NAMESPACE {
 /// In quarters of 64 entries; a lookup beyond one leaves the lane as it was.
 class ByteTable {
 public:
+    static constexpr bool kStaysInCache = true;
+
     HWY_INLINE HWY_ATTR explicit ByteTable(const std::uint8_t* table) {
         for (std::size_t i = 0; i < 4; ++i) {
             for (std::size_t k = 0; k < 4; ++k) {
@@ -56,6 +59,8 @@ private:
 /// In 16 rows of 16 entries, looked up by the low half of a byte and selected by the high half.
 class ByteTable {
 public:
+    static constexpr bool kStaysInCache = true;
+
     HWY_INLINE HWY_ATTR explicit ByteTable(const std::uint8_t* table) {
 #if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX2
         std::memcpy(row, table, sizeof row);
@@ -145,6 +150,8 @@ private:
 /// processors with VBMI need not have.
 class PermutedByteTable {
 public:
+    static constexpr bool kStaysInCache = false;
+
     HWY_INLINE HWY_ATTR explicit PermutedByteTable(const std::uint8_t* table) {
         for (std::size_t i = 0; i < 4; ++i) {
             quarter[i] = hn::LoadU(DU8(), table + 64 * i);

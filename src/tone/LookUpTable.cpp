@@ -117,6 +117,16 @@ ULong32 LookUpTable::GetLUT(ULong32 lut, ULong32 entry) const noexcept {
 }
 
 void LookUpTable::SetLUTtoIdentity(ULong32 lut) noexcept {
+    unsigned char* const table = GetPointerToLUT(lut);
+    if (table == nullptr) {
+        return;
+    }
+    if (bytesPerEntry == 1) {
+        for (std::size_t i = 0; i < numberOfEntries; ++i) {
+            table[i] = static_cast<unsigned char>(i);
+        }
+        return;
+    }
     for (ULong32 i = 0; i < numberOfEntries; ++i) {
         SetLUT(lut, i, i);
     }

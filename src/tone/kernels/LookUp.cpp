@@ -2,6 +2,9 @@
 
 #include "tone/kernels/LookUp.h"
 
+#include <array>
+#include <cstring>
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "tone/kernels/LookUp.cpp"
 #include "simd/Foreach.h"
@@ -50,6 +53,8 @@ struct Pairs {
 
 /// The bytes of a table that changes nothing.
 struct NoTable {
+    static constexpr bool kStaysInCache = false;
+
     HWY_INLINE HWY_ATTR VU8 operator()(VU8 v) const { return v; }
 };
 
@@ -59,6 +64,7 @@ struct PairVectors : Pairs {
     Luma luma;
     Chroma third;
 
+    static constexpr bool kStaysInCache = Luma::kStaysInCache;
     static constexpr std::size_t kStep = 4 * kVectorBytes / 2;
 
     template <class Put>
@@ -126,6 +132,7 @@ template <class Table>
 struct ByteVectors : Bytes {
     Table vectors;
 
+    static constexpr bool kStaysInCache = Table::kStaysInCache;
     static constexpr std::size_t kStep = kLineVectors * kVectorBytes;
 
     template <class Put>
@@ -151,68 +158,19 @@ struct ByteRows : Bytes {
 
 #endif
 
-// ---- Component and alpha ----------------------------------------------------------------------------------
-
-/// `Whole`: all tables have 65536 entries.
-template <bool Whole>
-struct ByAlpha {
-    using Place = simd::Place<2, 2>;
-    static constexpr PlaneUse kSources[] = {kPairs, {.index = 1}};
-    static constexpr PlaneUse kDestinations[] = {kPairs, {.index = 1}};
-    static constexpr std::size_t kUnit = 2;
-    AlphaTables set;
-
-    static std::uint8_t Entry(const AlphaTables& set, const std::uint8_t* table, std::size_t component,
-                              std::size_t alpha) {
-        const std::size_t entry = component * 256 + alpha;
-        return Whole || entry < set.bytes ? table[entry] : std::uint8_t{0};
-    }
-
-    static void Pair(const AlphaTables& set, const std::uint8_t* in, const std::uint8_t* alpha,
-                     std::uint8_t* out, std::uint8_t* alphaOut) {
-        const std::uint8_t a0 = alpha[0], a1 = alpha[1];
-        const std::uint8_t first = Entry(set, set.table.first, in[0], a0);
-        const std::uint8_t luma = Entry(set, set.table.luma, in[1], a0);
-        const std::uint8_t third = Entry(set, set.table.third, in[2], a0);
-        const std::uint8_t second = Entry(set, set.table.luma, in[3], a1);
-        out[0] = first;
-        out[1] = luma;
-        out[2] = third;
-        out[3] = second;
-        alphaOut[0] = a0;
-        alphaOut[1] = a1;
-    }
-
-    void Unit(const Place& at, std::size_t x) const {
-        Pair(set, at.in[0][0] + 2 * x, at.in[1][0] + x, at.out[0][0] + 2 * x, at.out[1][0] + x);
-    }
-    void Tail(const Place& at, std::size_t x, std::size_t) const { at.out[1][0][x] = at.in[1][0][x]; }
-
-    bool Row(const Place& at, std::size_t columns) const {
-        const AlphaTables local = set;
-        const std::uint8_t *const in = at.in[0][0], *const alpha = at.in[1][0];
-        std::uint8_t *const out = at.out[0][0], *const alphaOut = at.out[1][0];
-        for (std::size_t x = 0; x < columns / 2 * 2; x += 2) {
-            Pair(local, in + 2 * x, alpha + x, out + 2 * x, alphaOut + x);
-        }
-        if (columns % 2 != 0) {
-            Tail(at, columns - 1, 1);
-        }
-        return true;
-    }
-};
-
 // ---- Kernels ----------------------------------------------------------------------------------------------
 
 #if TESSELU_VECTORS_PAY
 
 bool IsIdentity(const std::uint8_t* table) {
-    for (std::size_t i = 0; i < 256; ++i) {
-        if (table[i] != i) {
-            return false;
+    static constexpr auto kIdentity = [] {
+        std::array<std::uint8_t, 256> entries{};
+        for (std::size_t i = 0; i < entries.size(); ++i) {
+            entries[i] = static_cast<std::uint8_t>(i);
         }
-    }
-    return true;
+        return entries;
+    }();
+    return std::memcmp(table, kIdentity.data(), kIdentity.size()) == 0;
 }
 
 void RunPairs(const LookUpJob& job, const PairTables& tables) {
@@ -248,14 +206,6 @@ void RunBytes(const LookUpJob& job, const std::uint8_t* table) {
 
 #endif
 
-void RunByAlpha(const LookUpByAlphaJob& job, const AlphaTables& set) {
-    if (set.bytes >= 65536) {
-        Walk(ByAlpha<true>{set}, job);
-    } else {
-        Walk(ByAlpha<false>{set}, job);
-    }
-}
-
 }  // namespace
 }  // namespace HWY_NAMESPACE
 }  // namespace Zan
@@ -267,11 +217,9 @@ namespace Zan {
 
 using PairsKernel = simd::Kernel<void(const LookUpJob&, const PairTables&)>;
 using BytesKernel = simd::Kernel<void(const LookUpJob&, const std::uint8_t*)>;
-using ByAlphaKernel = simd::Kernel<void(const LookUpByAlphaJob&, const AlphaTables&)>;
 
 TESSELU_KERNEL(PairsKernel, kLookUpPairs, RunPairs);
 TESSELU_KERNEL(BytesKernel, kLookUpBytes, RunBytes);
-TESSELU_KERNEL(ByAlphaKernel, kLookUpByAlpha, RunByAlpha);
 
 }  // namespace Zan
 
