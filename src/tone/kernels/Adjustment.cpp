@@ -65,24 +65,20 @@ HWY_INLINE ChromaSamples AdjustedChroma(const Steps& steps, ChromaSamples in) {
 
 // ---- Hue, on (Cb, Cr) pairs of 16-bit lanes ---------------------------------------------------------------
 
-HWY_INLINE HWY_ATTR VI16 WordPairs(std::int16_t even, std::int16_t odd) {
-    const auto low = static_cast<std::uint16_t>(even), high = static_cast<std::uint16_t>(odd);
-    return hn::BitCast(DI16(), hn::Set(DU32(), low | std::uint32_t{high} << 16));
-}
-
 struct NoTurn {
-    static constexpr bool kTurns = false;
+    static constexpr bool kTurns = false, kFloors = false;
     static constexpr std::int16_t kScale = 1;
 
     explicit NoTurn(const AdjustmentSettings&) {}
     HWY_INLINE HWY_ATTR VI16 operator()(VI16 chroma) const { return chroma; }
+    HWY_INLINE HWY_ATTR VI16 Floor(VI16 chroma) const { return chroma; }
 };
 
 /// FixedTurn, of chroma times 2.
 template <bool Fused>
 class TurnInFixedPoint {
 public:
-    static constexpr bool kTurns = true;
+    static constexpr bool kTurns = true, kFloors = true;
     static constexpr std::int16_t kScale = 2;
 
     HWY_INLINE HWY_ATTR explicit TurnInFixedPoint(const AdjustmentSettings& settings) {
@@ -94,9 +90,12 @@ public:
     }
 
     HWY_INLINE HWY_ATTR VI16 operator()(VI16 twice) const {
-        const VI16 floor = HighHalves(Sum(twice, 0), Sum(twice, 1));
+        const VI16 floor = Floor(twice);
         return hn::Sub(floor, hn::ShiftRight<15>(floor));
     }
+
+    /// What lacks the 1 that is added below 0.
+    HWY_INLINE HWY_ATTR VI16 Floor(VI16 twice) const { return HighHalves(Sum(twice, 0), Sum(twice, 1)); }
 
 private:
     /// With 16 bits of fraction, rounded down.
@@ -110,7 +109,7 @@ private:
 /// Double precision, for angles that have no fixed point.
 class TurnInDoubles {
 public:
-    static constexpr bool kTurns = true;
+    static constexpr bool kTurns = true, kFloors = false;
     static constexpr std::int16_t kScale = 1;
 
     HWY_INLINE HWY_ATTR explicit TurnInDoubles(const AdjustmentSettings& settings)
@@ -126,6 +125,8 @@ public:
         return MergeEvenOdd(hn::BitCast(DI16(), hn::Combine(d32, upper.cb, lower.cb)),
                             hn::BitCast(DI16(), cr));
     }
+
+    HWY_INLINE HWY_ATTR VI16 Floor(VI16 chroma) const { return operator()(chroma); }
 
 private:
     using D = hn::ScalableTag<double>;
@@ -267,18 +268,66 @@ protected:
     }
 };
 
-/// The gains as lines.
-template <bool HasAlpha, class Turn>
-class YCrCbByLines : public YCrCbVectors<HasAlpha, Steps, YCrCbByLines<HasAlpha, Turn> > {
+/// Contrast as a line, and brightness.
+class LumaLine {
+public:
+    HWY_ATTR LumaLine(const GainLine& contrast, const AdjustmentSettings& settings)
+        : multiplier(contrast.multiplier), line(contrast) {
+        const auto byte = [](int value) {
+            return hn::Set(DU8(), static_cast<std::uint8_t>(std::clamp(value, 0, 255)));
+        };
+        raised = byte(settings.lift);
+        lowered = byte(-settings.lift);
+    }
+
+    /// Of the bytes where `weights` has the multiplier, in words, not limited yet.
+    HWY_INLINE HWY_ATTR VI16 Words(VU8 v, VI8 weights) const {
+        return line(hn::BitCast(DU16(), MulAddPairs(v, weights)));
+    }
+    /// What is left to do with bytes.
+    HWY_INLINE HWY_ATTR VU8 Lifted(VU8 bytes) const {
+        return hn::SaturatedSub(hn::SaturatedAdd(bytes, raised), lowered);
+    }
+    void LiftOnly(VU8 bytes) {
+        raised = hn::And(raised, bytes);
+        lowered = hn::And(lowered, bytes);
+    }
+
+    int multiplier;
+
+private:
+    LineLanes line;
+    VU8 raised, lowered;
+};
+
+/// All steps of luma as a table.
+class LumaTable {
+public:
+    static constexpr int multiplier = 1;
+
+    HWY_ATTR LumaTable(const GainLine&, const AdjustmentSettings& settings)
+        : table(StepTables(settings).luma) {}
+
+    HWY_INLINE HWY_ATTR VI16 Words(VU8 v, VI8 weights) const { return MulAddPairs(table(v), weights); }
+    HWY_INLINE HWY_ATTR VU8 Lifted(VU8 bytes) const { return bytes; }
+    void LiftOnly(VU8) {}
+
+private:
+    ByteTable table;
+};
+
+/// The gains of chroma, and mostly of luma, as lines.
+template <bool HasAlpha, class Turn, class Luma>
+class YCrCbByLines : public YCrCbVectors<HasAlpha, Steps, YCrCbByLines<HasAlpha, Turn, Luma> > {
     using Base = YCrCbVectors<HasAlpha, Steps, YCrCbByLines>;
 
 public:
     HWY_ATTR YCrCbByLines(const Steps& s, const GainLine& contrast, const GainLine& saturation)
-        : Base(s), turn(s.settings), lumaLine(contrast), chromaLine(saturation) {
+        : Base(s), turn(s.settings), luma(contrast, s.settings), chromaLine(saturation) {
         const DU16 du;
         const ByteOrder& at = Base::order;
         chromaWeights = Base::Weights(Turn::kTurns ? Turn::kScale : saturation.multiplier, at.cb, at.cr);
-        lumaWeights = Base::Weights(contrast.multiplier, at.luma, at.second);
+        lumaWeights = Base::Weights(luma.multiplier, at.luma, at.second);
         neutral = hn::Set(DI16(), 128 * Turn::kScale);
         chromaMultiplier = hn::Set(du, saturation.multiplier);
         if (Turn::kTurns) {
@@ -286,74 +335,102 @@ public:
             chromaLine.start =
                 hn::Set(du, static_cast<std::uint16_t>(saturation.start + 128U * saturation.multiplier));
         }
-        const int lift = s.settings.lift;
-        const VU8 luma = Base::LumaBytes(true, true);
-        raised = hn::And(luma, hn::Set(DU8(), static_cast<std::uint8_t>(std::clamp(lift, 0, 255))));
-        lowered = hn::And(luma, hn::Set(DU8(), static_cast<std::uint8_t>(std::clamp(-lift, 0, 255))));
+        luma.LiftOnly(Base::LumaBytes(true, true));
         alpha = Base::LumaBytes(false, true);
         interleave = Base::Interleave();
     }
 
     HWY_INLINE HWY_ATTR VU8 Adjusted(VU8 v) const {
         const DI16 d;
-        const DU16 du;
         VI16 chroma = MulAddPairs(v, chromaWeights);
         if constexpr (Turn::kTurns) {
             const VI16 turned = turn(hn::Sub(chroma, neutral));
             const VI16 limited = hn::Min(hn::Max(turned, hn::Set(d, -128)), hn::Set(d, 127));
-            chroma = hn::BitCast(d, hn::Mul(hn::BitCast(du, limited), chromaMultiplier));
+            chroma = hn::BitCast(d, hn::Mul(hn::BitCast(DU16(), limited), chromaMultiplier));
         }
-        const VI16 luma = MulAddPairs(v, lumaWeights);
-        const VU8 packed = PackToBytes(chromaLine(hn::BitCast(du, chroma)), lumaLine(hn::BitCast(du, luma)));
-        const VU8 gained = hn::TableLookupBytes(packed, interleave);
-        const VU8 lifted = hn::SaturatedSub(hn::SaturatedAdd(gained, raised), lowered);
-        return HasAlpha ? hn::IfVecThenElse(alpha, v, lifted) : lifted;
-    }
-
-private:
-    Turn turn;
-    LineLanes lumaLine, chromaLine;
-    VI8 chromaWeights, lumaWeights;
-    VI16 neutral;
-    VU16 chromaMultiplier;
-    VU8 raised, lowered, alpha, interleave;
-};
-
-/// All steps but the turn as tables.
-template <bool HasAlpha, class Turn, class Table>
-class YCrCbByTables : public YCrCbVectors<HasAlpha, StepTables, YCrCbByTables<HasAlpha, Turn, Table> > {
-    using Base = YCrCbVectors<HasAlpha, StepTables, YCrCbByTables>;
-
-public:
-    HWY_ATTR explicit YCrCbByTables(const StepTables& s)
-        : Base(s), turn(s.settings), lumaTable(s.luma), chromaTable(s.chroma) {
-        const ByteOrder& at = Base::order;
-        chromaWeights = Base::Weights(Turn::kScale, at.cb, at.cr);
-        lumaWeights = Base::Weights(1, at.luma, at.second);
-        neutral = hn::Set(DI16(), 128 * Turn::kScale);
-        interleave = Base::Interleave();
-        luma = Base::LumaBytes(true, !HasAlpha);
-        alpha = Base::LumaBytes(false, true);
-    }
-
-    HWY_INLINE HWY_ATTR VU8 Adjusted(VU8 v) const {
-        VU8 turned = v;
-        if constexpr (Turn::kTurns) {
-            const VI16 chroma = turn(hn::Sub(MulAddPairs(v, chromaWeights), neutral));
-            const VU8 packed =
-                PackToBytes(hn::Add(chroma, hn::Set(DI16(), 128)), MulAddPairs(v, lumaWeights));
-            turned = hn::TableLookupBytes(packed, interleave);
-        }
-        const VU8 made = hn::IfVecThenElse(luma, lumaTable(turned), chromaTable(turned));
+        const VU8 packed = PackToBytes(chromaLine(hn::BitCast(DU16(), chroma)), luma.Words(v, lumaWeights));
+        const VU8 made = luma.Lifted(hn::TableLookupBytes(packed, interleave));
         return HasAlpha ? hn::IfVecThenElse(alpha, v, made) : made;
     }
 
 private:
     Turn turn;
-    Table lumaTable, chromaTable;
+    Luma luma;
+    LineLanes chromaLine;
     VI8 chromaWeights, lumaWeights;
     VI16 neutral;
-    VU8 luma, alpha, interleave;
+    VU16 chromaMultiplier;
+    VU8 alpha, interleave;
+};
+
+#endif  // HWY_TARGET
+
+#if HWY_TARGET == HWY_AVX3
+
+/// Everything but the turn as tables, which VBMI looks up.
+template <bool HasAlpha, class Turn>
+class YCrCbByTables : public YCrCbVectors<HasAlpha, StepTables, YCrCbByTables<HasAlpha, Turn> > {
+    using Base = YCrCbVectors<HasAlpha, StepTables, YCrCbByTables>;
+
+public:
+    using Base::kBytes, Base::kStep;
+    using typename Base::Place;
+    static_assert(kLineVectors == 2);
+
+    HWY_ATTR explicit YCrCbByTables(const StepTables& s)
+        : Base(s), turn(s.settings), lumaTable(s.luma), chromaTable(ChromaTable(s)) {
+        chromaWeights = Base::Weights(Turn::kScale, Base::order.cb, Base::order.cr);
+        neutral = hn::Set(DI16(), 128 * Turn::kScale);
+        luma = Base::LumaBytes(true, !HasAlpha);
+        alpha = Base::LumaBytes(false, true);
+    }
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        const DU8 d;
+        const std::uint8_t* in = at.in[0][0] + kBytes * x;
+        const VU8 a = hn::LoadU(d, in), b = hn::LoadU(d, in + kVectorBytes);
+        VU8 madeA, madeB;
+        if constexpr (Turn::kTurns) {
+            // Luma of both fills one vector: that of `b` lies where `a` has chroma. So does chroma.
+            alignas(16) static constexpr std::uint8_t kSwap[16] = {1, 0, 3,  2,  5,  4,  7,  6,
+                                                                   9, 8, 11, 10, 13, 12, 15, 14};
+            const VU8 swap = InEveryBlock(kSwap);
+            const VU8 lumas = lumaTable(hn::IfVecThenElse(luma, a, hn::TableLookupBytes(b, swap)));
+            const VU8 chromas = chromaTable(hn::BitCast(d, PackToSignedBytes(Turned(a), Turned(b))));
+            madeA = hn::IfVecThenElse(luma, lumas, hn::InterleaveLower(d, chromas, chromas));
+            madeB = hn::IfVecThenElse(luma, hn::TableLookupBytes(lumas, swap),
+                                      hn::InterleaveUpper(d, chromas, chromas));
+        } else {
+            madeA = hn::IfVecThenElse(luma, lumaTable(a), chromaTable(a));
+            madeB = hn::IfVecThenElse(luma, lumaTable(b), chromaTable(b));
+        }
+        put(d, HasAlpha ? hn::IfVecThenElse(alpha, a, madeA) : madeA, at.out[0][0] + kBytes * x);
+        put(d, HasAlpha ? hn::IfVecThenElse(alpha, b, madeB) : madeB,
+            at.out[0][0] + kBytes * x + kVectorBytes);
+    }
+
+private:
+    /// By signed bytes where chroma has been turned.
+    struct ChromaTable {
+        explicit ChromaTable(const StepTables& s) {
+            for (std::size_t i = 0; i < 256; ++i) {
+                entry[i] = s.chroma[Turn::kTurns ? i ^ 0x80 : i];
+            }
+        }
+        operator const std::uint8_t*() const { return entry; }
+        std::uint8_t entry[256];
+    };
+
+    HWY_INLINE HWY_ATTR VI16 Turned(VU8 v) const {
+        return turn(hn::Sub(MulAddPairs(v, chromaWeights), neutral));
+    }
+
+    Turn turn;
+    PermutedByteTable lumaTable, chromaTable;
+    VI8 chromaWeights;
+    VI16 neutral;
+    VU8 luma, alpha;
 };
 
 #endif  // HWY_TARGET
@@ -394,44 +471,30 @@ struct RGBUnits {
 
 #if HWY_TARGET != HWY_SCALAR
 
-template <std::size_t Bytes, class Turn, bool Fused>
-class RGBByLines : public RGBUnits<Bytes, Steps> {
+/// Steps of pairs of vectors through both matrices; between them `Form::Adjust`.
+template <std::size_t Bytes, class Steps, class Turn, bool Fused, class Form>
+class RGBVectors : public RGBUnits<Bytes, Steps> {
     using Base = RGBUnits<Bytes, Steps>;
     using Reader = PixelsReader<Bytes, false>;
     using Writer = PixelsWriter<Bytes, false>;
-    static constexpr std::size_t kPairs = Writer::kSteps;  // of vectors
+    static constexpr std::size_t kPairs = Writer::kSteps;
 
 public:
     using typename Base::Place;
     static constexpr std::size_t kStep = kPairs * kVectorPixels;
 
-    HWY_ATTR RGBByLines(const Steps& s, const GainLine& contrast, const GainLine& saturation)
-        : Base(s), turn(s.settings), lumaLine(contrast), chromaLine(saturation) {
-        const auto word = [](unsigned value) { return hn::Set(DU16(), static_cast<std::uint16_t>(value)); };
-        const auto limit = [](int value) { return hn::Set(DI16(), static_cast<std::int16_t>(value)); };
-        // Luma comes and goes without its 16, chroma without its 128. The lift moves the limits of contrast.
-        const int lift = s.settings.lift;
-        lumaMultiplier = word(contrast.multiplier);
-        lumaLine.start = word(contrast.start + 16U * contrast.multiplier);
-        lumaLine.below = word(contrast.below + 16U - static_cast<unsigned>(lift));
-        lumaLeast = limit(std::clamp(lift, 0, 255) - 16);
-        lumaMost = limit(std::clamp(255 + lift, 0, 255) - 16);
-        chromaMultiplier = word(saturation.multiplier);
-        chromaLine.start = word(saturation.start + 128U * saturation.multiplier);
-        chromaLine.below = word(saturation.below + 128U);
+    HWY_ATTR explicit RGBVectors(const Steps& s) : Base(s), turn(s.settings) {
         for (std::size_t i = 0; i < 3; ++i) {
             // To 65536ths: times 16, of green in two halves.
             const auto& to = kRgbToYCrCb[i];
-            toYCrCb[i] =
-                WordPairs(static_cast<std::int16_t>(16 * to[0]), static_cast<std::int16_t>(16 * to[2]));
+            toYCrCb[i] = WordPairs(16 * to[0], 16 * to[2]);
             green[i] = hn::Set(DI16(), static_cast<std::int16_t>(8 * to[1]));
             // Times 2, of samples times 8.
             const auto& from = kYCrCbToRgb[i];
-            toRgb[i] =
-                WordPairs(static_cast<std::int16_t>(2 * from[0]), static_cast<std::int16_t>(2 * from[2]));
+            toRgb[i] = WordPairs(2 * from[0], 2 * from[2]);
         }
-        lumaToRgb[0] = WordPairs(2 * kYCrCbToRgb[0][1], 0);
-        lumaToRgb[1] = WordPairs(0, 2 * kYCrCbToRgb[0][1]);
+        lumaToRgb[0] = WordPairs(kLumaFactor, 0);
+        lumaToRgb[1] = WordPairs(0, kLumaFactor);
     }
 
     template <class Put>
@@ -440,17 +503,22 @@ public:
         for (std::size_t i = 0; i < kPairs; ++i) {
             VU32 two[2];
             Reader().LoadPixels(at, 0, x + i * kVectorPixels, two);
-            Adjust(two);
+            AdjustPixels(two);
             pixels[2 * i] = two[0];
             pixels[2 * i + 1] = two[1];
         }
         Writer().PutPixels(at, 0, x, pixels, put);
     }
 
+protected:
+    static constexpr std::int16_t kLumaFactor = 2 * kYCrCbToRgb[0][1];
+
+    Turn turn;
+
 private:
-    /// Two vectors of pixels.
-    HWY_INLINE HWY_ATTR void Adjust(VU32 (&pixels)[2]) const {
+    HWY_INLINE HWY_ATTR void AdjustPixels(VU32 (&pixels)[2]) const {
         const DU16 du;
+        const Form& form = static_cast<const Form&>(*this);
         VI32 lumas[2];
         VI16 chroma[2];
         for (std::size_t i = 0; i < 2; ++i) {
@@ -464,15 +532,16 @@ private:
                 return AddMulAddPairs<Fused>(MulAddPairs(br, toYCrCb[j]), gg, green[j]);
             };
             lumas[i] = row(1);
-            chroma[i] = Saturated(HighHalves(row(0), row(2)));
+            const VI16 uv = HighHalves(row(0), row(2));
+            chroma[i] = Turn::kScale == 2 ? hn::Add(uv, uv) : uv;
         }
-        // Of both vectors in turn.
-        const VI16 luma = hn::ShiftLeft<3>(Contrasted(HighHalves(lumas[0], lumas[1])));
+        // Without its 16, of both vectors in turn.
+        VI16 luma = HighHalves(lumas[0], lumas[1]);
+        form.Adjust(luma, chroma);
         for (std::size_t i = 0; i < 2; ++i) {
-            const VI16 eighths = hn::ShiftLeft<3>(chroma[i]);
-            const VI32 y = MulAddPairs(luma, lumaToRgb[i]);
+            const VI32 y = AddMulAddPairs<Fused>(form.lumaStart, luma, lumaToRgb[i]);
             const auto row = [&](std::size_t j)
-                                 HWY_ATTR { return AddMulAddPairs<Fused>(y, eighths, toRgb[j]); };
+                                 HWY_ATTR { return AddMulAddPairs<Fused>(y, chroma[i], toRgb[j]); };
             const VI16 br = HighHalves(row(0), row(2));
             const VI16 ga = HighHalves(row(1), hn::BitCast(DI32(), hn::ShiftRight<8>(pixels[i])));
             alignas(16) static constexpr std::uint8_t kInterleave[16] = {0, 8,  1, 9,  2, 10, 3, 11,
@@ -482,25 +551,101 @@ private:
         }
     }
 
-    HWY_INLINE HWY_ATTR VI16 Saturated(VI16 chroma) const {
+    VI16 toYCrCb[3], green[3], toRgb[3], lumaToRgb[2];
+};
+
+/// The gains as lines.
+template <std::size_t Bytes, class Turn>
+class RGBByLines : public RGBVectors<Bytes, Steps, Turn, false, RGBByLines<Bytes, Turn> > {
+    using Base = RGBVectors<Bytes, Steps, Turn, false, RGBByLines>;
+
+public:
+    HWY_ATTR RGBByLines(const Steps& s, const GainLine& contrast, const GainLine& saturation)
+        : Base(s), lumaStart(hn::Zero(DI32())), lumaLine(contrast), chromaLine(saturation) {
+        const auto word = [](unsigned value) { return hn::Set(DU16(), static_cast<std::uint16_t>(value)); };
+        const auto limit = [](int value) { return hn::Set(DI16(), static_cast<std::int16_t>(value)); };
+        // Luma comes and goes without its 16, chroma without its 128. The lift moves the limits of contrast.
+        const int lift = s.settings.lift;
+        lumaMultiplier = word(contrast.multiplier);
+        lumaLine.start = word(contrast.start + 16U * contrast.multiplier);
+        lumaLine.below = word(contrast.below + 16U - static_cast<unsigned>(lift));
+        lumaLeast = limit(std::clamp(lift, 0, 255) - 16);
+        lumaMost = limit(std::clamp(255 + lift, 0, 255) - 16);
+        chromaMultiplier = word(saturation.multiplier);
+        chromaLine.start = word(saturation.start + 128U * saturation.multiplier);
+        chromaLine.below = word(saturation.below + 128U);
+    }
+
+    /// Leaves samples times 8.
+    HWY_INLINE HWY_ATTR void Adjust(VI16& luma, VI16 (&chroma)[2]) const {
         const DI16 d;
-        const VI16 turned = turn(Turn::kScale == 2 ? hn::Add(chroma, chroma) : chroma);
-        // Of RGB no angle takes chroma beyond 8 bits.
-        const VI16 gained = chromaLine(hn::Mul(hn::BitCast(DU16(), turned), chromaMultiplier));
-        return hn::Min(hn::Max(gained, hn::Set(d, -128)), hn::Set(d, 127));
+        const DU16 du;
+        for (VI16& each : chroma) {
+            // Of RGB no angle takes chroma beyond 8 bits.
+            const VI16 turned = Base::turn(each);
+            const VI16 gained = chromaLine(hn::Mul(hn::BitCast(du, turned), chromaMultiplier));
+            each = hn::ShiftLeft<3>(hn::Min(hn::Max(gained, hn::Set(d, -128)), hn::Set(d, 127)));
+        }
+        const VI16 gained = lumaLine(hn::Mul(hn::BitCast(du, luma), lumaMultiplier));
+        luma = hn::ShiftLeft<3>(hn::Min(hn::Max(gained, lumaLeast), lumaMost));
     }
 
-    HWY_INLINE HWY_ATTR VI16 Contrasted(VI16 luma) const {
-        const VI16 gained = lumaLine(hn::Mul(hn::BitCast(DU16(), luma), lumaMultiplier));
-        return hn::Min(hn::Max(gained, lumaLeast), lumaMost);
-    }
+    VI32 lumaStart;
 
-    Turn turn;
+private:
     LineLanes lumaLine, chromaLine;
     VU16 lumaMultiplier, chromaMultiplier;
     VI16 lumaLeast, lumaMost;
-    VI16 toYCrCb[3], green[3], toRgb[3], lumaToRgb[2];
 };
+
+#if HWY_TARGET == HWY_AVX3
+
+/// Everything between the matrices but the turn as tables, which VBMI looks up.
+template <std::size_t Bytes, class Turn>
+class RGBByTables : public RGBVectors<Bytes, StepTables, Turn, true, RGBByTables<Bytes, Turn> > {
+    using Base = RGBVectors<Bytes, StepTables, Turn, true, RGBByTables>;
+
+public:
+    HWY_ATTR explicit RGBByTables(const StepTables& s) : RGBByTables(s, Tables(s)) {}
+
+    HWY_INLINE HWY_ATTR void Adjust(VI16& luma, VI16 (&chroma)[2]) const {
+        const DU8 d;
+        const DI16 d16;
+        const auto eighths = [&](VU8 above8Bits)
+                                 HWY_ATTR { return hn::ShiftRight<5>(hn::BitCast(d16, above8Bits)); };
+        const VU8 chromas = chromaTable(
+            hn::BitCast(d, PackToSignedBytes(Base::turn.Floor(chroma[0]), Base::turn.Floor(chroma[1]))));
+        chroma[0] = eighths(hn::InterleaveLower(d, hn::Zero(d), chromas));
+        chroma[1] = eighths(hn::InterleaveUpper(d, hn::Zero(d), chromas));
+        const VI16 lumas = hn::BitCast(d16, lumaTable(hn::BitCast(d, luma)));
+        luma = eighths(hn::BitCast(d, hn::ShiftLeft<8>(lumas)));
+    }
+
+    VI32 lumaStart;
+
+private:
+    /// By luma without its 16 and by chroma without its 128, as the turn leaves it; results less 128.
+    struct Tables {
+        explicit Tables(const StepTables& s) {
+            for (int i = 0; i < 256; ++i) {
+                luma[i] = s.luma[std::min(i + 16, 255)] ^ 0x80;
+                const int floor = i < 128 ? i : i - 256;
+                chroma[i] = s.chroma[floor + (Turn::kFloors && floor < 0 ? 129 : 128)] ^ 0x80;
+            }
+        }
+        std::uint8_t luma[256], chroma[256];
+    };
+
+    HWY_ATTR RGBByTables(const StepTables& s, const Tables& tables)
+        : Base(s),
+          lumaStart(hn::Set(DI32(), 112 * 8 * Base::kLumaFactor)),
+          lumaTable(tables.luma),
+          chromaTable(tables.chroma) {}
+
+    PermutedByteTable lumaTable, chromaTable;
+};
+
+#endif
 
 #endif  // HWY_TARGET
 
@@ -509,16 +654,14 @@ private:
 #if HWY_TARGET != HWY_SCALAR
 
 /// Calls `run<Turn>()` with the form of the turn that the hue has.
-template <class Run>
+template <bool Fused, class Run>
 HWY_INLINE HWY_ATTR void WithTurn(const AdjustmentSettings& settings, const Run& run) {
     if (!settings.Turns()) {
         run.template operator()<NoTurn>();
-    } else if (!settings.turn.isExact) {
-        run.template operator()<TurnInDoubles>();
-    } else if (HWY_TARGET == HWY_AVX3 && simd::CurrentTarget() == simd::kAVX512DL) {
-        run.template operator()<TurnInFixedPoint<HWY_TARGET == HWY_AVX3> >();
+    } else if (settings.turn.isExact) {
+        run.template operator()<TurnInFixedPoint<Fused> >();
     } else {
-        run.template operator()<TurnInFixedPoint<false> >();
+        run.template operator()<TurnInDoubles>();
     }
 }
 
@@ -541,36 +684,46 @@ HWY_ATTR void AdjustYCrCb(const AdjustmentJob& job, const AdjustmentSettings& se
         Walk(YCrCbCopy<HasAlpha>(Steps(settings)), job);
         return;
     }
-#if HWY_TARGET != HWY_SCALAR
-    // Where tables are permutes they beat the lines.
-    if (settings.gamma == nullptr && simd::CurrentTarget() != simd::kAVX512DL) {
-        const GainLines lines(settings);
-        if (lines.AreExact()) {
-            const Steps steps(settings);
-            WithTurn(settings, [&]<class Turn>() HWY_ATTR {
-                Walk(YCrCbByLines<HasAlpha, Turn>(steps, lines.contrast, lines.saturation), job);
-            });
-            return;
-        }
+#if HWY_TARGET == HWY_AVX3
+    if (simd::CurrentTarget() == simd::kAVX512DL) {
+        const StepTables tables(settings);
+        WithTurn<true>(settings,
+                       [&]<class Turn>() HWY_ATTR { Walk(YCrCbByTables<HasAlpha, Turn>(tables), job); });
+        return;
     }
-    const StepTables tables(settings);
-    WithTurn(settings, [&]<class Turn>() HWY_ATTR {
-        WithByteTables([&]<class Table>()
-                           HWY_ATTR { Walk(YCrCbByTables<HasAlpha, Turn, Table>(tables), job); });
-    });
-#else
-    Walk(YCrCbUnits<HasAlpha, StepTables>(StepTables(settings)), job);
 #endif
-}
-
-template <std::size_t Bytes>
-HWY_ATTR void AdjustRGB(const AdjustmentJob& job, const AdjustmentSettings& settings) {
 #if HWY_TARGET != HWY_SCALAR
     const GainLines lines(settings);
     if (lines.AreExact()) {
         const Steps steps(settings);
-        WithTurn(settings, [&]<class Turn>() HWY_ATTR {
-            Walk(RGBByLines<Bytes, Turn, false>(steps, lines.contrast, lines.saturation), job);
+        WithTurn<false>(settings, [&]<class Turn>() HWY_ATTR {
+            if (!HasAlpha && settings.gamma != nullptr) {
+                Walk(YCrCbByLines<false, Turn, LumaTable>(steps, lines.contrast, lines.saturation), job);
+            } else {
+                Walk(YCrCbByLines<HasAlpha, Turn, LumaLine>(steps, lines.contrast, lines.saturation), job);
+            }
+        });
+        return;
+    }
+#endif
+    Walk(YCrCbUnits<HasAlpha, StepTables>(StepTables(settings)), job);
+}
+
+template <std::size_t Bytes>
+HWY_ATTR void AdjustRGB(const AdjustmentJob& job, const AdjustmentSettings& settings) {
+#if HWY_TARGET == HWY_AVX3
+    if (simd::CurrentTarget() == simd::kAVX512DL) {
+        const StepTables tables(settings);
+        WithTurn<true>(settings, [&]<class Turn>() HWY_ATTR { Walk(RGBByTables<Bytes, Turn>(tables), job); });
+        return;
+    }
+#endif
+#if HWY_TARGET != HWY_SCALAR
+    const GainLines lines(settings);
+    if (lines.AreExact()) {
+        const Steps steps(settings);
+        WithTurn<false>(settings, [&]<class Turn>() HWY_ATTR {
+            Walk(RGBByLines<Bytes, Turn>(steps, lines.contrast, lines.saturation), job);
         });
         return;
     }
