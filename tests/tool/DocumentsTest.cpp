@@ -36,7 +36,7 @@ TEST_F(DocumentsTest, ShellsReadTheirCompletions) {
 
 /// What bash offers for the last of some words.
 TEST_F(DocumentsTest, BashCompletesCommandsOptionsValuesAndFiles) {
-    for (const char* name : {"a.mkv", "b.MP4", "notes.txt", "c.png"}) {
+    for (const char* name : {"a.mkv", "b.MP4", "notes.txt", "c.png", "look.cube"}) {
         std::ofstream(In(name)) << "x";
     }
     const auto offered = [this](const std::string& words) {
@@ -53,6 +53,8 @@ TEST_F(DocumentsTest, BashCompletesCommandsOptionsValuesAndFiles) {
     EXPECT_EQ(offered("tesselu wipe ''"), "a.mkv b.MP4 c.png ");
     EXPECT_EQ(offered("tesselu wipe -o ''"), "a.mkv b.MP4 c.png ");
     EXPECT_EQ(offered("tesselu wipe --sheet ''"), "c.png ");
+    EXPECT_EQ(offered("tesselu lut --cube ''"), "look.cube ");
+    EXPECT_EQ(offered("tesselu lut --invert ''"), "a.mkv b.MP4 c.png ");
     EXPECT_EQ(offered("tesselu patterns --softness"), " ");
     EXPECT_EQ(offered("tesselu mask e"), "ellipse ");
     EXPECT_EQ(offered("tesselu pattern 4"), " ");
@@ -60,7 +62,7 @@ TEST_F(DocumentsTest, BashCompletesCommandsOptionsValuesAndFiles) {
 }
 
 TEST_F(DocumentsTest, FishCompletesCommandsOptionsValuesAndFiles) {
-    for (const char* name : {"a.mkv", "notes.txt", "c.png"}) {
+    for (const char* name : {"a.mkv", "notes.txt", "c.png", "look.cube"}) {
         std::ofstream(In(name)) << "x";
     }
     const auto offered = [this](const std::string& line) {
@@ -74,6 +76,7 @@ TEST_F(DocumentsTest, FishCompletesCommandsOptionsValuesAndFiles) {
     EXPECT_EQ(offered("tesselu wipe --scan p"), "progressive ");
     EXPECT_EQ(offered("tesselu wipe "), "a.mkv c.png ");
     EXPECT_EQ(offered("tesselu wipe --sheet "), "c.png ");
+    EXPECT_EQ(offered("tesselu lut --cube "), "look.cube ");
 }
 
 // Completions of zsh can be asked for on a terminal only.

@@ -24,6 +24,7 @@ enum class ValueKind {
     kRate,        ///< pictures a second: 25, 23.976 or 30000/1001
     kInterval,    ///< A-B or A-
     kMedia,       ///< a clip, still or sequence to read
+    kCube,        ///< a .cube file to read
     kClip,        ///< a clip or sequence to write
     kPngPicture,  ///< a PNG file to write
     kGreyPicture  ///< a PNG or TGA file to write

@@ -82,6 +82,8 @@ std::string BashValue(const Option& option) {
             return std::string("COMPREPLY=($(compgen -W '") + Joined(option.choices, " ") + "' -- \"$cur\"))";
         case ValueKind::kClip:
             return std::string("_tesselu_files '") + Joined(kClipKinds, "|") + "'";
+        case ValueKind::kCube:
+            return "_tesselu_files cube";
         case ValueKind::kPngPicture:
             return "_tesselu_files png";
         case ValueKind::kGreyPicture:
@@ -154,6 +156,8 @@ std::string ZshValue(const Option& option) {
             return std::string(":") + option.value + ":(" + Joined(option.choices, " ") + ")";
         case ValueKind::kClip:
             return std::string(":") + option.value + ":_files -g \"*.(#i)(" + Joined(kClipKinds, "|") + ")\"";
+        case ValueKind::kCube:
+            return std::string(":") + Plain(option.value, ":") + ":_files -g \"*.(#i)cube\"";
         case ValueKind::kPngPicture:
             return std::string(":") + Plain(option.value, ":") + ":_files -g \"*.(#i)png\"";
         case ValueKind::kGreyPicture:
@@ -234,6 +238,8 @@ std::string FishValue(const Option& option) {
             return " -x -a '" + Joined(option.choices, " ") + "'";
         case ValueKind::kClip:
             return " -x -a '(__tesselu_files " + FishSuffixes(kClipKinds, std::size(kClipKinds)) + ")'";
+        case ValueKind::kCube:
+            return " -x -a '(__tesselu_files .cube)'";
         case ValueKind::kPngPicture:
             return " -x -a '(__tesselu_files .png)'";
         case ValueKind::kGreyPicture:

@@ -280,7 +280,7 @@ std::unique_ptr<Effect> MakeEffect(const Arguments& arguments) {
 std::vector<Option> Options() {
     std::vector<Option> options = {
         {.name = "cube",
-         .kind = ValueKind::kText,
+         .kind = ValueKind::kCube,
          .value = "FILE",
          .help = "map colours in RGB through the table of a .cube file, with one or three dimensions, "
                  "tetrahedrally; PNG pictures stay in RGB"},
