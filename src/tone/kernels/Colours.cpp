@@ -1,4 +1,4 @@
-// Whole colours through a lattice or through curves.
+// Whole colours through a lattice, or their channels through curves.
 
 #include "tone/kernels/Colours.h"
 
@@ -10,7 +10,7 @@
 #define HWY_TARGET_INCLUDE "tone/kernels/Colours.cpp"
 #include "simd/Foreach.h"
 // After it: these are compiled once per target.
-#include "simd/Extra-inl.h"
+#include "simd/ByteTable-inl.h"
 #include "simd/Walk-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -66,6 +66,8 @@ private:
         return true;
     }
 };
+
+// ---- The lattice ---------------------------------------------------------------------------------------
 
 #if HWY_TARGET != HWY_SCALAR
 
@@ -318,25 +320,112 @@ struct MapPixels24 {
 #endif
 };
 
-template <std::size_t Bytes>
-struct CurvePixels {
+// ---- Curves -------------------------------------------------------------------------------------------
+
+/// A table for each of the first three bytes of a pixel.
+struct Curves {
+    const std::uint8_t* of[3];
+
+    explicit Curves(const ColourLattice& table) : of{table.curves[0], table.curves[1], table.curves[2]} {}
+
+    void operator()(const std::uint8_t* in, std::uint8_t* out) const {
+        const std::uint8_t made[] = {of[0][in[0]], of[1][in[1]], of[2][in[2]]};
+        std::memcpy(out, made, sizeof made);
+    }
+};
+
+struct CurvePixels32 {
     using Place = HWY_NAMESPACE::Place;
-    static constexpr PlaneUse kSources[] = {{.index = 0, .bytesPer16 = 16 * Bytes}};
-    static constexpr PlaneUse kDestinations[] = {{.index = 0, .bytesPer16 = 16 * Bytes}};
-    const ColourLattice& lattice;
+    static constexpr auto& kSources = kPixels32;
+    static constexpr auto& kDestinations = kPixels32;
+    Curves curves;
     std::uint32_t kept;
 
     void Unit(const Place& at, std::size_t x) const {
-        const std::uint8_t* const in = at.in[0][0] + Bytes * x;
-        std::uint8_t* const out = at.out[0][0] + Bytes * x;
-        if constexpr (Bytes == 4) {
-            out[3] = static_cast<std::uint8_t>(in[3] & kept >> 24);
+        const std::uint8_t* const in = at.in[0][0] + 4 * x;
+        std::uint8_t* const out = at.out[0][0] + 4 * x;
+        out[3] = static_cast<std::uint8_t>(in[3] & kept >> 24);
+        curves(in, out);
+    }
+};
+
+struct CurvePixels24 {
+    using Place = HWY_NAMESPACE::Place;
+    static constexpr auto& kSources = kPixels24;
+    static constexpr auto& kDestinations = kPixels24;
+    Curves curves;
+
+    void Unit(const Place& at, std::size_t x) const { curves(at.in[0][0] + 3 * x, at.out[0][0] + 3 * x); }
+};
+
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_SSSE3
+
+/// Exchanges rows and columns of 4 by 4 lanes, in each block by itself.
+HWY_INLINE HWY_ATTR void Transpose(VU32 (&v)[4]) {
+    const DU32 d;
+    const DU64 d64;
+    const VU64 low01 = hn::BitCast(d64, hn::InterleaveLower(d, v[0], v[1]));
+    const VU64 high01 = hn::BitCast(d64, hn::InterleaveUpper(d, v[0], v[1]));
+    const VU64 low23 = hn::BitCast(d64, hn::InterleaveLower(d, v[2], v[3]));
+    const VU64 high23 = hn::BitCast(d64, hn::InterleaveUpper(d, v[2], v[3]));
+    v[0] = hn::BitCast(d, hn::InterleaveLower(d64, low01, low23));
+    v[1] = hn::BitCast(d, hn::InterleaveUpper(d64, low01, low23));
+    v[2] = hn::BitCast(d, hn::InterleaveLower(d64, high01, high23));
+    v[3] = hn::BitCast(d, hn::InterleaveUpper(d64, high01, high23));
+}
+
+template <class Table>
+struct CurveVectors32 : CurvePixels32 {
+    Table blue, green, red;
+
+    CurveVectors32(const CurvePixels32& pixels)
+        : CurvePixels32(pixels), blue(curves.of[0]), green(curves.of[1]), red(curves.of[2]) {}
+
+    static constexpr std::size_t kStep = kVectorBytes;
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        alignas(16) static constexpr std::uint8_t kDeal[16] = {0, 4, 8,  12, 1, 5, 9,  13,
+                                                               2, 6, 10, 14, 3, 7, 11, 15};
+        const DU8 d;
+        const DU32 d32;
+        const VU8 deal = InEveryBlock(kDeal);
+        VU32 v[4];
+        for (std::size_t i = 0; i < 4; ++i) {
+            v[i] = hn::BitCast(
+                d32, hn::TableLookupBytes(hn::LoadU(d, at.in[0][0] + 4 * x + i * kVectorBytes), deal));
         }
-        for (std::size_t i = 0; i < 3; ++i) {
-            out[i] = lattice.curves[i][in[i]];
+        Transpose(v);
+        v[0] = hn::BitCast(d32, blue(hn::BitCast(d, v[0])));
+        v[1] = hn::BitCast(d32, green(hn::BitCast(d, v[1])));
+        v[2] = hn::BitCast(d32, red(hn::BitCast(d, v[2])));
+        v[3] = hn::And(v[3], hn::Set(d32, (kept >> 24) * 0x01010101U));
+        Transpose(v);
+        for (std::size_t i = 0; i < 4; ++i) {
+            put(d, hn::TableLookupBytes(hn::BitCast(d, v[i]), deal), at.out[0][0] + 4 * x + i * kVectorBytes);
         }
     }
 };
+
+template <class Table>
+struct CurveVectors24 : CurvePixels24 {
+    Table blue, green, red;
+
+    CurveVectors24(const CurvePixels24& pixels)
+        : CurvePixels24(pixels), blue(curves.of[0]), green(curves.of[1]), red(curves.of[2]) {}
+
+    static constexpr std::size_t kStep = kVectorBytes;
+    static constexpr bool kStaysInCache = true;
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put) const {
+        VU8 v[3];
+        hn::LoadInterleaved3(DU8(), at.in[0][0] + 3 * x, v[0], v[1], v[2]);
+        hn::StoreInterleaved3(blue(v[0]), green(v[1]), red(v[2]), DU8(), at.out[0][0] + 3 * x);
+    }
+};
+
+#endif
 
 /// Walks with the vectors that serve a lattice.
 template <template <class> class Kernel, class... Settings>
@@ -368,10 +457,20 @@ void RunMap24(const simd::Job<1, 1>& job, const ColourLattice& lattice, std::uin
     WalkLattice<MapPixels24>(job, lattice);
 }
 void RunCurve32(const simd::Job<1, 1>& job, const ColourLattice& lattice, std::uint32_t kept) {
-    Walk(CurvePixels<4>{lattice, kept}, job);
+    const CurvePixels32 pixels{Curves(lattice), kept};
+#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_SSSE3
+    Walk(pixels, job);
+#else
+    WithByteTables([&]<class Table>() HWY_ATTR { Walk(CurveVectors32<Table>(pixels), job); });
+#endif
 }
 void RunCurve24(const simd::Job<1, 1>& job, const ColourLattice& lattice, std::uint32_t) {
-    Walk(CurvePixels<3>{lattice, 0}, job);
+    const CurvePixels24 pixels{Curves(lattice)};
+#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_SSSE3
+    Walk(pixels, job);
+#else
+    WithByteTables([&]<class Table>() HWY_ATTR { Walk(CurveVectors24<Table>(pixels), job); });
+#endif
 }
 
 }  // namespace
