@@ -38,9 +38,25 @@ struct CountBytes {
             ++of[i][at.in[0][0][4 * x + i]];
         }
     }
+};
 
 #if HWY_TARGET != HWY_SCALAR
+
+/// The same in tables that lie together, others for every second pixel: neighbours are often alike, and an
+/// increment waits for the one before it.
+template <std::size_t Bytes>
+struct CountBytesApart {
+    using Place = HWY_NAMESPACE::Place;
+    static constexpr auto& kSources = kPixels;
+    static constexpr std::array<PlaneUse, 0> kDestinations = {};
     static constexpr std::size_t kStep = 4;
+    ULong32 (*tables)[256];  ///< four, and four
+
+    void Unit(const Place& at, std::size_t x) {
+        for (std::size_t i = 0; i < Bytes; ++i) {
+            ++tables[i][at.in[0][0][4 * x + i]];
+        }
+    }
 
     HWY_INLINE void Step(const Place& at, std::size_t x) {
         std::uint64_t pixels[2];
@@ -48,15 +64,12 @@ struct CountBytes {
         for (const std::uint64_t two : pixels) {
             for (std::size_t i = 0; i < 8; ++i) {
                 if (i % 4 < Bytes) {
-                    ++of[i % 4][two >> 8 * i & 0xFF];
+                    ++tables[i][two >> 8 * i & 0xFF];
                 }
             }
         }
     }
-#endif
 };
-
-#if HWY_TARGET != HWY_SCALAR
 
 /// Bytes 0 and 1, and byte 2 with or without byte 3.
 template <bool CountsByte3>
@@ -138,15 +151,30 @@ private:
     }
 };
 
-void RunCountBytes(const CountJob& job, const ByteCounts& counts) {
-    ULong32* const* const of = counts.of;
-    if (of[3] == nullptr) {
-        CountBytes<3> kernel{{of[0], of[1], of[2], nullptr}};
+template <std::size_t Bytes>
+HWY_ATTR void RunCountBytes(const CountJob& job, const ByteCounts& counts) {
+#if HWY_TARGET != HWY_SCALAR
+    // Fewer do not pay for the tables.
+    constexpr std::size_t kLeastPixels = 8192;
+    if (job.width * job.height >= kLeastPixels) {
+        alignas(64) ULong32 tables[8][256] = {};
+        CountBytesApart<Bytes> kernel{tables};
         Reduce(kernel, job);
-    } else {
-        CountBytes<4> kernel{{of[0], of[1], of[2], of[3]}};
-        Reduce(kernel, job);
+        for (std::size_t i = 0; i < Bytes; ++i) {
+            for (std::size_t value = 0; value < 256; ++value) {
+                counts.of[i][value] += tables[i][value] + tables[i + 4][value];
+            }
+        }
+        return;
     }
+#endif
+    ULong32* const* const of = counts.of;
+    CountBytes<Bytes> kernel{{of[0], of[1], of[2], of[3]}};
+    Reduce(kernel, job);
+}
+
+void RunCountBytes(const CountJob& job, const ByteCounts& counts) {
+    (counts.of[3] == nullptr ? RunCountBytes<3> : RunCountBytes<4>)(job, counts);
 }
 
 HWY_ATTR void RunCountPairs(const CountJob& job, const ByteCounts& counts,
