@@ -73,7 +73,7 @@ void Change(fuzz::Input& input, Histogram& histogram) {
 
 /// The counters by themselves, since pictures here are too small for the choice between them.
 void CompareCounters(const ImageView& view) {
-    static std::vector<ULong32> memory(2 * PairCounts::kValues);
+    static std::vector<std::uint32_t> memory(2 * PairCounts::kValues);
     Plane plane;
     if (view.GetImage() == nullptr || SelectPlane(view, 0, view.GetHeight(), plane) != kStatusOk) {
         return;

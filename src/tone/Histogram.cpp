@@ -115,7 +115,7 @@ Long32 Histogram::Do(ImageView& view, ProcessingStyleEnum /*style*/) {
     const std::size_t width = view.GetWidth();
     const CountJob job{{plane}, {}, width, view.GetHeight(), width};
     if (PairsPay(job, counts.of[3] != nullptr) && HasPairs()) {
-        auto* const first = reinterpret_cast<ULong32*>(pairs->GetAlignedPointer());
+        auto* const first = reinterpret_cast<std::uint32_t*>(pairs->GetAlignedPointer());
         kCountPairs(job, counts, {{first, first + PairCounts::kValues}});
     } else {
         kCountBytes(job, counts);

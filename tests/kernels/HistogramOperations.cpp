@@ -77,7 +77,7 @@ Operation Bytes(std::size_t tables, Content content) {
 }
 
 Operation Pairs(std::size_t tables, Content content) {
-    const auto memory = std::make_shared<std::vector<ULong32>>(2 * PairCounts::kValues);
+    const auto memory = std::make_shared<std::vector<std::uint32_t>>(2 * PairCounts::kValues);
     return Count("histogram by pairs, " + std::to_string(tables) + " tables", content,
                  [=](const CountJob& job) -> Long32 {
                      Counts counts{};
@@ -87,7 +87,7 @@ Operation Pairs(std::size_t tables, Content content) {
                      }
                      kCountPairs(job, to, {{memory->data(), memory->data() + PairCounts::kValues}});
                      const bool isClean = std::all_of(memory->begin(), memory->end(),
-                                                      [](ULong32 count) { return count == 0; });
+                                                      [](std::uint32_t count) { return count == 0; });
                      return isClean ? SumOf(counts) : -1;
                  });
 }

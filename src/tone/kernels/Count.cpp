@@ -78,7 +78,7 @@ struct CountPairs {
     static constexpr auto& kSources = kPixels;
     static constexpr std::array<PlaneUse, 0> kDestinations = {};
     static constexpr std::size_t kStep = 4;
-    ULong32 *low, *high;
+    std::uint32_t *low, *high;
 
     void Unit(const Place& at, std::size_t x) {
         std::uint32_t pixel;
@@ -103,13 +103,13 @@ private:
 };
 
 /// Adds counts of pairs to those of their lower and of their upper bytes, and zeroes them.
-HWY_ATTR void Unpair(ULong32* pairs, std::size_t uppers, ULong32* ofLower, ULong32* ofUpper) {
+HWY_ATTR void Unpair(std::uint32_t* pairs, std::size_t uppers, ULong32* ofLower, ULong32* ofUpper) {
     const DU32 d;
     constexpr std::size_t kLanes = HWY_LANES(std::uint32_t), kValues = 256;
-    alignas(64) ULong32 lower[kValues] = {};
+    alignas(64) std::uint32_t lower[kValues] = {};
     for (std::size_t upper = 0; upper < uppers; ++upper) {
         VU32 sum = hn::Zero(d);
-        for (ULong32 *at = pairs + kValues * upper, *to = lower; to != lower + kValues;
+        for (std::uint32_t *at = pairs + kValues * upper, *to = lower; to != lower + kValues;
              at += kLanes, to += kLanes) {
             const VU32 counts = hn::LoadU(d, at);
             hn::Store(hn::Add(hn::Load(d, to), counts), d, to);
@@ -132,7 +132,7 @@ struct SpreadOfPairs {
     using Place = HWY_NAMESPACE::Place;
     static constexpr auto& kSources = kPixels;
     static constexpr std::array<PlaneUse, 0> kDestinations = {};
-    static constexpr std::size_t kCountsOfLine = 64 / sizeof(ULong32);
+    static constexpr std::size_t kCountsOfLine = 64 / sizeof(std::uint32_t);
     static constexpr std::size_t kWords = PairCounts::kValues / kCountsOfLine / 64;
     std::uint64_t (*isUsed)[kWords];  ///< of either half of a pixel
     std::uint32_t highs;

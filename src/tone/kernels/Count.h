@@ -21,9 +21,9 @@ struct ByteCounts {
 /// A count for every value of bytes 0 and 1 of a pixel together, and for every value of bytes 2 and 3.
 struct PairCounts {
     static constexpr std::size_t kValues = 65536;
-    static constexpr std::size_t kBytes = 2 * kValues * sizeof(ULong32);
+    static constexpr std::size_t kBytes = 2 * kValues * sizeof(std::uint32_t);
 
-    ULong32* of[2] = {};
+    std::uint32_t* of[2] = {};
 };
 
 /// One increment for each byte.
