@@ -25,6 +25,16 @@ struct Triples {
     VF x, y, z;
 };
 
+/// Around the cache or not; around it addresses are aligned to the lanes.
+template <bool Around>
+HWY_INLINE HWY_ATTR void Store(VF v, float* to) {
+    if constexpr (Around) {
+        hn::Stream(v, DF(), to);
+    } else {
+        hn::StoreU(v, DF(), to);
+    }
+}
+
 // Where lanes are no multiple of three, x of n vectors lies in n different lanes of the three registers that
 // hold them: vector i in lane 3 i mod n. Blends gather it, and turns by a lane and by two bring y and z
 // there. AVX2, lanes 0...7: vectors 0 3 6 1 4 7 2 5. AVX-512: 0 11 6 1 12 7 2 13 8 3 14 9 4 15 10 5.
@@ -84,22 +94,31 @@ HWY_INLINE HWY_ATTR Triples Apart(VF a, VF b, VF c) {
 #endif
 }
 
-HWY_INLINE HWY_ATTR Triples LoadTriples(const float* from) {
-    const DF d;
-    return Apart(hn::LoadU(d, from), hn::LoadU(d, from + kFloatLanes), hn::LoadU(d, from + 2 * kFloatLanes));
+/// Keeps the compiler from loading a register anew for each blend.
+HWY_INLINE HWY_ATTR VF InRegister(VF v) {
+#if HWY_COMPILER_GCC || HWY_COMPILER_CLANG
+    __asm__("" : "+v"(v.raw));
+#endif
+    return v;
 }
 
-HWY_INLINE HWY_ATTR void StoreTriples(const Triples& v, float* to) {
+HWY_INLINE HWY_ATTR Triples LoadTriples(const float* from) {
     const DF d;
+    return Apart(InRegister(hn::LoadU(d, from)), InRegister(hn::LoadU(d, from + kFloatLanes)),
+                 InRegister(hn::LoadU(d, from + 2 * kFloatLanes)));
+}
+
+template <bool Around>
+HWY_INLINE HWY_ATTR void StoreTriples(const Triples& v, float* to) {
     const VF y = Turned<kFloatLanes - 1>(v.y), z = Turned<kFloatLanes - 2>(v.z);
+    Store<Around>(Pick3(v.x, y, z), to);
 #if HWY_TARGET == HWY_AVX3
-    const VF second = Pick3(y, z, v.x), third = Pick3(z, v.x, y);
+    Store<Around>(Pick3(y, z, v.x), to + kFloatLanes);
+    Store<Around>(Pick3(z, v.x, y), to + 2 * kFloatLanes);
 #else
-    const VF second = Pick3(z, v.x, y), third = Pick3(y, z, v.x);
+    Store<Around>(Pick3(z, v.x, y), to + kFloatLanes);
+    Store<Around>(Pick3(y, z, v.x), to + 2 * kFloatLanes);
 #endif
-    hn::StoreU(Pick3(v.x, y, z), d, to);
-    hn::StoreU(second, d, to + kFloatLanes);
-    hn::StoreU(third, d, to + 2 * kFloatLanes);
 }
 
 constexpr LaneOrder OrderOfVectors() {
@@ -138,8 +157,17 @@ HWY_INLINE HWY_ATTR Triples LoadTriples(const float* from) {
     hn::LoadInterleaved3(DF(), from, v.x, v.y, v.z);
     return v;
 }
+template <bool Around>
 HWY_INLINE HWY_ATTR void StoreTriples(const Triples& v, float* to) {
-    hn::StoreInterleaved3(v.x, v.y, v.z, DF(), to);
+    if constexpr (Around) {
+        HWY_ALIGN float buffer[3 * kFloatLanes];
+        hn::StoreInterleaved3(v.x, v.y, v.z, DF(), buffer);
+        for (int i = 0; i < 3 * kFloatLanes; i += kFloatLanes) {
+            Store<true>(hn::Load(DF(), buffer + i), to + i);
+        }
+    } else {
+        hn::StoreInterleaved3(v.x, v.y, v.z, DF(), to);
+    }
 }
 HWY_INLINE HWY_ATTR VF InOrder(VF v) {
     return v;

@@ -3,6 +3,8 @@
 
 #include "vector/kernels/Vectors.h"
 
+#include "simd/Job.h"
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vector/kernels/Vectors.cpp"
 #include "simd/Foreach.h"
@@ -14,16 +16,95 @@ namespace Zan {
 namespace HWY_NAMESPACE {
 namespace {
 
+/// What a kernel writes: one array, or three, of `stride` floats a vector.
+struct Output {
+    const float* arrays[3];
+    std::size_t arrayCount;
+    std::size_t stride;
+    std::size_t together;  ///< vectors that belong together
+    std::size_t bytes;     ///< read and written in all, for each vector
+    bool isOperand;        ///< written where operands were read
+};
+
+#if HWY_TARGET != HWY_SCALAR
+
+/// How many vectors come before one whose place in all arrays is aligned to the lanes; `n` without one.
+std::size_t UntilAligned(const Output& output, std::size_t n) {
+    constexpr std::size_t kBytes = hn::MaxLanes(DF()) * sizeof(float);
+    for (std::size_t i = 0; i < kBytes / sizeof(float) && i * output.together < n; ++i) {
+        std::uintptr_t low = 0;
+        for (std::size_t k = 0; k < output.arrayCount; ++k) {
+            low |= reinterpret_cast<std::uintptr_t>(output.arrays[k] + i * output.together * output.stride);
+        }
+        if (low % kBytes == 0) {
+            return i * output.together;
+        }
+    }
+    return n;
+}
+
+/// Makes whole steps of the vectors from `i` on, and returns the first that is left.
+template <bool Around, class K>
+std::size_t Steps(const K kernel, std::size_t i, std::size_t n) {
+    constexpr std::size_t kLanes = hn::MaxLanes(DF());
+    if constexpr (requires { kernel.Begin(i); }) {
+        // The next vectors are begun before these are finished: a processor does not look ahead far enough.
+        using Begun = decltype(kernel.Begin(i));
+        constexpr std::size_t kAtOnce = sizeof(Begun) == sizeof(VF) ? 2 : 1;
+        constexpr std::size_t kVectors = kAtOnce * kLanes;
+        if (n - i >= 2 * kVectors) {
+            Begun begun[kAtOnce];
+            for (std::size_t k = 0; k < kAtOnce; ++k) {
+                begun[k] = kernel.Begin(i + k * kLanes);
+            }
+            for (; n - i >= 2 * kVectors; i += kVectors) {
+                Begun next[kAtOnce];
+                for (std::size_t k = 0; k < kAtOnce; ++k) {
+                    next[k] = kernel.Begin(i + kVectors + k * kLanes);
+                }
+                for (std::size_t k = 0; k < kAtOnce; ++k) {
+                    kernel.template Finish<Around>(i + k * kLanes, begun[k]);
+                    begun[k] = next[k];
+                }
+            }
+            for (std::size_t k = 0; k < kAtOnce; ++k) {
+                kernel.template Finish<Around>(i + k * kLanes, begun[k]);
+            }
+            i += kVectors;
+        }
+        for (; n - i >= kLanes; i += kLanes) {
+            kernel.template Finish<Around>(i, kernel.Begin(i));
+        }
+    } else {
+        for (; n - i >= kLanes; i += kLanes) {
+            kernel.template Step<Around>(i);
+        }
+    }
+    return i;
+}
+
+#endif
+
 /// Runs a kernel over n vectors, or floats where all are treated alike: Unit(i) makes one, Step(i) as many as
-/// there are lanes, both reading all of their operands before they write.
+/// there are lanes, both reading all of their operands before they write. Some have two halves in place of
+/// Step: Begin(i) writes nothing.
 template <class K>
 void Batch(const K& kernel, std::size_t n) {
     std::size_t i = 0;
 #if HWY_TARGET != HWY_SCALAR
-    const K local = kernel;
-    constexpr std::size_t kLanes = hn::MaxLanes(DF());
-    for (; n - i >= kLanes; i += kLanes) {
-        local.Step(i);
+    const Output output = kernel.Destination();
+    std::size_t first = n;
+    if (!output.isOperand && simd::ExceedsCache(output.bytes * n)) {
+        first = UntilAligned(output, n);
+    }
+    if (first != n) {
+        for (; i < first; ++i) {
+            kernel.Unit(i);
+        }
+        i = Steps<true>(kernel, i, n);
+        hwy::FlushStream();
+    } else {
+        i = Steps<false>(kernel, i, n);
     }
 #endif
     for (; i < n; ++i) {
@@ -147,9 +228,13 @@ HWY_INLINE HWY_ATTR Triples NormalsOf(const Triples& v) {
 struct Lengths {
     void Unit(std::size_t i) const { length[i] = Length(At(v, i)); }
 #if HWY_TARGET != HWY_SCALAR
+    template <bool Around>
     void Step(std::size_t i) const {
         const DoubleTriples d = ToDoubles(LoadTriples(v + 3 * i));
-        hn::StoreU(InOrder(ToFloats(Root(SumOfProducts(d, d)))), DF(), length + i);
+        Store<Around>(InOrder(ToFloats(Root(SumOfProducts(d, d)))), length + i);
+    }
+    Output Destination() const {
+        return {{length}, 1, 1, 1, 16, v == length};
     }
 #endif
 
@@ -160,9 +245,13 @@ struct Lengths {
 struct SingleLengths {
     void Unit(std::size_t i) const { length[i] = SingleLength(At(v, i)); }
 #if HWY_TARGET != HWY_SCALAR
+    template <bool Around>
     void Step(std::size_t i) const {
         const Triples t = LoadTriples(v + 3 * i);
-        hn::StoreU(InOrder(hn::Sqrt(SumOfSquares(t.x, t.y, t.z))), DF(), length + i);
+        Store<Around>(InOrder(hn::Sqrt(SumOfSquares(t.x, t.y, t.z))), length + i);
+    }
+    Output Destination() const {
+        return {{length}, 1, 1, 1, 16, v == length};
     }
 #endif
 
@@ -175,8 +264,12 @@ struct SingleLengths {
 struct Normals {
     void Unit(std::size_t i) const { Put(Normal(At(src, i)), dst, i); }
 #if HWY_TARGET != HWY_SCALAR
+    template <bool Around>
     void Step(std::size_t i) const {
-        StoreTriples(NormalsOf(LoadTriples(src + 3 * i)), dst + 3 * i);
+        StoreTriples<Around>(NormalsOf(LoadTriples(src + 3 * i)), dst + 3 * i);
+    }
+    Output Destination() const {
+        return {{dst}, 1, 3, 1, 24, src == dst};
     }
 #endif
 
@@ -187,16 +280,46 @@ struct Normals {
 struct SingleNormals {
     void Unit(std::size_t i) const { Put(NormalByLength(At(src, i)), dst, i); }
 #if HWY_TARGET != HWY_SCALAR
-    void Step(std::size_t i) const {
+    VF Begin(std::size_t i) const {
         const Triples t = LoadTriples(src + 3 * i);
-        const VF scale = Reciprocal(Limited(hn::Sqrt(SumOfSquares(t.x, t.y, t.z))));
-        StoreTriples({hn::Mul(t.x, scale), hn::Mul(t.y, scale), hn::Mul(t.z, scale)}, dst + 3 * i);
+        return hn::Sqrt(SumOfSquares(t.x, t.y, t.z));
+    }
+    template <bool Around>
+    void Finish(std::size_t i, VF length) const {
+        const VF scale = Reciprocal(Limited(length));
+#if TESSELU_BLENDED_TRIPLES
+        constexpr std::size_t kLanes = hn::MaxLanes(DF());
+        Scale<Around>(3 * i, Owners<0>(scale));
+        Scale<Around>(3 * i + kLanes, Owners<1>(scale));
+        Scale<Around>(3 * i + 2 * kLanes, Owners<2>(scale));
+    }
+    template <bool Around>
+    HWY_INLINE HWY_ATTR void Scale(std::size_t at, VF scale) const {
+        Store<Around>(hn::Mul(hn::LoadU(DF(), src + at), scale), dst + at);
+    }
+#else
+        const Triples t = LoadTriples(src + 3 * i);
+        StoreTriples<Around>({hn::Mul(t.x, scale), hn::Mul(t.y, scale), hn::Mul(t.z, scale)}, dst + 3 * i);
+    }
+#endif
+    Output Destination() const {
+        return {{dst}, 1, 3, 1, 24, src == dst};
     }
 #endif
 
     const float* src;
     float* dst;
 };
+
+#if HWY_TARGET != HWY_SCALAR
+Output OutputOf(const SourceArrays& src, const DestinationArrays& dst) {
+    bool isOperand = false;
+    for (const float* operand : {src.x, src.y, src.z}) {
+        isOperand |= operand == dst.x || operand == dst.y || operand == dst.z;
+    }
+    return {{dst.x, dst.y, dst.z}, 3, 1, 1, 24, isOperand};
+}
+#endif
 
 struct ArrayNormals {
     void Unit(std::size_t i) const {
@@ -206,13 +329,17 @@ struct ArrayNormals {
         dst.z[i] = normal.z;
     }
 #if HWY_TARGET != HWY_SCALAR
+    template <bool Around>
     void Step(std::size_t i) const {
         const DF d;
         const Triples normal =
             NormalsOf({hn::LoadU(d, src.x + i), hn::LoadU(d, src.y + i), hn::LoadU(d, src.z + i)});
-        hn::StoreU(normal.x, d, dst.x + i);
-        hn::StoreU(normal.y, d, dst.y + i);
-        hn::StoreU(normal.z, d, dst.z + i);
+        Store<Around>(normal.x, dst.x + i);
+        Store<Around>(normal.y, dst.y + i);
+        Store<Around>(normal.z, dst.z + i);
+    }
+    Output Destination() const {
+        return OutputOf(src, dst);
     }
 #endif
 
@@ -228,13 +355,21 @@ struct SingleArrayNormals {
         dst.z[i] = normal.z;
     }
 #if HWY_TARGET != HWY_SCALAR
-    void Step(std::size_t i) const {
+    VF Begin(std::size_t i) const {
         const DF d;
+        return SumOfSquares(hn::LoadU(d, src.x + i), hn::LoadU(d, src.y + i), hn::LoadU(d, src.z + i));
+    }
+    template <bool Around>
+    void Finish(std::size_t i, VF square) const {
+        const DF d;
+        const VF scale = ReciprocalRoot(Limited(square));
         const VF x = hn::LoadU(d, src.x + i), y = hn::LoadU(d, src.y + i), z = hn::LoadU(d, src.z + i);
-        const VF scale = ReciprocalRoot(Limited(SumOfSquares(x, y, z)));
-        hn::StoreU(hn::Mul(x, scale), d, dst.x + i);
-        hn::StoreU(hn::Mul(y, scale), d, dst.y + i);
-        hn::StoreU(hn::Mul(z, scale), d, dst.z + i);
+        Store<Around>(hn::Mul(x, scale), dst.x + i);
+        Store<Around>(hn::Mul(y, scale), dst.y + i);
+        Store<Around>(hn::Mul(z, scale), dst.z + i);
+    }
+    Output Destination() const {
+        return OutputOf(src, dst);
     }
 #endif
 
@@ -252,16 +387,27 @@ struct BlockNormals {
         dst[at + 8] = normal.z;
     }
 #if HWY_TARGET != HWY_SCALAR
-    void Step(std::size_t i) const {
+    VF Begin(std::size_t i) const {
         const DF d;
         constexpr std::size_t kLanes = hn::MaxLanes(d);
         const float* from = src + 3 * i;
-        float* to = dst + 3 * i;
-        const VF a = hn::LoadU(d, from), b = hn::LoadU(d, from + kLanes), c = hn::LoadU(d, from + 2 * kLanes);
-        const VF scale = ReciprocalRoot(Limited(SquaresOfBlocks(a, b, c)));
-        hn::StoreU(hn::Mul(a, BlockOwners<0>(scale)), d, to);
-        hn::StoreU(hn::Mul(b, BlockOwners<1>(scale)), d, to + kLanes);
-        hn::StoreU(hn::Mul(c, BlockOwners<2>(scale)), d, to + 2 * kLanes);
+        return SquaresOfBlocks(hn::LoadU(d, from), hn::LoadU(d, from + kLanes),
+                               hn::LoadU(d, from + 2 * kLanes));
+    }
+    template <bool Around>
+    void Finish(std::size_t i, VF square) const {
+        constexpr std::size_t kLanes = hn::MaxLanes(DF());
+        const VF scale = ReciprocalRoot(Limited(square));
+        Scale<Around>(3 * i, BlockOwners<0>(scale));
+        Scale<Around>(3 * i + kLanes, BlockOwners<1>(scale));
+        Scale<Around>(3 * i + 2 * kLanes, BlockOwners<2>(scale));
+    }
+    template <bool Around>
+    HWY_INLINE HWY_ATTR void Scale(std::size_t at, VF scale) const {
+        Store<Around>(hn::Mul(hn::LoadU(DF(), src + at), scale), dst + at);
+    }
+    Output Destination() const {
+        return {{dst}, 1, 3, 4, 24, src == dst};
     }
 #endif
 
@@ -274,10 +420,14 @@ struct BlockNormals {
 struct DotProducts {
     void Unit(std::size_t i) const { dst[i] = DotProductOf(At(a, i), At(b, i)); }
 #if HWY_TARGET != HWY_SCALAR
+    template <bool Around>
     void Step(std::size_t i) const {
         const DoubleTriples left = ToDoubles(LoadTriples(a + 3 * i)),
                             right = ToDoubles(LoadTriples(b + 3 * i));
-        hn::StoreU(InOrder(ToFloats(SumOfProducts(left, right))), DF(), dst + i);
+        Store<Around>(InOrder(ToFloats(SumOfProducts(left, right))), dst + i);
+    }
+    Output Destination() const {
+        return {{dst}, 1, 1, 1, 28, a == dst || b == dst};
     }
 #endif
 
@@ -288,11 +438,15 @@ struct DotProducts {
 struct CrossProducts {
     void Unit(std::size_t i) const { Put(CrossProductOf(At(a, i), At(b, i)), dst, i); }
 #if HWY_TARGET != HWY_SCALAR
+    template <bool Around>
     void Step(std::size_t i) const {
         const DoubleTriples v = ToDoubles(LoadTriples(a + 3 * i)), w = ToDoubles(LoadTriples(b + 3 * i));
-        StoreTriples(
+        StoreTriples<Around>(
             ToFloats(DoubleTriples{v.y * w.z - v.z * w.y, v.z * w.x - v.x * w.z, v.x * w.y - v.y * w.x}),
             dst + 3 * i);
+    }
+    Output Destination() const {
+        return {{dst}, 1, 3, 1, 36, a == dst || b == dst};
     }
 #endif
 
@@ -304,9 +458,13 @@ struct CrossProducts {
 struct ScaledFloats {
     void Unit(std::size_t i) const { v[i] = s * v[i]; }
 #if HWY_TARGET != HWY_SCALAR
+    template <bool Around>
     void Step(std::size_t i) const {
         const DF d;
-        hn::StoreU(hn::Mul(hn::Set(d, s), hn::LoadU(d, v + i)), d, v + i);
+        Store<Around>(hn::Mul(hn::Set(d, s), hn::LoadU(d, v + i)), v + i);
+    }
+    Output Destination() const {
+        return {{v}, 1, 1, 1, 8, true};
     }
 #endif
 
@@ -317,9 +475,13 @@ struct ScaledFloats {
 struct SumsOfFloats {
     void Unit(std::size_t i) const { dst[i] = a[i] + b[i]; }
 #if HWY_TARGET != HWY_SCALAR
+    template <bool Around>
     void Step(std::size_t i) const {
         const DF d;
-        hn::StoreU(hn::Add(hn::LoadU(d, a + i), hn::LoadU(d, b + i)), d, dst + i);
+        Store<Around>(hn::Add(hn::LoadU(d, a + i), hn::LoadU(d, b + i)), dst + i);
+    }
+    Output Destination() const {
+        return {{dst}, 1, 1, 1, 12, a == dst || b == dst};
     }
 #endif
 
@@ -342,17 +504,21 @@ struct ConstantSums {
         Put({at.x + c.x, at.y + c.y, at.z + c.z}, dst, i);
     }
 #if HWY_TARGET != HWY_SCALAR
+    template <bool Around>
     void Step(std::size_t i) const {
-        Part<0>(i);
-        Part<1>(i);
-        Part<2>(i);
+        Part<0, Around>(i);
+        Part<1, Around>(i);
+        Part<2, Around>(i);
     }
-    template <int Register>
+    template <int Register, bool Around>
     HWY_INLINE HWY_ATTR void Part(std::size_t i) const {
         const DF d;
         constexpr std::size_t kFirst = Register * hn::MaxLanes(d);
         const std::size_t at = 3 * i + kFirst;
-        hn::StoreU(hn::Add(hn::LoadU(d, v + at), hn::LoadU(d, pattern + kFirst % 3)), d, dst + at);
+        Store<Around>(hn::Add(hn::LoadU(d, v + at), hn::LoadU(d, pattern + kFirst % 3)), dst + at);
+    }
+    Output Destination() const {
+        return {{dst}, 1, 3, 1, 24, v == dst};
     }
 #endif
 
@@ -368,11 +534,15 @@ struct ConstantSums {
 struct ConstantScaledSums {
     void Unit(std::size_t i) const { dst[i] = ScaledSum(sa, a[i], sb, b[i]); }
 #if HWY_TARGET != HWY_SCALAR
+    template <bool Around>
     void Step(std::size_t i) const {
         const DF d;
         const Doubles left = Broadcast(sa) * ToDoubles(hn::LoadU(d, a + i));
         const Doubles right = Broadcast(sb) * ToDoubles(hn::LoadU(d, b + i));
-        hn::StoreU(ToFloats(left + right), d, dst + i);
+        Store<Around>(ToFloats(left + right), dst + i);
+    }
+    Output Destination() const {
+        return {{dst}, 1, 1, 1, 12, a == dst || b == dst};
     }
 #endif
 
@@ -391,20 +561,24 @@ struct ScaledSums {
             i);
     }
 #if HWY_TARGET != HWY_SCALAR
+    template <bool Around>
     void Step(std::size_t i) const {
         const DF d;
         const VF sa = hn::LoadU(d, sum.sa + i), sb = EachB ? hn::LoadU(d, sum.sb + i) : hn::Set(d, sum.sb[0]);
-        Part<0>(i, sa, sb);
-        Part<1>(i, sa, sb);
-        Part<2>(i, sa, sb);
+        Part<0, Around>(i, sa, sb);
+        Part<1, Around>(i, sa, sb);
+        Part<2, Around>(i, sa, sb);
     }
-    template <int Register>
+    template <int Register, bool Around>
     HWY_INLINE HWY_ATTR void Part(std::size_t i, VF sa, VF sb) const {
         const DF d;
         const std::size_t at = 3 * i + Register * hn::MaxLanes(d);
         const Doubles left = ToDoubles(Spread<Register>(sa)) * ToDoubles(hn::LoadU(d, sum.a + at));
         const Doubles scale = ToDoubles(EachB ? Spread<Register>(sb) : sb);
-        hn::StoreU(ToFloats(left + scale * ToDoubles(hn::LoadU(d, sum.b + at))), d, sum.dst + at);
+        Store<Around>(ToFloats(left + scale * ToDoubles(hn::LoadU(d, sum.b + at))), sum.dst + at);
+    }
+    Output Destination() const {
+        return {{sum.dst}, 1, 3, 1, EachB ? 44 : 40, sum.a == sum.dst || sum.b == sum.dst};
     }
 #endif
 
@@ -465,8 +639,12 @@ template <class Kind>
 struct Transformed {
     void Unit(std::size_t i) const { Put(Kind::Formula(matrix, At(src, i)), dst, i); }
 #if HWY_TARGET != HWY_SCALAR
+    template <bool Around>
     void Step(std::size_t i) const {
-        StoreTriples(Kind::Body(matrix, ToDoubles(LoadTriples(src + 3 * i))), dst + 3 * i);
+        StoreTriples<Around>(Kind::Body(matrix, ToDoubles(LoadTriples(src + 3 * i))), dst + 3 * i);
+    }
+    Output Destination() const {
+        return {{dst}, 1, 3, 1, 24, src == dst};
     }
 #endif
 
@@ -478,15 +656,21 @@ struct Transformed {
 struct SingleTransformed {
     void Unit(std::size_t i) const { Put(SingleLinearPoint(matrix, At(src, i)), dst, i); }
 #if HWY_TARGET != HWY_SCALAR
-    void Step(std::size_t i) const {
-        const Triples p = LoadTriples(src + 3 * i);
+    Triples Begin(std::size_t i) const {
+        return LoadTriples(src + 3 * i);
+    }
+    template <bool Around>
+    void Finish(std::size_t i, const Triples& p) const {
         const float* m = matrix.m;
-        StoreTriples({Row(m, p), Row(m + 3, p), Row(m + 6, p)}, dst + 3 * i);
+        StoreTriples<Around>({Row(m, p), Row(m + 3, p), Row(m + 6, p)}, dst + 3 * i);
     }
     static HWY_INLINE HWY_ATTR VF Row(const float* row, const Triples& p) {
         const DF d;
         return hn::Add(hn::Add(hn::Mul(hn::Set(d, row[0]), p.x), hn::Mul(hn::Set(d, row[1]), p.y)),
                        hn::Mul(hn::Set(d, row[2]), p.z));
+    }
+    Output Destination() const {
+        return {{dst}, 1, 3, 1, 24, src == dst};
     }
 #endif
 
