@@ -75,6 +75,14 @@ void PrintClass(const char* name, Zan::CapabilityOwner owner, bool hasPaths) {
                 hasPaths ? NameOf(BestPath(processor)) : "-");
 }
 
+/// The classes of vectors, whose fast style is another.
+void PrintVectorClass(const char* name, Zan::CapabilityOwner owner) {
+    const Zan::CPUcapabilities& processor = Zan::classCapabilities[owner];
+    std::printf("  %-20s %-6s %s; of kFlp_SIMD: %s\n", name,
+                NameOf(processor.WhichInstructionSetIsSupported()), NameOf(Zan::Path::kFloat),
+                NameOf(processor.IsSIMDsupported() ? Zan::Path::kSSE : Zan::Path::kFloat));
+}
+
 int PrintInfo(const Arguments&) {
     std::printf("TesselU %s\n", Zan::Version());
     std::printf("build: %s, %zu bits, %s, %s\n", TESSELU_BUILD_COMPILER, sizeof(void*) * 8,
@@ -96,6 +104,8 @@ int PrintInfo(const Arguments&) {
     PrintClass("ColorSpaceConverter", Zan::kOwnerColorSpaceConverter, true);
     PrintClass("Image", Zan::kOwnerImage, false);
     PrintClass("AlignedMemoryBuffer", Zan::kOwnerAlignedMemoryBuffer, false);
+    PrintVectorClass("Operations3D", Zan::kOwnerOperations3D);
+    PrintVectorClass("Transform3D", Zan::kOwnerTransform3D);
     return kExitSuccess;
 }
 
