@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "simd/Targets.h"
+#include "support/CountedAllocations.h"
 
 namespace {
 
@@ -581,6 +582,22 @@ TEST(CubeLUT, RefusesViewsOnNothing) {
     ImageView field(&bottomLeft, Rectangle(0, 0, 8, 4), kLowerField);
     EXPECT_EQ(cube.Do(field, view), 98);
     EXPECT_EQ(cube.Do(view, field), 98);
+}
+
+TEST(CubeLUT, MapsWithoutAllocating) {
+    CubeLUT curves;
+    ASSERT_EQ(ReadInto(curves, "LUT_1D_SIZE 2\n1 1 1\n0 0 0\n"), (Reading{0, 0}));
+    const CubeLUT tables[] = {CubeLUT(), curves, SomeTable()};
+    for (const AggregateChannelSamplingEnum sampling : {k4444, k444}) {
+        Image image = Picture(300, 5, sampling);
+        ImageView view(&image);
+        for (const CubeLUT& table : tables) {
+            const long before = test_support::Allocations();
+            const Long32 status = table.Do(view, view);
+            EXPECT_EQ(test_support::Allocations(), before);
+            EXPECT_EQ(status, 0);
+        }
+    }
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "simd/Targets.h"
+#include "support/CountedAllocations.h"
 
 namespace {
 
@@ -402,6 +403,22 @@ TEST(Histogram, TablesWithoutMemoryAreOutOfRange) {
     Image image = Picture(8, 4);
     ImageView view(&image);
     EXPECT_EQ(histogram.Do(view, kBestAvailable), 1);
+}
+
+TEST(Histogram, AllocatesForTheFirstLargePictureOnly) {
+    Image small = Picture(100, 100), large = Picture(512, 512);
+    std::memset(Line(large, 0), 0, std::size_t{512} * large.GetPitch(0));
+    ImageView smallView(&small), largeView(&large);
+    Histogram histogram(4, 256);
+    const auto allocated = [&histogram](ImageView& view) {
+        const long before = test_support::Allocations();
+        EXPECT_EQ(histogram.Do(view, kBestAvailable), 0);
+        return test_support::Allocations() - before;
+    };
+    EXPECT_EQ(allocated(smallView), 0);
+    allocated(largeView);
+    EXPECT_EQ(allocated(largeView), 0);
+    EXPECT_EQ(allocated(smallView), 0);
 }
 
 }  // namespace
