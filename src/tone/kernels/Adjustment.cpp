@@ -66,7 +66,7 @@ HWY_INLINE ChromaSamples AdjustedChroma(const Steps& steps, ChromaSamples in) {
 // ---- Hue, on (Cb, Cr) pairs of 16-bit lanes ---------------------------------------------------------------
 
 struct NoTurn {
-    static constexpr bool kTurns = false, kFloors = false;
+    static constexpr bool kTurns = false, kFloors = false, kIsSlow = false;
     static constexpr std::int16_t kScale = 1;
 
     explicit NoTurn(const AdjustmentSettings&) {}
@@ -78,7 +78,7 @@ struct NoTurn {
 template <bool Fused>
 class TurnInFixedPoint {
 public:
-    static constexpr bool kTurns = true, kFloors = true;
+    static constexpr bool kTurns = true, kFloors = true, kIsSlow = false;
     static constexpr std::int16_t kScale = 2;
 
     HWY_INLINE HWY_ATTR explicit TurnInFixedPoint(const AdjustmentSettings& settings) {
@@ -109,7 +109,7 @@ private:
 /// Double precision, for angles that have no fixed point.
 class TurnInDoubles {
 public:
-    static constexpr bool kTurns = true, kFloors = false;
+    static constexpr bool kTurns = true, kFloors = false, kIsSlow = true;
     static constexpr std::int16_t kScale = 1;
 
     HWY_INLINE HWY_ATTR explicit TurnInDoubles(const AdjustmentSettings& settings)
@@ -322,6 +322,8 @@ class YCrCbByLines : public YCrCbVectors<HasAlpha, Steps, YCrCbByLines<HasAlpha,
     using Base = YCrCbVectors<HasAlpha, Steps, YCrCbByLines>;
 
 public:
+    static constexpr bool kStaysInCache = Turn::kIsSlow;
+
     HWY_ATTR YCrCbByLines(const Steps& s, const GainLine& contrast, const GainLine& saturation)
         : Base(s), turn(s.settings), luma(contrast, s.settings), chromaLine(saturation) {
         const DU16 du;
@@ -374,6 +376,7 @@ class YCrCbByTables : public YCrCbVectors<HasAlpha, StepTables, YCrCbByTables<Ha
 
 public:
     using Base::kBytes, Base::kStep;
+    static constexpr bool kStaysInCache = Turn::kIsSlow;
     using typename Base::Place;
     static_assert(kLineVectors == 2);
 
@@ -482,6 +485,7 @@ class RGBVectors : public RGBUnits<Bytes, Steps> {
 public:
     using typename Base::Place;
     static constexpr std::size_t kStep = kPairs * kVectorPixels;
+    static constexpr bool kStaysInCache = Turn::kIsSlow;
 
     HWY_ATTR explicit RGBVectors(const Steps& s) : Base(s), turn(s.settings) {
         for (std::size_t i = 0; i < 3; ++i) {
@@ -697,11 +701,13 @@ HWY_ATTR void AdjustYCrCb(const AdjustmentJob& job, const AdjustmentSettings& se
     if (lines.AreExact()) {
         const Steps steps(settings);
         WithTurn<false>(settings, [&]<class Turn>() HWY_ATTR {
-            if (!HasAlpha && settings.gamma != nullptr) {
-                Walk(YCrCbByLines<false, Turn, LumaTable>(steps, lines.contrast, lines.saturation), job);
-            } else {
-                Walk(YCrCbByLines<HasAlpha, Turn, LumaLine>(steps, lines.contrast, lines.saturation), job);
+            if constexpr (!HasAlpha) {
+                if (settings.gamma != nullptr) {
+                    Walk(YCrCbByLines<false, Turn, LumaTable>(steps, lines.contrast, lines.saturation), job);
+                    return;
+                }
             }
+            Walk(YCrCbByLines<HasAlpha, Turn, LumaLine>(steps, lines.contrast, lines.saturation), job);
         });
         return;
     }
