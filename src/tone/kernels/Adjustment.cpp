@@ -66,7 +66,8 @@ HWY_INLINE ChromaSamples AdjustedChroma(const Steps& steps, ChromaSamples in) {
 // ---- Hue, on (Cb, Cr) pairs of 16-bit lanes ---------------------------------------------------------------
 
 struct NoTurn {
-    static constexpr bool kTurns = false, kFloors = false, kIsSlow = false;
+    static constexpr bool kTurns = false, kIsSlow = false;
+    [[maybe_unused]] static constexpr bool kFloors = false;
     static constexpr std::int16_t kScale = 1;
 
     explicit NoTurn(const AdjustmentSettings&) {}
@@ -78,7 +79,8 @@ struct NoTurn {
 template <bool Fused>
 class TurnInFixedPoint {
 public:
-    static constexpr bool kTurns = true, kFloors = true, kIsSlow = false;
+    static constexpr bool kTurns = true, kIsSlow = false;
+    [[maybe_unused]] static constexpr bool kFloors = true;
     static constexpr std::int16_t kScale = 2;
 
     HWY_INLINE HWY_ATTR explicit TurnInFixedPoint(const AdjustmentSettings& settings) {
@@ -109,7 +111,8 @@ private:
 /// Double precision, for angles that have no fixed point.
 class TurnInDoubles {
 public:
-    static constexpr bool kTurns = true, kFloors = false, kIsSlow = true;
+    static constexpr bool kTurns = true, kIsSlow = true;
+    [[maybe_unused]] static constexpr bool kFloors = false;
     static constexpr std::int16_t kScale = 1;
 
     HWY_INLINE HWY_ATTR explicit TurnInDoubles(const AdjustmentSettings& settings)

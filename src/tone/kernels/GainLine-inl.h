@@ -111,11 +111,11 @@ private:
             }
         }
 
-        /// The offsets that a slope may have: from `low` to below `high`.
-        HWY_ATTR void Offsets(std::uint32_t slope, double& low, double& high) const {
+        /// The offsets that a line of slope `rise` may have: from `low` to below `high`.
+        HWY_ATTR void Offsets(std::uint32_t rise, double& low, double& high) const {
             const hn::ScalableTag<double> d;
             const hn::Rebind<std::int32_t, hn::ScalableTag<double> > d32;
-            const auto factor = hn::Set(d, slope);
+            const auto factor = hn::Set(d, rise);
             const auto step = hn::Mul(factor, hn::Set(d, static_cast<double>(hn::Lanes(d))));
             auto risen = hn::Mul(factor, hn::PromoteTo(d, hn::Iota(d32, 0)));
             auto greatest = hn::Set(d, -1e15), least = hn::Set(d, 1e15);
