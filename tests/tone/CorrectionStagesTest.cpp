@@ -4,10 +4,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <tuple>
 #include <vector>
 
-#include "simd/Targets.h"
+#include "foundation/Elementary.h"
 #include "tone/CorrectedPicture.h"
 #include "tone/correction/Context.h"
 #include "tone/kernels/CorrectionFormulas.h"
@@ -260,15 +261,47 @@ TEST(CorrectionStages, BrightnessIsTakenAwayInAlignedPicturesWithSSE2) {
 
 TEST(CorrectionStages, ContrastTurnsAboutMidGrey) {
     // A slope of 357/255, 51 taken away: 1.4 * 20 - 51, 1.4 * 128 - 51 = 128.2, 1.4 * 200 - 51.
-    EXPECT_EQ(Adjusted({0, 51}, 20), 0);
-    EXPECT_EQ(Adjusted({0, 51}, 128), 128);
-    EXPECT_EQ(Adjusted({0, 51}, 200), 229);
-    EXPECT_EQ(Adjusted({-5, 51}, 200), 224);
-    // round(1.4 * 200) - (b + c)
-    EXPECT_EQ(AdjustedDownwards({0, 51}, 200), 229);
-    EXPECT_EQ(AdjustedDownwards({-5, 51}, 200), 234);
-    EXPECT_EQ(AdjustedDownwards({255, 0}, 255), 0);
-    EXPECT_EQ(AdjustedDownwards({-255, -255}, 7), 255);  // a slope of -1: -7 + 510, limited
+    ByteTable upwards, downwards;
+    MakeContrast({0, 51}, upwards, downwards);
+    EXPECT_EQ(upwards[20], 0);
+    EXPECT_EQ(upwards[128], 128);
+    EXPECT_EQ(upwards[200], 229);
+    EXPECT_EQ(downwards[200], 229);
+    AddContrast({-5, 51}, upwards);
+    EXPECT_EQ(upwards[128], 123);
+    EXPECT_EQ(upwards[200], 255);  // 229 once more: 269.6 - 5
+    MakeContrast({-5, 51}, upwards, downwards);
+    EXPECT_EQ(upwards[200], 224);
+    EXPECT_EQ(downwards[200], 234);  // round(1.4 * 200) - (-5 + 51)
+    MakeContrast({255, 0}, upwards, downwards);
+    EXPECT_EQ(upwards[0], 255);
+    EXPECT_EQ(downwards[255], 0);
+    MakeContrast({-255, -255}, upwards, downwards);  // a slope of -1
+    EXPECT_EQ(upwards[7], 0);                        // -7 + 255 - 255
+    EXPECT_EQ(downwards[7], 255);                    // -7 + 510
+}
+
+// Nothing is cut on the wrong side of a whole number: the tables against powers one by one.
+TEST(CorrectionStages, TablesAreMadeOfPowers) {
+    const auto whole = [](double x) { return static_cast<int>(x); };
+    for (int mid = -255; mid <= 255; ++mid) {
+        const double exponent = ExponentOf(mid);
+        ByteTable full, studio, colour;
+        MakeLumaLevels({0, mid, 0}, false, full);
+        MakeLumaLevels({0, mid, 0}, true, studio);
+        MakeColourLevels({0, mid, 100}, colour);
+        for (int i = 0; i < 256; ++i) {
+            const auto at = static_cast<std::size_t>(i);
+            ASSERT_EQ(full[at], whole(Zan::Power(i * 0.00390625, exponent) * 256)) << mid;
+            const double slope = 219 * 0.0045662100456621;
+            const int v = std::clamp(whole(i * slope + (16 - slope * 16) + 0.5), 16, 235) - 16;
+            ASSERT_EQ(studio[at], whole(Zan::Power(v * 0.004545454545454545, exponent) * 220 + 16)) << mid;
+            const int t = whole(2 * i * (355 * 0.00392156862745098) + 0.5);
+            ASSERT_EQ(colour[at],
+                      std::min(255.0, std::floor((Zan::Power(t * 0.00390625, exponent) * 256 + 0.5) * 0.5)))
+                << mid;
+        }
+    }
 }
 
 TEST(CorrectionStages, GammaOfStudioRangeRunsOn220Steps) {

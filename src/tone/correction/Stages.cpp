@@ -1,6 +1,7 @@
 #include "tone/correction/Stages.h"
 
 #include <algorithm>
+#include <numeric>
 
 namespace Zan::BaseCC {
 
@@ -48,10 +49,7 @@ void LumaLevelsStage::AddTo(const Pass&, CorrectionSettings& settings) noexcept 
 }
 
 void BrightnessContrastStage::BuildTables() noexcept {
-    for (std::size_t i = 0; i < table.size(); ++i) {
-        table[i] = Adjusted(parameters, static_cast<std::uint8_t>(i));
-        downwards[i] = AdjustedDownwards(parameters, static_cast<std::uint8_t>(i));
-    }
+    MakeContrast(parameters, table, downwards);
 }
 
 void BrightnessContrastStage::AddTo(const Pass& pass, CorrectionSettings& settings) noexcept {
@@ -63,14 +61,10 @@ void LumaLevelsContrastStage::BuildTables() noexcept {
     if (parameters.luma.levels != Levels{}) {
         MakeLumaLevels(parameters.luma.levels, parameters.luma.studioRange, table);
     } else {
-        for (std::size_t i = 0; i < table.size(); ++i) {
-            table[i] = static_cast<std::uint8_t>(i);
-        }
+        std::iota(table.begin(), table.end(), std::uint8_t{0});
     }
     if (parameters.adjustment != BrightnessContrast{}) {
-        for (std::uint8_t& entry : table) {
-            entry = Adjusted(parameters.adjustment, entry);
-        }
+        AddContrast(parameters.adjustment, table);
     }
 }
 

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "foundation/Elementary.h"
+#include "tone/correction/QuickPower.h"
 #include "tone/kernels/CorrectionFormulas.h"
 
 namespace Zan::BaseCC {
@@ -23,40 +24,82 @@ int Truncated(double x) {
     return static_cast<int>(x);
 }
 
-/// To the nearest whole number, halves away from zero.
-int Rounded(double x) {
-    return static_cast<int>(x + std::copysign(0.49999999999999994, x));
+/// Whole parts of what `finish` makes of a power, up to 255.
+class Gamma {
+public:
+    Gamma(int mid, double stepSize, int steps)
+        : exponent(ExponentOf(mid)), unit(stepSize), quick(exponent, steps) {}
+
+    template <class Finish>
+    std::uint8_t operator()(int k, const Finish& finish) const {
+        if (exponent == 1 || k == 0) {
+            return static_cast<std::uint8_t>(std::min(finish(k * unit), 255.0));
+        }
+        const double near = std::min(finish(quick(k)), 256.0);
+        const int whole = Truncated(near);
+        // Where the error may decide, the power itself is asked.
+        constexpr double kError = 1e-6;
+        const double fraction = near - whole;
+        if (whole > 255) {
+            return 255;
+        }
+        if (fraction > kError && fraction < 1 - kError) {
+            return static_cast<std::uint8_t>(whole);
+        }
+        return static_cast<std::uint8_t>(std::min(finish(Power(k * unit, exponent)), 255.0));
+    }
+
+private:
+    double exponent, unit;
+    QuickPower quick;
+};
+
+class Contrast {
+public:
+    explicit Contrast(const BrightnessContrast& parameters)
+        : brightness(parameters.brightness),
+          contrast(parameters.contrast),
+          slope(static_cast<float>(2 * contrast + 255) * 0.003921569F) {}
+
+    std::uint8_t operator()(int luma) const {
+        const int turned = Rounded(static_cast<float>(luma) * slope - static_cast<float>(contrast));
+        return static_cast<std::uint8_t>(std::clamp(turned + brightness, 0, 255));
+    }
+    /// Brightness taken away, and rounded as the processor does: halves to even.
+    std::uint8_t Downwards(int luma) const {
+        constexpr float kWhole = 12582912.0F;  // 1.5 * 2^23: leaves no bits for a fraction
+        const float scaled = (static_cast<float>(luma) * slope + kWhole) - kWhole;
+        return static_cast<std::uint8_t>(
+            std::clamp(static_cast<int>(scaled) - (brightness + contrast), 0, 255));
+    }
+
+private:
+    int brightness, contrast;
+    float slope;
+};
+
+/// The product of two numbers that are not negative, halves away from zero.
+int RoundedProduct(int a, double b) {
+    return static_cast<int>(a * b + 0.49999999999999994);
 }
 
-float ContrastSlope(int contrast) {
-    return static_cast<float>(2 * contrast + 255) * 0.003921569F;
-}
-
-/// Products of chroma -128 ... 127.
-using Products = std::array<std::int16_t, 256>;
-
-/// The factor in 1/32768 by which (x * 2^shift * factor + 2^14) >> 15, limited to `limit` either way, is what
-/// stands for x, and which negated gives its negation. Every angle and every gain has one, at most two steps
-/// off.
-std::int16_t FactorFor(double factor, int shift, int limit, int lowest, const Products& products) {
-    const int nearest = Rounded(factor * (32768 >> shift));
-    int found = nearest;
+/// The factor in 1/32768 by which (x * 2^shift * factor + 2^14) >> 15, limited to `limit`, is products[x] for
+/// x up to `greatest`, and without ties, so that it holds for either sign. Every angle and every gain has
+/// one, at most two steps off.
+int FactorFor(double factor, int shift, int limit, int greatest, const std::int16_t* products) {
+    const int nearest = RoundedProduct(32768 >> shift, factor);
     for (const int step : {0, 1, -1, 2, -2}) {
-        const int candidate = std::clamp(nearest + step, -32767, 32767);
+        const int candidate = std::clamp(nearest + step, 0, 32767);
         int wrong = 0;
-        for (int x = lowest; x < 128; ++x) {
-            const auto rounded = [&](int by) {
-                return std::clamp(((x << shift) * by + (1 << 14)) >> 15, -limit, limit);
-            };
-            const int product = products[static_cast<std::size_t>(x + 128)];
-            wrong |= (rounded(candidate) ^ product) | (rounded(-candidate) ^ -product);
+        for (int x = 0; x <= greatest; ++x) {
+            const int sum = (x << shift) * candidate + (1 << 14);
+            wrong |= (std::min(sum >> 15, limit) ^ products[x]) | ((sum & 0x7FFF) == 0 ? 1 : 0);
         }
         if (wrong == 0) {
-            found = candidate;
-            break;
+            return candidate;
         }
     }
-    return static_cast<std::int16_t>(std::clamp(found, -32767, 32767));
+    return std::min(nearest, 32767);
 }
 
 }  // namespace
@@ -66,36 +109,39 @@ double ExponentOf(int mid) noexcept {
 }
 
 void MakeLumaLevels(const Levels& levels, bool studioRange, ByteTable& table) noexcept {
-    const double exponent = ExponentOf(levels.mid);
     if (!studioRange) {
         const double slope = SlopeOf(levels);
+        const Gamma gamma(levels.mid, kPerStep, 256);
         for (int i = 0; i < 256; ++i) {
             const int v = std::clamp(Truncated(i * slope + levels.low + 0.5), 0, 255);
-            table[static_cast<std::size_t>(i)] =
-                static_cast<std::uint8_t>(Truncated(Power(v * kPerStep, exponent) * 256));
+            table[static_cast<std::size_t>(i)] = gamma(v, [](double power) { return power * 256; });
         }
         return;
     }
     const double slope = (levels.high - levels.low + 219) * kPerStudioCode;
     const double lift = (levels.low + 16) - slope * 16;
+    const Gamma gamma(levels.mid, kPerStudioStep, 220);
     for (int i = 0; i < 256; ++i) {
         const int v = std::clamp(Truncated(i * slope + lift + 0.5), 16, 235);
-        table[static_cast<std::size_t>(i)] =
-            static_cast<std::uint8_t>(Truncated(Power((v - 16) * kPerStudioStep, exponent) * 220 + 16));
+        table[static_cast<std::size_t>(i)] = gamma(v - 16, [](double power) { return power * 220 + 16; });
     }
 }
 
-std::uint8_t Adjusted(const BrightnessContrast& parameters, std::uint8_t luma) noexcept {
-    const float about = static_cast<float>(luma) * ContrastSlope(parameters.contrast) -
-                        static_cast<float>(parameters.contrast);
-    return static_cast<std::uint8_t>(std::clamp(Rounded(about) + parameters.brightness, 0, 255));
+void MakeContrast(const BrightnessContrast& parameters, ByteTable& table, ByteTable& downwards) noexcept {
+    const Contrast contrast(parameters);
+    for (int i = 0; i < 256; ++i) {
+        table[static_cast<std::size_t>(i)] = contrast(i);
+    }
+    for (int i = 0; i < 256; ++i) {
+        downwards[static_cast<std::size_t>(i)] = contrast.Downwards(i);
+    }
 }
 
-std::uint8_t AdjustedDownwards(const BrightnessContrast& parameters, std::uint8_t luma) noexcept {
-    // As the processor rounds: halves to even.
-    const float scaled = std::nearbyint(static_cast<float>(luma) * ContrastSlope(parameters.contrast));
-    return static_cast<std::uint8_t>(
-        std::clamp(static_cast<int>(scaled) - (parameters.brightness + parameters.contrast), 0, 255));
+void AddContrast(const BrightnessContrast& parameters, ByteTable& table) noexcept {
+    const Contrast contrast(parameters);
+    for (std::uint8_t& entry : table) {
+        entry = contrast(entry);
+    }
 }
 
 int AngleOf(int hue) noexcept {
@@ -105,14 +151,18 @@ int AngleOf(int hue) noexcept {
 void MakeRotation(int angle, ChromaRotation& rotation) noexcept {
     constexpr double kPi = 3.141592653589793;
     const double radians = angle * kPi / 180;
-    const auto make = [](double factor, std::int16_t* magnitudes) {
-        Products products;
+    const auto make = [](double factor, std::int16_t* products) {
+        const double size = std::fabs(factor);
         for (int i = 0; i <= 128; ++i) {
-            magnitudes[i] = static_cast<std::int16_t>(Rounded(i * factor));
-            products[static_cast<std::size_t>(128 - i)] = static_cast<std::int16_t>(-magnitudes[i]);
+            products[i] = static_cast<std::int16_t>(RoundedProduct(i, size));
         }
-        std::copy(magnitudes, magnitudes + 128, products.begin() + 128);
-        return FactorFor(factor, 0, 128, -128, products);
+        const int found = FactorFor(size, 0, 128, 128, products);
+        if (factor >= 0) {
+            return static_cast<std::int16_t>(found);
+        }
+        std::transform(products, products + 129, products,
+                       [](std::int16_t product) { return static_cast<std::int16_t>(-product); });
+        return static_cast<std::int16_t>(-found);
     };
     rotation.cosineFactor = make(Cosine(radians), rotation.cosine);
     rotation.sineFactor = make(Sine(radians), rotation.sine);
@@ -127,26 +177,28 @@ double GainOf(int saturation) noexcept {
 }
 
 void MakeGain(double factor, ChromaGain& gain) noexcept {
-    Products products;
-    for (int i = 0; i < 256; ++i) {
-        const auto product = std::clamp(Rounded(std::max(i - 128, -127) * factor), -127, 127);
-        products[static_cast<std::size_t>(i)] = static_cast<std::int16_t>(product);
-        gain.table[i] = static_cast<std::uint8_t>(product + 128);
+    std::int16_t products[128];
+    for (int i = 0; i < 128; ++i) {
+        products[i] = static_cast<std::int16_t>(std::min(RoundedProduct(i, factor), 127));
+        gain.table[128 + i] = static_cast<std::uint8_t>(128 + products[i]);
+        gain.table[128 - i] = static_cast<std::uint8_t>(128 - products[i]);
     }
+    gain.table[0] = gain.table[1];
     int shift = 0;
     while (factor >= 1 << shift) {
         ++shift;
     }
     gain.shift = static_cast<std::uint8_t>(shift);
-    gain.factor = FactorFor(factor, shift, 127, -127, products);
+    gain.factor = static_cast<std::int16_t>(FactorFor(factor, shift, 127, 127, products));
 }
 
 void MakeColourLevels(const Levels& levels, ByteTable& halves) noexcept {
-    const double slope = SlopeOf(levels), exponent = ExponentOf(levels.mid);
+    const double slope = SlopeOf(levels);
+    const Gamma gamma(levels.mid, kPerStep, 256);
     for (int j = 0; j < 256; ++j) {
         const int t = Truncated(2 * j * slope + levels.low + 0.5);
-        const double half = t < 0 ? 0.0 : (Power(t * kPerStep, exponent) * 256 + 0.5) * 0.5;
-        halves[static_cast<std::size_t>(j)] = static_cast<std::uint8_t>(std::min(half, 255.0));
+        halves[static_cast<std::size_t>(j)] =
+            t < 0 ? std::uint8_t{0} : gamma(t, [](double power) { return (power * 256 + 0.5) * 0.5; });
     }
 }
 

@@ -27,10 +27,10 @@ double ExponentOf(int mid) noexcept;
 
 void MakeLumaLevels(const Levels& levels, bool studioRange, ByteTable& table) noexcept;
 
-/// Contrast about mid grey, then brightness.
-std::uint8_t Adjusted(const BrightnessContrast& parameters, std::uint8_t luma) noexcept;
-/// The same where brightness is subtracted.
-std::uint8_t AdjustedDownwards(const BrightnessContrast& parameters, std::uint8_t luma) noexcept;
+/// Contrast about mid grey, then brightness: added, and taken away.
+void MakeContrast(const BrightnessContrast& parameters, ByteTable& table, ByteTable& downwards) noexcept;
+/// Sends each entry through the same.
+void AddContrast(const BrightnessContrast& parameters, ByteTable& table) noexcept;
 
 /// Degrees within -180 ... 180.
 int AngleOf(int hue) noexcept;
