@@ -49,6 +49,11 @@ public:
         }
         return VU8(found);
     }
+    /// The same for places below 128 alone.
+    HWY_INLINE HWY_ATTR VU8 Lower(VU8 v) const {
+        const uint8x16_t place = v.raw;
+        return VU8(vqtbx4q_u8(vqtbl4q_u8(quarter[0], place), quarter[1], vsubq_u8(place, vdupq_n_u8(64))));
+    }
 
 private:
     uint8x16x4_t quarter[4];
@@ -123,6 +128,46 @@ public:
 #endif
     }
 
+    /// The same for places below 128 alone, in half the time.
+    HWY_INLINE HWY_ATTR VU8 Lower(VU8 v) const {
+#if HWY_TARGET == HWY_AVX3
+        const auto bit = [&](int n) HWY_ATTR {
+            return _mm512_test_epi8_mask(v.raw, _mm512_set1_epi8(static_cast<char>(1 << n)));
+        };
+        const __mmask64 bit4 = bit(4), bit5 = bit(5), bit6 = bit(6);
+        const __m512i place = hn::And(v, hn::Set(DU8(), 15)).raw;
+        __m512i found[4];
+        for (std::size_t i = 0; i < 4; ++i) {
+            const __m512i even = _mm512_shuffle_epi8(Row(2 * i).raw, place);
+            found[i] = _mm512_mask_shuffle_epi8(even, bit4, Row(2 * i + 1).raw, place);
+        }
+        return VU8{_mm512_mask_blend_epi8(bit6, _mm512_mask_blend_epi8(bit5, found[0], found[1]),
+                                          _mm512_mask_blend_epi8(bit5, found[2], found[3]))};
+#elif HWY_TARGET == HWY_AVX2
+        const DU8 d;
+        const DU16 d16;
+        const VU8 sign = hn::Set(d, 0x80);
+        const VU8 bit5 = hn::BitCast(d, hn::ShiftLeft<2>(hn::BitCast(d16, v))), bit6 = hn::Add(v, v);
+        const VU8 bit4 = hn::And(hn::BitCast(d, hn::ShiftLeft<3>(hn::BitCast(d16, v))), sign);
+        const VU8 even = hn::Or(hn::And(v, hn::Set(d, 15)), bit4), odd = hn::Xor(even, sign);
+        const auto two = [&](std::size_t i) HWY_ATTR {
+            return hn::Or(hn::TableLookupBytes(Row(2 * i), even), hn::TableLookupBytes(Row(2 * i + 1), odd));
+        };
+        const VU8 low{_mm256_blendv_epi8(two(0).raw, two(1).raw, bit5.raw)};
+        const VU8 high{_mm256_blendv_epi8(two(2).raw, two(3).raw, bit5.raw)};
+        return VU8{_mm256_blendv_epi8(low.raw, high.raw, bit6.raw)};
+#else
+        const VI8 one = hn::Set(DI8(), 16);
+        VI8 places = hn::BitCast(DI8(), v);
+        VU8 found = Changes(0, places);
+        for (std::size_t i = 1; i < 8; ++i) {
+            places = hn::SaturatedSub(places, one);
+            found = hn::Xor(found, Changes(i, places));
+        }
+        return found;
+#endif
+    }
+
 private:
     HWY_INLINE HWY_ATTR VU8 Row(std::size_t i) const {
         return InEveryBlock(row[i]);
@@ -164,6 +209,11 @@ public:
         __asm__("vpermi2b %2, %1, %0" : "+v"(low.raw) : "v"(quarter[0].raw), "v"(quarter[1].raw));
         __asm__("vpermi2b %2, %1, %0" : "+v"(high.raw) : "v"(quarter[2].raw), "v"(quarter[3].raw));
         return VU8{_mm512_mask_blend_epi8(_mm512_movepi8_mask(v.raw), low.raw, high.raw)};
+    }
+    /// The same for places below 128 alone.
+    HWY_INLINE HWY_ATTR VU8 Lower(VU8 v) const {
+        __asm__("vpermi2b %2, %1, %0" : "+v"(v.raw) : "v"(quarter[0].raw), "v"(quarter[1].raw));
+        return v;
     }
 
 private:

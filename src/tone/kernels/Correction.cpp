@@ -275,21 +275,40 @@ private:
 constexpr ColourOffset kColourOffsets[3] = {
     {0.003714, 1.403591}, {-0.34355, -0.713068}, {1.773109, -0.002002}};
 
-/// LevelOf in 16-bit lanes.
-template <class Table>
+/// LevelOf in 16-bit lanes. `kIsUsual`: all are 0 ... 254.
+template <bool kIsUsual, class Table>
 HWY_INLINE HWY_ATTR VI16 Levelled(const Table& halves, VI16 x) {
-    const DI16 d;
+    const DU8 d;
     const DU16 du;
-    const VU16 magnitude = hn::BitCast(du, hn::Abs(x));
+    alignas(64) static constexpr std::int8_t kOnes[64] = {
+        1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1,
+        1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
+    const VI8 ones = hn::Load(DI8(), kOnes);
+    const VU16 magnitude = hn::BitCast(du, kIsUsual ? x : hn::Abs(x));
     const VU16 up = hn::AverageRound(magnitude, hn::Zero(du)), down = hn::ShiftRight<1>(magnitude);
-    const VU8 found = halves(hn::BitCast(DU8(), hn::Or(down, hn::ShiftLeft<8>(up))));
-    const VI16 level = MulAddPairs(found, hn::Set(DI8(), 1));
+    const VU8 places = hn::BitCast(d, hn::Or(down, hn::ShiftLeft<8>(up)));
+    if constexpr (kIsUsual) {
+        return MulAddPairs(halves.Lower(places), ones);
+    }
+    const VI16 level = MulAddPairs(halves(places), ones);
 #if HWY_TARGET == HWY_AVX3
     return VI16{
         _mm512_mask_sub_epi16(level.raw, _mm512_movepi16_mask(x.raw), _mm512_setzero_si512(), level.raw)};
 #else
     const VI16 sign = hn::BroadcastSignBit(x);
     return hn::Sub(hn::Xor(level, sign), sign);
+#endif
+}
+
+/// Whether red, green and blue of all pixels are 0 ... 254, as they are but for the most saturated colours.
+HWY_INLINE HWY_ATTR bool AreUsual(const VI16* colours) {
+    const DU16 d;
+    const auto of = [&](std::size_t i) HWY_ATTR { return hn::BitCast(d, colours[i]); };
+    const VU16 greatest = hn::Max(hn::Max(of(0), of(1)), of(2));
+#if HWY_TARGET == HWY_AVX3
+    return _mm512_cmpgt_epu16_mask(greatest.raw, _mm512_set1_epi16(254)) == 0;
+#else
+    return hn::AllTrue(d, hn::Eq(hn::SaturatedSub(greatest, hn::Set(d, 254)), hn::Zero(d)));
 #endif
 }
 
@@ -331,15 +350,25 @@ struct CorrectingColours : CorrectingPairs {
         const VI16 y = hn::BitCast(d16, hn::ShiftRight<8>(hn::BitCast(DU16(), hasLuma ? luma(in) : in)));
 
         const VI16 chroma128 = hn::ShiftLeft<7>(chroma);
-        VF32 even[3], odd[3];
+        VI16 colours[3];
         for (std::size_t i = 0; i < 3; ++i) {
-            VI16 colour = hn::Add(y, kColourOffsets[i].Of<kHasFusedSums<Table> >(chroma, chroma128));
-            if (hasLevels[i]) {
-                colour = Levelled(levels[i], colour);
+            colours[i] = hn::Add(y, kColourOffsets[i].Of<kHasFusedSums<Table> >(chroma, chroma128));
+        }
+        VF32 even[3], odd[3];
+        if (AreUsual(colours)) {
+            for (std::size_t i = 0; i < 3; ++i) {
+                const VI32 both =
+                    hn::BitCast(d32, hasLevels[i] ? Levelled<true>(levels[i], colours[i]) : colours[i]);
+                even[i] = hn::ConvertTo(df, hn::And(both, hn::Set(d32, 0xFFFF)));
+                odd[i] = hn::ConvertTo(df, hn::ShiftRight<16>(both));
             }
-            const VI32 both = hn::BitCast(d32, colour);
-            even[i] = hn::ConvertTo(df, hn::ShiftRight<16>(hn::ShiftLeft<16>(both)));
-            odd[i] = hn::ConvertTo(df, hn::ShiftRight<16>(both));
+        } else {
+            for (std::size_t i = 0; i < 3; ++i) {
+                const VI32 both =
+                    hn::BitCast(d32, hasLevels[i] ? Levelled<false>(levels[i], colours[i]) : colours[i]);
+                even[i] = hn::ConvertTo(df, hn::ShiftRight<16>(hn::ShiftLeft<16>(both)));
+                odd[i] = hn::ConvertTo(df, hn::ShiftRight<16>(both));
+            }
         }
 
         const auto lumaOf = [](const VF32* colour) HWY_ATTR {
