@@ -141,8 +141,14 @@ private:
 
 // ---- Luma and chroma ----------------------------------------------------------------------------------
 
+struct NoTable {
+    static constexpr bool kStaysInCache = false;
+    explicit NoTable(const std::uint8_t*) {}
+};
+
 template <class Table, bool kHasLuma, bool kHasChroma>
 struct Correcting : CorrectingPairs {
+    static constexpr bool kStaysInCache = Table::kStaysInCache;
     static constexpr std::size_t kStep = kLineVectors * kVectorBytes / 2;
 
     explicit Correcting(const CorrectionSettings& settings)
@@ -192,10 +198,6 @@ struct Correcting : CorrectingPairs {
     Table luma;
     ChromaFactors factors;
     PairLimits limits;
-};
-
-struct NoTable {
-    explicit NoTable(const std::uint8_t*) {}
 };
 
 void RunCorrect(const simd::Job<1, 1>& job, const CorrectionSettings& set) {
@@ -321,6 +323,7 @@ constexpr bool kHasFusedSums<PermutedByteTable> = true;
 
 template <class Table>
 struct CorrectingColours : CorrectingPairs {
+    static constexpr bool kStaysInCache = true;
     static constexpr std::size_t kStep = kVectorBytes / 2;
 
     CorrectingColours(const CorrectionSettings& settings, const std::uint8_t* unchanged)
