@@ -1,13 +1,16 @@
 #include <TesselU/convert/ConversionMatrix.h>
 #include <TesselU/convert/ConverterFormat.h>
+#include <TesselU/tone/Histogram.h>
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
 #include <array>
+#include <stdexcept>
 
 #include "Ours.h"
+#include "Wrapped.h"
 #include "peers/Peers.h"
 
 namespace bench {
@@ -97,19 +100,36 @@ void EnterConversions(Contests& contests, const Pictures& p) {
           });
 }
 
+std::array<cv::Mat, 4> Counts(const cv::Mat& pixels) {
+    static constexpr int kEntries = 256;
+    static constexpr float kRange[] = {0, 256};
+    const float* ranges = kRange;
+    std::array<cv::Mat, 4> counts;
+    for (int c = 0; c < 4; ++c) {
+        cv::calcHist(&pixels, 1, &c, cv::noArray(), counts[static_cast<std::size_t>(c)], 1, &kEntries,
+                     &ranges);
+    }
+    return counts;
+}
+
+/// Its counts are those of ours, or the program ends.
 void EnterHistogram(Contests& contests, Operation operation, const Size& size, std::uint8_t* picture) {
     const cv::Mat pixels(static_cast<int>(size.height), static_cast<int>(size.width), CV_8UC4, picture);
-    contests[operation].Enter(
-        kOpenCV, "OpenCV calcHist", Promise::kNone, [pixels, counts = std::array<cv::Mat, 4>()]() mutable {
-            static constexpr int kEntries = 256;
-            static constexpr float kRange[] = {0, 256};
-            const float* ranges = kRange;
-            for (int c = 0; c < 4; ++c) {
-                cv::calcHist(&pixels, 1, &c, cv::noArray(), counts[static_cast<std::size_t>(c)], 1, &kEntries,
-                             &ranges);
-            }
-            return 0;
-        });
+    Zan::Histogram ours(4, 256);
+    const auto counts = Counts(pixels);
+    bool areEqual = ours.Do(Pixels(size, picture)->view, Zan::kBestAvailable) == 0;
+    for (Zan::ULong32 i = 0; i < 1024; ++i) {
+        // Floats: exact to 2^24, more than the pixels of any size that is usual.
+        areEqual = areEqual && counts[i / 256].at<float>(static_cast<int>(i % 256)) ==
+                                   static_cast<float>(ours.Get(i / 256, i % 256));
+    }
+    if (!areEqual) {
+        throw std::runtime_error("our histogram is not that of OpenCV");
+    }
+    contests[operation].Enter(kOpenCV, "OpenCV calcHist", Promise::kNone, [pixels] {
+        Counts(pixels);
+        return 0;
+    });
 }
 
 void EnterTones(Contests& contests, const Pictures& p) {
