@@ -23,6 +23,7 @@
 #include "Processor.h"
 #include "Table.h"
 #include "Threads.h"
+#include "Vectors.h"
 #include "peers/Peers.h"
 #include "plain/Entrants.h"
 #include "simd/Targets.h"
@@ -282,12 +283,25 @@ int Main(int argc, char** argv) {
         Progress(name);
         threads.push_back(RunThreads(size, options));
     }
+    // Their loops are compiled for this machine alone.
+    std::vector<VectorsRow> vectors;
+    for (const std::string& name : VectorsNames()) {
+        if (CurrentLevel() != Level::kAll || !std::regex_search(name, filter)) {
+            continue;
+        }
+        if (options.list) {
+            std::cout << name << ": ours; copy; others\n";
+            continue;
+        }
+        Progress(name);
+        vectors.push_back(RunVectors(name, options));
+    }
     if (options.list) {
         return 0;
     }
     Progress("");
     collector.End();
-    if (rows.empty() && calls.empty() && threads.empty()) {
+    if (rows.empty() && calls.empty() && threads.empty() && vectors.empty()) {
         throw UsageError("nothing matches '" + options.filter + "'; --list names all");
     }
     PrintHeading(std::cout, peers, options);
@@ -308,6 +322,11 @@ int Main(int argc, char** argv) {
         std::cout << (calls.empty() ? "" : "\n")
                   << "On one thread and on two, in ns a pixel by the clock on the wall:\n\n";
         PrintThreads(std::cout, threads);
+    }
+    if (!vectors.empty()) {
+        std::cout << (calls.empty() && threads.empty() ? "" : "\n")
+                  << "Vectors, in ns of processor time each, the least of all rounds in turn:\n\n";
+        PrintVectors(std::cout, vectors);
     }
     return 0;
 }
