@@ -167,6 +167,22 @@ HWY_INLINE HWY_ATTR VF ToFloats(const Doubles& v) {
     const hn::Half<DF> h;
     return hn::Combine(DF(), hn::DemoteTo(h, v.high), hn::DemoteTo(h, v.low));
 }
+/// The same from memory and into it, where halves cost less than to take vectors apart.
+HWY_INLINE HWY_ATTR Doubles LoadDoubles(const float* from) {
+    const DD d;
+    const hn::Half<DF> h;
+    return {hn::PromoteTo(d, hn::LoadU(h, from)), hn::PromoteTo(d, hn::LoadU(h, from + hn::MaxLanes(h)))};
+}
+template <bool Around>
+HWY_INLINE HWY_ATTR void StoreFloats(const Doubles& v, float* to) {
+    if constexpr (Around) {
+        Store<true>(ToFloats(v), to);
+    } else {
+        const hn::Half<DF> h;
+        hn::StoreU(hn::DemoteTo(h, v.low), h, to);
+        hn::StoreU(hn::DemoteTo(h, v.high), h, to + hn::MaxLanes(h));
+    }
+}
 HWY_INLINE HWY_ATTR DoubleTriples ToDoubles(const Triples& v) {
     return {ToDoubles(v.x), ToDoubles(v.y), ToDoubles(v.z)};
 }
@@ -215,10 +231,9 @@ HWY_INLINE HWY_ATTR VF Reciprocal(VF length) {
     return ZeroIfInfinite(length, hn::Mul(y, hn::Add(one, hn::Add(e, hn::Mul(e, e)))));
 }
 
-HWY_INLINE HWY_ATTR Triples NormalsOf(const Triples& v) {
-    const DoubleTriples d = ToDoubles(v);
-    const Doubles scale = Inverse(Limited(Root(SumOfProducts(d, d))));
-    return ToFloats({d.x * scale, d.y * scale, d.z * scale});
+HWY_INLINE HWY_ATTR DoubleTriples NormalsOf(const DoubleTriples& v) {
+    const Doubles scale = Inverse(Limited(Root(SumOfProducts(v, v))));
+    return {v.x * scale, v.y * scale, v.z * scale};
 }
 
 #endif
@@ -266,7 +281,7 @@ struct Normals {
 #if HWY_TARGET != HWY_SCALAR
     template <bool Around>
     void Step(std::size_t i) const {
-        StoreTriples<Around>(NormalsOf(LoadTriples(src + 3 * i)), dst + 3 * i);
+        StoreTriples<Around>(ToFloats(NormalsOf(ToDoubles(LoadTriples(src + 3 * i)))), dst + 3 * i);
     }
     Output Destination() const {
         return {{dst}, 1, 3, 1, 24, src == dst};
@@ -331,12 +346,11 @@ struct ArrayNormals {
 #if HWY_TARGET != HWY_SCALAR
     template <bool Around>
     void Step(std::size_t i) const {
-        const DF d;
-        const Triples normal =
-            NormalsOf({hn::LoadU(d, src.x + i), hn::LoadU(d, src.y + i), hn::LoadU(d, src.z + i)});
-        Store<Around>(normal.x, dst.x + i);
-        Store<Around>(normal.y, dst.y + i);
-        Store<Around>(normal.z, dst.z + i);
+        const DoubleTriples normal =
+            NormalsOf({LoadDoubles(src.x + i), LoadDoubles(src.y + i), LoadDoubles(src.z + i)});
+        StoreFloats<Around>(normal.x, dst.x + i);
+        StoreFloats<Around>(normal.y, dst.y + i);
+        StoreFloats<Around>(normal.z, dst.z + i);
     }
     Output Destination() const {
         return OutputOf(src, dst);
@@ -493,9 +507,14 @@ struct ConstantSums {
     ConstantSums(const float* vectors, const FloatVector& constant, float* sums)
         : v(vectors), c(constant), dst(sums) {
 #if HWY_TARGET != HWY_SCALAR
-        for (std::size_t i = 0; i < std::size(pattern); ++i) {
+        // c over and over, so that lanes may begin with any component.
+        constexpr std::size_t kLanes = hn::MaxLanes(DF());
+        float pattern[kLanes + 2];
+        for (std::size_t i = 0; i < kLanes + 2; ++i) {
             pattern[i] = i % 3 == 0 ? c.x : i % 3 == 1 ? c.y : c.z;
         }
+        constants = {hn::LoadU(DF(), pattern), hn::LoadU(DF(), pattern + kLanes % 3),
+                     hn::LoadU(DF(), pattern + 2 * kLanes % 3)};
 #endif
     }
 
@@ -506,16 +525,14 @@ struct ConstantSums {
 #if HWY_TARGET != HWY_SCALAR
     template <bool Around>
     void Step(std::size_t i) const {
-        Part<0, Around>(i);
-        Part<1, Around>(i);
-        Part<2, Around>(i);
+        constexpr std::size_t kLanes = hn::MaxLanes(DF());
+        AddTo<Around>(constants.x, 3 * i);
+        AddTo<Around>(constants.y, 3 * i + kLanes);
+        AddTo<Around>(constants.z, 3 * i + 2 * kLanes);
     }
-    template <int Register, bool Around>
-    HWY_INLINE HWY_ATTR void Part(std::size_t i) const {
-        const DF d;
-        constexpr std::size_t kFirst = Register * hn::MaxLanes(d);
-        const std::size_t at = 3 * i + kFirst;
-        Store<Around>(hn::Add(hn::LoadU(d, v + at), hn::LoadU(d, pattern + kFirst % 3)), dst + at);
+    template <bool Around>
+    HWY_INLINE HWY_ATTR void AddTo(VF constant, std::size_t at) const {
+        Store<Around>(hn::Add(hn::LoadU(DF(), v + at), constant), dst + at);
     }
     Output Destination() const {
         return {{dst}, 1, 3, 1, 24, v == dst};
@@ -526,7 +543,7 @@ struct ConstantSums {
     FloatVector c;
     float* dst;
 #if HWY_TARGET != HWY_SCALAR
-    float pattern[hn::MaxLanes(DF()) + 2];  ///< c over and over, so that lanes may begin with any component
+    Triples constants;  ///< for each of three registers
 #endif
 };
 
@@ -536,10 +553,8 @@ struct ConstantScaledSums {
 #if HWY_TARGET != HWY_SCALAR
     template <bool Around>
     void Step(std::size_t i) const {
-        const DF d;
-        const Doubles left = Broadcast(sa) * ToDoubles(hn::LoadU(d, a + i));
-        const Doubles right = Broadcast(sb) * ToDoubles(hn::LoadU(d, b + i));
-        Store<Around>(ToFloats(left + right), dst + i);
+        const Doubles sum = Broadcast(sa) * LoadDoubles(a + i) + Broadcast(sb) * LoadDoubles(b + i);
+        StoreFloats<Around>(sum, dst + i);
     }
     Output Destination() const {
         return {{dst}, 1, 1, 1, 12, a == dst || b == dst};
@@ -571,11 +586,10 @@ struct ScaledSums {
     }
     template <int Register, bool Around>
     HWY_INLINE HWY_ATTR void Part(std::size_t i, VF sa, VF sb) const {
-        const DF d;
-        const std::size_t at = 3 * i + Register * hn::MaxLanes(d);
-        const Doubles left = ToDoubles(Spread<Register>(sa)) * ToDoubles(hn::LoadU(d, sum.a + at));
+        const std::size_t at = 3 * i + Register * hn::MaxLanes(DF());
+        const Doubles left = ToDoubles(Spread<Register>(sa)) * LoadDoubles(sum.a + at);
         const Doubles scale = ToDoubles(EachB ? Spread<Register>(sb) : sb);
-        Store<Around>(ToFloats(left + scale * ToDoubles(hn::LoadU(d, sum.b + at))), sum.dst + at);
+        StoreFloats<Around>(left + scale * LoadDoubles(sum.b + at), sum.dst + at);
     }
     Output Destination() const {
         return {{sum.dst}, 1, 3, 1, EachB ? 44 : 40, sum.a == sum.dst || sum.b == sum.dst};
