@@ -16,9 +16,10 @@ class ImageView;
 /// All arithmetic is on whole numbers, with one rounding. For an axis of n points and the domain lo...hi a
 /// sample v stands at p = 16320 * (n - 1) * (v / 255 - lo) / (hi - lo), rounded, limited to 0 ... 16320 * (n
 /// - 1): in cell p / 16320, f = p mod 16320 into it. With the default domain 0...1 that is exact, 64 * v * (n
-/// - 1). A point's value, in single precision, is kept as e = value * 2^15 rounded, in 16 bits from -16384 to
-/// 49151: values from -0.5 to just below 1.5. Where one does not fit, the whole table is kept in steps of
-/// 2^14, or as few more halvings as it takes; with 2^10, the last, values are limited to that range.
+/// - 1). A point's value, in single precision, is kept as e = value * 2^15 rounded, halves up, in 16 bits
+/// from -16384 to 49151: values from -0.5 to just below 1.5. Where one does not fit, the whole table is kept
+/// in steps of 2^14, or as few more halvings as it takes; with 2^10, the last, values are limited to that
+/// range.
 ///
 /// In a cell of the lattice, with f1 >= f2 >= f3 the fractions of its axes and e0, e1, e2, e3 the points at
 /// the cell's origin, one step from there along the axis of f1, another along that of f2, and another along

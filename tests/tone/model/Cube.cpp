@@ -58,7 +58,7 @@ Cube Cube::Of(const std::string& text) {
 void Cube::Prepare() {
     // 16 bits, of which the middle stands for 0.5.
     const auto fits = [](double value, int bits) {
-        const double entry = std::round(value * (1 << bits));
+        const double entry = std::floor(value * (1 << bits) + 0.5);
         return entry - (1 << bits) / 2 >= -32768 && entry - (1 << bits) / 2 <= 32767;
     };
     exponent = 15;
@@ -74,7 +74,7 @@ void Cube::Prepare() {
     for (const auto& row : rows) {
         std::array<std::int64_t, 3> entry = {};
         for (std::size_t i = 0; i < 3; ++i) {
-            const double rounded = std::round(double{row[i]} * (1 << exponent));
+            const double rounded = std::floor(double{row[i]} * (1 << exponent) + 0.5);
             entry[i] = static_cast<std::int64_t>(std::clamp(rounded, middle - 32768, middle + 32767));
         }
         entries.push_back(entry);
