@@ -124,7 +124,7 @@ TEST(CubeReader, RefusesUnknownLines) {
     EXPECT_EQ(Read("lut_1d_size 2\n"), (Reading{CubeLUT::kUnknownLine, 1}));
     EXPECT_EQ(Read("LUT_1D_SIZE 2\nnan nan nan\n"), (Reading{CubeLUT::kUnknownLine, 2}));
     EXPECT_EQ(Read("LUT_1D_SIZE 2\n0 0 0\n1 1 1\nend\n"), (Reading{CubeLUT::kUnknownLine, 4}));
-    EXPECT_EQ(Read(std::string("LUT_1D_SIZE 2\n0 0 0\n1 1 1\n\0\n", 30)),
+    EXPECT_EQ(Read(std::string("LUT_1D_SIZE 2\n0 0 0\n1 1 1\n\0\n", 28)),
               (Reading{CubeLUT::kUnknownLine, 4}));
     EXPECT_EQ(Read("\x89PNG\r\n\x1A\n"), (Reading{CubeLUT::kUnknownLine, 1}));
 }
