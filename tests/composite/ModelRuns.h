@@ -8,7 +8,7 @@
 
 #include "composite/Pictures.h"
 #include "composite/model/Model.h"
-#include "support/Sanitized.h"
+#include "support/Choices.h"
 
 // Pictures with views on them at random places, and the comparison of an operation with its model over all of
 // their memory.
@@ -20,22 +20,6 @@ using composite_model::Processor;
 
 inline Processor ProcessorOf(const Machine& machine) {
     return {machine.HasSse2(), machine.TakesSse()};
-}
-
-#ifdef TESSELU_TEST_SANITIZED
-inline constexpr bool kSanitized = true;
-#else
-inline constexpr bool kSanitized = false;
-#endif
-
-inline bool OneIn(int cases) {
-    return RandomFrom<int>(1, cases) == 1;
-}
-
-/// One of the given values.
-template <class Value>
-Value AnyOf(std::initializer_list<Value> values) {
-    return values.begin()[RandomFrom<std::size_t>(0, static_cast<int>(values.size()) - 1)];
 }
 
 inline composite_model::Plane PlaneOf(Picture& picture, Zan::ImageView& view, Zan::ULong32 channel) {
@@ -74,18 +58,6 @@ inline Operand OperandOf(Picture& picture, Zan::ImageView& view) {
 /// Takes the alpha plane of a 4:2:2:4 picture away.
 inline void DropAlpha(Picture& picture) {
     picture->GetImageDescriptor()->channels.at(3).memory = Tuk::RCPtr<Zan::AlignedMemoryBuffer>();
-}
-
-/// Half of the bytes become 0 or 255, which random bytes hardly ever are.
-inline void Polarise(FencedMemory& memory) {
-    std::uint8_t* const bytes = memory.Data();
-    for (std::size_t i = 0; i < memory.Length(); ++i) {
-        if ((bytes[i] & 0x11) == 0x11) {
-            bytes[i] = 255;
-        } else if ((bytes[i] & 0x11) == 0x01) {
-            bytes[i] = 0;
-        }
-    }
 }
 
 /// How the views of a scene may lie.

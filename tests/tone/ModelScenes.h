@@ -13,8 +13,8 @@
 
 #include "foundation/CapabilitySeam.h"
 #include "simd/Targets.h"
+#include "support/Choices.h"
 #include "support/FencedMemory.h"
-#include "support/Sanitized.h"
 #include "support/Streaming.h"
 #include "tone/model/Operand.h"
 
@@ -25,22 +25,6 @@ namespace tone_test {
 
 using namespace test_support;
 using tone_model::Operand;
-
-#ifdef TESSELU_TEST_SANITIZED
-inline constexpr bool kSanitized = true;
-#else
-inline constexpr bool kSanitized = false;
-#endif
-
-inline bool OneIn(int cases) {
-    return RandomFrom<int>(1, cases) == 1;
-}
-
-/// One of the given values.
-template <class Value>
-Value AnyOf(std::initializer_list<Value> values) {
-    return values.begin()[RandomFrom<std::size_t>(0, static_cast<int>(values.size()) - 1)];
-}
 
 inline Zan::ProcessingStyleEnum Style(int number) {
     return static_cast<Zan::ProcessingStyleEnum>(number);
@@ -197,18 +181,6 @@ inline Operand OperandOf(Picture& picture, const Zan::ImageView& view) {
         static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(picture->GetMemoryPointer(0)) % 16);
     operand.frame = picture.PlaneOf(Zan::ImageView(picture), 0);
     return operand;
-}
-
-/// Half of the bytes become 0 or 255, which random bytes hardly ever are.
-inline void Polarise(FencedMemory& memory) {
-    std::uint8_t* const bytes = memory.Data();
-    for (std::size_t i = 0; i < memory.Length(); ++i) {
-        if ((bytes[i] & 0x11) == 0x11) {
-            bytes[i] = 255;
-        } else if ((bytes[i] & 0x11) == 0x01) {
-            bytes[i] = 0;
-        }
-    }
 }
 
 /// How the views of a scene may lie.
