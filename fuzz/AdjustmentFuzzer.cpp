@@ -1,6 +1,7 @@
 // The processing amplifier on pictures and views of any kind, with any settings: it stays inside the planes,
 // what is refused changes nothing, and angles that are taken in fixed point give what doubles give.
 
+#include "Calls.h"
 #include "HostilePicture.h"
 #include "Input.h"
 #include "Levels.h"
@@ -15,6 +16,8 @@
 namespace {
 
 using namespace Zan;
+
+fuzz::Calls calls;
 
 double Angle(fuzz::Input& input) {
     return input.Once(4) ? input.Pick({0.0, 30.0, 45.0, 60.0, 90.0, 180.0, -90.0, -180.0, 1e-7})
@@ -74,31 +77,32 @@ const FormatRecord* Known(fuzz::Input& input) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Input input(data, size);
-    const fuzz::Levels levels(input);
     if (input.Once(16)) {
+        const fuzz::Levels levels(input);
         CompareTurn(input);
         return 0;
     }
     const FormatRecord* known = Known(input);
     fuzz::HostilePicture pictures[] = {fuzz::HostilePicture(input, known),
                                        fuzz::HostilePicture(input, input.Once(4) ? Known(input) : known)};
-    ImageView views[] = {pictures[0].View(input), pictures[1].View(input)};
-    if (input.Once(4)) {
-        views[1] = pictures[0].View(input);
-    }
     const auto sum = [&pictures] { return pictures[0].Sum() * 31 + pictures[1].Sum(); };
     ColorAdjustment adjustment;
-    // Several calls on the same pictures, which cost more than the calls.
-    for (unsigned calls = 0; calls < 4; ++calls) {
-        for (unsigned changes = input.Below(5); changes > 0; --changes) {
+    std::uint64_t before = sum();
+    for (unsigned round = 0; round < fuzz::kMostRounds && !input.Empty(); ++round) {
+        ImageView views[] = {pictures[0].View(input), pictures[input.Once(4) ? 0 : 1].View(input)};
+        const fuzz::Levels levels(input);
+        for (unsigned changes = input.Below(3); changes > 0; --changes) {
             Change(input, adjustment);
         }
-        const std::uint64_t before = sum();
         const auto style =
             input.Once(4) ? input.Enumeration<ProcessingStyleEnum>(7) : input.Pick({kFlp, kInt_MMXorSIMD});
-        if (adjustment.Do(views[0], views[1], style) != 0 && sum() != before) {
+        calls.Add();
+        const Long32 status = adjustment.Do(views[0], views[1], style);
+        const std::uint64_t after = sum();
+        if (status != 0 && after != before) {
             std::abort();
         }
+        before = after;
     }
     return 0;
 }

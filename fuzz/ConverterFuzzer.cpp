@@ -2,6 +2,7 @@
 // addresses they touch the rows that the formats have there and nothing else. What is refused changes
 // nothing, for a reason that is documented.
 
+#include "Calls.h"
 #include "HostilePicture.h"
 #include "Input.h"
 #include "Levels.h"
@@ -12,7 +13,6 @@
 #include <TesselU/foundation/Status.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <initializer_list>
 #include <limits>
@@ -23,11 +23,7 @@ using namespace Zan;
 
 namespace {
 
-/// Says at the end how many calls there were: a run of the fuzzer has several.
-struct Calls {
-    unsigned long long count = 0;
-    ~Calls() { std::fprintf(stderr, "stat::number_of_calls: %llu\n", count); }
-} calls;
+fuzz::Calls calls;
 
 void Require(bool condition) {
     if (!condition) {
@@ -112,7 +108,7 @@ void ConvertViews(ColorSpaceConverter& converter, fuzz::Input& input) {
         ImageView source = first.View(input);
         ImageView destination = input.Once(16) ? first.View(input) : second.View(input);
         Long32 status = 0;
-        ++calls.count;
+        calls.Add();
         switch (input.Below(8)) {
             case 6:
                 status = converter.Shape(destination, AnyStyle(input));
@@ -256,7 +252,7 @@ void ConvertAddresses(ColorSpaceConverter& converter, fuzz::Input& input) {
             width = input.Raw<ULong32>() | 0x80000000U;
         }
 
-        ++calls.count;
+        calls.Add();
         const auto words = [](std::uint8_t* address) {
             return static_cast<ULong32*>(static_cast<void*>(address));
         };

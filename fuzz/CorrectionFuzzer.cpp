@@ -1,6 +1,7 @@
 // Corrections by any record, on pictures and views of any kind: whatever they are handed, they stay inside
 // the planes, and what is refused changes nothing.
 
+#include "Calls.h"
 #include "HostilePicture.h"
 #include "Input.h"
 #include "Levels.h"
@@ -15,6 +16,8 @@
 namespace {
 
 using namespace Zan;
+
+fuzz::Calls calls;
 using BaseCC::tagBASECOLORCORRINFO;
 
 /// Few pictures are of the one kind by themselves.
@@ -60,13 +63,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         MakeCorrectable(input, second);
     }
     BaseCC::BaseColorCorrection corrector;
-    for (unsigned calls = 1 + input.Below(8); calls != 0; --calls) {
+    for (unsigned round = 0; round < fuzz::kMostRounds && !input.Empty(); ++round) {
         ImageView source = first.View(input), destination = (input.Flip() ? first : second).View(input);
         if (!input.Once(4)) {
             source.SetFieldOfInterest(input.Flip() ? kFrame : input.Flip() ? kUpperField : kLowerField);
         }
         const tagBASECOLORCORRINFO record = AnyRecord(input);
         const std::uint64_t before = first.Sum() * 31 + second.Sum();
+        calls.Add();
         const Long32 status =
             corrector.Do(source, destination, record, input.Enumeration<ProcessingStyleEnum>(7));
         if (status != 0 && first.Sum() * 31 + second.Sum() != before) {

@@ -1,5 +1,6 @@
 // Texts of .cube files, good and bad, and the tables that come of them on pictures and views of any kind.
 
+#include "Calls.h"
 #include "HostilePicture.h"
 #include "Input.h"
 #include "Levels.h"
@@ -16,10 +17,7 @@ namespace {
 
 using namespace Zan;
 
-struct Calls {
-    unsigned long long count = 0;
-    ~Calls() { std::fprintf(stderr, "stat::number_of_calls: %llu\n", count); }
-} calls;
+fuzz::Calls calls;
 
 /// Lines that tables are made of, and some that they are not.
 std::string AnyLine(fuzz::Input& input) {
@@ -101,7 +99,7 @@ void Read(CubeLUT& table, const std::string& text) {
     const std::string title = table.GetTitle();
     ULong32 line = 0xFFFFFFFFU;
     const Long32 status = table.Read(exact.data(), exact.size(), line);
-    ++calls.count;
+    calls.Add();
     const auto lines = static_cast<ULong32>(std::count(text.begin(), text.end(), '\n')) + 1;
     if (CubeLUT::ReadStatusText(status) == nullptr || line > lines || (status == 0 && line != 0)) {
         std::abort();
@@ -142,7 +140,7 @@ void MapWords(fuzz::Input& input, const LookUpTable3D& table) {
     const Long32 status =
         table.Do(in.empty() ? &nothing : in.data(), made.empty() ? &nothing : made.data(),
                  static_cast<ULong32>(width), static_cast<ULong32>(height), pitch, pitch, input.Byte());
-    ++calls.count;
+    calls.Add();
     if (status != 0) {
         std::abort();
     }
@@ -172,12 +170,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         MakeRgb(pictures[0], sampling);
         MakeRgb(pictures[1], sampling);
     }
-    for (unsigned round = 0; round < 3; ++round) {
+    for (unsigned round = 0; round < fuzz::kMostRounds && !input.Empty(); ++round) {
+        const fuzz::Levels ofCall(input);
         ImageView source = pictures[0].View(input);
         ImageView destination = pictures[input.Once(4) ? 0 : 1].View(input);
         const std::uint64_t before = pictures[0].Sum() * 31 + pictures[1].Sum();
         const Long32 status = table.Do(source, destination);
-        ++calls.count;
+        calls.Add();
         if (status != 0 && pictures[0].Sum() * 31 + pictures[1].Sum() != before) {
             std::abort();
         }

@@ -1,6 +1,7 @@
 // Gradients from any record: a record that is refused is not followed to its pixels, and one that is taken is
 // drawn inside the buffer that it honestly describes, its row gaps left alone.
 
+#include "Calls.h"
 #include "Input.h"
 #include "SampleBuffer.h"
 
@@ -11,6 +12,8 @@
 using GradientGenerator::WgrGradientData;
 
 namespace {
+
+fuzz::Calls calls;
 
 constexpr Zan::ULong32 kLeastStructSize = 44;
 constexpr unsigned kLastPattern = 353;
@@ -34,10 +37,8 @@ Zan::ULong32 AnyPattern(fuzz::Input& input) {
                           : input.Below(kLastPattern + 1);
 }
 
-}  // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    fuzz::Input input(data, size);
+/// False if the record is too large to be tried.
+bool Draw(fuzz::Input& input) {
     const Zan::ULong32 pattern = AnyPattern(input);
     WgrGradientData record = AnyRecord(input);
 
@@ -47,13 +48,26 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (GradientGenerator::WgrGenerateGradient(input.Once(64) ? nullptr : &record, pattern) == 0) {
             std::abort();
         }
-        return 0;
+        return true;
     }
     if (!fuzz::SampleBuffer<WgrGradientData>::IsSmall(record)) {
-        return -1;
+        return false;
     }
     const fuzz::SampleBuffer<WgrGradientData> buffer(record);
+    calls.Add();
     const int status = GradientGenerator::WgrGenerateGradient(&record, pattern);
     buffer.Check(status == 0 && (record.flags & 1) == 0, pattern >= kFirstShape && pattern <= kLastPattern);
+    return true;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    fuzz::Input input(data, size);
+    for (unsigned round = 0; round < fuzz::kMostRounds && !input.Empty(); ++round) {
+        if (!Draw(input)) {
+            return -1;
+        }
+    }
     return 0;
 }

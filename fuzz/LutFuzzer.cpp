@@ -1,6 +1,7 @@
 // Tables, their curves, negatives and posterising on pictures and views of any kind: whatever they are
 // handed, they stay inside the planes, and what is refused changes nothing.
 
+#include "Calls.h"
 #include "HostilePicture.h"
 #include "Input.h"
 #include "Levels.h"
@@ -16,6 +17,8 @@
 namespace {
 
 using namespace Zan;
+
+fuzz::Calls calls;
 
 ProcessingStyleEnum AnyStyle(fuzz::Input& input) {
     return input.Enumeration<ProcessingStyleEnum>(7);
@@ -92,10 +95,12 @@ struct ExactPlane {
 void ByAlpha(fuzz::Input& input) {
     const LookUpTable tables(input.Once(8) ? input.Below(4) : 3, input.Once(16) ? 65536 : input.Below(700),
                              input.Once(4) ? 16 : 8);
+    const fuzz::Levels levels(input);
     const std::size_t width = input.Below(80), height = input.Below(9), even = width / 2 * 2;
     ExactPlane in(input, 2 * even, height), out(input, 2 * even, height);
     ExactPlane alphaIn(input, width, height), alphaOut(input, width, height);
     const std::vector<std::uint8_t> before = out.memory, alphaBefore = alphaOut.memory;
+    calls.Add();
     const Long32 status = tables.Do_ButUseComponentAndAlphaYCrCb4224(
         in.Words(), alphaIn.first, out.Words(), alphaOut.first, static_cast<ULong32>(width),
         static_cast<ULong32>(height), in.pitch, alphaIn.pitch, out.pitch, alphaOut.pitch);
@@ -120,9 +125,10 @@ void MakePairs(fuzz::HostilePicture& picture) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Input input(data, size);
-    const fuzz::Levels levels(input);
     if (input.Once(6)) {
-        ByAlpha(input);
+        for (unsigned round = 0; round < fuzz::kMostRounds && !input.Empty(); ++round) {
+            ByAlpha(input);
+        }
         return 0;
     }
     LookUpTable tables = AnyTables(input);
@@ -130,26 +136,23 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     InvertLUT invert;
     PosterizeLUT posterized;
     Posterize posterize;
-    for (unsigned changes = input.Below(4); changes > 0; --changes) {
-        Change(input, tables);
-        invert.SetInvert(input.Enumeration<InvertLUT::WhichChannelEnum>(4), input.Flip());
-        posterize.SetLevels(input.Enumeration<Posterize::WhichChannelEnum>(3), input.Real());
-        posterized.SetLevels(input.Enumeration<PosterizeLUT::WhichChannelEnum>(4), input.Real());
-    }
-
     fuzz::HostilePicture pictures[] = {fuzz::HostilePicture(input), fuzz::HostilePicture(input)};
     if (!input.Once(4)) {
         MakePairs(pictures[0]);
         MakePairs(pictures[1]);
     }
-    ImageView views[] = {pictures[0].View(input), pictures[1].View(input)};
-    if (input.Once(4)) {
-        views[1] = pictures[0].View(input);
-    }
     const auto sum = [&pictures] { return pictures[0].Sum() * 31 + pictures[1].Sum(); };
-    // Several calls on the same pictures, which cost more than the calls.
-    for (unsigned calls = 0; calls < 4; ++calls) {
-        const std::uint64_t before = sum();
+    std::uint64_t before = sum();
+    for (unsigned round = 0; round < fuzz::kMostRounds && !input.Empty(); ++round) {
+        ImageView views[] = {pictures[0].View(input), pictures[input.Once(4) ? 0 : 1].View(input)};
+        const fuzz::Levels ofCall(input);
+        if (input.Once(4)) {
+            Change(input, tables);
+            invert.SetInvert(input.Enumeration<InvertLUT::WhichChannelEnum>(4), input.Flip());
+            posterize.SetLevels(input.Enumeration<Posterize::WhichChannelEnum>(3), input.Real());
+            posterized.SetLevels(input.Enumeration<PosterizeLUT::WhichChannelEnum>(4), input.Real());
+        }
+        calls.Add();
         const ProcessingStyleEnum style = AnyStyle(input);
         Long32 status = 0;
         switch (input.Below(4)) {
@@ -166,9 +169,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 status = posterize.Do(views[0], views[1], style);
                 break;
         }
-        if (status != 0 && sum() != before) {
+        const std::uint64_t after = sum();
+        if (status != 0 && after != before) {
             std::abort();
         }
+        before = after;
     }
     return 0;
 }

@@ -1,6 +1,7 @@
 // Masks from any record: a record that is refused is not followed to its pixels, and one that is taken is
 // drawn inside the buffer that it honestly describes, wherever its shape lies.
 
+#include "Calls.h"
 #include "Input.h"
 #include "SampleBuffer.h"
 
@@ -11,6 +12,8 @@
 using GradientGenerator::WgrMaskData;
 
 namespace {
+
+fuzz::Calls calls;
 
 constexpr Zan::ULong32 kLeastStructSize = 64;
 
@@ -37,10 +40,8 @@ WgrMaskData AnyRecord(fuzz::Input& input) {
     return record;
 }
 
-}  // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    fuzz::Input input(data, size);
+/// False if the record is too large to be tried.
+bool Draw(fuzz::Input& input) {
     const Zan::ULong32 type = input.Once(16) ? input.Raw<Zan::ULong32>() : 1 + input.Below(3);
     WgrMaskData record = AnyRecord(input);
 
@@ -50,13 +51,26 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (GradientGenerator::WgrGenerateMask(input.Once(64) ? nullptr : &record, type) == 0) {
             std::abort();
         }
-        return 0;
+        return true;
     }
     if (!fuzz::SampleBuffer<WgrMaskData>::IsSmall(record)) {
-        return -1;
+        return false;
     }
     const fuzz::SampleBuffer<WgrMaskData> buffer(record);
+    calls.Add();
     const int status = GradientGenerator::WgrGenerateMask(&record, type);
     buffer.Check(status == 0, true);
+    return true;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    fuzz::Input input(data, size);
+    for (unsigned round = 0; round < fuzz::kMostRounds && !input.Empty(); ++round) {
+        if (!Draw(input)) {
+            return -1;
+        }
+    }
     return 0;
 }

@@ -1,6 +1,7 @@
 // Vectors and transforms on floats and matrices of any bits, at any float, in place or not, in every style
 // and on every processor: nothing outside of the arrays is touched, and instructions never show in a result.
 
+#include "Calls.h"
 #include "Input.h"
 
 #include <TesselU/vector/Operations3D.h>
@@ -8,7 +9,6 @@
 
 #include <bit>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <vector>
@@ -21,10 +21,7 @@ namespace {
 
 using namespace Zan;
 
-struct Calls {
-    unsigned long long count = 0;
-    ~Calls() { std::fprintf(stderr, "stat::number_of_calls: %llu\n", count); }
-} calls;
+fuzz::Calls calls;
 
 /// Floats that end where their memory ends, at any address that suits them.
 class Floats {
@@ -181,7 +178,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         input.Pick({kSSE2, kSSE2, kSSE2, kSIMD, kSSE_MMX, kMMX, kScalarOnly}));
     const Transform3D transform = AnyTransform(input);
     Batch first(input);
-    for (unsigned round = 0; round < 12; ++round) {
+    for (unsigned round = 0; round < fuzz::kMostRounds && !input.Empty(); ++round) {
         const Settings settings(input);
         const auto target = static_cast<simd::Target>(1 + input.Below(simd::kTargetCount - 1));
         simd::ForceStreaming(input.Flip() ? 1 : 0);
@@ -197,7 +194,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             Run(settings, transform, second);
         }
         simd::ForceStreaming(-1);
-        calls.count += 2;
+        calls.Add(2);
         for (std::size_t i = 0; i < first.arrays.size(); ++i) {
             if (!first.arrays[i].Equals(second.arrays[i])) {
                 std::abort();
