@@ -29,6 +29,10 @@
 #include <TesselU/image/ImageImport.h>
 #include <TesselU/image/ImageView.h>
 #include <TesselU/image/Rectangle.h>
+#include <TesselU/key/GenerateCrCbGradient.h>
+#include <TesselU/key/KeyerRGB.h>
+#include <TesselU/key/LinearKeyer.h>
+#include <TesselU/key/LumaKeyer.h>
 #include <TesselU/tone/BaseColorCorrection.h>
 #include <TesselU/tone/ColorAdjustment.h>
 #include <TesselU/tone/CubeLUT.h>
