@@ -13,7 +13,7 @@ namespace {
 constexpr const char* kMediaKinds[] = {"mkv", "mp4",  "mov", "avi",  "mpg",  "mpeg", "m2v", "ts",  "mts",
                                        "m4v", "mxf",  "dv",  "y4m",  "webm", "yuv",  "rgb", "raw", "png",
                                        "jpg", "jpeg", "tif", "tiff", "bmp",  "ppm",  "pgm", "webp"};
-constexpr const char* kClipKinds[] = {"mkv", "mp4", "y4m", "png"};
+constexpr const char* kClipKinds[] = {"mkv", "mov", "mp4", "y4m", "png"};
 
 template <std::size_t kCount>
 std::string Joined(const char* const (&words)[kCount], const char* between) {

@@ -282,53 +282,54 @@ const Command kConvertCommand = {
         "without a header, or a file that holds such samples. Frames go into the converter as they are "
         "decoded. Where the library has no conversion between the two formats, others lie in between.",
     .inputs = {{"IN", "clip, picture or sequence; raw frames with --from; - is standard input"}},
-    .options = {{.name = "output",
-                 .letter = 'o',
-                 .kind = ValueKind::kClip,
-                 .value = "OUT",
-                 .help = "OUT.mkv (lossless FFV1), OUT.mp4 (H.264), OUT.y4m or OUT-%04d.png where they hold "
-                         "the samples; any other name, or - for standard output: frames without a header. "
-                         "Replaced when the new one is whole",
-                 .isRequired = true},
-                {.name = "to",
-                 .letter = 't',
-                 .kind = ValueKind::kText,
-                 .value = "FORMAT",
-                 .help = "samples of the output: a name such as uyvy, i420, bgra, or a number of 'tesselu "
-                         "formats'",
-                 .isRequired = true},
-                {.name = "length",
-                 .kind = ValueKind::kInteger,
-                 .value = "N",
-                 .help = "frames of the whole run [those of the clip; 1 of a still]",
-                 .least = 1,
-                 .most = static_cast<double>(kMostPictures)},
-                {.name = "from",
-                 .kind = ValueKind::kText,
-                 .value = "FORMAT",
-                 .help = "IN is frames of these samples without a header; needs --size, and --scan if they "
-                         "are interlaced"},
-                {.name = "matrix",
-                 .kind = ValueKind::kText,
-                 .value = "MATRIX",
-                 .help = "between YCrCb and RGB: bt601, bt709, bt2020, or a file of 16 numbers, row after "
-                         "row, and 8 offsets if those are not the usual ones [as IN is labelled, else bt709 "
-                         "above 1024x576 and bt601 below; bt601 from RGB]"},
-                {.name = "style",
-                 .kind = ValueKind::kChoice,
-                 .value = "STYLE",
-                 .help = "code path of the library, in a single conversion: best, flp, fp, int, flp-simd or "
-                         "general [the fastest there is, over other formats if need be]",
-                 .choices = {"best", "flp", "fp", "int", "flp-simd", "general"}},
-                {.name = "threads",
-                 .kind = ValueKind::kInteger,
-                 .value = "N",
-                 .help =
-                     "threads that a picture is converted on, and of the decoder and the encoder, where 0 "
-                     "is as many as there are processors; the pictures are the same",
-                 .initial = "0",
-                 .least = 0,
-                 .most = kMostThreads}},
+    .options =
+        {{.name = "output",
+          .letter = 'o',
+          .kind = ValueKind::kClip,
+          .value = "OUT",
+          .help =
+              "OUT.mkv or OUT.mov (lossless FFV1), OUT.mp4 (H.264), OUT.y4m or OUT-%04d.png where they hold "
+              "the samples; any other name, or - for standard output: frames without a header. "
+              "Replaced when the new one is whole",
+          .isRequired = true},
+         {.name = "to",
+          .letter = 't',
+          .kind = ValueKind::kText,
+          .value = "FORMAT",
+          .help = "samples of the output: a name such as uyvy, i420, bgra, or a number of 'tesselu "
+                  "formats'",
+          .isRequired = true},
+         {.name = "length",
+          .kind = ValueKind::kInteger,
+          .value = "N",
+          .help = "frames of the whole run [those of the clip; 1 of a still]",
+          .least = 1,
+          .most = static_cast<double>(kMostPictures)},
+         {.name = "from",
+          .kind = ValueKind::kText,
+          .value = "FORMAT",
+          .help = "IN is frames of these samples without a header; needs --size, and --scan if they "
+                  "are interlaced"},
+         {.name = "matrix",
+          .kind = ValueKind::kText,
+          .value = "MATRIX",
+          .help = "between YCrCb and RGB: bt601, bt709, bt2020, or a file of 16 numbers, row after "
+                  "row, and 8 offsets if those are not the usual ones [as IN is labelled, else bt709 "
+                  "above 1024x576 and bt601 below; bt601 from RGB]"},
+         {.name = "style",
+          .kind = ValueKind::kChoice,
+          .value = "STYLE",
+          .help = "code path of the library, in a single conversion: best, flp, fp, int, flp-simd or "
+                  "general [the fastest there is, over other formats if need be]",
+          .choices = {"best", "flp", "fp", "int", "flp-simd", "general"}},
+         {.name = "threads",
+          .kind = ValueKind::kInteger,
+          .value = "N",
+          .help = "threads that a picture is converted on, and of the decoder and the encoder, where 0 "
+                  "is as many as there are processors; the pictures are the same",
+          .initial = "0",
+          .least = 0,
+          .most = kMostThreads}},
     .examples = {{"tesselu convert clip.mxf -o frames.raw --to uyvy", "a clip as plain UYVY frames"},
                  {"tesselu convert frames.raw --from uyvy --size 720x486 --scan bff -o out.mkv --to i422",
                   "plain frames as a file"},

@@ -93,8 +93,8 @@ EncodedWriter::EncodedWriter(const std::string& path, const PictureFormat& newFo
     stream->r_frame_rate = format.rate;
     stream->sample_aspect_ratio = format.pixelAspect;
     AVDictionary* options = nullptr;
-    // Without a way back the index of MP4 comes in pieces.
-    if (kind == kH264Mp4 && !file.IsSeekable()) {
+    // Without a way back the index of MP4 and QuickTime comes in pieces.
+    if (kind != kLosslessMatroska && !file.IsSeekable()) {
         av_dict_set(&options, "movflags", "frag_keyframe+empty_moov", 0);
     }
     const int started = avformat_write_header(output.get(), &options);
@@ -107,9 +107,9 @@ EncodedWriter::~EncodedWriter() = default;
 
 void EncodedWriter::OpenOutput(Kind kind) {
     AVFormatContext* context = nullptr;
-    CheckLibav(
-        avformat_alloc_output_context2(&context, nullptr, kind == kH264Mp4 ? "mp4" : "matroska", nullptr),
-        file.Path() + ": cannot be written");
+    const char* const container = kind == kH264Mp4 ? "mp4" : kind == kLosslessQuickTime ? "mov" : "matroska";
+    CheckLibav(avformat_alloc_output_context2(&context, nullptr, container, nullptr),
+               file.Path() + ": cannot be written");
     output.reset(context);
     constexpr int kBufferSize = 1 << 16;
     auto* buffer = static_cast<unsigned char*>(av_malloc(kBufferSize));
@@ -161,7 +161,7 @@ void EncodedWriter::OpenEncoder(Kind kind, int threads) {
     }
 
     AVDictionary* options = nullptr;
-    if (kind == kLosslessMatroska) {
+    if (kind != kH264Mp4) {
         codec->level = 3;
         codec->gop_size = 1;
         av_dict_set(&options, "slicecrc", "1", 0);

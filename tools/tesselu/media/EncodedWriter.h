@@ -12,7 +12,7 @@ namespace tool {
 /// A video file by libavformat and libavcodec, of whatever frames pictures are stored as.
 class EncodedWriter : public Writer {
 public:
-    enum Kind { kLosslessMatroska, kH264Mp4 };
+    enum Kind { kLosslessMatroska, kLosslessQuickTime, kH264Mp4 };
 
     EncodedWriter(const std::string& path, const PictureFormat& format, const StoredFrames& stored, Kind kind,
                   int threads);

@@ -17,7 +17,9 @@ Zan::ImageDescriptor PackedFormat(const PictureFormat& format) {
     return {format.width,
             format.height,
             Zan::kYCrCb,
-            format.hasAlpha ? Zan::k4224 : Zan::k422,
+            format.hasFullChroma ? Zan::k4444
+            : format.hasAlpha    ? Zan::k4224
+                                 : Zan::k422,
             Zan::kCbYCrA,
             Zan::kPacked,
             format.scan,

@@ -26,7 +26,8 @@ enum class LumaWeights { kBt601, kBt709, kBt2020 };
 
 /// What pictures of one place in a run share: packed 4:2:2, in the order Cb, Y0, Cr, Y1, at video levels.
 /// With alpha they have a plane of it beside, and colours that are multiplied with it (shaped), so that what
-/// is transparent is black. An effect may ask for other samples on either side of it.
+/// is transparent is black. With full chroma a pixel is Cb, Y, Cr and alpha, which is 255 where there is
+/// none. An effect may ask for other samples on either side of it.
 struct PictureFormat {
     unsigned width = 0;   ///< pixels, even
     unsigned height = 0;  ///< lines
@@ -35,10 +36,14 @@ struct PictureFormat {
     AVRational rate{25, 1};        ///< pictures a second
     AVRational pixelAspect{1, 1};  ///< width of a pixel over its height
     bool hasAlpha = false;
+    bool hasFullChroma = false;
     std::optional<Zan::ConverterFormat> samples = {};  ///< else as told above
 
     Zan::ConverterFormat Samples() const noexcept {
-        return samples ? *samples : hasAlpha ? Zan::kFmtCbYCrY4Shaped : Zan::kFmtCbYCrY;
+        return samples         ? *samples
+               : hasFullChroma ? (hasAlpha ? Zan::kFmtCbYCrAShaped : Zan::kFmtCbYCrA)
+               : hasAlpha      ? Zan::kFmtCbYCrY4Shaped
+                               : Zan::kFmtCbYCrY;
     }
     bool IsInterlaced() const noexcept { return scan != Zan::kProgressive; }
     double Aspect() const noexcept { return av_q2d(pixelAspect) * width / height; }
@@ -52,7 +57,7 @@ constexpr Zan::ULong32 kAlphaChannel = 3;
 /// A picture with memory of its own. Throws `std::bad_alloc`.
 ImagePtr NewPicture(const PictureFormat& format);
 
-/// A 4:2:2 picture without alpha in memory that outlives it.
+/// A picture of the run's own samples, without alpha, in memory that outlives it.
 ImagePtr WrapPicture(const PictureFormat& format, std::uint8_t* memory, unsigned pitch);
 
 /// A plane of one byte a pixel, of the size and scan of the pictures.

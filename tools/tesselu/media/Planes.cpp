@@ -9,6 +9,45 @@ namespace {
 
 constexpr int kBlackLuma = 16, kBlackChroma = 128;
 
+std::uint8_t* LineOf(const AVFrame& planes, int plane, unsigned y) {
+    return planes.data[plane] + std::ptrdiff_t{planes.linesize[plane]} * y;
+}
+
+void FullToPlanes(const Zan::Image& picture, AVFrame& planes) {
+    const bool keepsAlpha = planes.format == AV_PIX_FMT_YUVA444P;
+    for (unsigned y = 0; y < picture.GetHeight(); ++y) {
+        const std::uint8_t* in = Line(picture, y);
+        std::uint8_t *luma = LineOf(planes, 0, y), *cb = LineOf(planes, 1, y), *cr = LineOf(planes, 2, y);
+        std::uint8_t* const alpha = keepsAlpha ? LineOf(planes, 3, y) : nullptr;
+        for (unsigned x = 0; x < picture.GetWidth(); ++x, in += 4) {
+            const int opacity = keepsAlpha ? in[3] : 255;
+            cb[x] = Unshaped(in[0], kBlackChroma, opacity);
+            luma[x] = Unshaped(in[1], kBlackLuma, opacity);
+            cr[x] = Unshaped(in[2], kBlackChroma, opacity);
+            if (keepsAlpha) {
+                alpha[x] = in[3];
+            }
+        }
+    }
+}
+
+void FullFromPlanes(const AVFrame& planes, Zan::Image& picture) {
+    for (unsigned y = 0; y < picture.GetHeight(); ++y) {
+        std::uint8_t* out = Line(picture, y);
+        const std::uint8_t *luma = LineOf(planes, 0, y), *cb = LineOf(planes, 1, y),
+                           *cr = LineOf(planes, 2, y);
+        for (unsigned x = 0; x < picture.GetWidth(); ++x, out += 4) {
+            out[0] = cb[x];
+            out[1] = luma[x];
+            out[2] = cr[x];
+        }
+    }
+}
+
+bool HasFullChroma(const AVFrame& planes) {
+    return planes.format == AV_PIX_FMT_YUV444P || planes.format == AV_PIX_FMT_YUVA444P;
+}
+
 void Unshape(const Zan::Image& picture, AVFrame& planes) {
     const unsigned pairs = picture.GetWidth() / 2;
     for (unsigned y = 0; y < picture.GetHeight(); ++y) {
@@ -33,6 +72,10 @@ void Unshape(const Zan::Image& picture, AVFrame& planes) {
 }  // namespace
 
 void ToPlanes(const Zan::Image& picture, AVFrame& planes) {
+    if (HasFullChroma(planes)) {
+        FullToPlanes(picture, planes);
+        return;
+    }
     const unsigned pairs = picture.GetWidth() / 2;
     for (unsigned y = 0; y < picture.GetHeight(); ++y) {
         const std::uint8_t* in = Line(picture, y);
@@ -60,6 +103,10 @@ void StoredFrames::Fill(const Zan::Image& picture, AVFrame& frame) const {
 }
 
 void FromPlanes(const AVFrame& planes, Zan::Image& picture) {
+    if (HasFullChroma(planes)) {
+        FullFromPlanes(planes, picture);
+        return;
+    }
     const unsigned pairs = picture.GetWidth() / 2;
     for (unsigned y = 0; y < picture.GetHeight(); ++y) {
         std::uint8_t* out = Line(picture, y);

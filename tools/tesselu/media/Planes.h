@@ -7,12 +7,13 @@
 
 namespace tool {
 
-/// Takes packed 4:2:2 apart into the planes Y, Cb and Cr of a frame in YUV422P; no sample changes. Into
-/// YUVA422P alpha goes along, and the colours are divided by it.
+/// Takes packed 4:2:2 apart into the planes Y, Cb and Cr of a frame in YUV422P, and pictures of full chroma
+/// into those of one in YUV444P; no sample changes. Into YUVA422P and YUVA444P alpha goes along, and the
+/// colours are divided by it.
 void ToPlanes(const Zan::Image& picture, AVFrame& planes);
 
-/// How the pictures of a run go as frames: those in packed 4:2:2 by `ToPlanes`, those whose samples were
-/// asked for one by one.
+/// How the pictures of a run go as frames: its own samples by `ToPlanes`, those that were asked for one by
+/// one.
 struct StoredFrames {
     std::optional<Zan::ConverterFormat> samples = {};
     AVPixelFormat format = AV_PIX_FMT_YUV422P;
@@ -20,7 +21,7 @@ struct StoredFrames {
     void Fill(const Zan::Image& picture, AVFrame& frame) const;
 };
 
-/// The other way round: packs the planes of a frame in YUV422P.
+/// The other way round: packs the planes of a frame in YUV422P or YUV444P. Alpha stays as it was.
 void FromPlanes(const AVFrame& planes, Zan::Image& picture);
 
 /// What a sample was before it was multiplied with `alpha`, about the level of black.

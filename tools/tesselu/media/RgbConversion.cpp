@@ -27,7 +27,7 @@ struct Bt709Matrix {
 }  // namespace
 
 RgbConversion::RgbConversion(const PictureFormat& format)
-    : colour(format), rgb(NewRgb(format.width, format.height)) {
+    : colour(format), hasAlpha(format.hasAlpha), rgb(NewRgb(format.width, format.height)) {
     colour.hasAlpha = false;
 }
 
@@ -71,13 +71,17 @@ void RgbConversion::Fill(const Zan::Image& picture, AVFrame& samples) {
     const int red = about.comp[0].offset, green = about.comp[1].offset, blue = about.comp[2].offset;
     // The byte that is left over: alpha, or nothing.
     const int fourth = 6 - red - green - blue;
-    const bool keepsAlpha = (about.flags & AV_PIX_FMT_FLAG_ALPHA) != 0 && HasAlpha(picture);
+    const bool keepsAlpha = (about.flags & AV_PIX_FMT_FLAG_ALPHA) != 0 && hasAlpha;
+    const unsigned alphaStep = colour.hasFullChroma ? 4 : 1;
     for (unsigned y = 0; y < rgb->GetHeight(); ++y) {
         const std::uint8_t* bgra = Line(*rgb, y);
-        const std::uint8_t* alpha = keepsAlpha ? Line(picture, y, kAlphaChannel) : nullptr;
+        const std::uint8_t* alpha = nullptr;
+        if (keepsAlpha) {
+            alpha = colour.hasFullChroma ? Line(picture, y) + 3 : Line(picture, y, kAlphaChannel);
+        }
         std::uint8_t* out = samples.data[0] + std::ptrdiff_t{samples.linesize[0]} * y;
         for (unsigned x = 0; x < rgb->GetWidth(); ++x, bgra += 4, out += step) {
-            const int opacity = keepsAlpha ? alpha[x] : 255;
+            const int opacity = keepsAlpha ? alpha[x * alphaStep] : 255;
             out[red] = Unshaped(bgra[2], 0, opacity);
             out[green] = Unshaped(bgra[1], 0, opacity);
             out[blue] = Unshaped(bgra[0], 0, opacity);

@@ -8,7 +8,7 @@
 
 namespace tool {
 
-/// 4:2:2 pictures as RGB, by the library's converter.
+/// Pictures of a run, 4:2:2 or with full chroma, as RGB, by the library's converter.
 class RgbConversion {
 public:
     explicit RgbConversion(const PictureFormat& format);
@@ -29,6 +29,7 @@ public:
 
 private:
     PictureFormat colour;  ///< without alpha
+    bool hasAlpha;
     ImagePtr rgb;
     Zan::ColorSpaceConverter converter;
     double seconds = 0;

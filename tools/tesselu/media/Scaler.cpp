@@ -329,10 +329,10 @@ void Scaler::ConvertColour(const AVFrame& source, const Levels& levels, bool byF
         PackTurned(picture);
         return;
     }
-    // libswscale has vectors for planes, and none for packed 4:2:2.
+    // libswscale has vectors for planes, and none for packed samples.
     if (!planes) {
-        planes =
-            NewFrame(AV_PIX_FMT_YUV422P, static_cast<int>(target.width), static_cast<int>(target.height));
+        planes = NewFrame(target.hasFullChroma ? AV_PIX_FMT_YUV444P : AV_PIX_FMT_YUV422P,
+                          static_cast<int>(target.width), static_cast<int>(target.height));
     }
     colour.Convert(source, levels, *planes, video, byField);
     FromPlanes(*planes, picture);
@@ -362,6 +362,10 @@ Place BeforeTurn(Turn turn, const AVFrame& frame, int x, int y) {
 }  // namespace
 
 void Scaler::ConvertAlpha(const AVFrame* alpha, bool byField, Zan::Image& picture) {
+    if (target.hasFullChroma) {
+        ConvertFullAlpha(alpha, byField, picture);
+        return;
+    }
     if (!target.hasAlpha) {
         return;
     }
@@ -393,11 +397,46 @@ void Scaler::ConvertAlpha(const AVFrame* alpha, bool byField, Zan::Image& pictur
     alphaPlane.Convert(*alpha, {}, *plane, {}, byField);
 }
 
+/// Alpha is the fourth byte of a pixel. It is brought to the size of the target in a plane first.
+void Scaler::ConvertFullAlpha(const AVFrame* alpha, bool byField, Zan::Image& picture) {
+    const int width = static_cast<int>(target.width), height = static_cast<int>(target.height);
+    const AVFrame* scaled = target.hasAlpha ? alpha : nullptr;
+    if (scaled != nullptr && turn != Turn::kNone) {
+        alphaPlane.Convert(*alpha, {}, *turnedAlpha, {}, false);
+        scaled = turnedAlpha.get();
+    } else if (scaled != nullptr && (alpha->width != width || alpha->height != height)) {
+        if (!fullAlpha) {
+            fullAlpha = NewFrame(AV_PIX_FMT_GRAY8, width, height);
+        }
+        alphaPlane.Convert(*alpha, {}, *fullAlpha, {}, byField);
+        scaled = fullAlpha.get();
+    }
+    for (int y = 0; y < height; ++y) {
+        std::uint8_t* out = Line(picture, static_cast<unsigned>(y)) + 3;
+        for (int x = 0; x < width; ++x, out += 4) {
+            const Place from = scaled != nullptr ? BeforeTurn(turn, *scaled, x, y) : Place{};
+            *out = scaled != nullptr ? At(*scaled, 0, from.row)[from.column] : 255;
+        }
+    }
+}
+
 void Scaler::PackTurned(Zan::Image& picture) const {
     const auto at = [this](int plane, unsigned x, unsigned y) -> int {
         const Place from = BeforeTurn(turn, *turned, static_cast<int>(x), static_cast<int>(y));
         return At(*turned, plane, from.row)[from.column];
     };
+    if (target.hasFullChroma) {
+        constexpr int kPlanes[] = {1, 0, 2};  // Cb, Y, Cr
+        for (unsigned y = 0; y < target.height; ++y) {
+            std::uint8_t* out = Line(picture, y);
+            for (unsigned x = 0; x < target.width; ++x, out += 4) {
+                for (int i = 0; i < 3; ++i) {
+                    out[i] = static_cast<std::uint8_t>(at(kPlanes[i], x, y));
+                }
+            }
+        }
+        return;
+    }
     for (unsigned y = 0; y < target.height; ++y) {
         std::uint8_t* out = Line(picture, y);
         for (unsigned x = 0; x < target.width; x += 2, out += 4) {

@@ -33,6 +33,7 @@ private:
     void ConvertSamples(const AVFrame& frame, Zan::Image& picture);
     void ConvertColour(const AVFrame& source, const Levels& levels, bool byField, Zan::Image& picture);
     void ConvertAlpha(const AVFrame* alpha, bool byField, Zan::Image& picture);
+    void ConvertFullAlpha(const AVFrame* alpha, bool byField, Zan::Image& picture);
     void PackTurned(Zan::Image& picture) const;
 
     PictureFormat target;
@@ -41,6 +42,7 @@ private:
     FramePtr planes;       ///< of the size of the target, still to be packed
     FramePtr turned;       ///< 4:4:4, still to be turned; unused without a turn
     FramePtr turnedAlpha;  ///< one byte a pixel, still to be turned
+    FramePtr fullAlpha;    ///< of the size of the target, one byte a pixel, still to be packed
     FramePtr shaped;       ///< of the size of the source, with alpha, 4:4:4 or RGB
     FramePtr grey;         ///< of the size of the source
     FramePtr withChroma;   ///< of the size of the source, grey made 4:4:4

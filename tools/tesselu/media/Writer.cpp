@@ -31,6 +31,11 @@ std::string KindOf(const std::string& path, const OutputOptions& options) {
     return options.ofSamples ? kRawFrames : "";
 }
 
+/// FFV1, in one container or another.
+bool IsLossless(const std::string& kind) {
+    return kind == "mkv" || kind == "mov";
+}
+
 /// What a kind holds of such pictures. `AV_PIX_FMT_NONE`: nothing.
 AVPixelFormat StoredAs(const std::string& kind, Zan::ConverterFormat samples) {
     const AVPixelFormat frames = FramesOf(samples);
@@ -40,16 +45,16 @@ AVPixelFormat StoredAs(const std::string& kind, Zan::ConverterFormat samples) {
             return kind != "png" ? frames : AV_PIX_FMT_NONE;
         case AV_PIX_FMT_YUV411P:
         case AV_PIX_FMT_YUV444P:
-            return kind == "mkv" || kind == "y4m" ? frames : AV_PIX_FMT_NONE;
+            return IsLossless(kind) || kind == "y4m" ? frames : AV_PIX_FMT_NONE;
         case AV_PIX_FMT_GRAY8:
             return kind != "mp4" ? frames : AV_PIX_FMT_NONE;
         case AV_PIX_FMT_YUVA422P:
         case AV_PIX_FMT_YUVA444P:
-            return kind == "mkv" ? frames : AV_PIX_FMT_NONE;
+            return IsLossless(kind) ? frames : AV_PIX_FMT_NONE;
         case AV_PIX_FMT_BGRA:
-            return kind == "mkv" ? frames : kind == "png" ? AV_PIX_FMT_RGBA : AV_PIX_FMT_NONE;
+            return IsLossless(kind) ? frames : kind == "png" ? AV_PIX_FMT_RGBA : AV_PIX_FMT_NONE;
         case AV_PIX_FMT_BGR24:
-            return kind == "mkv" ? AV_PIX_FMT_BGR0 : kind == "png" ? AV_PIX_FMT_RGB24 : AV_PIX_FMT_NONE;
+            return IsLossless(kind) ? AV_PIX_FMT_BGR0 : kind == "png" ? AV_PIX_FMT_RGB24 : AV_PIX_FMT_NONE;
         default:
             return AV_PIX_FMT_NONE;
     }
@@ -70,16 +75,17 @@ bool IsNamedKind(const std::string& kind) {
 }  // namespace
 
 const std::vector<std::string>& OutputKinds() {
-    static const std::vector<std::string> kinds = {"mkv", "mp4", "y4m", "png"};
+    static const std::vector<std::string> kinds = {"mkv", "mov", "mp4", "y4m", "png"};
     return kinds;
 }
 
 void CheckOutputName(const std::string& path, const OutputOptions& options) {
     const std::string kind = KindOf(path, options);
     if (kind.empty()) {
-        throw UsageError("-o " + path +
-                         ": unknown kind of output; .mkv, .mp4, .y4m or .png with %04d in its name, or --to "
-                         "says what it is");
+        throw UsageError(
+            "-o " + path +
+            ": unknown kind of output; .mkv, .mov, .mp4, .y4m or .png with %04d in its name, or --to "
+            "says what it is");
     }
     if (!IsNamedKind(kind)) {
         RawPixelFormat("--to", kind);
@@ -94,7 +100,12 @@ bool HoldsAlpha(const std::string& path, const OutputOptions& options) {
     if (!IsNamedKind(kind)) {
         return (av_pix_fmt_desc_get(RawPixelFormat("--to", kind))->flags & AV_PIX_FMT_FLAG_ALPHA) != 0;
     }
-    return kind == "png" || kind == "mkv";
+    return kind == "png" || IsLossless(kind);
+}
+
+bool HoldsFullChroma(const std::string& path, const OutputOptions& options) {
+    const std::string kind = KindOf(path, options);
+    return kind == "png" || kind == "y4m" || IsLossless(kind);
 }
 
 bool IsSequenceOutput(const std::string& path, const OutputOptions& options) {
@@ -115,12 +126,16 @@ std::unique_ptr<Writer> OpenWriter(const std::string& path, const OutputOptions&
             throw UsageError("-o " + path + ": a " + kind + " output does not hold " +
                              AliasesOf(*format.samples)[0] + "; raw frames do (.raw, .yuv or -)");
         }
+    } else if (format.hasFullChroma) {
+        stored.format = format.hasAlpha ? AV_PIX_FMT_YUVA444P : AV_PIX_FMT_YUV444P;
     } else {
         stored.format = format.hasAlpha ? AV_PIX_FMT_YUVA422P : AV_PIX_FMT_YUV422P;
     }
-    if (kind == "mkv") {
-        return std::make_unique<EncodedWriter>(path, format, stored, EncodedWriter::kLosslessMatroska,
-                                               options.threads);
+    if (IsLossless(kind)) {
+        return std::make_unique<EncodedWriter>(
+            path, format, stored,
+            kind == "mov" ? EncodedWriter::kLosslessQuickTime : EncodedWriter::kLosslessMatroska,
+            options.threads);
     }
     if (kind == "mp4") {
         return std::make_unique<EncodedWriter>(path, format, stored, EncodedWriter::kH264Mp4,

@@ -23,7 +23,7 @@ public:
 };
 
 struct OutputOptions {
-    std::string kind;  ///< "mkv", "mp4", "y4m", "png" or a pixel format; empty: by the name
+    std::string kind;  ///< "mkv", "mov", "mp4", "y4m", "png" or a pixel format; empty: by the name
     int threads = 0;   ///< of the encoder; 0: as many as there are processors
     long first = 0;    ///< the number of the first picture, for the names of a sequence
     /// Pictures have samples that were asked for: what is no kind by its name are raw frames of them.
@@ -39,12 +39,15 @@ void CheckOutputName(const std::string& path, const OutputOptions& options);
 /// The output has a place for alpha.
 bool HoldsAlpha(const std::string& path, const OutputOptions& options);
 
+/// The output takes pictures with full chroma.
+bool HoldsFullChroma(const std::string& path, const OutputOptions& options);
+
 /// One file for each picture.
 bool IsSequenceOutput(const std::string& path, const OutputOptions& options);
 
-/// The writer by file name: .mkv lossless FFV1, .mp4 H.264, .y4m plain planes, .png with a number such as
-/// %04d in its name a picture per file, "-" y4m to standard output. Throws `UsageError` when it does not hold
-/// the samples of the pictures, `Failure` when it cannot be made.
+/// The writer by file name: .mkv and .mov lossless FFV1, .mp4 H.264, .y4m plain planes, .png with a number
+/// such as %04d in its name a picture per file, "-" y4m to standard output. Throws `UsageError` when it does
+/// not hold the samples of the pictures, `Failure` when it cannot be made.
 std::unique_ptr<Writer> OpenWriter(const std::string& path, const OutputOptions& options,
                                    const PictureFormat& format);
 

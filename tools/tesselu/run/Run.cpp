@@ -313,7 +313,7 @@ void RunCommand(const Command& command, const Arguments& arguments) {
     effect->Prepare(format);
     run->writer = OpenWriter(options.output, options.out, run->made);
     if (!options.sheet.empty()) {
-        run->sheet.emplace(options.sheet, format, *run->last - run->first + 1);
+        run->sheet.emplace(options.sheet, run->made, *run->last - run->first + 1);
     }
 
     const std::size_t length = QueueLength(format);

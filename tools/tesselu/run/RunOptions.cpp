@@ -23,9 +23,9 @@ const std::vector<Option>& CommonRunOptions() {
          .letter = 'o',
          .kind = ValueKind::kClip,
          .value = "OUT",
-         .help =
-             "OUT.mkv (lossless FFV1), OUT.mp4 (H.264), OUT.y4m, OUT-%04d.png (a file for each frame), or - "
-             "(y4m to standard output); replaced when the new one is whole",
+         .help = "OUT.mkv or OUT.mov (lossless FFV1), OUT.mp4 (H.264), OUT.y4m, OUT-%04d.png (a file for "
+                 "each frame), or - "
+                 "(y4m to standard output); replaced when the new one is whole",
          .isRequired = true},
         {.name = "to",
          .kind = ValueKind::kText,
