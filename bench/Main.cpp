@@ -283,10 +283,10 @@ int Main(int argc, char** argv) {
         Progress(name);
         threads.push_back(RunThreads(size, options));
     }
-    // Their loops are compiled for this machine alone.
+    // Their loops are compiled for this machine and for AVX2 alone.
     std::vector<VectorsRow> vectors;
     for (const std::string& name : VectorsNames()) {
-        if (CurrentLevel() != Level::kAll || !std::regex_search(name, filter)) {
+        if (!HasVectors(CurrentLevel()) || !std::regex_search(name, filter)) {
             continue;
         }
         if (options.list) {

@@ -198,7 +198,42 @@ double Time(const std::function<void(const Work&)>& run, const Work& w, double l
     return passed * 1e9 / calls;
 }
 
+void Append(std::vector<Entry>& to, const std::vector<Entry>& more) {
+    to.insert(to.end(), more.begin(), more.end());
+}
+
+std::vector<Entry> Others(Level level) {
+    std::vector<Entry> entries;
+#ifdef TESSELU_BENCH_VECTORS_AVX2
+    if (level == Level::kAVX2) {
+        Append(entries, avx2::PlainLoops());
+#ifdef TESSELU_BENCH_EIGEN
+        Append(entries, avx2::EigenEntries());
+#endif
+    }
+#endif
+    if (level == Level::kAll) {
+        Append(entries, native::PlainLoops());
+#ifdef TESSELU_BENCH_EIGEN
+        Append(entries, native::EigenEntries());
+#endif
+    }
+#ifdef TESSELU_BENCH_OPENCV
+    Append(entries, OpenCVEntries());
+#endif
+    return entries;
+}
+
 }  // namespace
+
+bool HasVectors(Level level) {
+#ifdef TESSELU_BENCH_VECTORS_AVX2
+    if (level == Level::kAVX2) {
+        return true;
+    }
+#endif
+    return level == Level::kAll;
+}
 
 std::vector<std::string> VectorsNames() {
     std::vector<std::string> names;
@@ -218,17 +253,7 @@ VectorsRow RunVectors(const std::string& name, const Options& options) {
             }
             const Memory memory(n);
             const Work& w = memory.Of();
-            std::vector<Entry> entries = PlainLoops();
-            for (auto more : {
-#ifdef TESSELU_BENCH_EIGEN
-                     EigenEntries(),
-#endif
-#ifdef TESSELU_BENCH_OPENCV
-                     OpenCVEntries(),
-#endif
-                     std::vector<Entry>()}) {
-                entries.insert(entries.end(), more.begin(), more.end());
-            }
+            std::vector<Entry> entries = Others(CurrentLevel());
             std::erase_if(entries, [&](const Entry& entry) { return entry.task != contestant.task; });
 
             const std::vector<float> ours = Make(contestant.run, w, contestant);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Options.h"
+#include "Processor.h"
 
 namespace bench {
 
@@ -27,8 +28,11 @@ struct VectorsRow {
 /// As in "operation/vectors".
 std::vector<std::string> VectorsNames();
 
-/// Times the operation of that name. Throws where ours is not what the plain loop makes: the same bits in
-/// doubles, nearly the same in single precision.
+/// Whether the others are compiled for such processors.
+bool HasVectors(Level level);
+
+/// Times the operation of that name on the current level. Throws where ours is not what the plain loop makes:
+/// the same bits in doubles, nearly the same in single precision.
 VectorsRow RunVectors(const std::string& name, const Options& options);
 
 void PrintVectors(std::ostream& out, const std::vector<VectorsRow>& rows);

@@ -1,5 +1,9 @@
 // Eigen on the same memory, in single precision.
 
+// Each build has one of its own: the linker would take the functions of either for both.
+#define TESSELU_JOIN(A, B) A##B
+#define TESSELU_EIGEN_OF(BUILD) TESSELU_JOIN(Eigen_, BUILD)
+#define Eigen TESSELU_EIGEN_OF(TESSELU_VECTORS_BUILD)
 #include <Eigen/Core>
 
 #include "vectors/Work.h"
@@ -48,7 +52,7 @@ void Linear(const Work& w) {
 
 }  // namespace
 
-std::vector<Entry> EigenEntries() {
+std::vector<Entry> TESSELU_VECTORS_BUILD::EigenEntries() {
     return {{kSingleNormals, "Eigen", Normals},
             {kSingleArrays, "Eigen", Arrays},
             {kSingleLengths, "Eigen", Lengths},

@@ -184,7 +184,7 @@ template <class Real>
 
 }  // namespace
 
-std::vector<Entry> PlainLoops() {
+std::vector<Entry> TESSELU_VECTORS_BUILD::PlainLoops() {
     return {{kSingleNormals, "plain", [](const Work& w) { SingleNormals(w.a, w.out, w.n); }},
             {kSingleArrays, "plain",
              [](const Work& w) { SingleArrays(w.x, w.y, w.z, w.out, w.outY, w.outZ, w.n); }},

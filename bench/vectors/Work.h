@@ -48,8 +48,15 @@ struct Entry {
     std::function<void(const Work&)> run;
 };
 
+/// Compiled for this machine, and for processors with AVX2 and no more.
+namespace native {
 std::vector<Entry> PlainLoops();
 std::vector<Entry> EigenEntries();
+}  // namespace native
+namespace avx2 {
+std::vector<Entry> PlainLoops();
+std::vector<Entry> EigenEntries();
+}  // namespace avx2
 std::vector<Entry> OpenCVEntries();
 
 }  // namespace bench::vectors
