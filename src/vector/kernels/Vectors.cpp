@@ -76,6 +76,15 @@ std::size_t Steps(const K kernel, std::size_t i, std::size_t n) {
             kernel.template Finish<Around>(i, kernel.Begin(i));
         }
     } else {
+        if constexpr (requires { K::kStepsTogether; }) {
+            // Steps of two instructions, which a loop's own would double.
+            constexpr std::size_t kVectors = K::kStepsTogether * kLanes;
+            for (; n - i >= kVectors; i += kVectors) {
+                for (std::size_t k = 0; k < kVectors; k += kLanes) {
+                    kernel.template Step<Around>(i + k);
+                }
+            }
+        }
         for (; n - i >= kLanes; i += kLanes) {
             kernel.template Step<Around>(i);
         }
@@ -470,6 +479,7 @@ struct CrossProducts {
 
 /// An exact product, or the exact sum, rounded to double and to float, is that rounded to float.
 struct ScaledFloats {
+    static constexpr std::size_t kStepsTogether = 4;
     void Unit(std::size_t i) const { v[i] = s * v[i]; }
 #if HWY_TARGET != HWY_SCALAR
     template <bool Around>
@@ -487,6 +497,7 @@ struct ScaledFloats {
 };
 
 struct SumsOfFloats {
+    static constexpr std::size_t kStepsTogether = 4;
     void Unit(std::size_t i) const { dst[i] = a[i] + b[i]; }
 #if HWY_TARGET != HWY_SCALAR
     template <bool Around>
