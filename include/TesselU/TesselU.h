@@ -29,6 +29,7 @@
 #include <TesselU/image/ImageImport.h>
 #include <TesselU/image/ImageView.h>
 #include <TesselU/image/Rectangle.h>
+#include <TesselU/key/ChromaKeyerYUV.h>
 #include <TesselU/key/GenerateCrCbGradient.h>
 #include <TesselU/key/KeyerRGB.h>
 #include <TesselU/key/LinearKeyer.h>
