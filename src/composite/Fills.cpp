@@ -2,9 +2,7 @@
 
 #include <TesselU/composite/ZanCompositor.h>
 
-#include "composite/PlaneFill.h"
 #include "composite/kernels/Fill.h"
-#include "foundation/ClassCapabilities.h"
 #include "foundation/PathSelection.h"
 #include "image/ViewFormat.h"
 #include "image/ViewPlane.h"
@@ -50,12 +48,6 @@ void FillWords(const Plane& plane, std::size_t wordsPerRow, ULong32 rows, ULong3
 }
 
 }  // namespace
-
-void FillPlaneOfBytes(const Plane& plane, ULong32 width, ULong32 rows, ULong32 value) {
-    FillBytes(plane, width, rows, value,
-              ChoosePath(kByteFillStyles, kFillVectors, kBestAvailable,
-                         classCapabilities[kOwnerZanCompositor], false));
-}
 
 Long32 ZanCompositor::Fill(ImageView& dst, ULong32 colour, ULong32 mask, ProcessingStyleEnum style) {
     const Image* image = dst.GetImage();

@@ -6,7 +6,7 @@
 #include <array>
 #include <cmath>
 
-#include "composite/PlaneFill.h"
+#include "composite/kernels/Fill.h"
 #include "foundation/ClassCapabilities.h"
 #include "foundation/Elementary.h"
 #include "foundation/PathSelection.h"
@@ -212,7 +212,7 @@ Long32 ChromaKeyerYUV::Do(ImageView& foreground, ImageView* background, ImageVie
         return kStatusNullPointer;
     }
     if (becomesOpaque) {
-        FillPlaneOfBytes(alphaOfResult, width, height, 255);
+        kFillBytes({{}, {alphaOfResult}, width, height, width}, {.pattern = 0xFFFFFFFF});
     }
     return kStatusOk;
 }

@@ -240,8 +240,8 @@ int CheckAll(const Options& options) {
     std::vector<Operation> operations = CompositeOperations();
     for (std::vector<Operation>& more :
          std::array{AdjustmentOperations(), ConvertOperations(), CorrectionOperations(), CubeOperations(),
-                    GradientOperations(), HistogramOperations(), KeyTableOperations(), LookUpOperations(),
-                    VectorOperations()}) {
+                    GradientOperations(), HistogramOperations(), KeyOperations(), KeyTableOperations(),
+                    LookUpOperations(), VectorOperations()}) {
         std::move(more.begin(), more.end(), std::back_inserter(operations));
     }
 

@@ -56,6 +56,7 @@ std::vector<Operation> CorrectionOperations();
 std::vector<Operation> CubeOperations();
 std::vector<Operation> GradientOperations();
 std::vector<Operation> HistogramOperations();
+std::vector<Operation> KeyOperations();
 std::vector<Operation> KeyTableOperations();
 std::vector<Operation> LookUpOperations();
 std::vector<Operation> VectorOperations();
