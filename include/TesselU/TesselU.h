@@ -34,6 +34,7 @@
 #include <TesselU/key/KeyerRGB.h>
 #include <TesselU/key/LinearKeyer.h>
 #include <TesselU/key/LumaKeyer.h>
+#include <TesselU/overlay/Mixup.h>
 #include <TesselU/tone/BaseColorCorrection.h>
 #include <TesselU/tone/ColorAdjustment.h>
 #include <TesselU/tone/CubeLUT.h>

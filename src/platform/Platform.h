@@ -32,6 +32,9 @@ void WaitForEvent(void* handle) noexcept;
 /// signals of the process to the threads of the host.
 void SettleWorkerThread(std::size_t number) noexcept;
 
+/// Hands a text for developers to whoever listens: the debugger, or the standard error stream.
+void WriteDebugText(const char* text) noexcept;
+
 }  // namespace Zan
 
 #endif  // TESSELU_SRC_PLATFORM_PLATFORM_H

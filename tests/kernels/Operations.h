@@ -59,6 +59,7 @@ std::vector<Operation> HistogramOperations();
 std::vector<Operation> KeyOperations();
 std::vector<Operation> KeyTableOperations();
 std::vector<Operation> LookUpOperations();
+std::vector<Operation> OverlayOperations();
 std::vector<Operation> VectorOperations();
 
 /// Operations that do on every target but the portable one what a kernel must not, or that prove nothing.

@@ -1,0 +1,439 @@
+#include "overlay/Overlay.h"
+
+#include <TesselU/foundation/Status.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "overlay/OverlayLog.h"
+#include "overlay/OverlayStatus.h"
+#include "simd/LongRuns.h"
+
+namespace Zan {
+namespace {
+
+constexpr ULong32 kBlackPair = 0x10801080;
+
+/// To the nearest, halves up; what is beyond every picture stays there.
+std::int64_t Rounded(double value) noexcept {
+    constexpr double kFar = 68719476736.0 * 256;  // 2^36 pixels, in 256ths
+    const double limited = std::clamp(value, -kFar, kFar), below = std::floor(limited);
+    return static_cast<std::int64_t>(below) + (limited - below >= 0.5 ? 1 : 0);
+}
+
+/// Whole pixels, in 4:2:2 lowered to a pair.
+std::int64_t WholePixels(double value, bool hasPairs) noexcept {
+    const std::int64_t whole = Rounded(value);
+    return hasPairs ? whole & ~std::int64_t{1} : whole;
+}
+
+void LogRegion(const char* text, const EdgeRectangle& r) noexcept {
+    Log(kLogTrace, text, static_cast<int>(r.left), static_cast<int>(r.top), static_cast<int>(r.right),
+        static_cast<int>(r.bottom));
+}
+
+std::size_t Size(std::int64_t n) noexcept {
+    return n > 0 ? static_cast<std::size_t>(n) : 0;
+}
+
+/// Whether any of `rows` rows of one plane may share bytes with one of the other.
+bool Overlaps(const Plane& a, const Plane& b, std::size_t rowBytes, std::size_t rows) noexcept {
+    const auto low = [rows](const Plane& plane) {
+        const auto first = reinterpret_cast<std::uintptr_t>(plane.first);
+        return plane.pitch < 0 ? first + static_cast<std::uintptr_t>(plane.pitch) * (rows - 1) : first;
+    };
+    const auto span = [&](const Plane& plane) {
+        const auto pitch = static_cast<std::uintptr_t>(plane.pitch);
+        return (plane.pitch < 0 ? 0 - pitch : pitch) * (rows - 1) + rowBytes;
+    };
+    return low(a) < low(b) + span(b) && low(b) < low(a) + span(a);
+}
+
+void CopyRun(CPUfeatures& features, std::uint8_t* to, std::uint8_t* from, std::size_t bytes) noexcept {
+    constexpr std::size_t kMost = 0x40000000;
+    for (std::size_t done = 0; done < bytes; done += kMost) {
+        features.CopyBytes(to + done, from + done, static_cast<Long32>(std::min(kMost, bytes - done)));
+    }
+}
+
+/// Rows of one plane to another, as far as the memory of both goes.
+void CopyRows(CPUfeatures& features, const Plane& from, const Plane& to, std::size_t rowBytes,
+              std::size_t rows) noexcept {
+    if (rowBytes == 0 || rows == 0 || from.first == nullptr || to.first == nullptr) {
+        return;
+    }
+    if (!from.Holds(rowBytes, rows) || !to.Holds(rowBytes, rows)) {
+        for (std::size_t row = 0; row < rows; ++row) {
+            const std::size_t bytes = std::min(from.Clip(rowBytes, row), to.Clip(rowBytes, row));
+            if (bytes != 0) {
+                CopyRun(features, to.Row(row), from.Row(row), bytes);
+            }
+        }
+        return;
+    }
+    const bool isLong = simd::LongRunsPay(2 * rowBytes * rows) && !Overlaps(from, to, rowBytes, rows);
+    const auto joined = static_cast<std::ptrdiff_t>(rowBytes);
+    if (from.pitch == joined && to.pitch == joined) {
+        rowBytes *= rows;
+        rows = 1;
+    }
+    for (std::size_t row = 0; row < rows; ++row) {
+        if (isLong) {
+            simd::CopyLongRun(to.Row(row), from.Row(row), rowBytes);
+        } else {
+            CopyRun(features, to.Row(row), from.Row(row), rowBytes);
+        }
+    }
+}
+
+/// Calls `fill(first, bytes)` for what the memory holds of each row.
+template <class Fill>
+void FillRows(const Plane& plane, std::size_t rowBytes, std::size_t rows, const Fill& fill) noexcept {
+    for (std::size_t row = 0; row < rows; ++row) {
+        const std::size_t bytes = plane.first == nullptr ? 0 : plane.Clip(rowBytes, row);
+        if (bytes != 0) {
+            fill(plane.Row(row), bytes);
+        }
+    }
+}
+
+}  // namespace
+
+COverlay::COverlay(CPUfeatures& processor) noexcept : features(processor) {
+    features.FillWords(black, kBlackPair, kBlackWords);
+}
+
+// ---- Routes -------------------------------------------------------------------------------------------
+
+Long32 COverlay::Render(const COverlayRenderInfo& info, COverlayImage& result, COverlayImage& foreground,
+                        COverlayImage& background, double x, double y, bool flagX, bool flagY, int quality) {
+    isFieldCall = info.GetIsField() != 0;
+    if (foreground.GetColorspace() == FormatHeader::kYuv) {
+        if (!foreground.header.IsPacked422()) {
+            Log(kLogWarning, "**Mixup::COverlay::Render() foreground colorspace is not YUV422 packed\n");
+            return kStatusUnsupportedKind;
+        }
+        // The text says "foreground" for the background as well.
+        if (!background.header.IsPacked422()) {
+            Log(kLogWarning, "**Mixup::COverlay::Render() foreground colorspace is not YUV422 packed\n");
+            return kStatusUnsupportedKind;
+        }
+        if (!result.header.IsPacked422()) {
+            Log(kLogWarning, "**Mixup::COverlay::Render() result colorspace is not YUV422 packed\n");
+            return kStatusUnsupportedKind;
+        }
+    }
+    if (foreground.GetOrigin() == kBottomLeft) {
+        Log(kLogWarning, "**Mixup::COverlay::Render() Foreground.GetOrigin() == Kolt::kBottomLeft\n");
+        foreground.TurnOver();
+    }
+    if (background.GetOrigin() == kBottomLeft) {
+        Log(kLogWarning, "**Mixup::COverlay::Render() Background.GetOrigin() == Kolt::kBottomLeft\n");
+        background.TurnOver();
+    }
+    if (result.GetOrigin() == kBottomLeft) {
+        Log(kLogWarning, "**Mixup::COverlay::Render() Result.GetOrigin() == Kolt::kBottomLeft\n");
+        result.TurnOver();
+    }
+    if (info.IsFrame() || (info.IsBothFields() && result.header.noFields != 0)) {
+        return RenderFrame(result, foreground, background, x, y, flagX, flagY, quality);
+    }
+    if (info.IsBothFields()) {
+        const int first = result.header.fieldOrder == FormatHeader::kUpperFirst ? 0 : 1;
+        const Long32 status = RenderField(first, result, foreground, background, x, y, flagX, flagY, quality);
+        return status != kStatusOk
+                   ? status
+                   : RenderField(1 - first, result, foreground, background, x, y, flagX, flagY, quality);
+    }
+    return RenderField(info.IsUpperField() ? 0 : 1, result, foreground, background, x, y, flagX, flagY,
+                       quality);
+}
+
+Long32 COverlay::RenderFrame(const COverlayImage& result, const COverlayImage& foreground,
+                             const COverlayImage& background, double x, double y, bool flagX, bool flagY,
+                             int quality) {
+    Log(kLogTrace, "Mixup::COverlay::RenderFrame() called\n");
+    lines = {0, 1};
+    switch (background.GetColorspace()) {
+        case FormatHeader::kRgb:
+            return RenderRGB(result, foreground, background, x, y, flagX, flagY, quality);
+        case FormatHeader::kYuv:
+            return RenderYUV(result, foreground, background, x, y, flagX, flagY, quality);
+        default:
+            Log(kLogWarning,
+                "**Mixup::COverlay::RenderFrame() Background.GetColorspace()=%x != BI_RGB,BI_YUV\n",
+                static_cast<unsigned>(background.GetColorspace()));
+            Log(kLogWarning, "**Mixup::COverlay::RenderFrame() only RGB supported right now\n");
+            return kOverlayUnknownFormat;
+    }
+}
+
+Long32 COverlay::RenderField(int field, const COverlayImage& result, const COverlayImage& foreground,
+                             const COverlayImage& background, double x, double y, bool flagX, bool flagY,
+                             int quality) {
+    Log(kLogTrace, "Mixup::COverlay::RenderField(Field=%d) called\n", field);
+    lines = {field, 2};
+    switch (background.GetColorspace()) {
+        case FormatHeader::kRgb:
+            return RenderRGB(result, foreground, background, x, y, flagX, flagY, quality);
+        case FormatHeader::kYuv:
+            return RenderYUV(result, foreground, background, x, y, flagX, flagY, quality);
+        default:
+            Log(kLogWarning,
+                "**Mixup::COverlay::RenderField() Background.GetColorspace()=%x != BI_RGB,BI_YUV\n",
+                static_cast<unsigned>(background.GetColorspace()));
+            Log(kLogWarning, "**Mixup::COverlay::RenderField() only RGB supported right now\n");
+            return kOverlayUnknownFormat;
+    }
+}
+
+Long32 COverlay::RenderRGB(const COverlayImage& result, const COverlayImage& foreground,
+                           const COverlayImage& background, double x, double y, bool flagX, bool flagY,
+                           int quality) {
+    return RenderPictures(kOverlayRgb, result, foreground, background, x, y, flagX, flagY, quality);
+}
+
+Long32 COverlay::RenderYUV(const COverlayImage& result, const COverlayImage& foreground,
+                           const COverlayImage& background, double x, double y, bool flagX, bool flagY,
+                           int quality) {
+    return RenderPictures(kOverlayYuv, result, foreground, background, x, y, flagX, flagY, quality);
+}
+
+Long32 COverlay::RenderPictures(const OverlayFamily& family, const COverlayImage& result,
+                                const COverlayImage& foreground, const COverlayImage& background, double x,
+                                double y, bool, bool, int) {
+    Log(kLogTrace, family.render.position, x, y);
+    const std::int64_t shiftX = WholePixels(x, family.hasPairs), shiftY = WholePixels(y, false);
+
+    PositionRectangle moved(foreground.region);
+    moved.x += static_cast<double>(shiftX);
+    moved.y += static_cast<double>(shiftY);
+    const bool isEmpty = moved.Intersection(PositionRectangle(result.region)).IsEmpty();
+    const bool isInPlace = result.colour.begin == background.colour.begin;
+    if (isEmpty) {
+        Log(kLogTrace, family.render.empty);
+        if (!isInPlace) {
+            CenterPictures(family, background, result);
+        }
+        return kStatusOk;
+    }
+    if (isInPlace) {
+        Log(kLogTrace, family.render.inPlace);
+        return RenderWhole(family, result, foreground, result, shiftX, shiftY);
+    }
+    const bool agree = background.region == result.region && background.bounds == result.bounds &&
+                       background.GetBitCount() == result.GetBitCount();
+    if (agree) {
+        return RenderWhole(family, result, foreground, background, shiftX, shiftY);
+    }
+    if (const Long32 status = CenterPictures(family, background, result); status != kStatusOk) {
+        Log(kLogWarning, family.render.centringFailed, static_cast<int>(status));
+        return status;
+    }
+    return RenderWhole(family, result, foreground, result, shiftX, shiftY);
+}
+
+// ---- Whole pixels -------------------------------------------------------------------------------------
+
+Long32 COverlay::RenderWhole(const OverlayFamily& family, const COverlayImage& result,
+                             const COverlayImage& foreground, const COverlayImage& background, std::int64_t x,
+                             std::int64_t y) {
+    const int backBits = static_cast<int>(background.GetBitCount());
+    if (!family.Takes(background.GetBitCount())) {
+        Log(kLogWarning, family.whole.backBits, backBits);
+        return kStatusMismatch;
+    }
+    if (!family.Takes(foreground.GetBitCount())) {
+        Log(kLogWarning, family.whole.foreBits, static_cast<int>(foreground.GetBitCount()));
+        return kStatusMismatch;
+    }
+    if (result.GetBitCount() != background.GetBitCount()) {
+        Log(kLogWarning, family.whole.resultBits, static_cast<int>(result.GetBitCount()), backBits);
+        return kStatusMismatch;
+    }
+    COverlayImage moved = foreground;
+    moved.bounds = foreground.bounds.Moved(x, y);
+    moved.region = foreground.region.Moved(x, y);
+    LogRegion(family.whole.foreRegion, moved.region);
+    LogRegion(family.whole.backRegion, background.region);
+    const bool isInPlace = &background == &result;
+    EdgeRectangle overlap = moved.region.Intersection(result.region);
+    if (overlap.IsEmpty()) {
+        Log(kLogTrace, family.whole.empty);
+        if (!isInPlace) {
+            Copy(background, result, result.region);
+        }
+        return kStatusOk;
+    }
+    LogRegion(family.whole.resultRegion, moved.region.Intersection(background.region));
+    LogBands(family.whole.lines, family.whole.pixels, result.region, BandsOf(result.region, overlap));
+    if (family.hasPairs) {
+        // An odd last pixel has no pair.
+        overlap.right -= overlap.Width() & 1;
+    }
+    const OverlayRow* const row =
+        family.Find(background.GetBitCount(), foreground.GetBitCount(), foreground.IsPremultiplied());
+    if (row == nullptr) {
+        return kStatusMismatch;
+    }
+    if (!isInPlace) {
+        CopyAround(BandsOf(result.region, overlap), result.region, background, result);
+    }
+    const char* const name = row->nameSSE2 != nullptr && features.IsSSE2usable() ? row->nameSSE2
+                             : row->nameBefore != nullptr && (features.*family.isUsableBefore)()
+                                 ? row->nameBefore
+                                 : row->name;
+    Log(kLogTrace, name);
+    Blend(*row, background, moved, result, overlap);
+    return kStatusOk;
+}
+
+// ---- Centring -----------------------------------------------------------------------------------------
+
+Long32 COverlay::Center(const COverlayRenderInfo& info, const COverlayImage& source,
+                        const COverlayImage& result) {
+    isFieldCall = info.GetIsField() != 0;
+    lines = info.IsFrame() ? Lines{0, 1} : Lines{info.IsUpperField() ? 0 : 1, 2};
+    return source.GetColorspace() == FormatHeader::kYuv ? CenterYUV(source, result)
+                                                        : CenterRGB(source, result);
+}
+
+Long32 COverlay::CenterRGB(const COverlayImage& source, const COverlayImage& result) {
+    return CenterPictures(kOverlayRgb, source, result);
+}
+
+Long32 COverlay::CenterYUV(const COverlayImage& source, const COverlayImage& result) {
+    return CenterPictures(kOverlayYuv, source, result);
+}
+
+Long32 COverlay::CenterPictures(const OverlayFamily& family, const COverlayImage& source,
+                                const COverlayImage& result) {
+    const int sourceBits = static_cast<int>(source.GetBitCount());
+    const int resultBits = static_cast<int>(result.GetBitCount());
+    if (!family.Takes(result.GetBitCount())) {
+        Log(kLogWarning, family.centre.resultBits, resultBits);
+        return kStatusMismatch;
+    }
+    if (!family.Takes(source.GetBitCount())) {
+        Log(kLogWarning, family.centre.sourceBits, sourceBits);
+        return kStatusMismatch;
+    }
+    if (sourceBits != resultBits) {
+        Log(kLogWarning, family.centre.differ, resultBits, sourceBits);
+        return kStatusMismatch;
+    }
+    LogRegion(family.centre.sourceRegion, source.region);
+    LogRegion(family.centre.destinationRegion, result.region);
+    const EdgeRectangle overlap = source.region.Intersection(result.region);
+    LogRegion(family.centre.resultRegion, overlap);
+    const Bands bands = BandsOf(result.region, overlap);
+    LogBands(family.centre.lines, family.centre.pixels, result.region, bands);
+    const EdgeRectangle& whole = result.region;
+    const EdgeRectangle& middle = bands.overlap;
+    Blacken(result, {whole.left, whole.top, whole.right, middle.top});
+    Blacken(result, {whole.left, middle.top, middle.left, middle.bottom});
+    Copy(source, result, middle);
+    Blacken(result, {middle.right, middle.top, whole.right, middle.bottom});
+    Blacken(result, {whole.left, middle.bottom, whole.right, whole.bottom});
+    return kStatusOk;
+}
+
+// ---- Geometry and rows --------------------------------------------------------------------------------
+
+COverlay::Bands COverlay::BandsOf(const EdgeRectangle& region, const EdgeRectangle& given) const noexcept {
+    // Nothing in common: all of the region lies above and left of it.
+    const EdgeRectangle overlap =
+        given.IsEmpty() ? EdgeRectangle{region.right, region.bottom, region.right, region.bottom} : given;
+    return {overlap,
+            lines.Count(region.top, overlap.top),
+            lines.Count(overlap.top, overlap.bottom),
+            lines.Count(overlap.bottom, region.bottom),
+            overlap.left - region.left,
+            overlap.Width(),
+            region.right - overlap.right};
+}
+
+void COverlay::LogBands(const char* linesText, const char* pixelsText, const EdgeRectangle& region,
+                        const Bands& bands) const noexcept {
+    Log(kLogTrace, linesText, static_cast<int>(bands.upper), static_cast<int>(bands.middle),
+        static_cast<int>(bands.lower), static_cast<int>(lines.Count(region.top, region.bottom)));
+    Log(kLogTrace, pixelsText, static_cast<int>(bands.left), static_cast<int>(bands.across),
+        static_cast<int>(bands.right), static_cast<int>(region.Width()));
+}
+
+void COverlay::CopyAround(const Bands& bands, const EdgeRectangle& region, const COverlayImage& from,
+                          const COverlayImage& to) const noexcept {
+    const EdgeRectangle& middle = bands.overlap;
+    Copy(from, to, {region.left, region.top, region.right, middle.top});
+    Copy(from, to, {region.left, middle.top, middle.left, middle.bottom});
+    Copy(from, to, {middle.right, middle.top, region.right, middle.bottom});
+    Copy(from, to, {region.left, middle.bottom, region.right, region.bottom});
+}
+
+void COverlay::Copy(const COverlayImage& from, const COverlayImage& to,
+                    const EdgeRectangle& area) const noexcept {
+    if (area.IsEmpty()) {
+        return;
+    }
+    const std::int64_t top = lines.From(area.top);
+    const std::size_t rows = Size(lines.Count(area.top, area.bottom)), columns = Size(area.Width());
+    CopyRows(features, from.Colour(area.left, top, lines.step), to.Colour(area.left, top, lines.step),
+             columns * to.PixelBytes(), rows);
+    if (from.HasAlphaPlane() && to.HasAlphaPlane()) {
+        CopyRows(features, from.Alpha(area.left, top, lines.step), to.Alpha(area.left, top, lines.step),
+                 columns, rows);
+    }
+}
+
+void COverlay::Blacken(const COverlayImage& picture, const EdgeRectangle& area) const noexcept {
+    if (area.IsEmpty()) {
+        return;
+    }
+    const std::int64_t top = lines.From(area.top);
+    const std::size_t rows = Size(lines.Count(area.top, area.bottom)), columns = Size(area.Width());
+    const std::size_t bytes = columns * picture.PixelBytes();
+    const Plane colour = picture.Colour(area.left, top, lines.step);
+    if (picture.GetColorspace() == FormatHeader::kRgb) {
+        FillRows(colour, bytes, rows, [](std::uint8_t* to, std::size_t count) { std::memset(to, 0, count); });
+        return;
+    }
+    FillRows(colour, bytes, rows, [this](std::uint8_t* to, std::size_t count) {
+        for (std::size_t done = 0; done < count; done += sizeof black) {
+            std::memcpy(to + done, black, std::min(sizeof black, count - done));
+        }
+    });
+    if (picture.HasAlphaPlane()) {
+        FillRows(picture.Alpha(area.left, top, lines.step), columns, rows,
+                 [](std::uint8_t* to, std::size_t count) { std::memset(to, 0, count); });
+    }
+}
+
+void COverlay::Blend(const OverlayRow& row, const COverlayImage& back, const COverlayImage& fore,
+                     const COverlayImage& result, const EdgeRectangle& area) const noexcept {
+    if (area.IsEmpty()) {
+        return;
+    }
+    const std::int64_t left = area.left, top = lines.From(area.top), step = lines.step;
+    const std::size_t rows = Size(lines.Count(area.top, area.bottom)), columns = Size(area.Width());
+    if (row.kernel == nullptr) {
+        Copy(fore, result, area);
+        if (row.fillsAlpha) {
+            FillRows(result.Alpha(left, top, step), columns, rows,
+                     [](std::uint8_t* to, std::size_t count) { std::memset(to, 255, count); });
+        }
+        return;
+    }
+    OverlayJob job;
+    job.source[kBack] = back.Colour(left, top, step);
+    job.source[kFore] = fore.Colour(left, top, step);
+    job.source[kBackAlpha] = back.Alpha(left, top, step);
+    job.source[kForeAlpha] = fore.Alpha(left, top, step);
+    job.destination[kOut] = result.Colour(left, top, step);
+    job.destination[kOutAlpha] = result.Alpha(left, top, step);
+    job.width = job.whole = columns;
+    job.height = rows;
+    (*row.kernel)(job);
+}
+
+}  // namespace Zan

@@ -1,0 +1,192 @@
+// Overlays at whole pixels.
+
+#include "overlay/kernels/Overlay.h"
+#include "overlay/kernels/OverlayFormulas.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "overlay/kernels/WholePixels.cpp"
+#include "simd/Foreach.h"
+// After it: these are compiled once per target.
+#include "composite/kernels/Blend-inl.h"
+#include "simd/Walk-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace Zan {
+namespace HWY_NAMESPACE {
+namespace {
+
+/// 24-bit pixels.
+constexpr PlaneUse TriplePlane(std::size_t index) {
+    return {.index = index, .bytesPer16 = 48};
+}
+
+// ---- RGB ----------------------------------------------------------------------------------------------
+
+template <bool premultiplied>
+struct Over24 {
+    using Place = simd::Place<4, 2>;
+    static constexpr PlaneUse kSources[] = {TriplePlane(kBack), PixelPlane(kFore)};
+    static constexpr PlaneUse kDestinations[] = {TriplePlane(kOut)};
+
+    void Unit(const Place& at, std::size_t x) const {
+        const std::uint8_t *b = at.in[kBack][0] + 3 * x, *f = at.in[kFore][0] + 4 * x;
+        std::uint8_t* out = at.out[kOut][0] + 3 * x;
+        const unsigned a = f[3];
+        for (std::size_t i = 0; i < 3; ++i) {
+            out[i] = premultiplied ? PremultipliedOver(b[i], f[i], a) : BlendByAlpha(b[i], f[i], a);
+        }
+    }
+};
+
+struct Opaque32 {
+    using Place = simd::Place<4, 2>;
+    static constexpr PlaneUse kSources[] = {TriplePlane(kFore)};
+    static constexpr PlaneUse kDestinations[] = {PixelPlane(kOut)};
+
+    void Unit(const Place& at, std::size_t x) const {
+        const std::uint8_t* f = at.in[kFore][0] + 3 * x;
+        std::uint8_t* out = at.out[kOut][0] + 4 * x;
+        const std::uint8_t pixel[3] = {f[0], f[1], f[2]};
+        for (std::size_t i = 0; i < 3; ++i) {
+            out[i] = pixel[i];
+        }
+        out[3] = 255;
+    }
+};
+
+struct Premultiplied32 {
+    using Place = simd::Place<4, 2>;
+    static constexpr PlaneUse kSources[] = {PixelPlane(kBack), PixelPlane(kFore)};
+    static constexpr PlaneUse kDestinations[] = {PixelPlane(kOut)};
+
+    void Unit(const Place& at, std::size_t x) const {
+        const std::uint8_t *b = at.in[kBack][0] + 4 * x, *f = at.in[kFore][0] + 4 * x;
+        std::uint8_t* out = at.out[kOut][0] + 4 * x;
+        const unsigned a = f[3];
+        for (std::size_t i = 0; i < 4; ++i) {
+            out[i] = PremultipliedOver(b[i], f[i], a);
+        }
+    }
+};
+
+struct Straight32 {
+    using Place = simd::Place<4, 2>;
+    static constexpr PlaneUse kSources[] = {PixelPlane(kBack), PixelPlane(kFore)};
+    static constexpr PlaneUse kDestinations[] = {PixelPlane(kOut)};
+
+    void Unit(const Place& at, std::size_t x) const {
+        const std::uint8_t *b = at.in[kBack][0] + 4 * x, *f = at.in[kFore][0] + 4 * x;
+        std::uint8_t* out = at.out[kOut][0] + 4 * x;
+        const AlphaUnion both = AlphaUnion::Of(f[3], b[3]);
+        for (std::size_t i = 0; i < 3; ++i) {
+            out[i] = BlendByAlpha(b[i], f[i], both.weight);
+        }
+        out[3] = static_cast<std::uint8_t>(both.alpha);
+    }
+};
+
+// ---- 4:2:2 --------------------------------------------------------------------------------------------
+
+constexpr PlaneUse AlphaPlane(std::size_t index) {
+    return {.index = index, .columns = 2};
+}
+
+template <bool premultiplied>
+struct OverPairs {
+    using Place = simd::Place<4, 2>;
+    static constexpr PlaneUse kSources[] = {PairPlane(kBack), PairPlane(kFore), AlphaPlane(kForeAlpha)};
+    static constexpr PlaneUse kDestinations[] = {PairPlane(kOut)};
+    static constexpr std::size_t kUnit = 2;
+
+    void Unit(const Place& at, std::size_t x) const {
+        const std::uint8_t *b = at.in[kBack][0] + 2 * x, *f = at.in[kFore][0] + 2 * x;
+        const std::uint8_t* alpha = at.in[kForeAlpha][0] + x;
+        std::uint8_t* out = at.out[kOut][0] + 2 * x;
+        const unsigned a[4] = {alpha[0], alpha[0], alpha[0], alpha[1]};
+        for (std::size_t i = 0; i < 4; ++i) {
+            const int zero = OffsetOfPairByte(i);
+            out[i] = premultiplied ? OffsetPremultipliedOver(b[i], f[i], a[i], zero)
+                                   : OffsetBlend(b[i], f[i], a[i], zero);
+        }
+    }
+};
+
+template <bool premultiplied>
+struct OverPairsAndAlpha {
+    using Place = simd::Place<4, 2>;
+    static constexpr PlaneUse kSources[] = {PairPlane(kBack), PairPlane(kFore), AlphaPlane(kBackAlpha),
+                                            AlphaPlane(kForeAlpha)};
+    static constexpr PlaneUse kDestinations[] = {PairPlane(kOut), AlphaPlane(kOutAlpha)};
+    static constexpr std::size_t kUnit = 2;
+
+    void Unit(const Place& at, std::size_t x) const {
+        const std::uint8_t *b = at.in[kBack][0] + 2 * x, *f = at.in[kFore][0] + 2 * x;
+        const std::uint8_t *ab = at.in[kBackAlpha][0] + x, *a = at.in[kForeAlpha][0] + x;
+        std::uint8_t* out = at.out[kOut][0] + 2 * x;
+        std::uint8_t alphas[2];
+        for (std::size_t k = 0; k < 2; ++k) {
+            const unsigned alpha = a[k];
+            const AlphaUnion both = AlphaUnion::Of(alpha, ab[k]);
+            // The first pixel's alpha is that of bytes 0, 1 and 2.
+            for (std::size_t i = 3 * k; i < 3 + k; ++i) {
+                out[i] = premultiplied ? OffsetPremultipliedOver(b[i], f[i], alpha, OffsetOfPairByte(i))
+                                       : WeightedStep(b[i], f[i], both.weight);
+            }
+            alphas[k] = premultiplied ? PremultipliedOver(ab[k], alpha, alpha)
+                                      : static_cast<std::uint8_t>(both.alpha);
+        }
+        at.out[kOutAlpha][0][x] = alphas[0];
+        at.out[kOutAlpha][0][x + 1] = alphas[1];
+    }
+};
+
+void RunStraight24With32(const OverlayJob& job) {
+    Walk(Over24<false>{}, job);
+}
+void RunPremultiplied24With32(const OverlayJob& job) {
+    Walk(Over24<true>{}, job);
+}
+void RunOpaque32With24(const OverlayJob& job) {
+    Walk(Opaque32{}, job);
+}
+void RunStraight32With32(const OverlayJob& job) {
+    Walk(Straight32{}, job);
+}
+void RunPremultiplied32With32(const OverlayJob& job) {
+    Walk(Premultiplied32{}, job);
+}
+void RunStraight16With24(const OverlayJob& job) {
+    Walk(OverPairs<false>{}, job);
+}
+void RunPremultiplied16With24(const OverlayJob& job) {
+    Walk(OverPairs<true>{}, job);
+}
+void RunStraight24With24(const OverlayJob& job) {
+    Walk(OverPairsAndAlpha<false>{}, job);
+}
+void RunPremultiplied24With24(const OverlayJob& job) {
+    Walk(OverPairsAndAlpha<true>{}, job);
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace Zan
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace Zan {
+
+TESSELU_KERNEL(OverlayKernel, kStraight24With32, RunStraight24With32);
+TESSELU_KERNEL(OverlayKernel, kPremultiplied24With32, RunPremultiplied24With32);
+TESSELU_KERNEL(OverlayKernel, kOpaque32With24, RunOpaque32With24);
+TESSELU_KERNEL(OverlayKernel, kStraight32With32, RunStraight32With32);
+TESSELU_KERNEL(OverlayKernel, kPremultiplied32With32, RunPremultiplied32With32);
+TESSELU_KERNEL(OverlayKernel, kStraight16With24, RunStraight16With24);
+TESSELU_KERNEL(OverlayKernel, kPremultiplied16With24, RunPremultiplied16With24);
+TESSELU_KERNEL(OverlayKernel, kStraight24With24, RunStraight24With24);
+TESSELU_KERNEL(OverlayKernel, kPremultiplied24With24, RunPremultiplied24With24);
+
+}  // namespace Zan
+
+#endif  // HWY_ONCE
