@@ -69,6 +69,8 @@ struct Command {
     std::string description;  ///< a paragraph
     std::vector<Operand> inputs = {};
     std::vector<Option> options = {};
+    /// Further inputs, which options name. They follow those above.
+    std::vector<std::string> (*moreInputs)(const Arguments&) = nullptr;
     std::vector<Example> examples = {};
     /// Where in the run a picture stands decides what becomes of it, so the run's length must be known.
     bool needsLength = false;

@@ -253,7 +253,7 @@ public:
             part = arguments.Pictures("frames");
         }
         if (arguments.Has("difference")) {
-            RefuseOverwritingInputs(arguments.Inputs(), arguments.Text("difference"), "");
+            RefuseOverwritingInputs(arguments.Inputs(), {{"--difference", arguments.Text("difference")}});
             difference.emplace(arguments.Text("difference"));
         }
         for (std::size_t i = 0; i < 2; ++i) {

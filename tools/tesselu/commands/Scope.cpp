@@ -93,7 +93,7 @@ public:
         } else if (!options.rawFormat.empty()) {
             throw UsageError("--raw " + options.rawFormat + ": needs --size WIDTHxHEIGHT");
         }
-        RefuseOverwritingInputs(arguments.Inputs(), arguments.Text("output"), "");
+        RefuseOverwritingInputs(arguments.Inputs(), {{"-o", arguments.Text("output")}});
         file.emplace(arguments.Text("output"));
         reader.emplace(path, options);
     }

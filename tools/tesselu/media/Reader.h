@@ -42,6 +42,9 @@ public:
     /// From here on pictures come in this format, cropped to `aspect`.
     void SetTarget(const PictureFormat& target, double aspect);
 
+    /// The last frame is meant to stay beyond the end: nothing is said of it.
+    void StayAtEnd() noexcept { saidEnd = true; }
+
     /// How many pictures of the target the input makes; none when that is not known before its end.
     std::optional<long> Pictures() const;
 

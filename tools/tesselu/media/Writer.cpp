@@ -91,7 +91,8 @@ void CheckOutputName(const std::string& path, const OutputOptions& options) {
         RawPixelFormat("--to", kind);
     }
     if (kind == "png" && !NumberedName::Is(path)) {
-        throw UsageError("-o " + path + ": a PNG output needs one number in its name, such as out-%04d.png");
+        throw UsageError(options.option + " " + path +
+                         ": a PNG output needs one number in its name, such as out-%04d.png");
     }
 }
 
@@ -123,7 +124,7 @@ std::unique_ptr<Writer> OpenWriter(const std::string& path, const OutputOptions&
     if (format.samples && IsNamedKind(kind)) {
         stored = {*format.samples, StoredAs(kind, *format.samples)};
         if (stored.format == AV_PIX_FMT_NONE) {
-            throw UsageError("-o " + path + ": a " + kind + " output does not hold " +
+            throw UsageError(options.option + " " + path + ": a " + kind + " output does not hold " +
                              AliasesOf(*format.samples)[0] + "; raw frames do (.raw, .yuv or -)");
         }
     } else if (format.hasFullChroma) {

@@ -6,16 +6,22 @@
 
 namespace tool {
 
+/// Something that a run writes.
+struct NamedOutput {
+    std::string option;  ///< with its dashes
+    std::string path;
+    bool isSequence = false;
+};
+
 // Both throw `UsageError` naming the option when a file that is to be written is an input, under whatever
-// name, or another output. An empty `sheet` is none.
+// name, or another output.
 
 /// To be called before anything is opened.
-void RefuseOverwritingInputs(const std::vector<std::string>& inputs, const std::string& output,
-                             const std::string& sheet);
+void RefuseOverwritingInputs(const std::vector<std::string>& inputs, const std::vector<NamedOutput>& outputs);
 
-/// The same for all pictures of a sequence from `first` to `last`.
-void RefuseOverwritingBySequence(const std::vector<std::string>& inputs, const std::string& output,
-                                 const std::string& sheet, long first, long last);
+/// The same for all pictures of the sequences from `first` to `last`.
+void RefuseOverwritingBySequence(const std::vector<std::string>& inputs,
+                                 const std::vector<NamedOutput>& outputs, long first, long last);
 
 }  // namespace tool
 

@@ -31,11 +31,41 @@ constexpr FrameSize kSizeWithoutInputs = {1280, 720};
 
 /// What an output picture shows of one input, field by field.
 using Fields = std::array<SharedPicture, 2>;
+/// One of each output.
+using Made = std::vector<SharedPicture>;
 
 struct InputStage {
-    InputStage(const std::string& path, const InputOptions& options) : reader(path, options) {}
+    InputStage(std::string newPath, const InputOptions& newOptions)
+        : path(std::move(newPath)), options(newOptions), reader(std::make_unique<Reader>(path, options)) {}
 
-    Reader reader;
+    void SetTarget(const PictureFormat& newTarget, double newAspect) {
+        target = newTarget;
+        aspect = newAspect;
+        reader->SetTarget(target, aspect);
+    }
+    /// As that of the reader. An input with a period begins anew when it ends.
+    SharedPicture PictureAt(long picture, int field) {
+        if (!period) {
+            return reader->PictureAt(picture, field);
+        }
+        const long now = picture / *period;
+        if (turn.value_or(now) != now) {
+            reader = std::make_unique<Reader>(path, options);
+            SetTarget(target, aspect);
+            reader->StayAtEnd();
+        }
+        turn = now;
+        return reader->PictureAt(picture % *period, field);
+    }
+
+    std::string path;
+    InputOptions options;
+    std::unique_ptr<Reader> reader;
+    PictureFormat target;
+    double aspect = 1;
+    Beyond beyond = Beyond::kNothing;
+    std::optional<long> period;  ///< pictures after which it begins anew
+    std::optional<long> turn;    ///< the last picture was of
     std::optional<Queue<Fields>> queue;
     std::atomic<double> busy = 0;  ///< seconds by the clock that it did not wait for room
 };
@@ -43,15 +73,16 @@ struct InputStage {
 /// What the threads of a run share. It lives as long as the last of them.
 struct Pipeline {
     std::vector<std::unique_ptr<InputStage>> inputs;
-    PictureFormat format, made;  ///< of the run; of its output
+    PictureFormat format;             ///< of the run
+    std::vector<PictureFormat> made;  ///< of its outputs
     long first = 0;
     std::optional<long> whole;  ///< pictures of the whole run
     std::optional<long> last;
     bool endsWithInputs = false;  ///< the run ends where an input of unknown length does
 
-    std::unique_ptr<Writer> writer;
+    std::vector<std::unique_ptr<Writer>> writers;
     std::optional<ContactSheet> sheet;
-    std::optional<Queue<SharedPicture>> finished;
+    std::optional<Queue<Made>> finished;
     double encoding = 0;
 
     std::mutex lock;
@@ -83,12 +114,13 @@ void ReadInput(const std::shared_ptr<Pipeline>& run, InputStage& input) {
     try {
         const double start = WallClock::Now();
         for (long picture = run->first; !run->last || picture <= *run->last; ++picture) {
-            if (run->endsWithInputs && input.reader.EndsBefore(picture)) {
+            if (run->endsWithInputs && input.beyond == Beyond::kNothing &&
+                input.reader->EndsBefore(picture)) {
                 break;
             }
             Fields fields;
             for (int field = 0; field < run->FieldsPerPicture(); ++field) {
-                fields[static_cast<std::size_t>(field)] = input.reader.PictureAt(picture, field);
+                fields[static_cast<std::size_t>(field)] = input.PictureAt(picture, field);
             }
             input.busy = WallClock::Now() - start - input.queue->SecondsPushing();
             if (!input.queue->Push(std::move(fields))) {
@@ -104,10 +136,12 @@ void ReadInput(const std::shared_ptr<Pipeline>& run, InputStage& input) {
 void WriteOutput(const std::shared_ptr<Pipeline>& run) {
     try {
         const double start = WallClock::Now();
-        while (const auto picture = run->finished->Pop()) {
-            run->writer->Write(**picture);
+        while (const auto pictures = run->finished->Pop()) {
+            for (std::size_t i = 0; i < pictures->size(); ++i) {
+                run->writers[i]->Write(*(*pictures)[i]);
+            }
             if (run->sheet) {
-                run->sheet->Look(**picture);
+                run->sheet->Look(*pictures->front());
             }
         }
         {
@@ -116,7 +150,9 @@ void WriteOutput(const std::shared_ptr<Pipeline>& run) {
                 return;
             }
         }
-        run->writer->Finish();
+        for (const auto& writer : run->writers) {
+            writer->Finish();
+        }
         if (run->sheet) {
             run->sheet->Finish();
         }
@@ -133,11 +169,11 @@ unsigned Even(unsigned side) {
 
 PictureFormat FormatOf(const Command& command, const RunOptions& options, const Pipeline& run) {
     PictureFormat format;
-    const Reader* a = run.inputs.empty() ? nullptr : &run.inputs[command.frameInput]->reader;
+    const Reader* a = run.inputs.empty() ? nullptr : run.inputs[command.frameInput]->reader.get();
     const Reader* clip = nullptr;
     for (const auto& input : run.inputs) {
-        if (clip == nullptr && !input->reader.IsStill()) {
-            clip = &input->reader;
+        if (clip == nullptr && !input->reader->IsStill()) {
+            clip = input->reader.get();
         }
     }
 
@@ -171,7 +207,7 @@ PictureFormat FormatOf(const Command& command, const RunOptions& options, const 
     }
     if (!options.out.ofSamples && HoldsAlpha(options.output, options.out)) {
         for (const auto& input : run.inputs) {
-            format.hasAlpha = format.hasAlpha || input->reader.HasAlpha();
+            format.hasAlpha = format.hasAlpha || input->reader->HasAlpha();
         }
     }
     return format;
@@ -181,17 +217,23 @@ PictureFormat FormatOf(const Command& command, const RunOptions& options, const 
 void FindPart(const Command& command, const RunOptions& options, long picturesOfStills, Pipeline& run) {
     bool isEndless = false, hasClip = false;
     run.whole = options.length;
+    const auto isClip = [](const auto& input) { return !input->reader->IsStill(); };
+    const bool hasBound = std::any_of(run.inputs.begin(), run.inputs.end(), [&](const auto& input) {
+        return isClip(input) && input->beyond == Beyond::kNothing;
+    });
     for (const auto& input : run.inputs) {
-        const Reader& reader = input->reader;
-        if (reader.IsStill()) {
+        if (!isClip(input) || (hasBound && input->beyond != Beyond::kNothing)) {
             continue;
         }
+        const Reader& reader = *input->reader;
         hasClip = true;
         const std::optional<long> pictures = reader.Pictures();
         if (!pictures) {
             isEndless = true;
         } else if (!options.length) {
-            run.whole = std::min(run.whole.value_or(kMostPictures), *pictures);
+            run.whole = !run.whole ? *pictures
+                        : hasBound ? std::min(*run.whole, *pictures)
+                                   : std::max(*run.whole, *pictures);
         }
     }
     if (!hasClip && !run.whole) {
@@ -212,6 +254,50 @@ void FindPart(const Command& command, const RunOptions& options, long picturesOf
     if (!run.last) {
         run.last = *run.whole - 1;
     }
+}
+
+/// What clips show beyond their end is asked of the effect.
+void FindBeyond(const Effect& effect, Pipeline& run) {
+    for (std::size_t i = 0; i < run.inputs.size(); ++i) {
+        InputStage& input = *run.inputs[i];
+        input.beyond = effect.BeyondEndOf(i);
+        if (input.beyond == Beyond::kNothing || input.reader->IsStill()) {
+            continue;
+        }
+        input.reader->StayAtEnd();
+        if (input.beyond == Beyond::kAgain) {
+            input.period = input.reader->Pictures();
+            if (!input.period) {
+                throw UsageError("--loop: " + input.path + " can be read once only");
+            }
+        }
+    }
+}
+
+OutputOptions OptionsOf(const SideOutput& side, const RunOptions& options) {
+    OutputOptions own;
+    own.option = side.option;
+    own.threads = options.out.threads;
+    own.first = options.out.first;
+    return own;
+}
+
+void RefuseOverwriting(const RunOptions& options, const Effect& effect, const std::vector<SideOutput>& sides,
+                       const Pipeline& run) {
+    std::vector<NamedOutput> outputs = {
+        {"-o", options.output, IsSequenceOutput(options.output, options.out)}};
+    for (const SideOutput& side : sides) {
+        outputs.push_back({side.option, side.path, IsSequenceOutput(side.path, OptionsOf(side, options))});
+    }
+    for (const auto& [option, path] : effect.Pictures()) {
+        outputs.push_back({option, path});
+    }
+    if (!options.sheet.empty()) {
+        outputs.push_back({"--sheet", options.sheet});
+    }
+    RefuseOverwritingInputs(options.inputs, outputs);
+    RefuseOverwritingBySequence(options.inputs, outputs, run.first,
+                                run.last.value_or(std::numeric_limits<long>::max()));
 }
 
 /// Puts the first field of one picture and the second one of another together.
@@ -250,16 +336,19 @@ const char* NameOf(Zan::ScanStyleEnum scan) {
     return scan == Zan::kUpperFieldFirst ? "tff" : scan == Zan::kLowerFieldFirst ? "bff" : "progressive";
 }
 
-void PrintJson(std::FILE* to, const Command& command, const PictureFormat& format, const Figures& figures) {
+/// `found`: options, without a character that JSON would have escaped.
+void PrintJson(std::FILE* to, const Command& command, const PictureFormat& format, const Figures& figures,
+               const std::string& found) {
     const double each = 1e3 / static_cast<double>(figures.pictures);
     std::fprintf(to,
                  "{\"command\":\"%s\",\"frames\":%ld,\"width\":%u,\"height\":%u,\"scan\":\"%s\","
                  "\"rate\":\"%d/%d\",\"alpha\":%s,\"seconds\":%.3f,\"library_ms\":%.4f,\"decode_ms\":%.4f,"
-                 "\"encode_ms\":%.4f}\n",
+                 "\"encode_ms\":%.4f%s%s%s}\n",
                  command.name.c_str(), figures.pictures, format.width, format.height, NameOf(format.scan),
                  format.rate.num, format.rate.den, HasAlpha(format.Samples()) ? "true" : "false",
                  figures.seconds, (figures.effect + figures.toRgb) * each, figures.decoding * each,
-                 figures.encoding * each);
+                 figures.encoding * each, found.empty() ? "" : ",\"options\":\"", found.c_str(),
+                 found.empty() ? "" : "\"");
 }
 
 void PrintSummary(std::FILE* to, const Command& command, const PictureFormat& format,
@@ -290,30 +379,44 @@ void RunCommand(const Command& command, const Arguments& arguments) {
     const std::unique_ptr<Effect> effect = command.makeEffect(arguments);
 
     const auto run = std::make_shared<Pipeline>();
-    RefuseOverwritingInputs(options.inputs, options.output, options.sheet);
+    std::vector<NamedOutput> named = {{"-o", options.output}};
+    if (!options.sheet.empty()) {
+        named.push_back({"--sheet", options.sheet});
+    }
+    RefuseOverwritingInputs(options.inputs, named);
     for (const std::string& path : options.inputs) {
         run->inputs.push_back(std::make_unique<InputStage>(path, options.input));
     }
     run->format = FormatOf(command, options, *run);
     const PictureFormat& format = run->format;
     const double aspect =
-        run->inputs.empty() ? format.Aspect() : run->inputs[command.frameInput]->reader.Aspect();
+        run->inputs.empty() ? format.Aspect() : run->inputs[command.frameInput]->reader->Aspect();
     std::vector<PictureFormat> taken;
     for (const auto& input : run->inputs) {
-        taken.push_back(effect->InputFormat(input->reader, format));
-        input->reader.SetTarget(taken.back(), aspect);
+        taken.push_back(effect->InputFormat(*input->reader, format));
+        const bool isOfTheRun = taken.back().width == format.width && taken.back().height == format.height &&
+                                av_cmp_q(taken.back().pixelAspect, format.pixelAspect) == 0;
+        input->SetTarget(taken.back(), isOfTheRun ? aspect : taken.back().Aspect());
     }
-    run->made = effect->OutputFormat(format);
+    FindBeyond(*effect, *run);
+    run->made = {effect->OutputFormat(format)};
+    const std::vector<SideOutput> sides = effect->SideOutputs(format);
     FindPart(command, options, effect->PicturesOfStills(), *run);
-    if (IsSequenceOutput(options.output, options.out)) {
-        RefuseOverwritingBySequence(options.inputs, options.output, options.sheet, run->first,
-                                    run->last.value_or(std::numeric_limits<long>::max()));
-    }
+    RefuseOverwriting(options, *effect, sides, *run);
 
     effect->Prepare(format);
-    run->writer = OpenWriter(options.output, options.out, run->made);
+    std::vector<Reader*> readers;
+    for (const auto& input : run->inputs) {
+        readers.push_back(input->reader.get());
+    }
+    effect->Look(readers);
+    run->writers.push_back(OpenWriter(options.output, options.out, run->made[0]));
+    for (const SideOutput& side : sides) {
+        run->made.push_back(side.format);
+        run->writers.push_back(OpenWriter(side.path, OptionsOf(side, options), side.format));
+    }
     if (!options.sheet.empty()) {
-        run->sheet.emplace(options.sheet, run->made, *run->last - run->first + 1);
+        run->sheet.emplace(options.sheet, run->made[0], *run->last - run->first + 1);
     }
 
     const std::size_t length = QueueLength(format);
@@ -330,14 +433,14 @@ void RunCommand(const Command& command, const Arguments& arguments) {
     const auto make = [&] {
         ProgressBar progress(command.name,
                              run->last ? std::optional(*run->last - run->first + 1) : std::nullopt);
-        PicturePool pool(run->made);
+        std::vector<PicturePool> pools(run->made.begin(), run->made.end());
         std::vector<PicturePool> woven(taken.begin(), taken.end());
         const bool byField = !effect->TakesWholePictures();
         Moment moment;
         moment.fields = byField ? run->FieldsPerPicture() : 1;
         moment.pictures = run->whole.value_or(0);
         std::vector<Fields> pictures(run->inputs.size());
-        std::vector<Zan::ImageView> views(run->inputs.size());
+        std::vector<Zan::ImageView> views(run->inputs.size()), outputs(pools.size());
         for (moment.picture = run->first; !run->last || moment.picture <= *run->last; ++moment.picture) {
             for (std::size_t i = 0; i < pictures.size(); ++i) {
                 auto fields = run->inputs[i]->queue->Pop();
@@ -351,7 +454,10 @@ void RunCommand(const Command& command, const Arguments& arguments) {
                     pictures[i][0] = std::move(both);
                 }
             }
-            const SharedPicture made = pool.Take();
+            Made made;
+            for (PicturePool& pool : pools) {
+                made.push_back(pool.Take());
+            }
             for (moment.field = 0; moment.field < moment.fields; ++moment.field) {
                 const Zan::WhichFieldEnum which = moment.fields == 1  ? Zan::kFrame
                                                   : moment.field == 0 ? Zan::kFirstField
@@ -359,11 +465,13 @@ void RunCommand(const Command& command, const Arguments& arguments) {
                 for (std::size_t i = 0; i < pictures.size(); ++i) {
                     views[i] = Whole(*pictures[i][static_cast<std::size_t>(moment.field)], which);
                 }
-                Zan::ImageView out = Whole(*made, which);
+                for (std::size_t i = 0; i < outputs.size(); ++i) {
+                    outputs[i] = Whole(*made[i], which);
+                }
                 const Stopwatch running(figures.effect);
-                effect->Make(views, out, moment);
+                effect->MakeAll(views, outputs, moment);
             }
-            if (!run->finished->Push(made)) {
+            if (!run->finished->Push(std::move(made))) {
                 return;
             }
             ++figures.pictures;
@@ -389,12 +497,19 @@ void RunCommand(const Command& command, const Arguments& arguments) {
     }
     figures.effect += effect->SecondsElsewhere();
     figures.encoding = run->encoding;
-    figures.toRgb = run->writer->LibrarySeconds() + (run->sheet ? run->sheet->LibrarySeconds() : 0);
+    figures.toRgb = run->sheet ? run->sheet->LibrarySeconds() : 0;
+    for (const auto& writer : run->writers) {
+        figures.toRgb += writer->LibrarySeconds();
+    }
     figures.seconds = WallClock::Now() - start;
     std::FILE* const to = options.output == kStandardStream ? stderr : stdout;
+    const std::string found = effect->Found();
     if (options.isJson) {
-        PrintJson(to, command, run->made, figures);
+        PrintJson(to, command, run->made[0], figures, found);
     } else if (!options.isQuiet) {
+        if (!found.empty()) {
+            std::fprintf(to, "%s\n", found.c_str());
+        }
         PrintSummary(to, command, format, figures);
     }
 }

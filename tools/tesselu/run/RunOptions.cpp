@@ -95,6 +95,11 @@ const std::vector<Option>& CommonRunOptions() {
 
 RunOptions::RunOptions(const Command& command, const Arguments& arguments)
     : inputs(arguments.Inputs()), output(arguments.Text("output")) {
+    if (command.moreInputs != nullptr) {
+        for (const std::string& more : command.moreInputs(arguments)) {
+            inputs.push_back(more);
+        }
+    }
     if (arguments.Has("sheet")) {
         sheet = arguments.Text("sheet");
     }
