@@ -53,9 +53,9 @@ struct CrossProducts {
 
 /// An exact product, or the exact sum, rounded to double and to float, is that rounded to float.
 struct ScaledFloats {
-    static constexpr std::size_t kStepsTogether = 4;
     void Unit(std::size_t i) const { v[i] = s * v[i]; }
 #if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kStepsTogether = 4;
     template <bool Around>
     void Step(std::size_t i) const {
         const DF d;
@@ -71,9 +71,9 @@ struct ScaledFloats {
 };
 
 struct SumsOfFloats {
-    static constexpr std::size_t kStepsTogether = 4;
     void Unit(std::size_t i) const { dst[i] = a[i] + b[i]; }
 #if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kStepsTogether = 4;
     template <bool Around>
     void Step(std::size_t i) const {
         const DF d;
