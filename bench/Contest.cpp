@@ -32,6 +32,7 @@ Contests::Contests() {
     constexpr Aim kWithAlphaPlane = {.ofCopy = 0.5, .ofCopyWithAVX2 = 0.4};
     // Two permutes of whole tables are VBMI; AVX2 has sixteen shuffles in their place.
     constexpr Aim kTables = {.ratio = 5, .withAVX2 = 1.5};
+    constexpr Aim kKeyTables = {.ratio = 4, .withAVX2 = 1};
     // operation, title, aim, bytes read, bytes written, bytes of the result, alpha
     all = {{
         {"CrossDissolve32", "CrossDissolve, 32-bit", kDissolve, 8, 4, 4, true, {}},
@@ -92,6 +93,12 @@ Contests::Contests() {
         {"CubePhoto", "CubeLUT 33, photograph", {.ratio = 2.0}, 4, 4, 4, true, {}},
         {"CubeRamp", "CubeLUT 33, ramp", {.ratio = 2.0}, 4, 4, 4, true, {}},
         {"CubeNoise", "CubeLUT 33, noise", {.ratio = 1.0}, 4, 4, 4, true, {}},
+        {"Key422", "ChromaKeyerYUV, 4:2:2", {.ratio = 1.2}, 4, 3, 2, false, {}},
+        {"Key4444", "ChromaKeyerYUV, 4:4:4:4", {.ratio = 2}, 8, 5, 4, true, {}},
+        {"KeyFixed422", "the same, fixed, 4:2:2", {.ratio = 1.5}, 4, 3, 2, false, {}},
+        {"KeyFixed4444", "the same, fixed, 4:4:4:4", {.ratio = 1.5}, 8, 5, 4, true, {}},
+        {"LinearKeyer", "LinearKeyer", kKeyTables, 1, 1, 1, false, {}},
+        {"LumaKeyer", "LumaKeyer, 4:2:2", kKeyTables, 2, 1, 1, false, {}},
     }};
 }
 

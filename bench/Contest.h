@@ -118,6 +118,13 @@ enum class Operation : std::size_t {
     kCubePhoto,
     kCubeRamp,
     kCubeNoise,
+    // Over a background, with the key as a picture of its own.
+    kKeyPairs,
+    kKeyPixels,
+    kKeyPairsFixed,
+    kKeyPixelsFixed,
+    kKeyOfAlpha,
+    kKeyOfLuma,
     kCount
 };
 

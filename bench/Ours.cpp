@@ -161,6 +161,7 @@ void EnterOurs(Contests& contests, const Pictures& pictures) {
     EnterBlends(contests, pictures);
     EnterConversions(contests, pictures);
     EnterTone(contests, pictures);
+    EnterKeys(contests, pictures);
 }
 
 }  // namespace bench

@@ -1,6 +1,7 @@
 #ifndef TESSELU_BENCH_OURS_H
 #define TESSELU_BENCH_OURS_H
 
+#include <array>
 #include <string>
 
 #include "Contest.h"
@@ -12,6 +13,8 @@ namespace bench {
 void EnterOurs(Contests& contests, const Pictures& pictures);
 /// Of them, tables, histograms and corrections.
 void EnterTone(Contests& contests, const Pictures& pictures);
+/// Of them, keyers.
+void EnterKeys(Contests& contests, const Pictures& pictures);
 
 // What all entrants of an operation have in common.
 
@@ -45,6 +48,12 @@ struct PairTables {
     std::uint8_t cb[256], y[256], cr[256], alpha[256];
 };
 PairTables TablesOf(Operation operation);
+
+/// The chroma keyer: angles in degrees, the rest in full scale. The backing is a green of a studio.
+inline constexpr double kKeyHue = 232, kKeyAcceptance = 100, kKeySaturation = 0.05, kKeyOffset = -0.05,
+                        kKeyGain = 3, kKeySpillGain = 0.9;
+/// The table of the keyers that have one.
+void TableOfKeys(std::array<std::uint8_t, 256>& table);
 
 /// A look of 33 colours a side, as the text of a .cube file.
 inline constexpr int kCubeSide = 33;

@@ -23,7 +23,8 @@ Pictures::Pictures(const Size& pictureSize, const std::string& photoFile)
       shaped(Allocate(4 * size.pixels())),
       photo(Allocate(4 * size.pixels())),
       ramp(Allocate(4 * size.pixels())),
-      photoPairs(Allocate(3 * size.pixels())) {
+      photoPairs(Allocate(3 * size.pixels())),
+      photoYcc(Allocate(4 * size.pixels())) {
     for (std::size_t i = 0; i < 4 * size.pixels(); ++i) {
         const std::uint8_t alpha = shaped[i | 3];
         shaped[i] = static_cast<std::uint8_t>(i % 4 == 3 ? alpha : shaped[i] * alpha / 255);
@@ -35,7 +36,7 @@ Pictures::Pictures(const Size& pictureSize, const std::string& photoFile)
         throw std::runtime_error(photoFile + ": not a picture of kind P6 with 8 bits");
     }
     DrawRamp();
-    MakePhotoPairs();
+    MakePhotoYcc();
 }
 
 bool Pictures::ReadPhoto(const std::string& path) {
@@ -107,13 +108,17 @@ void Pictures::DrawRamp() {
 }
 
 // ITU-R BT.601, near enough.
-void Pictures::MakePhotoPairs() {
+void Pictures::MakePhotoYcc() {
     for (std::size_t i = 0; i < size.pixels(); ++i) {
         const double blue = photo[4 * i], green = photo[4 * i + 1], red = photo[4 * i + 2];
-        photoPairs[2 * i + 1] = Byte(16.5 + 0.257 * red + 0.504 * green + 0.098 * blue);
-        photoPairs[2 * i] = Byte(i % 2 == 0 ? 128.5 - 0.148 * red - 0.291 * green + 0.439 * blue
-                                            : 128.5 + 0.439 * red - 0.368 * green - 0.071 * blue);
-        photoPairs[2 * size.pixels() + i] = Byte(green);
+        std::uint8_t* pixel = photoYcc + 4 * i;
+        pixel[0] = Byte(128.5 - 0.148 * red - 0.291 * green + 0.439 * blue);
+        pixel[1] = Byte(16.5 + 0.257 * red + 0.504 * green + 0.098 * blue);
+        pixel[2] = Byte(128.5 + 0.439 * red - 0.368 * green - 0.071 * blue);
+        pixel[3] = Byte(green);
+        photoPairs[2 * i] = pixel[i % 2 == 0 ? 0 : 2];
+        photoPairs[2 * i + 1] = pixel[1];
+        photoPairs[2 * size.pixels() + i] = pixel[3];
     }
 }
 

@@ -33,6 +33,7 @@ public:
     std::uint8_t* const photo;       ///< BGRA: the photograph, or a soft picture with a little noise
     std::uint8_t* const ramp;        ///< BGRA: colours rise along the lines, with a little noise
     std::uint8_t* const photoPairs;  ///< the photograph as UYVY, and alpha behind it
+    std::uint8_t* const photoYcc;    ///< the photograph as Cb, Y, Cr, A
 
     bool hasPhoto = false;
 
@@ -41,7 +42,7 @@ private:
     bool ReadPhoto(const std::string& path);
     void DrawPhoto();
     void DrawRamp();
-    void MakePhotoPairs();
+    void MakePhotoYcc();
 };
 
 }  // namespace bench

@@ -33,9 +33,9 @@ struct Layout {
     int planes;
     int chromaShift;  ///< of the width of planes 1 and 2
 };
-constexpr Layout kGbrap = {AV_PIX_FMT_GBRAP, 4, 0}, kGbrp = {AV_PIX_FMT_GBRP, 3, 0},
-                 k444 = {AV_PIX_FMT_YUV444P, 3, 0}, k422 = {AV_PIX_FMT_YUV422P, 3, 1},
-                 k422A = {AV_PIX_FMT_YUVA422P, 4, 1};
+constexpr Layout kBgra = {AV_PIX_FMT_BGRA, 1, 0}, kGbrap = {AV_PIX_FMT_GBRAP, 4, 0},
+                 kGbrp = {AV_PIX_FMT_GBRP, 3, 0}, k444 = {AV_PIX_FMT_YUV444P, 3, 0},
+                 k422 = {AV_PIX_FMT_YUV422P, 3, 1}, k422A = {AV_PIX_FMT_YUVA422P, 4, 1};
 
 /// A chain of FFmpeg's filters on one thread: "[a][b]..." or "[a]...", one picture in and one out.
 class Filters {
@@ -101,7 +101,9 @@ private:
         frame->sample_aspect_ratio = {1, 1};
         std::size_t offset = 0;
         for (int i = 0; i < layout.planes; ++i) {
-            const std::size_t pitch = size.width >> (i == 1 || i == 2 ? layout.chromaShift : 0);
+            const std::size_t pitch = layout.planes == 1
+                                          ? 4 * size.width
+                                          : size.width >> (i == 1 || i == 2 ? layout.chromaShift : 0);
             frame->data[i] = memory + offset;
             frame->linesize[i] = static_cast<int>(pitch);
             offset += pitch * size.height;
@@ -210,10 +212,30 @@ void EnterTones(Contests& contests, const Pictures& p) {
     }
 }
 
+// Of planes, the background being noise: the backing's colour as near as they take it.
+void EnterKeyers(Contests& contests, const Pictures& p) {
+    const auto enter = [&](Operation operation, const char* chain, const Layout& layout,
+                           const std::vector<std::uint8_t*>& pictures) {
+        auto work = std::make_shared<Filters>(p.size, layout, chain, pictures);
+        const std::string text = chain;
+        const std::string name = text.substr(text.find_first_not_of("[abk]"));
+        contests[operation].Enter(kAvfilter, name.c_str(), Promise::kNone,
+                                  [work, time = std::int64_t{0}]() mutable { return work->Run(++time); });
+    };
+    constexpr const char* kChain = "[a]chromakey=0x00B140:0.2:0.1,despill=green[k];[b][k]overlay=format=auto";
+    enter(Operation::kKeyPairs, kChain, k422, {p.photoPairs, p.b});
+    enter(Operation::kKeyPixels, kChain, k444, {p.photoYcc, p.b});
+    enter(Operation::kKeyPairsFixed, kChain, k422, {p.photoPairs, p.b});
+    enter(Operation::kKeyPixelsFixed, kChain, k444, {p.photoYcc, p.b});
+    // Alpha alone.
+    enter(Operation::kKeyPixels, "[a]colorkey=0x00B140:0.2:0.1", kBgra, {p.photo});
+}
+
 void Enter(Contests& contests, const Pictures& p) {
     av_log_set_level(AV_LOG_QUIET);
     EnterTransitions(contests, p);
     EnterTones(contests, p);
+    EnterKeyers(contests, p);
 }
 
 // Most of its filters have no vector code; what they have is chosen by the processor.

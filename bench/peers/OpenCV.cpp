@@ -176,6 +176,32 @@ void EnterTones(Contests& contests, const Pictures& p) {
 #endif
 }
 
+void EnterKeyers(Contests& contests, const Pictures& p) {
+    const Enterer enter{contests};
+    const int w = static_cast<int>(p.size.width), h = static_cast<int>(p.size.height);
+    // A hard key, of colours that it takes for green.
+    const cv::Mat photo(h, w, CV_8UC4, p.photo), keys(h, w, CV_8UC1, p.out);
+    for (const Operation operation : {Operation::kKeyPairs, Operation::kKeyPixels}) {
+        enter(operation, kOpenCV, "OpenCV cvtColor to HSV, inRange", Promise::kNone,
+              [=, hsv = cv::Mat(h, w, CV_8UC3, p.scratch)]() mutable {
+                  cv::cvtColor(photo, hsv, cv::COLOR_BGR2HSV);
+                  cv::inRange(hsv, cv::Scalar(45, 80, 40), cv::Scalar(85, 255, 255), keys);
+              });
+    }
+    cv::Mat lut(1, 256, CV_8UC1);
+    std::array<std::uint8_t, 256> table;
+    TableOfKeys(table);
+    std::copy(table.begin(), table.end(), lut.ptr<std::uint8_t>());
+    const cv::Mat alpha(h, w, CV_8UC1, p.photoPairs + 2 * p.size.pixels());
+    enter(Operation::kKeyOfAlpha, kOpenCV, "OpenCV LUT", Promise::kSameBytes,
+          [=] { cv::LUT(alpha, lut, keys); });
+    enter(Operation::kKeyOfLuma, kOpenCV, "OpenCV extractChannel, LUT", Promise::kSameBytes,
+          [=, pairs = cv::Mat(h, w, CV_8UC2, p.photoPairs), luma = cv::Mat(h, w, CV_8UC1, p.scratch)] {
+              cv::extractChannel(pairs, luma, 1);
+              cv::LUT(luma, lut, keys);
+          });
+}
+
 void Enter(Contests& contests, const Pictures& p) {
     cv::setNumThreads(1);
     const int w = static_cast<int>(p.size.width), h = static_cast<int>(p.size.height);
@@ -187,6 +213,7 @@ void Enter(Contests& contests, const Pictures& p) {
     constexpr Promise kSame = Promise::kSameBytes, kApproximate = Promise::kApproximate;
     EnterConversions(contests, p);
     EnterTones(contests, p);
+    EnterKeyers(contests, p);
 
     enter(Operation::kDissolvePixels, kOpenCV, "OpenCV addWeighted", kApproximate,
           [=] { cv::addWeighted(a, kFade, b, 1 - kFade, 0, out); });

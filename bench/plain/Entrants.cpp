@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstring>
 #include <memory>
+#include <numbers>
 
 #include "Ours.h"
 #include "plain/Plain.h"
@@ -13,6 +15,7 @@
     namespace bench::plain::BUILD {        \
     extern const Blends kBlends;           \
     extern const Conversions kConversions; \
+    extern const Keys kKeys;               \
     extern const Tone kTone;               \
     }
 TESSELU_PLAIN_DECLARE(native)
@@ -31,6 +34,7 @@ struct Build {
     const plain::Blends& blends;
     const plain::Conversions& conversions;
     const plain::Tone& tone;
+    const plain::Keys& keys;
     const char* compiler;
 };
 
@@ -39,17 +43,17 @@ Build BuildFor(Level level) {
     switch (level) {
 #ifdef TESSELU_PLAIN_FLAGS_baseline
         case Level::kBaseline:
-            return {baseline::kBlends, baseline::kConversions, baseline::kTone,
+            return {baseline::kBlends, baseline::kConversions, baseline::kTone, baseline::kKeys,
                     TESSELU_BENCH_COMPILER " " TESSELU_PLAIN_FLAGS_baseline};
         case Level::kSSSE3:
-            return {ssse3::kBlends, ssse3::kConversions, ssse3::kTone,
+            return {ssse3::kBlends, ssse3::kConversions, ssse3::kTone, ssse3::kKeys,
                     TESSELU_BENCH_COMPILER " " TESSELU_PLAIN_FLAGS_ssse3};
         case Level::kAVX2:
-            return {avx2::kBlends, avx2::kConversions, avx2::kTone,
+            return {avx2::kBlends, avx2::kConversions, avx2::kTone, avx2::kKeys,
                     TESSELU_BENCH_COMPILER " " TESSELU_PLAIN_FLAGS_avx2};
 #endif
         default:
-            return {native::kBlends, native::kConversions, native::kTone,
+            return {native::kBlends, native::kConversions, native::kTone, native::kKeys,
                     TESSELU_BENCH_COMPILER " " TESSELU_PLAIN_FLAGS_native};
     }
 }
@@ -178,6 +182,57 @@ void EnterPlainTone(Contests& contests, const Pictures& p, const plain::Tone& to
     }
 }
 
+/// The setup of the keys, as one derives it from the formulas.
+plain::FloatKey PlainKey() {
+    constexpr double kDegree = std::numbers::pi / 180;
+    const double hue = kKeyHue * kDegree;
+    return {std::cos(hue),
+            std::sin(hue),
+            std::tan((90 - kKeyAcceptance / 2) * kDegree),
+            kKeySaturation,
+            kKeyOffset,
+            kKeyGain,
+            std::cos(hue) * kKeySpillGain,
+            std::sin(hue) * kKeySpillGain};
+}
+plain::FixedKey PlainFixedKey() {
+    const plain::FloatKey key = PlainKey();
+    const auto round = [](double value) { return static_cast<int>(std::lround(value)); };
+    return {round(key.cosine * 128),    round(key.sine * 128),   round(std::min(key.slope, 1.0) * 128),
+            round(key.minimum * 32640), round(key.offset * 255), round(key.gain * 128),
+            round(key.spillB * 64),     round(key.spillR * 64)};
+}
+
+void EnterPlainKeys(Contests& contests, const Pictures& p, const plain::Keys& keys, const plain::Tone& tone) {
+    const std::size_t pixels = p.size.pixels();
+    const auto words = [](const std::uint8_t* memory) {
+        return reinterpret_cast<const std::uint32_t*>(memory);
+    };
+    const std::uint32_t *pairs = words(p.photoPairs), *ycc = words(p.photoYcc), *back = words(p.b);
+    auto* out = reinterpret_cast<std::uint32_t*>(p.out);
+    auto* keysOfPairs = reinterpret_cast<std::uint16_t*>(p.scratch);
+    std::uint8_t *keysOut = p.scratch, *out8 = p.out;
+    const auto enter = [&](Operation operation, const char* name, Promise promise, auto work) {
+        contests[operation].EnterWork(kPlain, name, promise, work);
+    };
+    const plain::FloatKey key = PlainKey();
+    const plain::FixedKey fixed = PlainFixedKey();
+    enter(Operation::kKeyPairs, "plain, single precision, -ffast-math", Promise::kApproximate,
+          [=, &keys] { keys.Pairs(pairs, back, out, keysOfPairs, pixels, key); });
+    enter(Operation::kKeyPixels, "plain, double precision, -ffast-math", Promise::kApproximate,
+          [=, &keys] { keys.Pixels(ycc, back, out, keysOut, pixels, key); });
+    enter(Operation::kKeyPairsFixed, "plain", Promise::kSameBytes,
+          [=, &keys] { keys.PairsFixed(pairs, back, out, keysOfPairs, pixels, fixed); });
+    enter(Operation::kKeyPixelsFixed, "plain", Promise::kSameBytes,
+          [=, &keys] { keys.PixelsFixed(ycc, back, out, keysOut, pixels, fixed); });
+    std::array<std::uint8_t, 256> table;
+    TableOfKeys(table);
+    enter(Operation::kKeyOfAlpha, "plain", Promise::kSameBytes,
+          [=, &tone, alpha = p.photoPairs + 2 * pixels] { tone.Table(alpha, out8, pixels, table.data()); });
+    enter(Operation::kKeyOfLuma, "plain", Promise::kSameBytes,
+          [=, &keys, luma = p.photoPairs] { keys.TableOfLuma(luma, out8, pixels, table.data()); });
+}
+
 }  // namespace
 
 void EnterPlain(Contests& contests, const Pictures& p, Level level) {
@@ -239,6 +294,7 @@ void EnterPlain(Contests& contests, const Pictures& p, Level level) {
 
     EnterPlainConversions(contests, p, BuildFor(level).conversions);
     EnterPlainTone(contests, p, BuildFor(level).tone);
+    EnterPlainKeys(contests, p, BuildFor(level).keys, BuildFor(level).tone);
 }
 
 void EnterCopies(Contests& contests, const Pictures& p) {

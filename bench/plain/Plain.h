@@ -98,6 +98,31 @@ struct Tone {
     void (*Histogram)(const std::uint8_t* bgra, std::size_t pixels, std::uint32_t* counts);
 };
 
+/// What a chroma key depends on, in full scale; the key is inverted at its end.
+struct FloatKey {
+    double cosine, sine, slope, minimum, offset, gain, spillB, spillR;
+};
+/// The same in fixed point.
+struct FixedKey {
+    int cosine, sine, slope, minimum, offset, gain, spillB, spillR;
+};
+
+/// A foreground of Cb, Y, Cr, Y or Cb, Y, Cr, A over a background by the key of its chroma, and that key.
+struct Keys {
+    /// In single precision.
+    void (*Pairs)(const std::uint32_t* front, const std::uint32_t* back, std::uint32_t* out,
+                  std::uint16_t* keys, std::size_t pixels, FloatKey key);
+    /// In double precision.
+    void (*Pixels)(const std::uint32_t* front, const std::uint32_t* back, std::uint32_t* out,
+                   std::uint8_t* keys, std::size_t pixels, FloatKey key);
+    void (*PairsFixed)(const std::uint32_t* front, const std::uint32_t* back, std::uint32_t* out,
+                       std::uint16_t* keys, std::size_t pixels, FixedKey key);
+    void (*PixelsFixed)(const std::uint32_t* front, const std::uint32_t* back, std::uint32_t* out,
+                        std::uint8_t* keys, std::size_t pixels, FixedKey key);
+    void (*TableOfLuma)(const std::uint8_t* uyvy, std::uint8_t* out, std::size_t pixels,
+                        const std::uint8_t* table);
+};
+
 }  // namespace bench::plain
 
 #endif  // TESSELU_BENCH_PLAIN_PLAIN_H
