@@ -241,7 +241,7 @@ int CheckAll(const Options& options) {
     for (std::vector<Operation>& more :
          std::array{AdjustmentOperations(), ConvertOperations(), CorrectionOperations(), CubeOperations(),
                     GradientOperations(), HistogramOperations(), KeyOperations(), KeyTableOperations(),
-                    LookUpOperations(), OverlayOperations(), VectorOperations()}) {
+                    LookUpOperations(), NoiseOperations(), OverlayOperations(), VectorOperations()}) {
         std::move(more.begin(), more.end(), std::back_inserter(operations));
     }
 

@@ -59,6 +59,7 @@ std::vector<Operation> HistogramOperations();
 std::vector<Operation> KeyOperations();
 std::vector<Operation> KeyTableOperations();
 std::vector<Operation> LookUpOperations();
+std::vector<Operation> NoiseOperations();
 std::vector<Operation> OverlayOperations();
 std::vector<Operation> VectorOperations();
 
