@@ -153,6 +153,10 @@ struct InRows : Made {
     using Place = typename Made::Place;
 
     bool Row(const Place& place, std::size_t columns) const {
+        // A row that the memory does not hold in full may end inside of a unit.
+        if (columns % Made::kUnit != 0) {
+            return false;
+        }
         const Made local = *this;
         const Place at = place;
         for (std::size_t x = 0; x < columns; x += Made::kUnit) {
