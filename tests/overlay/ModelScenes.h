@@ -415,10 +415,10 @@ inline Zan::Rectangle AnyRegion(const Format& format) {
     if (OneIn(20)) {
         return Zan::Rectangle(RandomFrom<Zan::Long32>(0, width), 0, AnyOf({0, width}), AnyOf({0, height}));
     }
-    const auto left = RandomFrom<Zan::Long32>(OneIn(2) ? 0 : -6, std::max(width / 3, 1));
-    const auto top = RandomFrom<Zan::Long32>(OneIn(2) ? 0 : -3, std::max(height / 3, 1));
-    const auto right = RandomFrom<Zan::Long32>(width / 2, width + (OneIn(2) ? 0 : 5));
-    const auto bottom = RandomFrom<Zan::Long32>(height / 2, height + (OneIn(2) ? 0 : 5));
+    const int left = RandomFrom<int>(OneIn(2) ? 0 : -6, std::max(width / 3, 1));
+    const int top = RandomFrom<int>(OneIn(2) ? 0 : -3, std::max(height / 3, 1));
+    const int right = RandomFrom<int>(width / 2, width + (OneIn(2) ? 0 : 5));
+    const int bottom = RandomFrom<int>(height / 2, height + (OneIn(2) ? 0 : 5));
     return Zan::Rectangle(left, top, std::max(right - left, 0), std::max(bottom - top, 0));
 }
 
