@@ -5,7 +5,8 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "key/kernels/ChromaKey.cpp"
 #include "simd/Foreach.h"
-// After it: this is compiled once per target.
+// After it: these are compiled once per target.
+#include "simd/Extra-inl.h"
 #include "simd/Walk-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -19,119 +20,683 @@ using simd::PlaneUse;
 constexpr std::size_t kForeground = 0, kBackground = 1, kAlpha = 2;
 constexpr std::size_t kResult = 0, kKey = 1;
 
-// ---- One word ---------------------------------------------------------------------------------------------
+#if HWY_TARGET != HWY_SCALAR
 
-/// The planes: words of one pixel, or of two that share their chroma.
-template <std::size_t PixelsOfWord>
-struct KeyPlanes {
-    using Place = simd::Place<3, 2>;
-    static constexpr std::size_t kUnit = PixelsOfWord;
-    static constexpr bool kIsPairs = PixelsOfWord == 2;
-    static constexpr PlaneUse Words(std::size_t index, bool mayBeMissing) {
-        return {.index = index,
-                .bytesPer16 = 64 / PixelsOfWord,
-                .columns = PixelsOfWord,
-                .mayBeMissing = mayBeMissing};
-    }
-    static constexpr PlaneUse kSources[] = {Words(kForeground, false),
-                                            Words(kBackground, true),
-                                            {.index = kAlpha, .columns = PixelsOfWord, .mayBeMissing = true}};
+// ---- Vectors of words -------------------------------------------------------------------------------------
+//
+// Words are taken apart into 16-bit lanes: Cb and Cr ("chroma"), and what lies between them ("luma": Y and
+// alpha, or Y0 and Y1). The key of a word stands in both of its lanes.
+
+using DF32 = hn::ScalableTag<float>;
+using VF32 = hn::Vec<DF32>;
+
+HWY_INLINE HWY_ATTR VI16 ChromaOf(VU8 words) {
+    return hn::And(hn::BitCast(DI16(), words), hn::Set(DI16(), 0xFF));
+}
+HWY_INLINE HWY_ATTR VI16 LumaOf(VU8 words) {
+    return hn::BitCast(DI16(), hn::ShiftRight<8>(hn::BitCast(DU16(), words)));
+}
+HWY_INLINE HWY_ATTR VU8 WordsOf(VI16 chroma, VI16 luma) {
+    return hn::BitCast(DU8(), hn::Or(chroma, hn::ShiftLeft<8>(luma)));
+}
+
+/// Lanes of the two samples of a word in turn.
+HWY_INLINE HWY_ATTR VI16 InTurn(int first, int second) {
+    return hn::BitCast(DI16(), hn::Set(DU32(), static_cast<std::uint32_t>(second) << 16 |
+                                                   (static_cast<std::uint32_t>(first) & 0xFFFFU)));
+}
+
+/// Toward zero, of what fits.
+HWY_INLINE HWY_ATTR VI32 Truncated(VF32 v) {
+#if HWY_TARGET == HWY_AVX3
+    return VI32{_mm512_cvttps_epi32(v.raw)};
+#elif HWY_TARGET == HWY_AVX2
+    return VI32{_mm256_cvttps_epi32(v.raw)};
+#elif HWY_TARGET == HWY_SSSE3
+    return VI32{_mm_cvttps_epi32(v.raw)};
+#else
+    return hn::ConvertTo(DI32(), v);
+#endif
+}
+
+/// Lanes of two vectors that PackToShorts has brought together, each twice.
+struct Doubled {
+    HWY_INLINE HWY_ATTR explicit Doubled(VI16 packed)
+        : of{hn::InterleaveLower(DI16(), packed, packed), hn::InterleaveUpper(DI16(), packed, packed)} {}
+    VI16 of[2];
 };
 
-template <class Arithmetic, std::size_t PixelsOfWord>
-struct KeyedWords : KeyPlanes<PixelsOfWord> {
-    using Base = KeyPlanes<PixelsOfWord>;
-    using typename Base::Place;
-    static constexpr bool kTakesAlpha = Base::kIsPairs && !std::is_same_v<Arithmetic, FixedKey>;
+/// MixBy255 with weights and 255 less the weights.
+HWY_INLINE HWY_ATTR VI16 MixLanesBy255(VI16 foreground, VI16 background, VI16 weight, VI16 rest) {
+    const DU16 d;
+    const VI16 t = hn::Add(hn::Mul(foreground, weight), hn::Mul(background, rest));
+    // (u + (u >> 8)) >> 8 is (u * 257) >> 16.
+    return hn::BitCast(DI16(), hn::MulHigh(hn::Add(hn::BitCast(d, t), hn::Set(d, 128)), hn::Set(d, 257)));
+}
 
-    explicit KeyedWords(const ChromaKeySettings& s) : settings(s), arithmetic(s) {}
+/// One byte a word or two, of four vectors of keys.
+template <std::size_t PixelsOfWord, class Put>
+HWY_INLINE HWY_ATTR void PutKeys(const VI16 (&full)[4], std::uint8_t* to, Put put) {
+    const VU8 first = PackToBytes(full[0], full[1]), second = PackToBytes(full[2], full[3]);
+    const DU8 d;
+    if constexpr (PixelsOfWord == 2) {
+        put(d, hn::BitCast(d, HalvesApart(hn::BitCast(DU64(), first))), to);
+        put(d, hn::BitCast(d, HalvesApart(hn::BitCast(DU64(), second))), to + kVectorBytes);
+    } else {
+        const VU8 bytes = PackToBytes(ChromaOf(first), ChromaOf(second));
+        put(d, hn::BitCast(d, GatherFromBlocks(DU32(), hn::BitCast(DU32(), bytes))), to);
+    }
+}
 
-    /// Makes a word and the keys of its pixels.
-    void Word(const std::uint8_t* in, const std::uint8_t* background, const std::uint8_t* alpha,
-              std::uint8_t* out, std::uint8_t* keys) const {
+// ---- Single precision -------------------------------------------------------------------------------------
+
+/// SingleKey.
+class SingleKeyLanes {
+public:
+    /// Less m.
+    struct M {
+        VI16 minus;
+    };
+
+    HWY_ATTR explicit SingleKeyLanes(const ChromaKeySettings& s) : SingleKeyLanes(s, SingleKeyConstants(s)) {}
+
+    /// Takes the backing out of chroma and gives the keys.
+    HWY_INLINE HWY_ATTR void operator()(VI16 (&chroma)[2], M (&m)[2]) const {
+        const DF32 d;
+        VI32 keys[2];
+        VI16 cleaned[2];
+        for (std::size_t i = 0; i < 2; ++i) {
+            const Chroma at(hn::Sub(chroma[i], hn::Set(DI16(), 128)));
+            const VF32 x = Along(at);
+            VF32 k = Inside(at, x);
+            if (hasLeast) {
+                k = Saturated(at, x, k);
+            }
+            keys[i] = Truncated(hn::Add(hn::Add(hn::Mul(k, minusGain), minusOffset), hn::Set(d, -0.5F)));
+            const VF32 half = hn::Set(d, 128.5F);
+            const VF32 cb = hn::Add(hn::Sub(at.b, hn::Mul(spillCb, k)), half);
+            const VF32 cr = hn::Add(hn::Sub(at.r, hn::Mul(spillCr, k)), half);
+            cleaned[i] = PackToShorts(Truncated(cb), Truncated(cr));
+        }
+        const Doubled doubled(hn::Min(PackToShorts(keys[0], keys[1]), hn::Zero(DI16())));
+        Interleave(PackToBytes(cleaned[0], cleaned[1]), chroma);
+        for (std::size_t i = 0; i < 2; ++i) {
+            m[i].minus = doubled.of[i];
+        }
+    }
+
+    static HWY_INLINE HWY_ATTR VI16 Mix(VI16 foreground, VI16 background, M m) {
+        return hn::Add(background, hn::MulFixedPoint15(hn::Sub(background, foreground), m.minus));
+    }
+    static HWY_INLINE HWY_ATTR VI16 Full(M m) { return hn::MulFixedPoint15(hn::Set(DI16(), -255), m.minus); }
+    static HWY_INLINE HWY_ATTR VI16 Nearest(VI16 alpha, M m) {
+        return hn::MulFixedPoint15(hn::Neg(alpha), m.minus);
+    }
+    static HWY_INLINE HWY_ATTR VI16 TruncatedKey(VI16 alpha, M m) {
+        return hn::MulHigh(hn::Neg(hn::Add(alpha, alpha)), m.minus);
+    }
+
+protected:
+    struct Chroma {
+        HWY_INLINE HWY_ATTR explicit Chroma(VI16 centred) : pairs(centred) {
+            const VI32 words = hn::BitCast(DI32(), centred);
+            b = hn::ConvertTo(DF32(), hn::ShiftRight<16>(hn::ShiftLeft<16>(words)));
+            r = hn::ConvertTo(DF32(), hn::ShiftRight<16>(words));
+        }
+        VI16 pairs;
+        VF32 b, r;
+    };
+
+    HWY_INLINE HWY_ATTR VF32 Along(const Chroma& at) const {
+        return hn::Add(hn::Mul(cosine, at.b), hn::Mul(sine, at.r));
+    }
+
+    /// k, of any saturation.
+    HWY_INLINE HWY_ATTR VF32 Inside(const Chroma& at, VF32 x) const {
+        const DF32 d;
+        const VF32 high = hn::ConvertTo(d, MulAddPairs(at.pairs, acrossHigh));
+        const VF32 low = hn::ConvertTo(d, MulAddPairs(at.pairs, acrossLow));
+        const VF32 z = hn::Add(high, hn::Mul(low, hn::Set(d, 1.0F / SingleKeyConstants::kLowUnit)));
+        const VF32 inside = hn::Sub(x, hn::Mul(hn::Abs(z), slope));
+        return hn::Min(hn::Max(inside, hn::Zero(d)), hn::Set(d, 1.0F));
+    }
+
+    /// Whether single precision cannot tell if x is below the least saturation.
+    HWY_INLINE HWY_ATTR bool IsNearLeast(VF32 x) const {
+        return !hn::AllFalse(DF32(), hn::Le(hn::Abs(hn::Sub(x, least)), hn::Set(DF32(), kErrorOfK)));
+    }
+
+    HWY_INLINE HWY_ATTR VF32 Saturated(const Chroma& at, VF32 x, VF32 k) const {
+        if (IsNearLeast(x)) [[unlikely]] {
+            return SaturatedInDoubles(at.pairs, k);
+        }
+        return hn::IfThenElseZero(hn::Ge(x, least), k);
+    }
+
+    HWY_NOINLINE HWY_ATTR VF32 SaturatedInDoubles(VI16 pairs, VF32 k) const {
+        alignas(64) std::int16_t chroma[HWY_LANES(std::int16_t)];
+        alignas(64) float kept[HWY_LANES(float)];
+        hn::Store(pairs, DI16(), chroma);
+        hn::Store(k, DF32(), kept);
+        for (std::size_t i = 0; i < HWY_LANES(float); ++i) {
+            const double x = AlongHue(settings, static_cast<unsigned>(chroma[2 * i] + 128),
+                                      static_cast<unsigned>(chroma[2 * i + 1] + 128));
+            kept[i] = x < settings.leastSaturation ? 0 : kept[i];
+        }
+        return hn::Load(DF32(), kept);
+    }
+
+    /// Cb and Cr of two vectors, four of each in turn in every block, back into lanes.
+    static HWY_INLINE HWY_ATTR void Interleave(VU8 bytes, VI16 (&chroma)[2]) {
+        constexpr std::uint8_t z = 0x80;
+        alignas(16) static constexpr std::uint8_t kFrom[2][16] = {
+            {0, z, 4, z, 1, z, 5, z, 2, z, 6, z, 3, z, 7, z},
+            {8, z, 12, z, 9, z, 13, z, 10, z, 14, z, 11, z, 15, z}};
+        for (std::size_t i = 0; i < 2; ++i) {
+            chroma[i] = hn::BitCast(DI16(), hn::TableLookupBytesOr0(bytes, InEveryBlock(kFrom[i])));
+        }
+    }
+
+    /// What single precision makes of k, and of chroma along the hue, is less than this off: 4.3 units of
+    /// 2^-24 along the hue, 7.5 across it, 1 for the difference.
+    static constexpr float kErrorOfK = 0x1p-20F;
+
+    const ChromaKeySettings& settings;
+    VF32 cosine, sine, slope, least, spillCb, spillCr, minusGain, minusOffset;
+    VI16 acrossHigh, acrossLow;
+    bool hasLeast;
+
+private:
+    HWY_ATTR SingleKeyLanes(const ChromaKeySettings& s, const SingleKeyConstants& c) : settings(s) {
+        const DF32 d;
+        cosine = hn::Set(d, c.cosine);
+        sine = hn::Set(d, c.sine);
+        slope = hn::Set(d, c.slope);
+        least = hn::Set(d, static_cast<float>(s.leastSaturation));
+        spillCb = hn::Set(d, c.spillCb);
+        spillCr = hn::Set(d, c.spillCr);
+        minusGain = hn::Set(d, -c.gain);
+        minusOffset = hn::Set(d, -c.offset);
+        acrossHigh = InTurn(-c.sineHigh, c.cosineHigh);
+        acrossLow = InTurn(-c.sineLow, c.cosineLow);
+        // Below 0 k is 0 anyway.
+        hasLeast = s.leastSaturation > 0;
+    }
+};
+
+// ---- Fixed point ------------------------------------------------------------------------------------------
+
+/// FixedKey.
+class FixedKeyLanes {
+public:
+    struct M {
+        VI16 weight, rest;
+    };
+
+    HWY_ATTR explicit FixedKeyLanes(const ChromaKeySettings& settings) {
+        const auto& s = settings.fixed;
+        const auto word = [](int value)
+                              HWY_ATTR { return hn::Set(DI16(), static_cast<std::int16_t>(value)); };
+        along = InTurn(s.cosine, s.sine);
+        across = InTurn(-s.sine, s.cosine);
+        slope = hn::Set(DU16(), static_cast<std::uint16_t>(s.slope << 8));
+        tooLittle = word(s.leastSaturation - 1);
+        before = word(settings.invertBefore ? 255 : 0);
+        after = word(settings.invertAfter ? 255 : 0);
+        offset = word(s.offset);
+        gain = hn::Set(DU16(), static_cast<std::uint16_t>(s.gain));
+        spill = InTurn(s.spillCb, s.spillCr);
+    }
+
+    HWY_INLINE HWY_ATTR void operator()(VI16 (&chroma)[2], M (&m)[2]) const {
+        const DI16 d;
+        const DU16 du;
+        const VI16 none = hn::Zero(d), most = hn::Set(d, 255), half = hn::Set(d, 128);
+        const VI16 centred[2] = {hn::Sub(chroma[0], half), hn::Sub(chroma[1], half)};
+        // 128 * (91 + 91) at most: sums of products fit 16 bits.
+        const VI16 x = PackToShorts(MulAddPairs(centred[0], along), MulAddPairs(centred[1], along));
+        const VI16 z =
+            hn::Abs(PackToShorts(MulAddPairs(centred[0], across), MulAddPairs(centred[1], across)));
+        const VI16 w = hn::BitCast(d, hn::MulHigh(hn::BitCast(du, hn::Add(z, z)), slope));
+        const VI16 inside = hn::Max(hn::SaturatedSub(x, w), none);
+        const VI16 limited = hn::Min(hn::ShiftRight<6>(hn::Add(inside, hn::Set(d, 32))), most);
+        const VI16 k = hn::IfThenElseZero(hn::Gt(x, tooLittle), limited);
+        const VI16 p = hn::Max(hn::Add(hn::Xor(k, before), offset), none);
+        const VI16 gained = hn::Min(ShiftedProduct(hn::BitCast(du, hn::ShiftLeft<7>(p))), most);
+        const Doubled weights(hn::Xor(gained, after)), keys(hn::ShiftLeft<7>(k));
+        for (std::size_t i = 0; i < 2; ++i) {
+            // (k * spill) >> 7
+            const VI16 low = hn::BitCast(d, hn::ShiftRight<14>(hn::BitCast(du, hn::Mul(keys.of[i], spill))));
+            const VI16 taken = hn::Or(hn::ShiftLeft<2>(hn::MulHigh(keys.of[i], spill)), low);
+            chroma[i] = hn::Min(hn::Max(hn::SaturatedSub(chroma[i], taken), none), most);
+            m[i] = {weights.of[i], hn::Xor(weights.of[i], most)};
+        }
+    }
+
+    static HWY_INLINE HWY_ATTR VI16 Mix(VI16 foreground, VI16 background, M m) {
+        return MixLanesBy255(foreground, background, m.weight, m.rest);
+    }
+    static HWY_INLINE HWY_ATTR VI16 Full(M m) { return m.weight; }
+
+private:
+    /// (p * gain) >> 7, of p times 128, where it is up to 255; else 256 or more.
+    HWY_INLINE HWY_ATTR VI16 ShiftedProduct(VU16 p) const {
+        const DU16 d;
+        const VU16 high = hn::Min(hn::MulHigh(p, gain), hn::Set(d, 64));
+        return hn::BitCast(DI16(), hn::Or(hn::ShiftLeft<2>(high), hn::ShiftRight<14>(hn::Mul(p, gain))));
+    }
+
+    VI16 along, across, tooLittle, before, after, offset, spill;
+    VU16 slope, gain;
+};
+
+// ---- Double precision -------------------------------------------------------------------------------------
+
+/// DoubleKey by single precision with a bound on its error: what comes out alike at both ends of it is what
+/// doubles give. For the words where it does not there is `ExactWords`.
+class DoubleKeyLanes : public SingleKeyLanes {
+public:
+    /// Less m, between two whole numbers.
+    struct M {
+        VI16 least, most;
+    };
+
+    HWY_ATTR explicit DoubleKeyLanes(const ChromaKeySettings& s) : SingleKeyLanes(s) {
+        const DF32 d;
+        const SingleKeyConstants c(s);
+        constexpr double kUnit = 0x1p-24, kRounding = 4 * kUnit;  // of a constant, a product, a sum
+        const double ofK = static_cast<double>(kErrorOfK) + kRounding;
+        // What doubles lose by rounding is less than what is added by far.
+        const double ofM = std::abs(c.gain) * ofK +
+                           (std::abs(c.offset) + SingleKeyConstants::kUnitOfM) * kRounding + 0x1p-10;
+        minusLeast = hn::Set(d, static_cast<float>(-c.offset - ofM - 1));
+        minusMost = hn::Set(d, static_cast<float>(-c.offset + ofM));
+        const auto ofChroma = [&](float spill) { return std::abs(spill) * ofK + 1024 * kUnit; };
+        const double cb = ofChroma(c.spillCb), cr = ofChroma(c.spillCr);
+        leastCb = hn::Set(d, static_cast<float>(128.5 - cb));
+        mostCb = hn::Set(d, static_cast<float>(128.5 + cb));
+        leastCr = hn::Set(d, static_cast<float>(128.5 - cr));
+        mostCr = hn::Set(d, static_cast<float>(128.5 + cr));
+    }
+
+    /// Sets bits of `doubt` where doubles must decide.
+    HWY_INLINE HWY_ATTR void operator()(VI16 (&chroma)[2], M (&m)[2], VI16 (&doubt)[2]) const {
+        VI32 leastKeys[2], mostKeys[2];
+        VI16 leastChroma[2], mostChroma[2];
+        for (std::size_t i = 0; i < 2; ++i) {
+            const Chroma at(hn::Sub(chroma[i], hn::Set(DI16(), 128)));
+            const VF32 x = Along(at);
+            VF32 k = Inside(at, x);
+            doubt[i] = hn::Zero(DI16());
+            if (hasLeast) {
+                if (IsNearLeast(x)) [[unlikely]] {
+                    doubt[i] = hn::Set(DI16(), -1);
+                }
+                k = hn::IfThenElseZero(hn::Ge(x, least), k);
+            }
+            const VF32 gained = hn::Mul(k, minusGain);
+            leastKeys[i] = Truncated(hn::Add(gained, minusLeast));
+            mostKeys[i] = Truncated(hn::Add(gained, minusMost));
+            const VF32 cb = hn::Sub(at.b, hn::Mul(spillCb, k)), cr = hn::Sub(at.r, hn::Mul(spillCr, k));
+            leastChroma[i] = PackToShorts(Truncated(hn::Add(cb, leastCb)), Truncated(hn::Add(cr, leastCr)));
+            mostChroma[i] = PackToShorts(Truncated(hn::Add(cb, mostCb)), Truncated(hn::Add(cr, mostCr)));
+        }
+        const VI16 none = hn::Zero(DI16());
+        const Doubled lower(hn::Min(PackToShorts(leastKeys[0], leastKeys[1]), none));
+        const Doubled upper(hn::Min(PackToShorts(mostKeys[0], mostKeys[1]), none));
+        const VU8 cleaned = PackToBytes(leastChroma[0], leastChroma[1]);
+        const VI16 differs = hn::BitCast(DI16(), hn::Xor(cleaned, PackToBytes(mostChroma[0], mostChroma[1])));
+        Interleave(cleaned, chroma);
+        for (std::size_t i = 0; i < 2; ++i) {
+            m[i] = {lower.of[i], upper.of[i]};
+            doubt[i] = hn::Or(doubt[i], differs);
+        }
+    }
+
+    static HWY_INLINE HWY_ATTR VI16 Mix(VI16 foreground, VI16 background, M m, VI16& doubt) {
+        const VI16 difference = hn::Sub(background, foreground);
+        const VI16 least = hn::MulFixedPoint15(difference, m.least);
+        doubt = hn::Or(doubt, hn::Xor(least, hn::MulFixedPoint15(difference, m.most)));
+        return hn::Add(background, least);
+    }
+
+private:
+    VF32 minusLeast, minusMost, leastCb, mostCb, leastCr, mostCr;
+};
+
+/// A vector of words, and the keys in both 16-bit lanes of each.
+struct MadeWords {
+    alignas(64) std::int32_t words[kVectorBytes / 4];
+    alignas(64) std::int32_t keys[kVectorBytes / 4];
+};
+
+/// DoubleKey on a vector of words. `alpha` and `background` may be null.
+template <std::size_t PixelsOfWord>
+HWY_NOINLINE HWY_ATTR void ExactWords(const ChromaKeySettings& s, const std::uint8_t* words,
+                                      const std::uint8_t* background, const std::uint8_t* alpha,
+                                      MadeWords& made) {
+    using D = hn::ScalableTag<double>;
+    using D32 = hn::Rebind<std::int32_t, D>;
+    using V = hn::Vec<D>;
+    using V32 = hn::Vec<D32>;
+    constexpr std::size_t kLanes = HWY_LANES(double);
+    const D d;
+    const D32 d32;
+    const auto set = [&](double value) HWY_ATTR { return hn::Set(d, value); };
+    const auto sample = [&](const std::uint8_t* from, std::size_t i) HWY_ATTR {
+        alignas(64) std::int32_t lanes[kLanes];
+        for (std::size_t j = 0; j < kLanes; ++j) {
+            lanes[j] = from[4 * j + i];
+        }
+        return hn::Load(d32, lanes);
+    };
+    const auto toOne = [&](V v) HWY_ATTR { return hn::Min(hn::Max(v, hn::Zero(d)), set(1)); };
+    const auto inverted = [&](V v) HWY_ATTR { return hn::Sub(set(1), v); };
+    const auto mixBy255 = [&](V32 f, V32 b, V32 weight) HWY_ATTR {
+        const V32 rest = hn::Sub(hn::Set(d32, 255), weight);
+        const V32 t = hn::Add(hn::Add(hn::Mul(f, weight), hn::Mul(b, rest)), hn::Set(d32, 128));
+        return hn::ShiftRight<8>(hn::Add(t, hn::ShiftRight<8>(t)));
+    };
+    for (std::size_t at = 0; at < kVectorBytes / 4; at += kLanes) {
+        const auto chroma = [&](std::size_t i) HWY_ATTR {
+            return hn::Mul(hn::Sub(hn::PromoteTo(d, sample(words + 4 * at, i)), set(128)), set(1.0 / 128));
+        };
+        const V b = chroma(0), r = chroma(2);
+        const V x = hn::Add(hn::Mul(set(s.cosine), b), hn::Mul(set(s.sine), r));
+        const V z = hn::Add(hn::Mul(set(-s.sine), b), hn::Mul(set(s.cosine), r));
+        const V inside = toOne(hn::Sub(x, hn::Mul(hn::Abs(z), set(s.slope))));
+        const V k = hn::IfThenElseZero(hn::Ge(x, set(s.leastSaturation)), inside);
+        const V p = s.invertBefore ? inverted(k) : k;
+        const V gained = toOne(hn::Mul(hn::Add(p, set(s.offset)), set(s.gain)));
+        const V m = s.invertAfter ? inverted(gained) : gained;
+
+        V32 keys[2];
+        for (std::size_t i = 0; i < 2; ++i) {
+            V scale = set(255);
+            if (alpha != nullptr) {
+                alignas(64) std::int32_t lanes[kLanes];
+                for (std::size_t j = 0; j < kLanes; ++j) {
+                    lanes[j] = alpha[2 * (at + j) + i];
+                }
+                scale = hn::PromoteTo(d, hn::Load(d32, lanes));
+            }
+            const V rounding = set(alpha != nullptr && s.showsKey ? 0 : 0.5);
+            keys[i] = hn::DemoteTo(d32, hn::Add(hn::Mul(m, scale), rounding));
+        }
+
+        V32 out[4];
+        const auto cleaned = [&](V c, double spill) HWY_ATTR {
+            const V v = hn::Add(hn::Mul(hn::Sub(c, hn::Mul(set(spill), k)), set(128)), set(128.5));
+            return hn::DemoteTo(d32, hn::Min(hn::Max(v, hn::Zero(d)), set(255)));
+        };
+        if (s.showsKey) {
+            out[0] = out[2] = hn::Set(d32, 128);
+            out[1] = keys[0];
+            out[3] = PixelsOfWord == 2 ? keys[1] : sample(words + 4 * at, 3);
+        } else {
+            out[0] = cleaned(b, s.spillCb);
+            out[1] = sample(words + 4 * at, 1);
+            out[2] = cleaned(r, s.spillCr);
+            out[3] = sample(words + 4 * at, 3);
+            for (std::size_t i = 0; i < 4 && background != nullptr; ++i) {
+                const V32 behind = sample(background + 4 * at, i);
+                if (PixelsOfWord == 1 && i == 3) {
+                    out[i] = hn::Set(d32, 255);
+                } else if (alpha != nullptr) {
+                    out[i] = mixBy255(out[i], behind, keys[i / 3]);
+                } else {
+                    const V rest = hn::Mul(hn::PromoteTo(d, behind), inverted(m));
+                    out[i] = hn::DemoteTo(
+                        d32, hn::Add(hn::Add(rest, set(0.5)), hn::Mul(hn::PromoteTo(d, out[i]), m)));
+                }
+            }
+        }
+        const V32 low = hn::Or(out[0], hn::ShiftLeft<8>(out[1]));
+        const V32 high = hn::Or(hn::ShiftLeft<16>(out[2]), hn::ShiftLeft<24>(out[3]));
+        hn::StoreU(hn::Or(low, high), d32, made.words + at);
+        hn::StoreU(hn::Or(keys[0], hn::ShiftLeft<16>(keys[1])), d32, made.keys + at);
+    }
+}
+
+#endif  // HWY_TARGET
+
+// ---- Words ------------------------------------------------------------------------------------------------
+
+/// Words of one pixel, or of two that share their chroma.
+template <std::size_t PixelsOfWord>
+constexpr PlaneUse WordPlane(std::size_t index, bool mayBeMissing = false) {
+    return {.index = index,
+            .bytesPer16 = 64 / PixelsOfWord,
+            .columns = PixelsOfWord,
+            .mayBeMissing = mayBeMissing};
+}
+
+template <std::size_t PixelsOfWord, bool WritesKey>
+struct KeyPlanes {
+    using Place = simd::Place<3, 2>;
+    static constexpr PlaneUse kSources[] = {WordPlane<PixelsOfWord>(kForeground),
+                                            WordPlane<PixelsOfWord>(kBackground, true),
+                                            {.index = kAlpha, .columns = PixelsOfWord, .mayBeMissing = true}};
+    static constexpr PlaneUse kDestinations[] = {WordPlane<PixelsOfWord>(kResult),
+                                                 {.index = kKey, .columns = PixelsOfWord}};
+};
+
+template <std::size_t PixelsOfWord>
+struct KeyPlanes<PixelsOfWord, false> : KeyPlanes<PixelsOfWord, true> {
+    static constexpr PlaneUse kDestinations[] = {WordPlane<PixelsOfWord>(kResult)};
+};
+
+/// The kernel: `Arithmetic` on words.
+template <class Arithmetic, std::size_t PixelsOfWord, bool WritesKey>
+struct KeyWords : KeyPlanes<PixelsOfWord, WritesKey> {
+    using Place = simd::Place<3, 2>;
+    static constexpr std::size_t kUnit = PixelsOfWord, kBytes = 4 / PixelsOfWord;  // of a pixel
+    static constexpr bool kIsPairs = PixelsOfWord == 2;
+    static constexpr bool kTakesAlpha = kIsPairs && !std::is_same_v<Arithmetic, FixedKey>;
+
+    HWY_ATTR explicit KeyWords(const ChromaKeySettings& s)
+        : settings(s),
+          arithmetic(s),
+#if HWY_TARGET != HWY_SCALAR
+          lanes(s),
+#endif
+          showsKey(s.showsKey),
+          keyIsFull(s.showsKey && s.keyIsFull) {
+    }
+
+    void Unit(const Place& at, std::size_t x) const {
+        const std::uint8_t* in = at.in[kForeground][0] + kBytes * x;
+        const std::uint8_t* background = Behind(at.in[kBackground][0], kBytes * x);
+        const std::uint8_t* alpha = kTakesAlpha ? Behind(at.in[kAlpha][0], x) : nullptr;
         const auto key = arithmetic(in[0], in[2]);
         const std::uint8_t made[4] = {key.cb, in[1], key.cr, in[3]};
+        std::uint8_t keys[PixelsOfWord];
         for (std::size_t i = 0; i < PixelsOfWord; ++i) {
             keys[i] = arithmetic.Full(key.m);
             if constexpr (kTakesAlpha) {
                 if (alpha != nullptr) {
-                    keys[i] = settings.showsKey ? arithmetic.Truncated(alpha[i], key.m)
-                                                : arithmetic.Nearest(alpha[i], key.m);
+                    keys[i] = showsKey ? arithmetic.Truncated(alpha[i], key.m)
+                                       : arithmetic.Nearest(alpha[i], key.m);
                 }
             }
         }
-        if (settings.showsKey) {
+
+        std::uint8_t* out = at.out[kResult][0] + kBytes * x;
+        if (showsKey) {
             out[0] = 128;
             out[1] = keys[0];
             out[2] = 128;
-            out[3] = Base::kIsPairs ? keys[PixelsOfWord - 1] : in[3];
+            out[3] = kIsPairs ? keys[PixelsOfWord - 1] : made[3];
         } else if (background == nullptr) {
             std::copy_n(made, 4, out);
         } else {
             for (std::size_t i = 0; i < 4; ++i) {
-                if (!Base::kIsPairs && i == 3) {
+                if (!kIsPairs && i == 3) {
                     out[i] = 255;
-                } else if (kTakesAlpha && alpha != nullptr) {
-                    out[i] = MixBy255(made[i], background[i], keys[i / 3]);
+                } else if (alpha != nullptr) {
+                    out[i] = MixBy255(made[i], background[i], keys[i / 3 % PixelsOfWord]);
                 } else {
                     out[i] = arithmetic.Mix(made[i], background[i], key.m);
                 }
             }
         }
-        if (settings.showsKey && settings.keyIsFull) {
-            std::fill_n(keys, PixelsOfWord, std::uint8_t{255});
+        if constexpr (WritesKey) {
+            for (std::size_t i = 0; i < PixelsOfWord; ++i) {
+                at.out[kKey][0][x + i] = keyIsFull ? std::uint8_t{255} : keys[i];
+            }
         }
     }
 
+    static const std::uint8_t* Behind(const std::uint8_t* row, std::size_t bytes) {
+        return row != nullptr ? row + bytes : nullptr;
+    }
+
+#if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kStep = kVectorBytes * PixelsOfWord;
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        const DU8 d;
+        VU8 made[4];
+        VI16 keys[4];
+        for (std::size_t i = 0; i < 4; i += 2) {
+            const std::size_t bytes = kBytes * x + i * kVectorBytes;
+            const std::uint8_t* alpha =
+                kTakesAlpha ? Behind(at.in[kAlpha][0], x + i * kVectorBytes / 2) : nullptr;
+            Two(at.in[kForeground][0] + bytes, Behind(at.in[kBackground][0], bytes), alpha, made + i,
+                keys + i);
+        }
+        for (std::size_t i = 0; i < 4; ++i) {
+            put(d, made[i], at.out[kResult][0] + kBytes * x + i * kVectorBytes);
+        }
+        if constexpr (WritesKey) {
+            if (keyIsFull) {
+                for (VI16& each : keys) {
+                    each = hn::Set(DI16(), 255);
+                }
+            }
+            PutKeys<PixelsOfWord>(keys, at.out[kKey][0] + x, put);
+        }
+    }
+
+    /// Two vectors of words and their keys.
+    HWY_INLINE HWY_ATTR void Two(const std::uint8_t* in, const std::uint8_t* background,
+                                 const std::uint8_t* alpha, VU8* made, VI16* keys) const {
+        const DU8 d;
+        if constexpr (std::is_same_v<Arithmetic, DoubleKey>) {
+            VI16 doubt[2];
+            if (showsKey || alpha != nullptr) {
+                doubt[0] = doubt[1] = hn::Set(DI16(), -1);
+            } else {
+                TwoWithDoubt(in, background, made, keys, doubt);
+            }
+            for (std::size_t i = 0; i < 2; ++i) {
+                if (!hn::AllTrue(DI16(), hn::Eq(doubt[i], hn::Zero(DI16())))) [[unlikely]] {
+                    MadeWords exact;
+                    ExactWords<PixelsOfWord>(settings, in + i * kVectorBytes,
+                                             Behind(background, i * kVectorBytes),
+                                             Behind(alpha, i * kVectorBytes / 2), exact);
+                    made[i] = hn::BitCast(d, hn::Load(DI32(), exact.words));
+                    keys[i] = hn::BitCast(DI16(), hn::Load(DI32(), exact.keys));
+                }
+            }
+        } else {
+            const VU8 words[2] = {hn::LoadU(d, in), hn::LoadU(d, in + kVectorBytes)};
+            VI16 chroma[2] = {ChromaOf(words[0]), ChromaOf(words[1])};
+            typename Lanes::M m[2];
+            lanes(chroma, m);
+            for (std::size_t i = 0; i < 2; ++i) {
+                VI16 luma = LumaOf(words[i]);
+                keys[i] = lanes.Full(m[i]);
+                if constexpr (kTakesAlpha) {
+                    if (alpha != nullptr) {
+                        const hn::Half<DU8> half;
+                        const VI16 scale =
+                            hn::PromoteTo(DI16(), hn::LoadU(half, alpha + i * kVectorBytes / 2));
+                        keys[i] = showsKey ? lanes.TruncatedKey(scale, m[i]) : lanes.Nearest(scale, m[i]);
+                    }
+                }
+                if (showsKey) {
+                    const VI16 last = kIsPairs ? keys[i] : luma;
+                    made[i] = WordsOf(hn::Set(DI16(), 128), MergeEvenOdd(keys[i], last));
+                    continue;
+                }
+                if (background != nullptr) {
+                    const VU8 behind = hn::LoadU(d, background + i * kVectorBytes);
+                    if (alpha != nullptr) {
+                        const VI16 most = hn::Set(DI16(), 255);
+                        alignas(16) static constexpr std::uint8_t kFirst[16] = {0, 1, 0, 1, 4,  5,  4,  5,
+                                                                                8, 9, 8, 9, 12, 13, 12, 13};
+                        const VI16 first = hn::BitCast(
+                            DI16(), hn::TableLookupBytes(hn::BitCast(d, keys[i]), InEveryBlock(kFirst)));
+                        chroma[i] = MixLanesBy255(chroma[i], ChromaOf(behind), first, hn::Xor(first, most));
+                        luma = MixLanesBy255(luma, LumaOf(behind), keys[i], hn::Xor(keys[i], most));
+                    } else {
+                        chroma[i] = lanes.Mix(chroma[i], ChromaOf(behind), m[i]);
+                        luma = lanes.Mix(luma, LumaOf(behind), m[i]);
+                    }
+                }
+                made[i] = WordsOf(chroma[i], luma);
+                if (!kIsPairs && background != nullptr) {
+                    made[i] = hn::Or(made[i], hn::BitCast(d, hn::Set(DU32(), 0xFF000000U)));
+                }
+            }
+        }
+    }
+
+    /// The same in processed rows without alpha, where single precision is in no doubt.
+    HWY_INLINE HWY_ATTR void TwoWithDoubt(const std::uint8_t* in, const std::uint8_t* background, VU8* made,
+                                          VI16* keys, VI16 (&doubt)[2]) const {
+        const DU8 d;
+        const DI16 d16;
+        const VU8 words[2] = {hn::LoadU(d, in), hn::LoadU(d, in + kVectorBytes)};
+        VI16 chroma[2] = {ChromaOf(words[0]), ChromaOf(words[1])};
+        DoubleKeyLanes::M m[2];
+        lanes(chroma, m, doubt);
+        for (std::size_t i = 0; i < 2; ++i) {
+            VI16 luma = LumaOf(words[i]);
+            if (kIsPairs || background == nullptr) {
+                if constexpr (WritesKey) {
+                    keys[i] = lanes.Mix(hn::Set(d16, 255), hn::Zero(d16), m[i], doubt[i]);
+                }
+            }
+            if (background == nullptr) {
+                made[i] = WordsOf(chroma[i], luma);
+                continue;
+            }
+            const VU8 behind = hn::LoadU(d, background + i * kVectorBytes);
+            VI16 lumaBehind = LumaOf(behind);
+            if constexpr (!kIsPairs) {
+                // In place of alpha 255 over 0, which becomes the key.
+                luma = hn::Or(luma, InTurn(0, 255));
+                lumaBehind = hn::And(lumaBehind, InTurn(255, 0));
+            }
+            chroma[i] = lanes.Mix(chroma[i], ChromaOf(behind), m[i], doubt[i]);
+            luma = lanes.Mix(luma, lumaBehind, m[i], doubt[i]);
+            made[i] = WordsOf(chroma[i], luma);
+            if constexpr (!kIsPairs) {
+                keys[i] = hn::BitCast(d16, hn::ShiftRight<16>(hn::BitCast(DU32(), luma)));
+                made[i] = hn::Or(made[i], hn::BitCast(d, hn::Set(DU32(), 0xFF000000U)));
+            }
+        }
+    }
+#endif
+
     const ChromaKeySettings& settings;
     Arithmetic arithmetic;
-};
-
-/// The kernel, with or without a plane for the key.
-template <class Arithmetic, std::size_t PixelsOfWord, bool WritesKey>
-struct KeyWords : KeyedWords<Arithmetic, PixelsOfWord> {
-    using Base = KeyedWords<Arithmetic, PixelsOfWord>;
-    using typename Base::Place;
-    static constexpr PlaneUse kDestinations[] = {Base::Words(kResult, false),
-                                                 {.index = kKey, .columns = PixelsOfWord}};
-
-    using Base::Base;
-
-    void Unit(const Place& at, std::size_t x) const {
-        constexpr std::size_t kBytes = 4 / PixelsOfWord;
-        const auto behind = [](const std::uint8_t* row, std::size_t bytes) {
-            return row != nullptr ? row + bytes : nullptr;
-        };
-        std::uint8_t keys[PixelsOfWord];
-        Base::Word(at.in[kForeground][0] + kBytes * x, behind(at.in[kBackground][0], kBytes * x),
-                   behind(at.in[kAlpha][0], x), at.out[kResult][0] + kBytes * x, keys);
-        std::copy_n(keys, PixelsOfWord, at.out[kKey][0] + x);
-    }
-};
-
-template <class Arithmetic, std::size_t PixelsOfWord>
-struct KeyWords<Arithmetic, PixelsOfWord, false> : KeyedWords<Arithmetic, PixelsOfWord> {
-    using Base = KeyedWords<Arithmetic, PixelsOfWord>;
-    using typename Base::Place;
-    static constexpr PlaneUse kDestinations[] = {Base::Words(kResult, false)};
-
-    using Base::Base;
-
-    void Unit(const Place& at, std::size_t x) const {
-        constexpr std::size_t kBytes = 4 / PixelsOfWord;
-        const auto behind = [](const std::uint8_t* row, std::size_t bytes) {
-            return row != nullptr ? row + bytes : nullptr;
-        };
-        std::uint8_t keys[PixelsOfWord];
-        Base::Word(at.in[kForeground][0] + kBytes * x, behind(at.in[kBackground][0], kBytes * x),
-                   behind(at.in[kAlpha][0], x), at.out[kResult][0] + kBytes * x, keys);
-    }
+#if HWY_TARGET != HWY_SCALAR
+    using Lanes = std::conditional_t<
+        std::is_same_v<Arithmetic, DoubleKey>, DoubleKeyLanes,
+        std::conditional_t<std::is_same_v<Arithmetic, FixedKey>, FixedKeyLanes, SingleKeyLanes>>;
+    Lanes lanes;
+#endif
+    bool showsKey, keyIsFull;
 };
 
 // ---- Kernels ----------------------------------------------------------------------------------------------
 
 template <class Arithmetic, std::size_t PixelsOfWord>
-void RunKey(const ChromaKeyJob& job, const ChromaKeySettings& settings) {
+HWY_ATTR void RunKey(const ChromaKeyJob& job, const ChromaKeySettings& settings) {
     if (job.destination[kKey].first != nullptr) {
         Walk(KeyWords<Arithmetic, PixelsOfWord, true>(settings), job);
     } else {

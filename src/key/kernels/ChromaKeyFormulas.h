@@ -155,9 +155,10 @@ public:
             static_cast<float>(c.cosineHigh * r - c.sineHigh * b) +
             static_cast<float>(c.cosineLow * r - c.sineLow * b) * (1.0F / SingleKeyConstants::kLowUnit);
         const float inside = x - std::abs(z) * c.slope;
-        const float k = AlongHue(settings, cb, cr) < settings.leastSaturation || !(inside > 0) ? 0
-                        : inside < 1                                                           ? inside
-                                                                                               : 1;
+        // Without a least saturation k is what it is: 0, or as good as 0, below it.
+        const bool isBelow =
+            settings.leastSaturation > 0 && AlongHue(settings, cb, cr) < settings.leastSaturation;
+        const float k = isBelow || !(inside > 0) ? 0 : inside < 1 ? inside : 1;
         const auto limited = [](float value, int most) {
             return value > 0 ? value < static_cast<float>(most) ? static_cast<int>(value) : most : 0;
         };
