@@ -9,6 +9,8 @@
 #include <TesselU/convert/ColorSpaceConverterMT.h>
 #include <TesselU/convert/ConversionMatrix.h>
 #include <TesselU/convert/ConverterFormat.h>
+#include <TesselU/filter/DeepDefocus.h>
+#include <TesselU/filter/DeepDefocusMT.h>
 #include <TesselU/filter/NoiseReduction.h>
 #include <TesselU/filter/NoiseSource.h>
 #include <TesselU/foundation/AlignedMemoryBuffer.h>

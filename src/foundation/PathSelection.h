@@ -44,6 +44,8 @@ struct VectorRule {
     bool hasSSE2;
     Path sse;
     Path otherwise;
+    /// The SSE form works on the registers of SSE itself, not on those of MMX.
+    bool needsSIMD = false;
 };
 
 inline Path ChoosePath(const StyleRule& styles, const VectorRule& vectors, unsigned style,
@@ -56,6 +58,9 @@ inline Path ChoosePath(const StyleRule& styles, const VectorRule& vectors, unsig
         case Ask::kVector:
             if (vectors.hasSSE2 && processor.IsSSE2supported()) {
                 return Path::kSSE2;
+            }
+            if (vectors.needsSIMD) {
+                return processor.IsSIMDsupported() ? vectors.sse : vectors.otherwise;
             }
             return processor.IsSSE_MMXsupported() && !mmxOnly ? vectors.sse : vectors.otherwise;
         case Ask::kRefuse:

@@ -60,6 +60,21 @@ TEST(PathSelection, OperationWithoutSSE2KernelKeepsToTheFlag) {
     EXPECT_EQ(ChoosePath(kStyles, kNoSSE2, kBestAvailable, Processor(kSSE2), true), Path::kMMX);
 }
 
+TEST(PathSelection, FormOnSSERegistersAsksForThem) {
+    constexpr VectorRule kInSingles{true, Path::kSSE, Path::kScalar, true};
+    // The flag is about MMX.
+    for (const bool mmxOnly : {false, true}) {
+        const auto path = [&](CPUinstructionSetEnum set) {
+            return ChoosePath(kStyles, kInSingles, kBestAvailable, Processor(set), mmxOnly);
+        };
+        EXPECT_EQ(path(kScalarOnly), Path::kScalar);
+        EXPECT_EQ(path(kMMX), Path::kScalar);
+        EXPECT_EQ(path(kSSE_MMX), Path::kScalar);
+        EXPECT_EQ(path(kSIMD), Path::kSSE);
+        EXPECT_EQ(path(kSSE2), Path::kSSE2);
+    }
+}
+
 TEST(PathSelection, EveryStyleHasItsOwnAnswer) {
     constexpr StyleRule kRule{Ask::kFloat,  Ask::kScalar, Ask::kVector,
                               Ask::kRefuse, Ask::kScalar, Ask::kFloat};
