@@ -240,8 +240,9 @@ int CheckAll(const Options& options) {
     std::vector<Operation> operations = CompositeOperations();
     for (std::vector<Operation>& more :
          std::array{AdjustmentOperations(), ConvertOperations(), CorrectionOperations(), CubeOperations(),
-                    GradientOperations(), HistogramOperations(), KeyOperations(), KeyTableOperations(),
-                    LookUpOperations(), NoiseOperations(), OverlayOperations(), VectorOperations()}) {
+                    DefocusOperations(), GradientOperations(), HistogramOperations(), KeyOperations(),
+                    KeyTableOperations(), LookUpOperations(), NoiseOperations(), OverlayOperations(),
+                    VectorOperations()}) {
         std::move(more.begin(), more.end(), std::back_inserter(operations));
     }
 

@@ -54,6 +54,7 @@ std::vector<Operation> CompositeOperations();
 std::vector<Operation> ConvertOperations();
 std::vector<Operation> CorrectionOperations();
 std::vector<Operation> CubeOperations();
+std::vector<Operation> DefocusOperations();
 std::vector<Operation> GradientOperations();
 std::vector<Operation> HistogramOperations();
 std::vector<Operation> KeyOperations();
