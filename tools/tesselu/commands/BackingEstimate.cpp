@@ -12,18 +12,19 @@ constexpr double kDegrees = 180.0 / std::numbers::pi;
 
 /// Less chroma than this, of 1 at full scale, is grey.
 constexpr double kLeastSaturation = 0.08;
-/// Half the side of the square, in code values, that a peak is looked for with, and what belongs to it: hues
-/// this many degrees apart, and no less of its saturation than this. Uneven light moves chroma along its hue.
+/// Half the side of the square, in code values, that a peak is looked for with, and what belongs to it: no
+/// less of its saturation than this, since uneven light moves chroma along its hue, and hues no further apart
+/// than so many times what half of those within `kPeakHues` degrees are, or `kGrain` degrees.
 constexpr int kPeakReach = 6;
-constexpr double kPeakHues = 15.0, kPeakShare = 0.4;
+constexpr double kPeakShare = 0.55, kPeakHues = 15.0, kPeakSpread = 4.0, kGrain = 2.0;
 
 /// Of the hues of a sample this share lies within the wedge's core, where the key falls by `kCoreLoss` at
 /// most.
 constexpr double kCoreShare = 0.98, kCoreLoss = 0.1;
-constexpr double kNarrowest = 60.0, kWidest = 150.0;
+constexpr double kNarrowest = 80.0, kWidest = 150.0;
 /// The part of the keys of a sample that need not become white, and the least share of the mean key that
 /// still becomes black: grain and spill of the foreground.
-constexpr double kLowKeys = 0.02, kBlackShare = 0.1;
+constexpr double kLowKeys = 0.05, kBlackShare = 0.2;
 constexpr double kLeastWhite = 0.3;
 
 struct Chroma {
@@ -158,10 +159,24 @@ ChromaCount HeaviestPeak(const ChromaCount& of) {
         }
     }
     ChromaCount found;
-    of.ForEach([&](unsigned cb, unsigned cr, std::uint32_t times) {
+    if (heaviest == 0) {
+        return found;
+    }
+    const auto apart = [&](unsigned cb, unsigned cr) {
         const Chroma here(cb, cr);
-        if (heaviest != 0 && here.Saturation() >= kPeakShare * peak.Saturation() &&
-            HuesApart(here.Hue(), peak.Hue()) <= kPeakHues) {
+        return here.Saturation() >= kPeakShare * peak.Saturation() ? HuesApart(here.Hue(), peak.Hue())
+                                                                   : 360.0;
+    };
+    // Foreground of about the same hue is spread wide; the backing is not.
+    std::vector<Weighted> near;
+    of.ForEach([&](unsigned cb, unsigned cr, std::uint32_t times) {
+        if (apart(cb, cr) <= kPeakHues) {
+            near.push_back({apart(cb, cr), times});
+        }
+    });
+    const double reach = std::min(kPeakHues, std::max(kPeakSpread * Percentile(near, 0.5), kGrain));
+    of.ForEach([&](unsigned cb, unsigned cr, std::uint32_t times) {
+        if (apart(cb, cr) <= reach) {
             found.Add(cb, cr, times);
         }
     });
