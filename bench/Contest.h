@@ -125,6 +125,33 @@ enum class Operation : std::size_t {
     kKeyPixelsFixed,
     kKeyOfAlpha,
     kKeyOfLuma,
+    // Over the whole of a background, which has no alpha where nothing is said.
+    kOverlayShaped,
+    kOverlayStraight,
+    kOverlayUnion,
+    kOverlayPairs,
+    kOverlayPairsShaped,
+    kOverlayPairsUnion,
+    kOverlay24,
+    kOverlay16,
+    kCenter,
+    kOverlayLogo,
+    // By fractions of a pixel, in one direction and in both.
+    kOverlayMovedAlong,
+    kOverlayMoved,
+    kOverlayMovedStraight,
+    kBlur5,
+    kBlur31,
+    kBlur101,
+    kBlur5Fixed,
+    kBlur31Fixed,
+    kDenoise119,
+    kDenoise331,
+    kDenoise333,
+    kDenoiseSAT,
+    kNoiseUniform,
+    kNoiseGaussian,
+    kNoiseBits,
     kCount
 };
 

@@ -162,6 +162,8 @@ void EnterOurs(Contests& contests, const Pictures& pictures) {
     EnterConversions(contests, pictures);
     EnterTone(contests, pictures);
     EnterKeys(contests, pictures);
+    EnterOverlays(contests, pictures);
+    EnterFilters(contests, pictures);
 }
 
 }  // namespace bench

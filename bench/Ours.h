@@ -3,9 +3,11 @@
 
 #include <array>
 #include <string>
+#include <vector>
 
 #include "Contest.h"
 #include "Pictures.h"
+#include "plain/Plain.h"
 
 namespace bench {
 
@@ -13,6 +15,10 @@ namespace bench {
 void EnterOurs(Contests& contests, const Pictures& pictures);
 /// Of them, tables, histograms and corrections.
 void EnterTone(Contests& contests, const Pictures& pictures);
+/// Of them, overlays.
+void EnterOverlays(Contests& contests, const Pictures& pictures);
+/// Of them, blurs, noise and what takes it away.
+void EnterFilters(Contests& contests, const Pictures& pictures);
 /// Of them, keyers.
 void EnterKeys(Contests& contests, const Pictures& pictures);
 
@@ -54,6 +60,24 @@ inline constexpr double kKeyHue = 232, kKeyAcceptance = 100, kKeySaturation = 0.
                         kKeyGain = 3, kKeySpillGain = 0.9;
 /// The table of the keyers that have one.
 void TableOfKeys(std::array<std::uint8_t, 256>& table);
+
+/// Frames of the photograph as UYVY, each with noise of its own.
+inline constexpr std::size_t kNoisyFrames = 9;
+class NoisyFrames {
+public:
+    explicit NoisyFrames(const Pictures& pictures);
+    std::vector<std::uint8_t*> Pointers();
+
+private:
+    std::vector<std::vector<std::uint8_t>> frames;
+};
+inline constexpr float kNoiseLevel = 6;
+inline constexpr double kDetail = 0.9;
+inline constexpr unsigned char kLowMotion = 12, kHighMotion = 40;
+inline constexpr plain::Window kWindow119 = {1, 1, 9}, kWindow331 = {3, 3, 1}, kWindow333 = {3, 3, 3};
+
+/// Noise: uniform to both sides, of a variance, and the share of wrong bits.
+inline constexpr double kNoiseReach = 20, kNoiseVariance = 100, kNoiseErrors = 0.001;
 
 /// A look of 33 colours a side, as the text of a .cube file.
 inline constexpr int kCubeSide = 33;

@@ -40,16 +40,21 @@ constexpr Layout kBgra = {AV_PIX_FMT_BGRA, 1, 0}, kGbrap = {AV_PIX_FMT_GBRAP, 4,
 /// A chain of FFmpeg's filters on one thread: "[a][b]..." or "[a]...", one picture in and one out.
 class Filters {
 public:
-    Filters(const Size& pictureSize, const Layout& pictureLayout, const std::string& chain,
+    Filters(const Size& pictureSize, const Layout& layout, const std::string& chain,
             const std::vector<std::uint8_t*>& pictures)
-        : size(pictureSize), layout(pictureLayout) {
+        : Filters(pictureSize, std::vector<Layout>(pictures.size(), layout), chain, pictures) {}
+
+    /// Each picture in a layout of its own.
+    Filters(const Size& pictureSize, const std::vector<Layout>& layouts, const std::string& chain,
+            const std::vector<std::uint8_t*>& pictures)
+        : size(pictureSize) {
         graph.reset(avfilter_graph_alloc());
         graph->nb_threads = 1;
         std::string text;
         for (std::size_t i = 0; i < pictures.size(); ++i) {
             const std::string name(1, static_cast<char>('a' + i));
             text += "buffer@" + name + "=video_size=" + size.Text() +
-                    ":pix_fmt=" + std::to_string(layout.format) +
+                    ":pix_fmt=" + std::to_string(layouts[i].format) +
                     ":time_base=1/1000000:frame_rate=25:pixel_aspect=1/1[" + name + "];";
         }
         text += chain + ",buffersink@out";
@@ -60,7 +65,8 @@ public:
         avfilter_inout_free(&out);
         for (std::size_t i = 0; isReady && i < pictures.size(); ++i) {
             const std::string name = std::string("buffer@") + static_cast<char>('a' + i);
-            inputs.push_back({avfilter_graph_get_filter(graph.get(), name.c_str()), Wrap(pictures[i])});
+            inputs.push_back(
+                {avfilter_graph_get_filter(graph.get(), name.c_str()), Wrap(pictures[i], layouts[i])});
         }
         sink = isReady ? avfilter_graph_get_filter(graph.get(), "buffersink@out") : nullptr;
         made.reset(av_frame_alloc());
@@ -93,7 +99,7 @@ private:
         Frame frame;
     };
 
-    Frame Wrap(std::uint8_t* memory) const {
+    Frame Wrap(std::uint8_t* memory, const Layout& layout) const {
         Frame frame(av_frame_alloc());
         frame->format = layout.format;
         frame->width = static_cast<int>(size.width);
@@ -114,7 +120,6 @@ private:
     }
 
     Size size;
-    Layout layout;
     std::unique_ptr<AVFilterGraph, Free> graph;
     std::vector<Input> inputs;
     AVFilterContext* sink = nullptr;
@@ -231,11 +236,45 @@ void EnterKeyers(Contests& contests, const Pictures& p) {
     enter(Operation::kKeyPixels, "[a]colorkey=0x00B140:0.2:0.1", kBgra, {p.photo});
 }
 
+// Over noise, as ours.
+void EnterOverlaysAndFilters(Contests& contests, const Pictures& p) {
+    const auto enter = [&](Operation operation, const char* name, const char* chain,
+                           const std::vector<Layout>& layouts, const std::vector<std::uint8_t*>& pictures) {
+        auto work = std::make_shared<Filters>(p.size, layouts, chain, pictures);
+        // Filters of several frames give the first when they have them.
+        std::int64_t time = 0;
+        while (time < 20 && work->Run(++time) != 0) {
+        }
+        contests[operation].Enter(kAvfilter, name, Promise::kNone,
+                                  [work, time]() mutable { return work->Run(++time); });
+    };
+    enter(Operation::kOverlayStraight, "overlay, GBRAP over GBRP", "[a][b]overlay=format=gbrp",
+          {kGbrp, kGbrap}, {p.b, p.a});
+    enter(Operation::kOverlayUnion, "overlay, GBRAP", "[a][b]overlay=format=gbrp", {kGbrap, kGbrap},
+          {p.b, p.a});
+    for (const Operation operation : {Operation::kOverlayPairs, Operation::kOverlayPairsShaped}) {
+        enter(operation, "overlay, 4:2:2:4 over 4:2:2", "[a][b]overlay=format=yuv422", {k422, k422A},
+              {p.b, p.a});
+    }
+    enter(Operation::kOverlayPairsUnion, "overlay, 4:2:2:4", "[a][b]overlay=format=yuv422", {k422A, k422A},
+          {p.b, p.a});
+    for (const auto& [operation, chain] :
+         {std::pair{Operation::kBlur5, "[a]avgblur=2"}, std::pair{Operation::kBlur31, "[a]avgblur=15"},
+          std::pair{Operation::kBlur101, "[a]avgblur=50"}}) {
+        enter(operation, chain + 3, chain, {kGbrap}, {p.photo});
+    }
+    enter(Operation::kDenoise119, "atadenoise=s=9", "[a]atadenoise=s=9", {k422}, {p.photoPairs});
+    enter(Operation::kDenoise331, "hqdn3d", "[a]hqdn3d", {k422}, {p.photoPairs});
+    enter(Operation::kDenoise333, "hqdn3d", "[a]hqdn3d", {k422}, {p.photoPairs});
+    enter(Operation::kDenoiseSAT, "atadenoise=s=5", "[a]atadenoise=s=5", {k422}, {p.photoPairs});
+}
+
 void Enter(Contests& contests, const Pictures& p) {
     av_log_set_level(AV_LOG_QUIET);
     EnterTransitions(contests, p);
     EnterTones(contests, p);
     EnterKeyers(contests, p);
+    EnterOverlaysAndFilters(contests, p);
 }
 
 // Most of its filters have no vector code; what they have is chosen by the processor.

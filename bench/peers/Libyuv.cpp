@@ -1,6 +1,8 @@
 #include <libyuv.h>
 
 #include <array>
+#include <cstdlib>
+#include <memory>
 
 #include "Ours.h"
 #include "peers/Peers.h"
@@ -77,7 +79,32 @@ void EnterColours(Contests& contests, const Pictures& p) {
         });
 }
 
+void EnterOverlaysAndBlurs(Contests& contests, const Pictures& p) {
+    const int w = static_cast<int>(p.size.width), h = static_cast<int>(p.size.height);
+    contests[Operation::kOverlayShaped].Enter(
+        kLibyuv, "libyuv ARGBBlend", Promise::kApproximate, [=, shaped = p.shaped, b = p.b, out = p.out] {
+            return libyuv::ARGBBlend(shaped, 4 * w, b, 4 * w, out, 4 * w, w, h);
+        });
+    struct Release {
+        void operator()(void* memory) const { std::free(memory); }
+    };
+    const std::shared_ptr<std::int32_t> sums(
+        static_cast<std::int32_t*>(std::aligned_alloc(64, 16 * p.size.width * (p.size.height + 4) / 64 * 64)),
+        Release());
+    for (const auto& [operation, radius] :
+         {std::pair{Operation::kBlur5, 2}, std::pair{Operation::kBlur31, 15},
+          std::pair{Operation::kBlur101, 50}, std::pair{Operation::kBlur5Fixed, 2},
+          std::pair{Operation::kBlur31Fixed, 15}}) {
+        // Beyond the edges its boxes are smaller.
+        contests[operation].Enter(
+            kLibyuv, "libyuv ARGBBlur", Promise::kNone, [=, radius = radius, photo = p.photo, out = p.out] {
+                return libyuv::ARGBBlur(photo, 4 * w, out, 4 * w, sums.get(), 4 * w, w, h, radius);
+            });
+    }
+}
+
 void Enter(Contests& contests, const Pictures& p) {
+    EnterOverlaysAndBlurs(contests, p);
     const int w = static_cast<int>(p.size.width), h = static_cast<int>(p.size.height);
     const std::uint8_t *a = p.a, *b = p.b, *key = p.key;
     std::uint8_t *out = p.out, *scratch = p.scratch;

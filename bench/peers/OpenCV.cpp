@@ -202,6 +202,29 @@ void EnterKeyers(Contests& contests, const Pictures& p) {
           });
 }
 
+void EnterNoise(Contests& contests, const Pictures& p) {
+    const Enterer enter{contests};
+    const int w = static_cast<int>(p.size.width), h = static_cast<int>(p.size.height);
+    const cv::Mat photo(h, w, CV_8UC4, p.photo), out(h, w, CV_8UC4, p.out);
+    for (const auto& [operation, box] :
+         {std::pair{Operation::kBlur5, 5}, std::pair{Operation::kBlur31, 31},
+          std::pair{Operation::kBlur101, 101}, std::pair{Operation::kBlur5Fixed, 5},
+          std::pair{Operation::kBlur31Fixed, 31}}) {
+        enter(operation, kOpenCV, "OpenCV blur", Promise::kApproximate, [=, box = box] {
+            cv::blur(photo, out, cv::Size(box, box), cv::Point(-1, -1), cv::BORDER_REFLECT_101);
+        });
+    }
+    const cv::Mat noise(h, w, CV_16SC4);
+    enter(Operation::kNoiseUniform, kOpenCV, "OpenCV randu, add", Promise::kNone, [=]() mutable {
+        cv::randu(noise, cv::Scalar::all(-kNoiseReach), cv::Scalar::all(kNoiseReach + 1));
+        cv::add(photo, noise, out, cv::noArray(), CV_8U);
+    });
+    enter(Operation::kNoiseGaussian, kOpenCV, "OpenCV randn, add", Promise::kNone, [=]() mutable {
+        cv::randn(noise, cv::Scalar::all(0), cv::Scalar::all(10));
+        cv::add(photo, noise, out, cv::noArray(), CV_8U);
+    });
+}
+
 void Enter(Contests& contests, const Pictures& p) {
     cv::setNumThreads(1);
     const int w = static_cast<int>(p.size.width), h = static_cast<int>(p.size.height);
@@ -214,6 +237,7 @@ void Enter(Contests& contests, const Pictures& p) {
     EnterConversions(contests, p);
     EnterTones(contests, p);
     EnterKeyers(contests, p);
+    EnterNoise(contests, p);
 
     enter(Operation::kDissolvePixels, kOpenCV, "OpenCV addWeighted", kApproximate,
           [=] { cv::addWeighted(a, kFade, b, 1 - kFade, 0, out); });

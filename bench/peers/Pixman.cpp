@@ -44,6 +44,26 @@ void Enter(Contests& contests, const Pictures& p) {
     contests[Operation::kCompositeByPlane].EnterWork(kPixman, call, Promise::kApproximate,
                                                      PixmanBlendByPlane(p, p.key));
 
+    // It blends into its destination, which starts as the background; moved, it interpolates what it takes.
+    const auto over = [&](double x, double y) {
+        const Handle front = Wrap(PIXMAN_a8r8g8b8, p.size, p.shaped, 4 * p.size.width);
+        const Handle to = Wrap(PIXMAN_a8r8g8b8, p.size, p.out, 4 * p.size.width);
+        if (x != 0 || y != 0) {
+            pixman_transform_t move;
+            pixman_transform_init_translate(&move, pixman_double_to_fixed(-x), pixman_double_to_fixed(-y));
+            pixman_image_set_transform(front.get(), &move);
+            pixman_image_set_filter(front.get(), PIXMAN_FILTER_BILINEAR, nullptr, 0);
+        }
+        return [=, back = p.b, memory = p.out, bytes = 4 * p.size.pixels()] {
+            std::memcpy(memory, back, bytes);
+            pixman_image_composite32(PIXMAN_OP_OVER, front.get(), nullptr, to.get(), 0, 0, 0, 0, 0, 0, w, h);
+        };
+    };
+    contests[Operation::kOverlayShaped].EnterWork(kPixman, call, Promise::kApproximate, over(0, 0));
+    constexpr const char* kMoved = "pixman_image_composite32, bilinear";
+    contests[Operation::kOverlayMovedAlong].EnterWork(kPixman, kMoved, Promise::kApproximate, over(0.375, 0));
+    contests[Operation::kOverlayMoved].EnterWork(kPixman, kMoved, Promise::kApproximate, over(0.375, 0.625));
+
     auto* out = reinterpret_cast<std::uint32_t*>(p.out);
     auto* a = reinterpret_cast<std::uint32_t*>(p.a);
     contests[Operation::kFill].Enter(kPixman, "pixman_fill", Promise::kSameBytes,

@@ -16,6 +16,8 @@
     extern const Blends kBlends;           \
     extern const Conversions kConversions; \
     extern const Keys kKeys;               \
+    extern const Overlays kOverlays;       \
+    extern const Filters kFilters;         \
     extern const Tone kTone;               \
     }
 TESSELU_PLAIN_DECLARE(native)
@@ -35,6 +37,8 @@ struct Build {
     const plain::Conversions& conversions;
     const plain::Tone& tone;
     const plain::Keys& keys;
+    const plain::Overlays& overlays;
+    const plain::Filters& filters;
     const char* compiler;
 };
 
@@ -43,17 +47,37 @@ Build BuildFor(Level level) {
     switch (level) {
 #ifdef TESSELU_PLAIN_FLAGS_baseline
         case Level::kBaseline:
-            return {baseline::kBlends, baseline::kConversions, baseline::kTone, baseline::kKeys,
+            return {baseline::kBlends,
+                    baseline::kConversions,
+                    baseline::kTone,
+                    baseline::kKeys,
+                    baseline::kOverlays,
+                    baseline::kFilters,
                     TESSELU_BENCH_COMPILER " " TESSELU_PLAIN_FLAGS_baseline};
         case Level::kSSSE3:
-            return {ssse3::kBlends, ssse3::kConversions, ssse3::kTone, ssse3::kKeys,
+            return {ssse3::kBlends,
+                    ssse3::kConversions,
+                    ssse3::kTone,
+                    ssse3::kKeys,
+                    ssse3::kOverlays,
+                    ssse3::kFilters,
                     TESSELU_BENCH_COMPILER " " TESSELU_PLAIN_FLAGS_ssse3};
         case Level::kAVX2:
-            return {avx2::kBlends, avx2::kConversions, avx2::kTone, avx2::kKeys,
+            return {avx2::kBlends,
+                    avx2::kConversions,
+                    avx2::kTone,
+                    avx2::kKeys,
+                    avx2::kOverlays,
+                    avx2::kFilters,
                     TESSELU_BENCH_COMPILER " " TESSELU_PLAIN_FLAGS_avx2};
 #endif
         default:
-            return {native::kBlends, native::kConversions, native::kTone, native::kKeys,
+            return {native::kBlends,
+                    native::kConversions,
+                    native::kTone,
+                    native::kKeys,
+                    native::kOverlays,
+                    native::kFilters,
                     TESSELU_BENCH_COMPILER " " TESSELU_PLAIN_FLAGS_native};
     }
 }
@@ -233,6 +257,55 @@ void EnterPlainKeys(Contests& contests, const Pictures& p, const plain::Keys& ke
           [=, &keys, luma = p.photoPairs] { keys.TableOfLuma(luma, out8, pixels, table.data()); });
 }
 
+void EnterPlainOverlays(Contests& contests, const Pictures& p, const plain::Overlays& overlays) {
+    const std::size_t pixels = p.size.pixels(), plane = 2 * pixels;
+    const std::uint8_t *a8 = p.a, *b8 = p.b;
+    std::uint8_t* out8 = p.out;
+    const auto* a = reinterpret_cast<const std::uint32_t*>(p.a);
+    const auto* b = reinterpret_cast<const std::uint32_t*>(p.b);
+    const auto* shaped = reinterpret_cast<const std::uint32_t*>(p.shaped);
+    auto* out = reinterpret_cast<std::uint32_t*>(p.out);
+    const auto enter = [&](Operation operation, auto work) {
+        contests[operation].EnterWork(kPlain, "plain", Promise::kSameBytes, work);
+    };
+    enter(Operation::kOverlayShaped, [=, &overlays] { overlays.Shaped(shaped, b, out, pixels); });
+    enter(Operation::kOverlayStraight, [=, &overlays] { overlays.Straight24(a8, b8, out8, pixels); });
+    enter(Operation::kOverlayUnion, [=, &overlays] { overlays.Union(a, b, out, pixels); });
+    enter(Operation::kOverlayPairs, [=, &overlays] { overlays.Pairs(a8, a8 + plane, b8, out8, pixels); });
+    enter(Operation::kOverlayPairsShaped,
+          [=, &overlays] { overlays.PairsShaped(a8, a8 + plane, b8, out8, pixels); });
+    enter(Operation::kOverlayPairsUnion, [=, &overlays] {
+        overlays.PairsUnion(a8, a8 + plane, b8, b8 + plane, out8, out8 + plane, pixels);
+    });
+}
+
+void EnterPlainFilters(Contests& contests, const Pictures& p, const plain::Filters& filters) {
+    const std::size_t pixels = p.size.pixels(), width = p.size.width, height = p.size.height;
+    std::uint8_t* out = p.out;
+    const auto enter = [&](Operation operation, auto work) {
+        contests[operation].EnterWork(kPlain, "plain", Promise::kSameBytes, work);
+    };
+    const auto frames = std::make_shared<NoisyFrames>(p);
+    for (const auto& [operation, window] :
+         {std::pair{Operation::kDenoise119, kWindow119}, std::pair{Operation::kDenoise331, kWindow331},
+          std::pair{Operation::kDenoise333, kWindow333}}) {
+        enter(operation, [=, window = window, &filters, keep = frames, from = frames->Pointers()] {
+            static constexpr float kLevelsOfNoise[3] = {kNoiseLevel, kNoiseLevel, kNoiseLevel};
+            filters.Adaptive(from.data(), out, width, height, window, kLevelsOfNoise,
+                             static_cast<float>(kDetail));
+        });
+    }
+    enter(Operation::kDenoiseSAT, [=, &filters, keep = frames, from = frames->Pointers()] {
+        filters.Temporal(from[0], from[1], from[2], out, pixels, kLowMotion, kHighMotion);
+    });
+    const std::uint8_t* photo = p.photo;
+    enter(Operation::kNoiseUniform,
+          [=, &filters] { filters.Uniform(photo, out, 4 * pixels, -kNoiseReach, kNoiseReach); });
+    enter(Operation::kNoiseGaussian,
+          [=, &filters] { filters.Gaussian(photo, out, 4 * pixels, kNoiseVariance, 0); });
+    enter(Operation::kNoiseBits, [=, &filters] { filters.BitErrors(photo, out, 4 * pixels, kNoiseErrors); });
+}
+
 }  // namespace
 
 void EnterPlain(Contests& contests, const Pictures& p, Level level) {
@@ -295,6 +368,8 @@ void EnterPlain(Contests& contests, const Pictures& p, Level level) {
     EnterPlainConversions(contests, p, BuildFor(level).conversions);
     EnterPlainTone(contests, p, BuildFor(level).tone);
     EnterPlainKeys(contests, p, BuildFor(level).keys, BuildFor(level).tone);
+    EnterPlainOverlays(contests, p, BuildFor(level).overlays);
+    EnterPlainFilters(contests, p, BuildFor(level).filters);
 }
 
 void EnterCopies(Contests& contests, const Pictures& p) {
@@ -303,10 +378,12 @@ void EnterCopies(Contests& contests, const Pictures& p) {
         const auto bytes = static_cast<std::size_t>((contest.bytesRead + contest.bytesWritten) / 2 *
                                                     static_cast<double>(p.size.pixels()));
         // More than a picture has goes from the second source to a second destination.
-        const std::size_t first = std::min(bytes, 4 * p.size.pixels()), rest = bytes - first;
+        const std::size_t most = 4 * p.size.pixels();
         contest.EnterWork(kCopy, "copy", Promise::kNone, [=, a = p.a, b = p.b, out = p.out, to = p.scratch] {
-            std::memcpy(out, a, first);
-            std::memcpy(to, b, rest);
+            std::memcpy(out, a, std::min(bytes, most));
+            for (std::size_t done = most; done < bytes; done += most) {
+                std::memcpy(to, b, std::min(bytes - done, most));
+            }
         });
     }
 }

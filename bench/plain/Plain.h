@@ -123,6 +123,42 @@ struct Keys {
                         const std::uint8_t* table);
 };
 
+/// Pictures with alpha over others.
+struct Overlays {
+    void (*Shaped)(const std::uint32_t* front, const std::uint32_t* back, std::uint32_t* out,
+                   std::size_t pixels);
+    /// Four bytes a pixel over three.
+    void (*Straight24)(const std::uint8_t* front, const std::uint8_t* back, std::uint8_t* out,
+                       std::size_t pixels);
+    void (*Union)(const std::uint32_t* front, const std::uint32_t* back, std::uint32_t* out,
+                  std::size_t pixels);
+    void (*Pairs)(const std::uint8_t* front, const std::uint8_t* alpha, const std::uint8_t* back,
+                  std::uint8_t* out, std::size_t pixels);
+    void (*PairsShaped)(const std::uint8_t* front, const std::uint8_t* alpha, const std::uint8_t* back,
+                        std::uint8_t* out, std::size_t pixels);
+    void (*PairsUnion)(const std::uint8_t* front, const std::uint8_t* alpha, const std::uint8_t* back,
+                       const std::uint8_t* backAlpha, std::uint8_t* out, std::uint8_t* outAlpha,
+                       std::size_t pixels);
+};
+
+/// Pixels and frames.
+struct Window {
+    int width, height, frames;
+};
+
+/// Pairs and bytes, moved towards what is around them or away from it.
+struct Filters {
+    /// `levels` of Cb, Y, Cr.
+    void (*Adaptive)(const std::uint8_t* const* frames, std::uint8_t* out, std::size_t width,
+                     std::size_t height, Window window, const float* levels, float strength);
+    void (*Temporal)(const std::uint8_t* previous, const std::uint8_t* current, const std::uint8_t* next,
+                     std::uint8_t* out, std::size_t pixels, int low, int high);
+    void (*Uniform)(const std::uint8_t* in, std::uint8_t* out, std::size_t bytes, double low, double high);
+    void (*Gaussian)(const std::uint8_t* in, std::uint8_t* out, std::size_t bytes, double variance,
+                     double mean);
+    void (*BitErrors)(const std::uint8_t* in, std::uint8_t* out, std::size_t bytes, double probability);
+};
+
 }  // namespace bench::plain
 
 #endif  // TESSELU_BENCH_PLAIN_PLAIN_H
