@@ -11,6 +11,8 @@
 #include <thread>
 #include <vector>
 
+#include "simd/Targets.h"
+
 using namespace Zan;
 
 namespace {
@@ -49,11 +51,20 @@ Long32 Add(NoiseSource& source, Noise noise, Words& from, Words& to, double a, d
     return source.UniformBitErrors(from.data(), to.data(), n, 1, 4 * n, 4 * n, a);
 }
 
+/// The same on every target.
 Words Made(Noise noise, const Words& picture, double a, double b = 0) {
     NoiseSource source;
     Words from = picture, to(picture.size());
     EXPECT_EQ(Add(source, noise, from, to, a, b), 0);
     EXPECT_EQ(from, picture);
+    for (std::size_t target = 0; target < simd::kTargetCount; ++target) {
+        if (simd::IsTargetAvailable(static_cast<simd::Target>(target))) {
+            const simd::ScopedTarget scope(static_cast<simd::Target>(target));
+            Words other(picture.size());
+            EXPECT_EQ(Add(source, noise, from, other, a, b), 0);
+            EXPECT_TRUE(other == to) << "target " << target << ", " << a << ", " << b;
+        }
+    }
     return to;
 }
 

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "filter/UniformLine.h"
 #include "filter/kernels/NoiseFormulas.h"
 #include "simd/Dispatch.h"
 #include "simd/Job.h"

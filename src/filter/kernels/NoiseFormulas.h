@@ -30,14 +30,16 @@ struct GaussianTables {
     static const GaussianTables& Instance() noexcept;
 };
 
+// `Unit`: a byte with the next draws.
+
 struct GaussianNoise {
     static constexpr std::size_t kDraws = 2;
     const GaussianTables* tables;
     double variance, mean;
 
-    std::uint8_t Unit(std::uint8_t byte, std::uint32_t first, std::uint32_t second) const noexcept {
-        const double radius = std::sqrt(tables->logarithms[first] * variance * -2.0);
-        return NearestByte(tables->cosines[second] * radius + mean + byte);
+    std::uint8_t Unit(std::uint8_t byte, const std::uint32_t (&draws)[kDraws]) const noexcept {
+        const double radius = std::sqrt(tables->logarithms[draws[0]] * variance * -2.0);
+        return NearestByte(tables->cosines[draws[1]] * radius + mean + byte);
     }
 };
 
@@ -46,14 +48,22 @@ struct UniformNoise {
     double low, span;
 
     double Added(std::uint32_t draw) const noexcept { return draw * 3.051850947599719e-05 * span + low; }
-    std::uint8_t Unit(std::uint8_t byte, std::uint32_t draw) const noexcept {
-        return NearestByte(Added(draw) + byte);
+    std::uint8_t Unit(std::uint8_t byte, const std::uint32_t (&draws)[kDraws]) const noexcept {
+        return NearestByte(Added(draws[0]) + byte);
     }
 };
 
 struct BitErrors {
     static constexpr std::size_t kDraws = 8;
     std::uint32_t threshold;  ///< 0 ... 32767: draws not above it flip
+
+    std::uint8_t Unit(std::uint8_t byte, const std::uint32_t (&draws)[kDraws]) const noexcept {
+        unsigned flips = 0;
+        for (unsigned bit = 0; bit < kDraws; ++bit) {
+            flips |= static_cast<unsigned>(draws[bit] <= threshold) << bit;
+        }
+        return static_cast<std::uint8_t>(byte ^ flips);
+    }
 };
 
 }  // namespace Zan
