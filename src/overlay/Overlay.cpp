@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <vector>
 
 #include "overlay/OverlayLog.h"
 #include "overlay/OverlayStatus.h"
+#include "overlay/kernels/OverlayFormulas.h"
 #include "simd/LongRuns.h"
 
 namespace Zan {
@@ -27,6 +29,46 @@ std::int64_t WholePixels(double value, bool hasPairs) noexcept {
     const std::int64_t whole = Rounded(value);
     return hasPairs ? whole & ~std::int64_t{1} : whole;
 }
+
+std::int64_t FloorDivided(std::int64_t a, std::int64_t b) noexcept {
+    return a / b - (a % b < 0 ? 1 : 0);
+}
+unsigned Remainder(std::int64_t a, std::int64_t b) noexcept {
+    return static_cast<unsigned>(a - FloorDivided(a, b) * b);
+}
+
+/// A picture whose memory is its own where it shared some with another.
+class Detached {
+public:
+    const COverlayImage& From(const COverlayImage& picture, const COverlayImage& other) {
+        if (!Share(picture.colour, other) && !Share(picture.alpha, other)) {
+            return picture;
+        }
+        copy = picture;
+        Take(copy.colour, colour);
+        Take(copy.alpha, alpha);
+        return copy;
+    }
+
+private:
+    static bool Share(const Plane& plane, const COverlayImage& other) noexcept {
+        const auto meet = [&plane](const Plane& there) {
+            return plane.begin < there.end && there.begin < plane.end;
+        };
+        return meet(other.colour) || meet(other.alpha);
+    }
+    static void Take(Plane& plane, std::vector<std::uint8_t>& memory) {
+        if (plane.first != nullptr) {
+            memory.assign(plane.begin, plane.end);
+            plane.first = memory.data() + (plane.first - plane.begin);
+            plane.begin = memory.data();
+            plane.end = memory.data() + memory.size();
+        }
+    }
+
+    COverlayImage copy;
+    std::vector<std::uint8_t> colour, alpha;
+};
 
 void LogRegion(const char* text, const EdgeRectangle& r) noexcept {
     Log(kLogTrace, text, static_cast<int>(r.left), static_cast<int>(r.top), static_cast<int>(r.right),
@@ -86,6 +128,88 @@ void CopyRows(CPUfeatures& features, const Plane& from, const Plane& to, std::si
         }
     }
 }
+
+/// A part of a foreground with its surroundings, transparent black where there is none of it, and with alpha
+/// whether it has some or not.
+class EdgeTile {
+public:
+    static constexpr std::int64_t kMostColumns = 256, kBefore = kColumns - 1;
+    static constexpr std::int64_t kMostPixels = 1024;
+
+    static constexpr std::int64_t MostRows(std::int64_t columns) noexcept {
+        return kMostPixels / (columns + kBefore);
+    }
+
+    /// `rows` rows from `top` on, every `step`-th, and the ones `rowStep` above them unless that is 0.
+    EdgeTile(const COverlayImage& fore, const EdgeRectangle& taken, std::int64_t rowStep, std::int64_t left,
+             std::int64_t top, std::int64_t step, std::int64_t columns, std::int64_t rows) noexcept
+        : isRgb(fore.GetColorspace() == FormatHeader::kRgb), width(Size(columns + kBefore)) {
+        for (std::int64_t r = 0; r < (rowStep != 0 ? 2 : 1); ++r) {
+            for (std::int64_t row = 0; row < rows; ++row) {
+                const std::size_t first = Size(r * kMostPixels) + Size(row) * width;
+                TakeRow(fore, taken, left - kBefore, top + row * step - r * rowStep, first);
+            }
+        }
+    }
+
+    void AddTo(MovedJob& job) noexcept {
+        const std::size_t bytes = isRgb ? 4 : 2;
+        for (std::size_t r = 0; r < 2; ++r) {
+            for (std::size_t c = 0; c < kColumns; ++c) {
+                const std::size_t first = r * Size(kMostPixels) + Size(kBefore) - c;
+                job.source[ForeOf(r, c)] = {colour + bytes * first, Pitch(bytes), colour,
+                                            colour + sizeof colour};
+                job.source[ForeAlphaOf(r, c)] = {alpha + first, Pitch(1), alpha, alpha + sizeof alpha};
+            }
+        }
+    }
+
+private:
+    std::ptrdiff_t Pitch(std::size_t bytes) const noexcept {
+        return static_cast<std::ptrdiff_t>(bytes * width);
+    }
+
+    /// The row of pixels from (x, y) on to pixel `first` of the tile.
+    void TakeRow(const COverlayImage& fore, const EdgeRectangle& taken, std::int64_t x, std::int64_t y,
+                 std::size_t first) noexcept {
+        const auto end = x + static_cast<std::int64_t>(width);
+        const std::int64_t from = std::max(x, taken.left), to = std::min(end, taken.right);
+        std::size_t inside = 0;
+        const std::size_t pixelBytes = fore.PixelBytes();
+        Plane pixels, alphas;
+        if (from < to && y >= taken.top && y < taken.bottom) {
+            pixels = fore.Colour(from, y, 1);
+            alphas = fore.Alpha(from, y, 1);
+            inside = pixels.first == nullptr ? 0 : pixels.Clip(Size(to - from) * pixelBytes, 0) / pixelBytes;
+            if (fore.HasAlphaPlane()) {
+                inside = alphas.first == nullptr ? 0 : std::min(inside, alphas.Clip(inside, 0));
+            }
+        }
+        for (std::size_t i = 0; i < width; ++i) {
+            const std::size_t before = Size(from - x);
+            const bool isInside = i >= before && i - before < inside;
+            const std::size_t k = isInside ? i - before : 0;
+            if (isRgb) {
+                std::uint8_t* const pixel = colour + 4 * (first + i);
+                std::memset(pixel, 0, 4);
+                if (isInside) {
+                    pixel[3] = 255;
+                    std::memcpy(pixel, pixels.first + pixelBytes * k, pixelBytes);
+                }
+            } else {
+                std::uint8_t* const pixel = colour + 2 * (first + i);
+                pixel[0] = isInside ? pixels.first[2 * k] : kChromaZero;
+                pixel[1] = isInside ? pixels.first[2 * k + 1] : kLumaZero;
+                alpha[first + i] = !isInside ? 0 : fore.HasAlphaPlane() ? alphas.first[k] : 255;
+            }
+        }
+    }
+
+    bool isRgb;
+    std::size_t width;
+    std::uint8_t colour[2 * kMostPixels * 4];
+    std::uint8_t alpha[2 * kMostPixels];
+};
 
 /// Calls `fill(first, bytes)` for what the memory holds of each row.
 template <class Fill>
@@ -202,13 +326,15 @@ Long32 COverlay::RenderYUV(const COverlayImage& result, const COverlayImage& for
 
 Long32 COverlay::RenderPictures(const OverlayFamily& family, const COverlayImage& result,
                                 const COverlayImage& foreground, const COverlayImage& background, double x,
-                                double y, bool, bool, int) {
+                                double y, bool flagX, bool flagY, int quality) {
     Log(kLogTrace, family.render.position, x, y);
-    const std::int64_t shiftX = WholePixels(x, family.hasPairs), shiftY = WholePixels(y, false);
+    const bool isSimple = quality == 0 || (!flagX && !flagY);
+    const std::int64_t across = isSimple || !flagX ? 256 * WholePixels(x, family.hasPairs) : Rounded(x * 256);
+    const std::int64_t down = isSimple || !flagY ? 256 * WholePixels(y, false) : Rounded(y * 256);
 
     PositionRectangle moved(foreground.region);
-    moved.x += static_cast<double>(shiftX);
-    moved.y += static_cast<double>(shiftY);
+    moved.x += static_cast<double>(across) / 256;
+    moved.y += static_cast<double>(down) / 256;
     const bool isEmpty = moved.Intersection(PositionRectangle(result.region)).IsEmpty();
     const bool isInPlace = result.colour.begin == background.colour.begin;
     if (isEmpty) {
@@ -218,20 +344,56 @@ Long32 COverlay::RenderPictures(const OverlayFamily& family, const COverlayImage
         }
         return kStatusOk;
     }
-    if (isInPlace) {
-        Log(kLogTrace, family.render.inPlace);
-        return RenderWhole(family, result, foreground, result, shiftX, shiftY);
-    }
     const bool agree = background.region == result.region && background.bounds == result.bounds &&
                        background.GetBitCount() == result.GetBitCount();
-    if (agree) {
-        return RenderWhole(family, result, foreground, background, shiftX, shiftY);
+    if (isSimple) {
+        if (isInPlace) {
+            Log(kLogTrace, family.render.inPlace);
+            return RenderWhole(family, result, foreground, result, across / 256, down / 256);
+        }
+        if (agree) {
+            return RenderWhole(family, result, foreground, background, across / 256, down / 256);
+        }
+        if (const Long32 status = CenterPictures(family, background, result); status != kStatusOk) {
+            Log(kLogWarning, family.render.centringFailed, static_cast<int>(status));
+            return status;
+        }
+        return RenderWhole(family, result, foreground, result, across / 256, down / 256);
     }
-    if (const Long32 status = CenterPictures(family, background, result); status != kStatusOk) {
-        Log(kLogWarning, family.render.centringFailed, static_cast<int>(status));
+
+    const bool hasFields = flagY && foreground.header.noFields == 0;
+    Motion motion;
+    if (family.hasPairs) {
+        motion.x = FloorDivided(across, 512) * 2;
+        motion.fractions = {2 * Remainder(across, 256), Remainder(across, 512), 0,
+                            Remainder(across, 512) >= 256};
+    } else {
+        motion.x = FloorDivided(across, 256);
+        motion.fractions.x = 2 * Remainder(across, 256);
+    }
+    motion.rowStep = hasFields ? 2 : 1;
+    motion.y = FloorDivided(down, 256 * motion.rowStep) * motion.rowStep;
+    motion.fractions.y = hasFields ? Remainder(down, 512) : 2 * Remainder(down, 256);
+
+    // The result is written while the foreground is still read around each pixel.
+    Detached apart;
+    const COverlayImage& fore = apart.From(foreground, result);
+    if (isInPlace) {
+        Log(kLogTrace, family.render.inPlace);
+        return RenderMoved(family, result, fore, result, motion);
+    }
+    if (agree) {
+        Log(kLogTrace, family.render.noTemp);
+        return RenderMoved(family, result, fore, background, motion);
+    }
+    Log(kLogTrace, family.render.toTemp);
+    Detached backApart;
+    if (const Long32 status = CenterPictures(family, backApart.From(background, result), result);
+        status != kStatusOk) {
+        Log(kLogWarning, family.render.tempFailed, static_cast<int>(status));
         return status;
     }
-    return RenderWhole(family, result, foreground, result, shiftX, shiftY);
+    return RenderMoved(family, result, fore, result, motion);
 }
 
 // ---- Whole pixels -------------------------------------------------------------------------------------
@@ -287,6 +449,169 @@ Long32 COverlay::RenderWhole(const OverlayFamily& family, const COverlayImage& r
     Log(kLogTrace, name);
     Blend(*row, background, moved, result, overlap);
     return kStatusOk;
+}
+
+// ---- Between pixels -----------------------------------------------------------------------------------
+
+Long32 COverlay::RenderMoved(const OverlayFamily& family, const COverlayImage& result,
+                             const COverlayImage& foreground, const COverlayImage& background,
+                             const Motion& motion) {
+    const int backBits = static_cast<int>(background.GetBitCount());
+    if (!family.Takes(background.GetBitCount())) {
+        Log(kLogWarning, family.moved.backBits, backBits);
+        return kStatusMismatch;
+    }
+    if (!family.Takes(foreground.GetBitCount())) {
+        Log(kLogWarning, family.moved.foreBits, static_cast<int>(foreground.GetBitCount()));
+        return kStatusMismatch;
+    }
+    if (result.GetBitCount() != background.GetBitCount()) {
+        Log(kLogWarning, family.moved.resultBits, static_cast<int>(result.GetBitCount()), backBits);
+        return kStatusMismatch;
+    }
+    if (motion.IsWhole()) {
+        return RenderWhole(family, result, foreground, background, motion.x, motion.y);
+    }
+    COverlayImage fore = foreground;
+    fore.bounds = foreground.bounds.Moved(motion.x, motion.y);
+    EdgeRectangle taken = foreground.region.Moved(motion.x, motion.y);
+    const Fractions& fractions = motion.fractions;
+    const bool across = fractions.x != 0 || fractions.chroma != 0, down = fractions.y != 0;
+    EdgeRectangle shown = taken;
+    if (family.hasPairs) {
+        // Whole pairs: an odd last column has no pair.
+        taken.right -= taken.Width() & 1;
+        shown = taken;
+        shown.right += fractions.chroma != 0 ? 2 : 0;
+    } else {
+        shown.right += fractions.x != 0 ? 1 : 0;
+    }
+    shown.bottom += down ? motion.rowStep : 0;
+    EdgeRectangle overlap = shown.Intersection(result.region);
+    const EdgeRectangle given = overlap;
+    if (family.hasPairs) {
+        overlap.right -= overlap.Width() & 1;
+    }
+    LogMotion(family, motion, taken, result, given);
+    LogBands(family.moved.lines, family.moved.pixels, result.region, BandsOf(result.region, given));
+    const MovedRow* const row =
+        family.FindMoved(background.GetBitCount(), foreground.GetBitCount(), foreground.IsPremultiplied());
+    if (row == nullptr) {
+        return kStatusMismatch;
+    }
+    if (&background != &result) {
+        CopyAround(BandsOf(result.region, overlap), result.region, background, result);
+    }
+    const MovedRow::Names& names = !down ? row->across : !across ? row->down : row->both;
+    Log(kLogTrace, names.nameSSE2 != nullptr && features.IsSSE2usable() ? names.nameSSE2
+                   : names.nameMMX != nullptr && features.IsMMXusable() ? names.nameMMX
+                                                                        : names.name);
+    BlendMoved(family, *row, background, fore, result, motion, taken, overlap);
+    return kStatusOk;
+}
+
+void COverlay::LogMotion(const OverlayFamily& family, const Motion& motion, const EdgeRectangle& taken,
+                         const COverlayImage& result, const EdgeRectangle& overlap) const noexcept {
+    if constexpr (!kOverlayLogs) {
+        return;
+    }
+    const double x = motion.fractions.isOdd ? 1 + motion.fractions.x / 512.0 : motion.fractions.x / 512.0;
+    const double y = motion.fractions.y / (motion.rowStep == 2 ? 256.0 : 512.0);
+    const auto log = [](const char* text, auto... values) { Log(kLogTrace, text, values...); };
+    log(family.moved.fore, static_cast<int>(taken.left), static_cast<int>(taken.top),
+        static_cast<int>(std::max<std::int64_t>(overlap.top - taken.top, 0)),
+        static_cast<int>(std::max<std::int64_t>(overlap.left - taken.left, 0)));
+    log(family.moved.backCoefficients, x, y);
+    log(family.moved.foreCoefficients, 1 - x, 1 - y);
+    log(family.moved.fraction, x, y);
+    log(family.moved.back, static_cast<int>(result.region.left), static_cast<int>(result.region.top),
+        static_cast<int>(overlap.top - result.region.top),
+        static_cast<int>(overlap.left - result.region.left));
+    log(family.moved.longFraction, x, y);
+}
+
+void COverlay::BlendMoved(const OverlayFamily& family, const MovedRow& row, const COverlayImage& back,
+                          const COverlayImage& fore, const COverlayImage& result, const Motion& motion,
+                          const EdgeRectangle& taken, const EdgeRectangle& area) const {
+    if (area.IsEmpty()) {
+        return;
+    }
+    // Where every sample that has a weight lies in the foreground.
+    const Fractions& fractions = motion.fractions;
+    const std::int64_t columnsBefore =
+        family.hasPairs ? (fractions.chroma != 0 ? 2 : 0) : (fractions.x != 0 ? 1 : 0);
+    const std::int64_t rowsBefore = fractions.y != 0 ? motion.rowStep : 0;
+    const EdgeRectangle inside =
+        EdgeRectangle{taken.left + columnsBefore, taken.top + rowsBefore, taken.right, taken.bottom}
+            .Intersection(area);
+    // Around it the foreground goes on with transparent black, which needs a kernel with alpha.
+    const MovedRow& edgeRow = fore.GetBitCount() == family.highBits
+                                  ? row
+                                  : *family.FindMoved(back.GetBitCount(), family.highBits, false);
+    if (inside.IsEmpty()) {
+        BlendEdges(edgeRow, back, fore, result, motion, taken, area);
+        return;
+    }
+    BlendInside(row, back, fore, result, motion, inside);
+    BlendEdges(edgeRow, back, fore, result, motion, taken, {area.left, area.top, area.right, inside.top});
+    BlendEdges(edgeRow, back, fore, result, motion, taken,
+               {area.left, inside.top, inside.left, inside.bottom});
+    BlendEdges(edgeRow, back, fore, result, motion, taken,
+               {inside.right, inside.top, area.right, inside.bottom});
+    BlendEdges(edgeRow, back, fore, result, motion, taken,
+               {area.left, inside.bottom, area.right, area.bottom});
+}
+
+void COverlay::BlendInside(const MovedRow& row, const COverlayImage& back, const COverlayImage& fore,
+                           const COverlayImage& result, const Motion& motion,
+                           const EdgeRectangle& area) const noexcept {
+    const std::int64_t left = area.left, top = lines.From(area.top), step = lines.step;
+    MovedJob job;
+    job.width = job.whole = Size(area.Width());
+    job.height = Size(lines.Count(area.top, area.bottom));
+    if (job.width == 0 || job.height == 0) {
+        return;
+    }
+    job.source[kBack] = back.Colour(left, top, step);
+    job.source[kBackAlpha] = back.Alpha(left, top, step);
+    for (std::size_t r = 0; r < (motion.fractions.y != 0 ? 2U : 1U); ++r) {
+        for (std::size_t c = 0; c < (motion.IsAcross() ? kColumns : 1); ++c) {
+            const std::int64_t x = left - static_cast<std::int64_t>(c);
+            const std::int64_t y = top - static_cast<std::int64_t>(r) * motion.rowStep;
+            job.source[ForeOf(r, c)] = fore.Colour(x, y, step);
+            job.source[ForeAlphaOf(r, c)] = fore.Alpha(x, y, step);
+        }
+    }
+    job.destination[kOut] = result.Colour(left, top, step);
+    job.destination[kOutAlpha] = result.Alpha(left, top, step);
+    (*row.kernel)(job, motion.fractions);
+}
+
+void COverlay::BlendEdges(const MovedRow& row, const COverlayImage& back, const COverlayImage& fore,
+                          const COverlayImage& result, const Motion& motion, const EdgeRectangle& taken,
+                          const EdgeRectangle& area) const noexcept {
+    if (area.IsEmpty()) {
+        return;
+    }
+    const std::int64_t step = lines.step, end = area.bottom;
+    for (std::int64_t left = area.left; left < area.right; left += EdgeTile::kMostColumns) {
+        const std::int64_t columns = std::min(area.right - left, EdgeTile::kMostColumns);
+        const std::int64_t most = EdgeTile::MostRows(columns) * step;
+        for (std::int64_t top = lines.From(area.top); top < end; top += most) {
+            const std::int64_t rows = lines.Count(top, std::min(end, top + most));
+            EdgeTile tile(fore, taken, motion.fractions.y != 0 ? motion.rowStep : 0, left, top, step, columns,
+                          rows);
+            MovedJob job;
+            job.width = job.whole = Size(columns);
+            job.height = Size(rows);
+            job.source[kBack] = back.Colour(left, top, step);
+            job.source[kBackAlpha] = back.Alpha(left, top, step);
+            tile.AddTo(job);
+            job.destination[kOut] = result.Colour(left, top, step);
+            job.destination[kOutAlpha] = result.Alpha(left, top, step);
+            (*row.kernel)(job, motion.fractions);
+        }
+    }
 }
 
 // ---- Centring -----------------------------------------------------------------------------------------

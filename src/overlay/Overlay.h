@@ -9,6 +9,7 @@
 #include "overlay/OverlayFamily.h"
 #include "overlay/OverlayImage.h"
 #include "overlay/OverlayRenderInfo.h"
+#include "overlay/kernels/Overlay.h"
 
 namespace Zan {
 
@@ -51,10 +52,16 @@ private:
         std::int64_t left, across, right;
     };
 
-    /// Where the foreground goes along an axis: whole pixels, and 512ths of a sample beyond.
-    struct Shift {
-        std::int64_t whole = 0;
-        unsigned fraction = 0;
+    /// How far the foreground moves between pixels: whole pixels and lines, and the weights beyond.
+    struct Motion {
+        std::int64_t x = 0, y = 0;
+        std::int64_t rowStep = 1;  ///< lines to the one before, of the same field where there are fields
+        Fractions fractions;
+
+        bool IsAcross() const noexcept { return fractions.x != 0 || fractions.chroma != 0; }
+        bool IsWhole() const noexcept {
+            return fractions.x == 0 && fractions.chroma == 0 && fractions.y == 0;
+        }
     };
 
     Long32 RenderFrame(const COverlayImage& result, const COverlayImage& foreground,
@@ -79,6 +86,20 @@ private:
     Long32 RenderWhole(const OverlayFamily& family, const COverlayImage& result,
                        const COverlayImage& foreground, const COverlayImage& background, std::int64_t x,
                        std::int64_t y);
+    Long32 RenderMoved(const OverlayFamily& family, const COverlayImage& result,
+                       const COverlayImage& foreground, const COverlayImage& background,
+                       const Motion& motion);
+    void LogMotion(const OverlayFamily& family, const Motion& motion, const EdgeRectangle& taken,
+                   const COverlayImage& result, const EdgeRectangle& overlap) const noexcept;
+    void BlendMoved(const OverlayFamily& family, const MovedRow& row, const COverlayImage& back,
+                    const COverlayImage& fore, const COverlayImage& result, const Motion& motion,
+                    const EdgeRectangle& taken, const EdgeRectangle& area) const;
+    void BlendInside(const MovedRow& row, const COverlayImage& back, const COverlayImage& fore,
+                     const COverlayImage& result, const Motion& motion,
+                     const EdgeRectangle& area) const noexcept;
+    void BlendEdges(const MovedRow& row, const COverlayImage& back, const COverlayImage& fore,
+                    const COverlayImage& result, const Motion& motion, const EdgeRectangle& taken,
+                    const EdgeRectangle& area) const noexcept;
     Long32 CenterPictures(const OverlayFamily& family, const COverlayImage& source,
                           const COverlayImage& result);
 

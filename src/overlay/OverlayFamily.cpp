@@ -34,18 +34,133 @@ constexpr OverlayRow kYuvRows[] = {
      &kStraight24With24},
 };
 
+// Names of both axes, across, down. Some of 4:2:2 say "RenderYUV0".
+constexpr MovedRow kRgbMovedRows[] = {
+    {24,
+     24,
+     Mode::kAny,
+     {nullptr, nullptr, "Mixup::COverlay::RenderRGB1() RGB1_HORIZVERT_24_24\n"},
+     {nullptr, nullptr, "Mixup::COverlay::RenderRGB1() RGB1_HORIZ_24_24\n"},
+     {nullptr, nullptr, "Mixup::COverlay::RenderRGB1() RGB1_VERT_24_24\n"},
+     &kMoved24With24},
+    {32,
+     24,
+     Mode::kAny,
+     {nullptr, nullptr, "Mixup::COverlay::RenderRGB1() RGB1_HORIZVERT_32_24\n"},
+     {nullptr, nullptr, "Mixup::COverlay::RenderRGB1() RGB1_HORIZ_32_24\n"},
+     {nullptr, nullptr, "Mixup::COverlay::RenderRGB1() RGB1_VERT_32_24\n"},
+     &kMoved32With24},
+    {24,
+     32,
+     Mode::kPremultiplied,
+     {nullptr, nullptr, "Mixup::COverlay::RenderRGB1() RGB1_HORIZVERT_24_32_PREMUL\n"},
+     {nullptr, nullptr, "Mixup::COverlay::RenderRGB1() RGB1_HORIZ_24_32_PREMUL\n"},
+     {nullptr, nullptr, "Mixup::COverlay::RenderRGB1() RGB1_VERT_24_32_PREMUL\n"},
+     &kMovedPremultiplied24With32},
+    {24,
+     32,
+     Mode::kStraight,
+     {nullptr, nullptr, "Mixup::COverlay::RenderRGB1() RGB1_HORIZVERT_24_32\n"},
+     {nullptr, nullptr, "Mixup::COverlay::RenderRGB1() RGB1_HORIZ_24_32\n"},
+     {nullptr, nullptr, "Mixup::COverlay::RenderRGB1() RGB1_VERT_24_32\n"},
+     &kMovedStraight24With32},
+    {32,
+     32,
+     Mode::kPremultiplied,
+     {"Mixup::COverlay::RenderRGB1() RGB1_HORIZVERT_32_32_PREMUL_SSE2\n", nullptr,
+      "Mixup::COverlay::RenderRGB1() RGB1_HORIZVERT_32_32_PREMUL\n"},
+     {"Mixup::COverlay::RenderRGB1() RGB1_HORIZ_32_32_PREMUL_SSE2\n",
+      "Mixup::COverlay::RenderRGB1() RGB1_HORIZ_32_32_PREMUL_MMX\n",
+      "Mixup::COverlay::RenderRGB1() RGB1_HORIZ_32_32_PREMUL\n"},
+     {"Mixup::COverlay::RenderRGB1() RGB1_VERT_32_32_PREMUL_SSE2\n", nullptr,
+      "Mixup::COverlay::RenderRGB1() RGB1_VERT_32_32_PREMUL\n"},
+     &kMovedPremultiplied32With32},
+    {32,
+     32,
+     Mode::kStraight,
+     {nullptr, nullptr, "Mixup::COverlay::RenderRGB1() RGB1_HORIZVERT_32_32\n"},
+     {nullptr, nullptr, "Mixup::COverlay::RenderRGB1() RGB1_HORIZ_32_32\n"},
+     {nullptr, nullptr, "Mixup::COverlay::RenderRGB1() RGB1_VERT_32_32\n"},
+     &kMovedStraight32With32},
+};
+
+constexpr MovedRow kYuvMovedRows[] = {
+    {16,
+     16,
+     Mode::kAny,
+     {nullptr, nullptr, "Mixup::COverlay::RenderYUV1() YUV1_VERTHORIZ_16_16\n"},
+     {"Mixup::COverlay::RenderYUV1() YUV1_HORIZ_16_16_SSE2\n",
+      "Mixup::COverlay::RenderYUV1() YUV1_HORIZ_16_16_MMX\n",
+      "Mixup::COverlay::RenderYUV1() YUV1_HORIZ_16_16_C\n"},
+     {nullptr, nullptr, "Mixup::COverlay::RenderYUV1() YUV1_VERT_16_16\n"},
+     &kMoved16With16},
+    {24,
+     16,
+     Mode::kAny,
+     {nullptr, nullptr, nullptr},
+     {nullptr, nullptr, nullptr},
+     {nullptr, nullptr, nullptr},
+     &kMoved24With16},
+    {16,
+     24,
+     Mode::kPremultiplied,
+     {"Mixup::COverlay::RenderYUV0() YUV1_VERTHORIZ_16_24_PREMUL_SSE2\n", nullptr,
+      "Mixup::COverlay::RenderYUV1() YUV1_VERTHORIZ_16_24_PREMUL_C\n"},
+     {"Mixup::COverlay::RenderYUV0() YUV1_HORIZ_16_24_PREMUL_SSE2\n", nullptr,
+      "Mixup::COverlay::RenderYUV1() YUV1_HORIZ_16_24_PREMUL_C\n"},
+     {"Mixup::COverlay::RenderYUV1() YUV1_VERT_16_24_PREMUL_SSE2\n", nullptr,
+      "Mixup::COverlay::RenderYUV1() YUV1_VERT_16_24_PREMUL_C\n"},
+     &kMovedPremultiplied16With24},
+    {16,
+     24,
+     Mode::kStraight,
+     {"Mixup::COverlay::RenderYUV0() YUV1_VERTHORIZ_16_24_SSE2\n", nullptr,
+      "Mixup::COverlay::RenderYUV1() YUV1_VERTHORIZ_16_24_C\n"},
+     {"Mixup::COverlay::RenderYUV0() YUV1_HORIZ_16_24_SSE2\n", nullptr,
+      "Mixup::COverlay::RenderYUV1() YUV1_HORIZ_16_24_C\n"},
+     {"Mixup::COverlay::RenderYUV1() YUV1_VERT_16_24_SSE2\n", nullptr,
+      "Mixup::COverlay::RenderYUV1() YUV1_VERT_16_24_C\n"},
+     &kMovedStraight16With24},
+    {24,
+     24,
+     Mode::kPremultiplied,
+     {"Mixup::COverlay::RenderYUV1() YUV1_VERTHORIZ_24_24_PREMUL_SSE2\n", nullptr,
+      "Mixup::COverlay::RenderYUV1() YUV1_VERTHORIZ_24_24_PREMUL\n"},
+     {"Mixup::COverlay::RenderYUV1() YUV1_HORIZ_24_24_PREMUL_SSE2\n", nullptr,
+      "Mixup::COverlay::RenderYUV1() YUV1_HORIZ_24_24_PREMUL_C\n"},
+     {"Mixup::COverlay::RenderYUV1() YUV1_VERT_24_24_PREMUL_SSE2\n", nullptr,
+      "Mixup::COverlay::RenderYUV1() YUV1_VERT_24_24_PREMUL_C\n"},
+     &kMovedPremultiplied24With24},
+    {24,
+     24,
+     Mode::kStraight,
+     {nullptr, nullptr, "Mixup::COverlay::RenderYUV1() YUV1_VERTHORIZ_24_24\n"},
+     {nullptr, nullptr, "Mixup::COverlay::RenderYUV1() YUV1_HORIZ_24_24\n"},
+     {nullptr, nullptr, "Mixup::COverlay::RenderYUV1() YUV1_VERT_24_24\n"},
+     &kMovedStraight24With24},
+};
+
 #undef RGB0
 #undef YUV0
 
-}  // namespace
-
-const OverlayRow* OverlayFamily::Find(unsigned back, unsigned fore, bool premultiplied) const noexcept {
-    for (const OverlayRow& row : rows) {
+template <class Row>
+const Row* FirstOf(std::span<const Row> rows, unsigned back, unsigned fore, bool premultiplied) noexcept {
+    for (const Row& row : rows) {
         if (row.Suits(back, fore, premultiplied)) {
             return &row;
         }
     }
     return nullptr;
+}
+
+}  // namespace
+
+const OverlayRow* OverlayFamily::Find(unsigned back, unsigned fore, bool premultiplied) const noexcept {
+    return FirstOf(rows, back, fore, premultiplied);
+}
+
+const MovedRow* OverlayFamily::FindMoved(unsigned back, unsigned fore, bool premultiplied) const noexcept {
+    return FirstOf(movedRows, back, fore, premultiplied);
 }
 
 constinit const OverlayFamily kOverlayRgb = {
@@ -54,6 +169,7 @@ constinit const OverlayFamily kOverlayRgb = {
     false,
     &CPUfeatures::IsMMXusable,
     kRgbRows,
+    kRgbMovedRows,
     {nullptr, "Mixup::COverlay::RenderRGB() destination is empty\n",
      "Mixup::COverlay::RenderRGB() rendering inplace\n",
      "***Mixup::COverlay::RenderRGB() centering background into result gave error %d\n",
@@ -67,6 +183,15 @@ constinit const OverlayFamily kOverlayRgb = {
      "Mixup::COverlay::RenderRGB0() back ROI (%d,%d),(%d,%d)\n",
      "Mixup::COverlay::RenderRGB0() destination is empty\n",
      "Mixup::COverlay::RenderRGB0() result ROI (%d,%d),(%d,%d)\n",
+     "Mixup::COverlay::RenderRGB0() lines upper=%d middle=%d lower=%d total=%d\n",
+     "Mixup::COverlay::RenderRGB0() pixel left =%d middle=%d right=%d total=%d\n"},
+    {"**Mixup::COverlay::RenderRGB1() background bitcount=%d != 24/32 not supported\n",
+     "**Mixup::COverlay::RenderRGB1() foreground bitcount=%d != 24/32 not supported\n",
+     "**Mixup::COverlay::RenderRGB1() dest bitcount=%d != %d back bitcount not supported\n",
+     "Mixup::COverlay::RenderRGB1() Fore: (%d,%d) skip lines=%d skip cols=%d\n", "BackCoeff=(%.3f,%.3f)\n",
+     "ForeCoeff=(%.3f,%.3f)\n", "Fraction=(%.3f,%.3f)\n",
+     "Mixup::COverlay::RenderRGB1() Back: (%d,%d) skip lines=%d skip cols=%d\n",
+     "Mixup::COverlay::RenderRGB1() fraction=(%f,%f)\n", nullptr, nullptr,
      "Mixup::COverlay::RenderRGB0() lines upper=%d middle=%d lower=%d total=%d\n",
      "Mixup::COverlay::RenderRGB0() pixel left =%d middle=%d right=%d total=%d\n"},
     {"**Mixup::COverlay::CenterRGB() dst bitcount=%d != 24/32 not supported\n",
@@ -84,6 +209,7 @@ constinit const OverlayFamily kOverlayYuv = {
     true,
     &CPUfeatures::IsSSEusable,
     kYuvRows,
+    kYuvMovedRows,
     {"Mixup::COverlay::RenderYUV() Position=(%f,%f)\n", "Mixup::COverlay::RenderYUV() destination is empty\n",
      "Mixup::COverlay::RenderYUV() rendering inplace\n",
      "***Mixup::COverlay::RenderYUV() centering background into result gave error %d\n",
@@ -99,6 +225,14 @@ constinit const OverlayFamily kOverlayYuv = {
      "Mixup::COverlay::RenderYUV0() result ROI (%d,%d),(%d,%d)\n",
      "Mixup::COverlay::RenderYUV0() lines upper=%d middle=%d lower=%d total=%d\n",
      "Mixup::COverlay::RenderYUV0() pixel left =%d middle=%d right=%d total=%d\n"},
+    {"**Mixup::COverlay::RenderYUV1() background bitcount=%d != 16/24 not supported\n",
+     "**Mixup::COverlay::RenderYUV1() foreground bitcount=%d != 16/24 not supported\n",
+     "**Mixup::COverlay::RenderYUV1() dest bitcount=%d != %d back bitcount not supported\n", nullptr,
+     "BackCoeff=(%.3f,%.3f)\n", "ForeCoeff=(%.3f,%.3f)\n", "Fraction=(%.3f,%.3f)\n", nullptr, nullptr,
+     "Mixup::COverlay::RenderYUV1() foreground column skipped\n",
+     "Mixup::COverlay::RenderYUV1() background column skipped\n",
+     "Mixup::COverlay::RenderYUV1() lines upper=%d middle=%d lower=%d total=%d\n",
+     "Mixup::COverlay::RenderYUV1() pixel left =%d middle=%d right=%d total=%d\n"},
     {"**Mixup::COverlay::CenterYUV() dst bitcount=%d != 16/24 not supported\n",
      "**Mixup::COverlay::CenterYUV() src bitcount=%d != 16/24 not supported\n",
      "**Mixup::COverlay::CenterYUV() dst bitcount=%d != %d src bitcount not supported\n", nullptr, nullptr,

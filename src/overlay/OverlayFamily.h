@@ -29,11 +29,30 @@ struct OverlayRow {
     }
 };
 
+/// The same between pixels, by the axes that have a fraction.
+struct MovedRow {
+    struct Names {
+        const char *nameSSE2, *nameMMX, *name;
+    };
+
+    unsigned backBits, foreBits;
+    OverlayRow::Mode mode;
+    Names both, across, down;
+    const MovedKernel* kernel;
+
+    bool Suits(unsigned back, unsigned fore, bool premultiplied) const noexcept {
+        return backBits == back && foreBits == fore &&
+               (mode == OverlayRow::Mode::kAny ||
+                (mode == OverlayRow::Mode::kPremultiplied) == premultiplied);
+    }
+};
+
 struct OverlayFamily {
     unsigned lowBits, highBits;  ///< of a pixel, without and with alpha
     bool hasPairs;               ///< pictures start on a pair, and whole pairs are blended
     bool (CPUfeatures::*isUsableBefore)() const noexcept;
     std::span<const OverlayRow> rows;
+    std::span<const MovedRow> movedRows;
 
     struct {
         const char *position, *empty, *inPlace, *centringFailed, *toTemp, *tempFailed, *noTemp;
@@ -43,12 +62,17 @@ struct OverlayFamily {
             *pixels;
     } whole;
     struct {
+        const char *backBits, *foreBits, *resultBits, *fore, *backCoefficients, *foreCoefficients, *fraction,
+            *back, *longFraction, *foreSkipped, *backSkipped, *lines, *pixels;
+    } moved;
+    struct {
         const char *resultBits, *sourceBits, *differ, *sourceRegion, *destinationRegion, *resultRegion,
             *lines, *pixels;
     } centre;
 
     bool Takes(unsigned bits) const noexcept { return bits == lowBits || bits == highBits; }
     const OverlayRow* Find(unsigned back, unsigned fore, bool premultiplied) const noexcept;
+    const MovedRow* FindMoved(unsigned back, unsigned fore, bool premultiplied) const noexcept;
 };
 
 extern const OverlayFamily kOverlayRgb;

@@ -55,6 +55,23 @@ constexpr std::uint8_t WeightedStep(unsigned b, unsigned f, unsigned w) noexcept
     return static_cast<std::uint8_t>(static_cast<int>(b) + ShiftedQuotient(t));
 }
 
+// ---- Between pixels ---------------------------------------------------------------------------------------
+
+/// Where a sample lies between two: weights are out of 512, and their products out of 2^18.
+inline constexpr unsigned kWeightsOfAxis = 512;
+inline constexpr int kWeightBits = 18;
+
+/// A weighted sum of samples to the nearest, halves up.
+constexpr unsigned WeightedMean(std::uint32_t sum) noexcept {
+    return (sum + (1U << (kWeightBits - 1))) >> kWeightBits;
+}
+
+/// The straight colour of weighted pixels: the sum of weight * alpha * colour by that of weight * alpha, to
+/// the nearest, halves up.
+constexpr unsigned StraightMean(std::uint64_t colours, std::uint32_t alphas) noexcept {
+    return alphas == 0 ? 0 : static_cast<unsigned>((colours + alphas / 2) / alphas);
+}
+
 }  // namespace Zan
 
 #endif  // TESSELU_SRC_OVERLAY_KERNELS_OVERLAYFORMULAS_H
