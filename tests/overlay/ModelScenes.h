@@ -226,7 +226,8 @@ struct Scene {
     /// What was asked for: a view answers with another region, which it would not take in the same way.
     std::vector<Zan::Rectangle> requests;
 
-    void Add(const std::shared_ptr<Canvas>& canvas, const Zan::Rectangle& region, Zan::WhichFieldEnum field) {
+    /// By value: it may be one of those that are there.
+    void Add(std::shared_ptr<Canvas> canvas, const Zan::Rectangle& region, Zan::WhichFieldEnum field) {
         canvases.push_back(canvas);
         views.emplace_back(canvas->Image(), region, field);
         requests.push_back(region);

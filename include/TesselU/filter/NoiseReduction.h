@@ -14,7 +14,7 @@ namespace Zan {
 class TESSELU_API NoiseReduction {
 public:
     /// What becomes of the fractions of the three channels of a pixel, each from 0 (detail) to 1 (noise).
-    enum AlphaControlEnum {
+    enum AlphaControlEnum : int {
         kAlphaMinimum = 0,  ///< each is multiplied by its channel's weight; the smallest serves all channels
         kAlphaMaximum = 1,  ///< the same, the largest
         kAlphaWeightedSum = 2,  ///< the sum of the three products serves all; in implementations 2 and 3 only
