@@ -1,12 +1,13 @@
 #include <TesselU/filter/NoiseSource.h>
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <cmath>
 #include <functional>
 #include <limits>
 #include <string>
 
 #include "filter/WordPictures.h"
+#include "filter/model/Exact.h"
 #include "filter/model/Noise.h"
 
 // Noises against their model.
@@ -218,6 +219,82 @@ TEST(NoiseSourceModel, EveryDrawOfTheGaussian) {
         seen += (logarithms[i] ? 1U : 0U) + (cosines[i] ? 1U : 0U);
     }
     EXPECT_GT(seen, kSanitized ? 40000U : 65000U);
+}
+
+// Sums that lie on a half as nearly as doubles can say: the order of additions and the last bit of a
+// logarithm decide.
+
+/// One pixel with several first bytes.
+void ExpectAtHalf(Noise& model, NoiseSource& noise, const Kind& kind) {
+    model.repeats = true;
+    noise.SetRandomSeed(model.seed);
+    for (const int byte : {0, 1, 77, 128, 254}) {
+        WordPicture source(1, 1), destination(1, 1);
+        source.Line(0)[0] = static_cast<std::uint8_t>(byte);
+        Bytes expected = destination.memory;
+        ASSERT_EQ(kind.model(model, source.Line(0), expected.data() + destination.offset,
+                             {1, 1, source.pitch, destination.pitch}),
+                  0);
+        ASSERT_EQ(
+            kind.run(noise, source.Words(), destination.Words(), 1, 1,
+                     static_cast<Zan::ULong32>(source.pitch), static_cast<Zan::ULong32>(destination.pitch)),
+            0);
+        ASSERT_TRUE(SameBytes(expected, destination)) << kind.name << ", seed " << model.seed;
+    }
+}
+
+TEST(NoiseSourceModel, UniformAtHalves) {
+    NoiseSource noise;
+    Noise model;
+    for (int i = 0; i < (kSanitized ? 200 : 4000); ++i) {
+        model.seed = static_cast<std::uint32_t>(Random()());
+        Noise draws;
+        draws.state = model.seed;
+        const double span = RandomFrom<int>(1, 100000) / 1000.0;
+        const double offset = draws.Draw() * 3.051850947599719e-05 * span;
+        const double low = RandomFrom<int>(-100, 100) + 0.5 - offset;
+        ASSERT_NO_FATAL_FAILURE(ExpectAtHalf(model, noise, Uniform(low, low + span)));
+    }
+}
+
+TEST(NoiseSourceModel, GaussianAtHalves) {
+    NoiseSource noise;
+    Noise model;
+    // Draws whose logarithm or cosine this machine's own library does not round to the nearest, and others.
+    std::vector<bool> logarithms(32768), cosines(32768);
+    int hard = 0;
+    for (int draw = 0; draw < 32768; draw += kSanitized ? 16 : 1) {
+        const double u = 1.0 - draw * 3.0518416338339375e-05;
+        const double angle = draw * 0.00019175345011749627 - 3.141592653589793;
+        const auto at = static_cast<std::size_t>(draw);
+        logarithms[at] = filter_model::NearestLog(u) != std::log(u) || draw % 1000 == 0;
+        cosines[at] = filter_model::NearestCosine(angle) != std::cos(angle) || draw % 1000 == 0;
+        hard += (logarithms[at] ? 1 : 0) + (cosines[at] ? 1 : 0);
+    }
+    EXPECT_GE(hard, kSanitized ? 34 : 66);
+    int done = 0;
+    for (std::uint32_t seed = 0; seed < 400000; ++seed) {
+        Noise draws;
+        draws.state = seed;
+        const int first = draws.Draw(), second = draws.Draw();
+        const auto one = static_cast<std::size_t>(first), two = static_cast<std::size_t>(second);
+        if (!logarithms[one] && !cosines[two]) {
+            continue;
+        }
+        for (const double variance : {1.0, 100.0, 2000.0 + seed}) {
+            const double u = 1.0 - first * 3.0518416338339375e-05;
+            const double angle = second * 0.00019175345011749627 - 3.141592653589793;
+            const double radius = std::sqrt(filter_model::NearestLog(u) * variance * -2.0);
+            const double mean = 0.5 - filter_model::NearestCosine(angle) * radius;
+            model.seed = seed;
+            ASSERT_NO_FATAL_FAILURE(ExpectAtHalf(model, noise, Gaussian(variance, mean)));
+        }
+        // Each a few times.
+        logarithms[one] = logarithms[one] && !OneIn(3);
+        cosines[two] = cosines[two] && !OneIn(3);
+        ++done;
+    }
+    EXPECT_GE(done, hard / 2);
 }
 
 TEST(NoiseSourceModel, Refusals) {
