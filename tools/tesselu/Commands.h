@@ -13,6 +13,7 @@ namespace tool {
     ROW(kWipeCommand)         \
     ROW(kDissolveCommand)     \
     ROW(kOverCommand)         \
+    ROW(kKeyCommand)          \
     ROW(kLutCommand)          \
     ROW(kAdjustCommand)       \
     ROW(kCorrectCommand)      \

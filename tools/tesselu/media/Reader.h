@@ -19,6 +19,9 @@ public:
     /// Opens the input and decodes its first frames. Throws `Failure` naming the input.
     explicit Reader(std::string path, const InputOptions& options = {});
 
+    /// The same input from its start, for one that can be read twice.
+    std::unique_ptr<Reader> Again() const { return std::make_unique<Reader>(path, options); }
+
     const std::string& Path() const noexcept { return path; }
     /// The size of the first frame as it is shown, turned if its label says so.
     unsigned Width() const noexcept;

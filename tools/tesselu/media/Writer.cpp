@@ -83,7 +83,7 @@ void CheckOutputName(const std::string& path, const OutputOptions& options) {
     const std::string kind = KindOf(path, options);
     if (kind.empty()) {
         throw UsageError(
-            "-o " + path +
+            options.option + " " + path +
             ": unknown kind of output; .mkv, .mov, .mp4, .y4m or .png with %04d in its name, or --to "
             "says what it is");
     }
