@@ -69,12 +69,25 @@ ChromaKeyJob From(ULong32 row, ChromaKeyJob job) noexcept {
 
 constinit CPUcapabilities& ChromaKeyerYUV::CPUinstructionSet = classCapabilities[kOwnerChromaKeyerYUV];
 
+ChromaKeyerYUV::ChromaKeyerYUV() noexcept
+    : hue(DirectionOf(hueAngle)), spill(DirectionOf(spillSuppressionAngle)) {
+    SetAcceptanceAngle(acceptanceAngle);
+}
+
+ChromaKeyerYUV::Direction ChromaKeyerYUV::DirectionOf(double degrees) noexcept {
+    const double angle = 2 * degrees * kHalfTurn / 360, fixed = degrees * kRadians;
+    return {Cosine(angle), Sine(angle), Cosine(fixed), Sine(fixed)};
+}
+
 void ChromaKeyerYUV::SetHueAngle(double degrees) noexcept {
     hueAngle = Limited(degrees, 0, 360);
+    hue = DirectionOf(hueAngle);
 }
 
 void ChromaKeyerYUV::SetAcceptanceAngle(double degrees) noexcept {
     acceptanceAngle = Limited(degrees, 1, 179);
+    const double edge = kQuarterTurn - 0.5 * 2 * acceptanceAngle * kHalfTurn / 360;
+    slope = Limited(Sine(edge) / Cosine(edge), 0, kSteepest);
 }
 
 void ChromaKeyerYUV::SetSaturationMinimum(double minimum) noexcept {
@@ -83,6 +96,7 @@ void ChromaKeyerYUV::SetSaturationMinimum(double minimum) noexcept {
 
 void ChromaKeyerYUV::SetSpillSuppressionAngle(double degrees) noexcept {
     spillSuppressionAngle = Limited(degrees, 0, 360);
+    spill = DirectionOf(spillSuppressionAngle);
 }
 
 void ChromaKeyerYUV::SetSpillSuppressionGain(double gain) noexcept {
@@ -164,27 +178,25 @@ Long32 ChromaKeyerYUV::Do(ImageView& foreground, ImageView* background, ImageVie
     }
 
     ChromaKeySettings settings;
-    const double hue = 2 * hueAngle * kHalfTurn / 360, spill = 2 * spillSuppressionAngle * kHalfTurn / 360;
-    const double edge = kQuarterTurn - 0.5 * 2 * acceptanceAngle * kHalfTurn / 360;
-    settings.cosine = Cosine(hue);
-    settings.sine = Sine(hue);
-    settings.slope = Limited(Sine(edge) / Cosine(edge), 0, kSteepest);
+    settings.cosine = hue.cosine;
+    settings.sine = hue.sine;
+    settings.slope = slope;
     settings.leastSaturation = saturationMinimum;
-    settings.spillCb = Cosine(spill) * spillSuppressionGain;
-    settings.spillCr = Sine(spill) * spillSuppressionGain;
+    settings.spillCb = spill.cosine * spillSuppressionGain;
+    settings.spillCr = spill.sine * spillSuppressionGain;
     settings.offset = keyOffset;
     settings.gain = keyGain;
     settings.invertBefore = invertKeyBefore;
     settings.invertAfter = invertKeyAfter;
     auto& fixed = settings.fixed;
-    fixed.cosine = Rounded(Cosine(hueAngle * kRadians) * 128);
-    fixed.sine = Rounded(Sine(hueAngle * kRadians) * 128);
-    fixed.slope = Rounded(Limited(settings.slope, 0, 1) * 128);
+    fixed.cosine = Rounded(hue.fixedCosine * 128);
+    fixed.sine = Rounded(hue.fixedSine * 128);
+    fixed.slope = Rounded(Limited(slope, 0, 1) * 128);
     fixed.leastSaturation = Rounded(saturationMinimum * 32640);
     fixed.offset = Rounded(keyOffset * 255);
     fixed.gain = Rounded(keyGain * 128);
-    fixed.spillCb = Rounded(Cosine(spillSuppressionAngle * kRadians) * spillSuppressionGain * 64);
-    fixed.spillCr = Rounded(Sine(spillSuppressionAngle * kRadians) * spillSuppressionGain * 64);
+    fixed.spillCb = Rounded(spill.fixedCosine * spillSuppressionGain * 64);
+    fixed.spillCr = Rounded(spill.fixedSine * spillSuppressionGain * 64);
     settings.keyIsFull = background == nullptr;
 
     const ChromaKeyKernel* kernel = isPairs ? &kKeyPairsDouble : &kKeyPixelsDouble;

@@ -41,7 +41,8 @@ class ImageView;
 /// Operations keep nothing between calls and may run on several threads, unless a setting changes meanwhile.
 class TESSELU_API ChromaKeyerYUV {
 public:
-    ChromaKeyerYUV() noexcept = default;
+    /// The settings that are named below.
+    ChromaKeyerYUV() noexcept;
     ChromaKeyerYUV(const ChromaKeyerYUV&) noexcept = default;
     ChromaKeyerYUV& operator=(const ChromaKeyerYUV&) noexcept = default;
     ~ChromaKeyerYUV() = default;
@@ -127,6 +128,14 @@ private:
     ULong32 splitScreenHeight = 0xFFFFFFFFU;
     bool splitScreenTop = true;
     bool mmxOnly = false;
+
+    /// Cosine and sine of an angle, as the float and SSE forms take it, and as the fixed one does.
+    struct Direction {
+        double cosine, sine, fixedCosine, fixedSine;
+    };
+    static Direction DirectionOf(double degrees) noexcept;
+    Direction hue, spill;
+    double slope;  ///< of the wedge
 };
 
 }  // namespace Zan

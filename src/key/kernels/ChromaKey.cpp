@@ -88,11 +88,20 @@ HWY_INLINE HWY_ATTR void PutKeys(const VI16 (&full)[4], std::uint8_t* to, Put pu
     }
 }
 
-// ---- Single precision -------------------------------------------------------------------------------------
+// ---- Keys of two vectors ----------------------------------------------------------------------------------
+//
+// In three steps, since much of a picture needs only the first or the first two:
+//
+//     Start(chroma, k)    k of the words; false where it is 0, which leaves chroma alone
+//     Weigh(k, m)         the keys
+//     Clean(k, chroma)    chroma without the backing's
 
 /// SingleKey.
 class SingleKeyLanes {
 public:
+    struct K {
+        VF32 b, r, k;
+    };
     /// Less m.
     struct M {
         VI16 minus;
@@ -100,29 +109,42 @@ public:
 
     HWY_ATTR explicit SingleKeyLanes(const ChromaKeySettings& s) : SingleKeyLanes(s, SingleKeyConstants(s)) {}
 
-    /// Takes the backing out of chroma and gives the keys.
-    HWY_INLINE HWY_ATTR void operator()(VI16 (&chroma)[2], M (&m)[2]) const {
-        const DF32 d;
-        VI32 keys[2];
-        VI16 cleaned[2];
+    HWY_INLINE HWY_ATTR bool Start(const VI16 (&chroma)[2], K (&k)[2]) const {
         for (std::size_t i = 0; i < 2; ++i) {
-            const Chroma at(hn::Sub(chroma[i], hn::Set(DI16(), 128)));
-            const VF32 x = Along(at);
-            VF32 k = Inside(at, x);
+            const VI16 centred = hn::Sub(chroma[i], hn::Set(DI16(), 128));
+            const VF32 x = Along(centred, k[i]);
+            Across(centred, x, k[i]);
             if (hasLeast) {
-                k = Saturated(at, x, k);
+                if (IsNearLeast(x)) [[unlikely]] {
+                    k[i].k = SaturatedInDoubles(centred, k[i].k);
+                } else {
+                    k[i].k = hn::IfThenElseZero(hn::Ge(x, least), k[i].k);
+                }
             }
-            keys[i] = Truncated(hn::Add(hn::Add(hn::Mul(k, minusGain), minusOffset), hn::Set(d, -0.5F)));
-            const VF32 half = hn::Set(d, 128.5F);
-            const VF32 cb = hn::Add(hn::Sub(at.b, hn::Mul(spillCb, k)), half);
-            const VF32 cr = hn::Add(hn::Sub(at.r, hn::Mul(spillCr, k)), half);
-            cleaned[i] = PackToShorts(Truncated(cb), Truncated(cr));
+        }
+        return HasKey(k);
+    }
+
+    HWY_INLINE HWY_ATTR void Weigh(const K (&k)[2], M (&m)[2]) const {
+        VI32 keys[2];
+        for (std::size_t i = 0; i < 2; ++i) {
+            keys[i] = Truncated(hn::Add(hn::Mul(k[i].k, minusGain), minusOffset));
         }
         const Doubled doubled(hn::Min(PackToShorts(keys[0], keys[1]), hn::Zero(DI16())));
-        Interleave(PackToBytes(cleaned[0], cleaned[1]), chroma);
+        m[0].minus = doubled.of[0];
+        m[1].minus = doubled.of[1];
+    }
+    static HWY_INLINE HWY_ATTR VI16 AnyOf(const M (&m)[2]) { return hn::Or(m[0].minus, m[1].minus); }
+
+    HWY_INLINE HWY_ATTR void Clean(const K (&k)[2], VI16 (&chroma)[2]) const {
+        const VF32 half = hn::Set(DF32(), 128.5F);
+        VI16 cleaned[2];
         for (std::size_t i = 0; i < 2; ++i) {
-            m[i].minus = doubled.of[i];
+            const VF32 cb = hn::Add(hn::Sub(k[i].b, hn::Mul(spillCb, k[i].k)), half);
+            const VF32 cr = hn::Add(hn::Sub(k[i].r, hn::Mul(spillCr, k[i].k)), half);
+            cleaned[i] = PackToShorts(Truncated(cb), Truncated(cr));
         }
+        Interleave(PackToBytes(cleaned[0], cleaned[1]), chroma);
     }
 
     static HWY_INLINE HWY_ATTR VI16 Mix(VI16 foreground, VI16 background, M m) {
@@ -137,28 +159,28 @@ public:
     }
 
 protected:
-    struct Chroma {
-        HWY_INLINE HWY_ATTR explicit Chroma(VI16 centred) : pairs(centred) {
-            const VI32 words = hn::BitCast(DI32(), centred);
-            b = hn::ConvertTo(DF32(), hn::ShiftRight<16>(hn::ShiftLeft<16>(words)));
-            r = hn::ConvertTo(DF32(), hn::ShiftRight<16>(words));
-        }
-        VI16 pairs;
-        VF32 b, r;
-    };
-
-    HWY_INLINE HWY_ATTR VF32 Along(const Chroma& at) const {
-        return hn::Add(hn::Mul(cosine, at.b), hn::Mul(sine, at.r));
+    /// Takes chroma apart; gives what of it lies along the hue.
+    HWY_INLINE HWY_ATTR VF32 Along(VI16 centred, K& k) const {
+        const VI32 words = hn::BitCast(DI32(), centred);
+        k.b = hn::ConvertTo(DF32(), hn::ShiftRight<16>(hn::ShiftLeft<16>(words)));
+        k.r = hn::ConvertTo(DF32(), hn::ShiftRight<16>(words));
+        return hn::Add(hn::Mul(cosine, k.b), hn::Mul(sine, k.r));
     }
 
-    /// k, of any saturation.
-    HWY_INLINE HWY_ATTR VF32 Inside(const Chroma& at, VF32 x) const {
+    /// k, whatever the saturation.
+    HWY_INLINE HWY_ATTR void Across(VI16 centred, VF32 x, K& k) const {
         const DF32 d;
-        const VF32 high = hn::ConvertTo(d, MulAddPairs(at.pairs, acrossHigh));
-        const VF32 low = hn::ConvertTo(d, MulAddPairs(at.pairs, acrossLow));
+        const VF32 high = hn::ConvertTo(d, MulAddPairs(centred, acrossHigh));
+        const VF32 low = hn::ConvertTo(d, MulAddPairs(centred, acrossLow));
         const VF32 z = hn::Add(high, hn::Mul(low, hn::Set(d, 1.0F / SingleKeyConstants::kLowUnit)));
         const VF32 inside = hn::Sub(x, hn::Mul(hn::Abs(z), slope));
-        return hn::Min(hn::Max(inside, hn::Zero(d)), hn::Set(d, 1.0F));
+        k.k = hn::Min(hn::Max(inside, hn::Zero(d)), hn::Set(d, 1.0F));
+    }
+
+    static HWY_INLINE HWY_ATTR bool HasKey(const K (&k)[2]) {
+        // No k is negative.
+        const VI32 bits = hn::BitCast(DI32(), hn::Or(k[0].k, k[1].k));
+        return !hn::AllTrue(DI32(), hn::Eq(bits, hn::Zero(DI32())));
     }
 
     /// Whether single precision cannot tell if x is below the least saturation.
@@ -166,17 +188,10 @@ protected:
         return !hn::AllFalse(DF32(), hn::Le(hn::Abs(hn::Sub(x, least)), hn::Set(DF32(), kErrorOfK)));
     }
 
-    HWY_INLINE HWY_ATTR VF32 Saturated(const Chroma& at, VF32 x, VF32 k) const {
-        if (IsNearLeast(x)) [[unlikely]] {
-            return SaturatedInDoubles(at.pairs, k);
-        }
-        return hn::IfThenElseZero(hn::Ge(x, least), k);
-    }
-
-    HWY_NOINLINE HWY_ATTR VF32 SaturatedInDoubles(VI16 pairs, VF32 k) const {
+    HWY_NOINLINE HWY_ATTR VF32 SaturatedInDoubles(VI16 centred, VF32 k) const {
         alignas(64) std::int16_t chroma[HWY_LANES(std::int16_t)];
         alignas(64) float kept[HWY_LANES(float)];
-        hn::Store(pairs, DI16(), chroma);
+        hn::Store(centred, DI16(), chroma);
         hn::Store(k, DF32(), kept);
         for (std::size_t i = 0; i < HWY_LANES(float); ++i) {
             const double x = AlongHue(settings, static_cast<unsigned>(chroma[2 * i] + 128),
@@ -219,16 +234,16 @@ private:
         minusOffset = hn::Set(d, -c.offset);
         acrossHigh = InTurn(-c.sineHigh, c.cosineHigh);
         acrossLow = InTurn(-c.sineLow, c.cosineLow);
-        // Below 0 k is 0 anyway.
         hasLeast = s.leastSaturation > 0;
     }
 };
 
-// ---- Fixed point ------------------------------------------------------------------------------------------
-
 /// FixedKey.
 class FixedKeyLanes {
 public:
+    struct K {
+        VI16 k;  ///< of both vectors, as PackToShorts brings them together; the second is not used
+    };
     struct M {
         VI16 weight, rest;
     };
@@ -248,10 +263,10 @@ public:
         spill = InTurn(s.spillCb, s.spillCr);
     }
 
-    HWY_INLINE HWY_ATTR void operator()(VI16 (&chroma)[2], M (&m)[2]) const {
+    HWY_INLINE HWY_ATTR bool Start(const VI16 (&chroma)[2], K (&k)[2]) const {
         const DI16 d;
         const DU16 du;
-        const VI16 none = hn::Zero(d), most = hn::Set(d, 255), half = hn::Set(d, 128);
+        const VI16 none = hn::Zero(d), half = hn::Set(d, 128);
         const VI16 centred[2] = {hn::Sub(chroma[0], half), hn::Sub(chroma[1], half)};
         // 128 * (91 + 91) at most: sums of products fit 16 bits.
         const VI16 x = PackToShorts(MulAddPairs(centred[0], along), MulAddPairs(centred[1], along));
@@ -259,17 +274,32 @@ public:
             hn::Abs(PackToShorts(MulAddPairs(centred[0], across), MulAddPairs(centred[1], across)));
         const VI16 w = hn::BitCast(d, hn::MulHigh(hn::BitCast(du, hn::Add(z, z)), slope));
         const VI16 inside = hn::Max(hn::SaturatedSub(x, w), none);
-        const VI16 limited = hn::Min(hn::ShiftRight<6>(hn::Add(inside, hn::Set(d, 32))), most);
-        const VI16 k = hn::IfThenElseZero(hn::Gt(x, tooLittle), limited);
-        const VI16 p = hn::Max(hn::Add(hn::Xor(k, before), offset), none);
-        const VI16 gained = hn::Min(ShiftedProduct(hn::BitCast(du, hn::ShiftLeft<7>(p))), most);
-        const Doubled weights(hn::Xor(gained, after)), keys(hn::ShiftLeft<7>(k));
+        const VI16 rounded = hn::ShiftRight<6>(hn::Add(inside, hn::Set(d, 32)));
+        k[0].k = hn::IfThenElseZero(hn::Gt(x, tooLittle), hn::Min(rounded, hn::Set(d, 255)));
+        return !hn::AllTrue(d, hn::Eq(k[0].k, none));
+    }
+
+    HWY_INLINE HWY_ATTR void Weigh(const K (&k)[2], M (&m)[2]) const {
+        const DI16 d;
+        const VI16 most = hn::Set(d, 255);
+        const VI16 p = hn::Max(hn::Add(hn::Xor(k[0].k, before), offset), hn::Zero(d));
+        const VI16 gained = hn::Min(ShiftedProduct(hn::BitCast(DU16(), hn::ShiftLeft<7>(p))), most);
+        const Doubled weights(hn::Xor(gained, after));
+        for (std::size_t i = 0; i < 2; ++i) {
+            m[i] = {weights.of[i], hn::Xor(weights.of[i], most)};
+        }
+    }
+    static HWY_INLINE HWY_ATTR VI16 AnyOf(const M (&m)[2]) { return hn::Or(m[0].weight, m[1].weight); }
+
+    HWY_INLINE HWY_ATTR void Clean(const K (&k)[2], VI16 (&chroma)[2]) const {
+        const DI16 d;
+        const Doubled keys(hn::ShiftLeft<7>(k[0].k));
         for (std::size_t i = 0; i < 2; ++i) {
             // (k * spill) >> 7
-            const VI16 low = hn::BitCast(d, hn::ShiftRight<14>(hn::BitCast(du, hn::Mul(keys.of[i], spill))));
+            const VI16 low =
+                hn::BitCast(d, hn::ShiftRight<14>(hn::BitCast(DU16(), hn::Mul(keys.of[i], spill))));
             const VI16 taken = hn::Or(hn::ShiftLeft<2>(hn::MulHigh(keys.of[i], spill)), low);
-            chroma[i] = hn::Min(hn::Max(hn::SaturatedSub(chroma[i], taken), none), most);
-            m[i] = {weights.of[i], hn::Xor(weights.of[i], most)};
+            chroma[i] = hn::Min(hn::Max(hn::SaturatedSub(chroma[i], taken), hn::Zero(d)), hn::Set(d, 255));
         }
     }
 
@@ -290,10 +320,8 @@ private:
     VU16 slope, gain;
 };
 
-// ---- Double precision -------------------------------------------------------------------------------------
-
 /// DoubleKey by single precision with a bound on its error: what comes out alike at both ends of it is what
-/// doubles give. For the words where it does not there is `ExactWords`.
+/// doubles give. Bits of `doubt` are set where it does not: there `ExactWords` decides.
 class DoubleKeyLanes : public SingleKeyLanes {
 public:
     /// Less m, between two whole numbers.
@@ -309,8 +337,8 @@ public:
         // What doubles lose by rounding is less than what is added by far.
         const double ofM = std::abs(c.gain) * ofK +
                            (std::abs(c.offset) + SingleKeyConstants::kUnitOfM) * kRounding + 0x1p-10;
-        minusLeast = hn::Set(d, static_cast<float>(-c.offset - ofM - 1));
-        minusMost = hn::Set(d, static_cast<float>(-c.offset + ofM));
+        minusLeast = hn::Set(d, static_cast<float>(0.5 - c.offset - ofM - 1));
+        minusMost = hn::Set(d, static_cast<float>(0.5 - c.offset + ofM));
         const auto ofChroma = [&](float spill) { return std::abs(spill) * ofK + 1024 * kUnit; };
         const double cb = ofChroma(c.spillCb), cr = ofChroma(c.spillCr);
         leastCb = hn::Set(d, static_cast<float>(128.5 - cb));
@@ -319,45 +347,63 @@ public:
         mostCr = hn::Set(d, static_cast<float>(128.5 + cr));
     }
 
-    /// Sets bits of `doubt` where doubles must decide.
-    HWY_INLINE HWY_ATTR void operator()(VI16 (&chroma)[2], M (&m)[2], VI16 (&doubt)[2]) const {
-        VI32 leastKeys[2], mostKeys[2];
-        VI16 leastChroma[2], mostChroma[2];
+    HWY_INLINE HWY_ATTR bool Start(const VI16 (&chroma)[2], K (&k)[2], VI16 (&doubt)[2]) const {
+        bool isInDoubt = false;
         for (std::size_t i = 0; i < 2; ++i) {
-            const Chroma at(hn::Sub(chroma[i], hn::Set(DI16(), 128)));
-            const VF32 x = Along(at);
-            VF32 k = Inside(at, x);
+            const VI16 centred = hn::Sub(chroma[i], hn::Set(DI16(), 128));
+            const VF32 x = Along(centred, k[i]);
+            Across(centred, x, k[i]);
             doubt[i] = hn::Zero(DI16());
             if (hasLeast) {
                 if (IsNearLeast(x)) [[unlikely]] {
                     doubt[i] = hn::Set(DI16(), -1);
+                    isInDoubt = true;
                 }
-                k = hn::IfThenElseZero(hn::Ge(x, least), k);
+                k[i].k = hn::IfThenElseZero(hn::Ge(x, least), k[i].k);
             }
-            const VF32 gained = hn::Mul(k, minusGain);
-            leastKeys[i] = Truncated(hn::Add(gained, minusLeast));
-            mostKeys[i] = Truncated(hn::Add(gained, minusMost));
-            const VF32 cb = hn::Sub(at.b, hn::Mul(spillCb, k)), cr = hn::Sub(at.r, hn::Mul(spillCr, k));
-            leastChroma[i] = PackToShorts(Truncated(hn::Add(cb, leastCb)), Truncated(hn::Add(cr, leastCr)));
-            mostChroma[i] = PackToShorts(Truncated(hn::Add(cb, mostCb)), Truncated(hn::Add(cr, mostCr)));
+        }
+        return HasKey(k) || isInDoubt;
+    }
+
+    HWY_INLINE HWY_ATTR void Weigh(const K (&k)[2], M (&m)[2]) const {
+        VI32 lower[2], upper[2];
+        for (std::size_t i = 0; i < 2; ++i) {
+            const VF32 gained = hn::Mul(k[i].k, minusGain);
+            lower[i] = Truncated(hn::Add(gained, minusLeast));
+            upper[i] = Truncated(hn::Add(gained, minusMost));
         }
         const VI16 none = hn::Zero(DI16());
-        const Doubled lower(hn::Min(PackToShorts(leastKeys[0], leastKeys[1]), none));
-        const Doubled upper(hn::Min(PackToShorts(mostKeys[0], mostKeys[1]), none));
-        const VU8 cleaned = PackToBytes(leastChroma[0], leastChroma[1]);
-        const VI16 differs = hn::BitCast(DI16(), hn::Xor(cleaned, PackToBytes(mostChroma[0], mostChroma[1])));
-        Interleave(cleaned, chroma);
+        const Doubled least(hn::Min(PackToShorts(lower[0], lower[1]), none));
+        const Doubled most(hn::Min(PackToShorts(upper[0], upper[1]), none));
         for (std::size_t i = 0; i < 2; ++i) {
-            m[i] = {lower.of[i], upper.of[i]};
-            doubt[i] = hn::Or(doubt[i], differs);
+            m[i] = {least.of[i], most.of[i]};
+        }
+    }
+    /// The greater is 0 where the lesser is.
+    static HWY_INLINE HWY_ATTR VI16 AnyOf(const M (&m)[2]) { return hn::Or(m[0].least, m[1].least); }
+
+    HWY_INLINE HWY_ATTR void Clean(const K (&k)[2], VI16 (&chroma)[2], VI16 (&doubt)[2]) const {
+        VI16 lower[2], upper[2];
+        for (std::size_t i = 0; i < 2; ++i) {
+            const VF32 cb = hn::Sub(k[i].b, hn::Mul(spillCb, k[i].k));
+            const VF32 cr = hn::Sub(k[i].r, hn::Mul(spillCr, k[i].k));
+            lower[i] = PackToShorts(Truncated(hn::Add(cb, leastCb)), Truncated(hn::Add(cr, leastCr)));
+            upper[i] = PackToShorts(Truncated(hn::Add(cb, mostCb)), Truncated(hn::Add(cr, mostCr)));
+        }
+        VI16 both[2], other[2];
+        Interleave(PackToBytes(lower[0], lower[1]), both);
+        Interleave(PackToBytes(upper[0], upper[1]), other);
+        for (std::size_t i = 0; i < 2; ++i) {
+            chroma[i] = both[i];
+            doubt[i] = hn::Or(doubt[i], hn::Xor(both[i], other[i]));
         }
     }
 
     static HWY_INLINE HWY_ATTR VI16 Mix(VI16 foreground, VI16 background, M m, VI16& doubt) {
         const VI16 difference = hn::Sub(background, foreground);
-        const VI16 least = hn::MulFixedPoint15(difference, m.least);
-        doubt = hn::Or(doubt, hn::Xor(least, hn::MulFixedPoint15(difference, m.most)));
-        return hn::Add(background, least);
+        const VI16 lower = hn::MulFixedPoint15(difference, m.least);
+        doubt = hn::Or(doubt, hn::Xor(lower, hn::MulFixedPoint15(difference, m.most)));
+        return hn::Add(background, lower);
     }
 
 private:
@@ -502,6 +548,10 @@ struct KeyWords : KeyPlanes<PixelsOfWord, WritesKey> {
 #endif
           showsKey(s.showsKey),
           keyIsFull(s.showsKey && s.keyIsFull) {
+        const auto neutral = arithmetic(128, 128);
+        unkeyedKey = arithmetic.Full(neutral.m);
+        // Neither, where foreground and background mix, however little.
+        unkeyed = neutral.m == Arithmetic::kOpaque ? 255 : neutral.m == 0 ? 0 : 128;
     }
 
     void Unit(const Place& at, std::size_t x) const {
@@ -603,8 +653,19 @@ struct KeyWords : KeyPlanes<PixelsOfWord, WritesKey> {
         } else {
             const VU8 words[2] = {hn::LoadU(d, in), hn::LoadU(d, in + kVectorBytes)};
             VI16 chroma[2] = {ChromaOf(words[0]), ChromaOf(words[1])};
+            typename Lanes::K k[2];
             typename Lanes::M m[2];
-            lanes(chroma, m);
+            const bool hasKey = lanes.Start(chroma, k);
+            if (!hasKey && !showsKey && alpha == nullptr && MakeUnkeyed(words, background, made, keys)) {
+                return;
+            }
+            lanes.Weigh(k, m);
+            if (background != nullptr && MakeBackground(lanes.AnyOf(m), background, made, keys)) {
+                return;
+            }
+            if (!showsKey) {
+                lanes.Clean(k, chroma);
+            }
             for (std::size_t i = 0; i < 2; ++i) {
                 VI16 luma = LumaOf(words[i]);
                 keys[i] = lanes.Full(m[i]);
@@ -621,25 +682,24 @@ struct KeyWords : KeyPlanes<PixelsOfWord, WritesKey> {
                     made[i] = WordsOf(hn::Set(DI16(), 128), MergeEvenOdd(keys[i], last));
                     continue;
                 }
-                if (background != nullptr) {
-                    const VU8 behind = hn::LoadU(d, background + i * kVectorBytes);
-                    if (alpha != nullptr) {
-                        const VI16 most = hn::Set(DI16(), 255);
-                        alignas(16) static constexpr std::uint8_t kFirst[16] = {0, 1, 0, 1, 4,  5,  4,  5,
-                                                                                8, 9, 8, 9, 12, 13, 12, 13};
-                        const VI16 first = hn::BitCast(
-                            DI16(), hn::TableLookupBytes(hn::BitCast(d, keys[i]), InEveryBlock(kFirst)));
-                        chroma[i] = MixLanesBy255(chroma[i], ChromaOf(behind), first, hn::Xor(first, most));
-                        luma = MixLanesBy255(luma, LumaOf(behind), keys[i], hn::Xor(keys[i], most));
-                    } else {
-                        chroma[i] = lanes.Mix(chroma[i], ChromaOf(behind), m[i]);
-                        luma = lanes.Mix(luma, LumaOf(behind), m[i]);
-                    }
+                if (background == nullptr) {
+                    made[i] = WordsOf(chroma[i], luma);
+                    continue;
                 }
-                made[i] = WordsOf(chroma[i], luma);
-                if (!kIsPairs && background != nullptr) {
-                    made[i] = hn::Or(made[i], hn::BitCast(d, hn::Set(DU32(), 0xFF000000U)));
+                const VU8 behind = hn::LoadU(d, background + i * kVectorBytes);
+                if (alpha != nullptr) {
+                    const VI16 most = hn::Set(DI16(), 255);
+                    alignas(16) static constexpr std::uint8_t kFirst[16] = {0, 1, 0, 1, 4,  5,  4,  5,
+                                                                            8, 9, 8, 9, 12, 13, 12, 13};
+                    const VI16 first = hn::BitCast(
+                        DI16(), hn::TableLookupBytes(hn::BitCast(d, keys[i]), InEveryBlock(kFirst)));
+                    chroma[i] = MixLanesBy255(chroma[i], ChromaOf(behind), first, hn::Xor(first, most));
+                    luma = MixLanesBy255(luma, LumaOf(behind), keys[i], hn::Xor(keys[i], most));
+                } else {
+                    chroma[i] = lanes.Mix(chroma[i], ChromaOf(behind), m[i]);
+                    luma = lanes.Mix(luma, LumaOf(behind), m[i]);
                 }
+                made[i] = Opaque(WordsOf(chroma[i], luma));
             }
         }
     }
@@ -651,8 +711,16 @@ struct KeyWords : KeyPlanes<PixelsOfWord, WritesKey> {
         const DI16 d16;
         const VU8 words[2] = {hn::LoadU(d, in), hn::LoadU(d, in + kVectorBytes)};
         VI16 chroma[2] = {ChromaOf(words[0]), ChromaOf(words[1])};
+        DoubleKeyLanes::K k[2];
         DoubleKeyLanes::M m[2];
-        lanes(chroma, m, doubt);
+        if (!lanes.Start(chroma, k, doubt) && MakeUnkeyed(words, background, made, keys)) {
+            return;
+        }
+        lanes.Weigh(k, m);
+        if (background != nullptr && MakeBackground(lanes.AnyOf(m), background, made, keys)) {
+            return;
+        }
+        lanes.Clean(k, chroma, doubt);
         for (std::size_t i = 0; i < 2; ++i) {
             VI16 luma = LumaOf(words[i]);
             if (kIsPairs || background == nullptr) {
@@ -673,12 +741,46 @@ struct KeyWords : KeyPlanes<PixelsOfWord, WritesKey> {
             }
             chroma[i] = lanes.Mix(chroma[i], ChromaOf(behind), m[i], doubt[i]);
             luma = lanes.Mix(luma, lumaBehind, m[i], doubt[i]);
-            made[i] = WordsOf(chroma[i], luma);
+            made[i] = Opaque(WordsOf(chroma[i], luma));
             if constexpr (!kIsPairs) {
                 keys[i] = hn::BitCast(d16, hn::ShiftRight<16>(hn::BitCast(DU32(), luma)));
-                made[i] = hn::Or(made[i], hn::BitCast(d, hn::Set(DU32(), 0xFF000000U)));
             }
         }
+    }
+
+    static HWY_INLINE HWY_ATTR VU8 Opaque(VU8 words) {
+        return kIsPairs ? words : hn::Or(words, hn::BitCast(DU8(), hn::Set(DU32(), 0xFF000000U)));
+    }
+
+    /// Where nothing is keyed; false if foreground and background mix there.
+    HWY_INLINE HWY_ATTR bool MakeUnkeyed(const VU8 (&words)[2], const std::uint8_t* background, VU8* made,
+                                         VI16* keys) const {
+        // What single precision takes for 0 may be more by a little, which 0 and 255 do not show.
+        constexpr bool kIsRounded = std::is_same_v<Arithmetic, DoubleKey>;
+        if ((background != nullptr || kIsRounded) && unkeyed != 0 && unkeyed != 255) {
+            return false;
+        }
+        for (std::size_t i = 0; i < 2; ++i) {
+            made[i] = background == nullptr ? words[i]
+                      : unkeyed == 255      ? Opaque(words[i])
+                                            : Opaque(hn::LoadU(DU8(), background + i * kVectorBytes));
+            keys[i] = hn::Set(DI16(), unkeyedKey);
+        }
+        return true;
+    }
+
+    /// Where the background alone shows, which no key says.
+    static HWY_INLINE HWY_ATTR bool MakeBackground(VI16 any, const std::uint8_t* background, VU8* made,
+                                                   VI16* keys) {
+        const VI16 none = hn::Zero(DI16());
+        if (!hn::AllTrue(DI16(), hn::Eq(any, none))) {
+            return false;
+        }
+        for (std::size_t i = 0; i < 2; ++i) {
+            made[i] = Opaque(hn::LoadU(DU8(), background + i * kVectorBytes));
+            keys[i] = none;
+        }
+        return true;
     }
 #endif
 
@@ -691,6 +793,8 @@ struct KeyWords : KeyPlanes<PixelsOfWord, WritesKey> {
     Lanes lanes;
 #endif
     bool showsKey, keyIsFull;
+    // Where k is 0.
+    std::uint8_t unkeyedKey, unkeyed;
 };
 
 // ---- Kernels ----------------------------------------------------------------------------------------------

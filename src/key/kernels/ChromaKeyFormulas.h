@@ -6,10 +6,9 @@
 
 // The key of one chroma value in three arithmetics, and what is made of it. Each is a class with
 //
-//     Key operator()(cb, cr) const          m, the key as it mixes, and chroma without the backing's
-//     Mix(foreground, background, m)        one sample
-//     Full(m)                               the key as a sample
-//     Nearest(alpha, m), Truncated(alpha, m)
+//     Key operator()(cb, cr) const          m, the key as it mixes, 0 to kOpaque, and chroma without the
+//     backing's Mix(foreground, background, m)        one sample Full(m)                               the
+//     key as a sample Nearest(alpha, m), Truncated(alpha, m)
 
 namespace Zan {
 
@@ -69,6 +68,7 @@ constexpr double AlongHue(const ChromaKeySettings& s, unsigned cb, unsigned cr) 
 class DoubleKey {
 public:
     using Key = KeyOfChroma<double>;
+    static constexpr double kOpaque = 1;
 
     explicit DoubleKey(const ChromaKeySettings& s) noexcept : settings(s) {}
 
@@ -126,7 +126,7 @@ struct SingleKeyConstants {
             factor = -factor;
         }
         gain = static_cast<float>(factor * kUnitOfM);
-        offset = static_cast<float>(constant * kUnitOfM);
+        offset = static_cast<float>(constant * kUnitOfM + 0.5);
     }
 
     static constexpr int kUnitOfM = 32768;
@@ -141,8 +141,8 @@ struct SingleKeyConstants {
 
 class SingleKey {
 public:
-    /// m is 0 to 32768.
     using Key = KeyOfChroma<int>;
+    static constexpr int kOpaque = SingleKeyConstants::kUnitOfM;
 
     explicit SingleKey(const ChromaKeySettings& s) noexcept : settings(s), constants(s) {}
 
@@ -162,7 +162,7 @@ public:
         const auto limited = [](float value, int most) {
             return value > 0 ? value < static_cast<float>(most) ? static_cast<int>(value) : most : 0;
         };
-        return {limited(k * c.gain + c.offset + 0.5F, SingleKeyConstants::kUnitOfM),
+        return {limited(k * c.gain + c.offset, SingleKeyConstants::kUnitOfM),
                 static_cast<std::uint8_t>(limited(bf - c.spillCb * k + 128.5F, 255)),
                 static_cast<std::uint8_t>(limited(rf - c.spillCr * k + 128.5F, 255))};
     }
@@ -188,8 +188,8 @@ private:
 
 class FixedKey {
 public:
-    /// m is 0 to 255.
     using Key = KeyOfChroma<int>;
+    static constexpr int kOpaque = 255;
 
     explicit FixedKey(const ChromaKeySettings& s) noexcept : settings(s) {}
 
