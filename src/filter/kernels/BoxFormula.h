@@ -33,6 +33,29 @@ inline std::uint8_t ByteOf(const SumToByte& rule, std::uint64_t sum) noexcept {
     return static_cast<std::uint8_t>(product >> (rule.totalShift - rule.preShift));
 }
 
+/// The nearest whole mean of a small box in 16 bits: the upper half of (S + start) * multiplier, shifted. It
+/// is what single precision gives: an odd area has no halves, and no other mean is near enough to one.
+struct ShortRounding {
+    unsigned start, multiplier, shift;
+};
+
+/// False for an even area or one that is not between 3 and 255.
+inline bool FindShortRounding(std::size_t area, ShortRounding& rounding) noexcept {
+    if (area < 3 || area > 255 || area % 2 == 0) {
+        return false;
+    }
+    const auto divisor = static_cast<unsigned>(area);
+    rounding.shift = 0;
+    while ((2U << rounding.shift) < divisor) {
+        ++rounding.shift;
+    }
+    const unsigned one = 65536U << rounding.shift;
+    rounding.multiplier = (one + divisor / 2) / divisor;
+    // What the multiplier is too small for is added beforehand.
+    rounding.start = divisor / 2 + (rounding.multiplier * divisor < one ? 1 : 0);
+    return true;
+}
+
 /// The same number of each of the four bytes of a pixel.
 template <class T>
 struct OfBytes {
