@@ -112,7 +112,7 @@ void ChromaKeyerYUV::SetKeyGain(double gain) noexcept {
 }
 
 Long32 ChromaKeyerYUV::Do(ImageView& foreground, ImageView* background, ImageView& result, ImageView* keyOut,
-                          ProcessingStyleEnum style) {
+                          ProcessingStyleEnum style) const {
     const std::array<const ImageView*, 4> views = {&foreground, background, &result, keyOut};
     for (const ImageView* view : views) {
         if (view != nullptr &&

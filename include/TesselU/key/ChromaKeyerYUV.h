@@ -111,7 +111,7 @@ public:
     /// Nothing is written then. 1, after all else has been written, if a 4:2:2:4 result that is to become
     /// opaque has no memory for its alpha.
     Long32 Do(ImageView& foreground, ImageView* background, ImageView& result, ImageView* keyOut,
-              ProcessingStyleEnum style);
+              ProcessingStyleEnum style) const;
 
 private:
     static CPUcapabilities& CPUinstructionSet;
