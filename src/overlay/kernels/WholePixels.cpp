@@ -7,18 +7,13 @@
 #define HWY_TARGET_INCLUDE "overlay/kernels/WholePixels.cpp"
 #include "simd/Foreach.h"
 // After it: these are compiled once per target.
-#include "composite/kernels/Blend-inl.h"
+#include "overlay/kernels/Overlay-inl.h"
 #include "simd/Walk-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Zan {
 namespace HWY_NAMESPACE {
 namespace {
-
-/// 24-bit pixels.
-constexpr PlaneUse TriplePlane(std::size_t index) {
-    return {.index = index, .bytesPer16 = 48};
-}
 
 // ---- RGB ----------------------------------------------------------------------------------------------
 
@@ -36,6 +31,24 @@ struct Over24 {
             out[i] = premultiplied ? PremultipliedOver(b[i], f[i], a) : BlendByAlpha(b[i], f[i], a);
         }
     }
+
+#if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kStep = kVectorBytes;
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        const DU8 d;
+        VU32 pixels[4];
+        LoadTriples(at.in[kBack][0] + 3 * x, pixels);
+        for (std::size_t i = 0; i < 4; ++i) {
+            const VU8 b = hn::BitCast(d, pixels[i]);
+            const VU8 f = hn::LoadU(d, at.in[kFore][0] + 4 * x + i * kVectorBytes);
+            pixels[i] = hn::BitCast(
+                DU32(), premultiplied ? OverPixels(b, f) : BlendBytes(b, f, WeightsOf(AlphasOf(f))));
+        }
+        PutTriples(at.out[kOut][0] + 3 * x, pixels, put);
+    }
+#endif
 };
 
 struct Opaque32 {
@@ -52,6 +65,21 @@ struct Opaque32 {
         }
         out[3] = 255;
     }
+
+#if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kStep = kVectorBytes;
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        const DU32 d;
+        VU32 pixels[4];
+        LoadTriples(at.in[kFore][0] + 3 * x, pixels);
+        for (std::size_t i = 0; i < 4; ++i) {
+            put(DU8(), hn::BitCast(DU8(), hn::Or(pixels[i], hn::Set(d, 0xFF000000U))),
+                at.out[kOut][0] + 4 * x + i * kVectorBytes);
+        }
+    }
+#endif
 };
 
 struct Premultiplied32 {
@@ -67,6 +95,19 @@ struct Premultiplied32 {
             out[i] = PremultipliedOver(b[i], f[i], a);
         }
     }
+
+#if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kStep = kLineVectors * kVectorBytes / 4;
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        const DU8 d;
+        PutLine(at.out[kOut][0] + 4 * x, put, [&](std::size_t i) HWY_ATTR {
+            return OverPixels(hn::LoadU(d, at.in[kBack][0] + 4 * x + i * kVectorBytes),
+                              hn::LoadU(d, at.in[kFore][0] + 4 * x + i * kVectorBytes));
+        });
+    }
+#endif
 };
 
 struct Straight32 {
@@ -83,18 +124,29 @@ struct Straight32 {
         }
         out[3] = static_cast<std::uint8_t>(both.alpha);
     }
+
+#if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kStep = kLineVectors * kVectorBytes / 4;
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        const DU8 d;
+        const DU32 d32;
+        PutLine(at.out[kOut][0] + 4 * x, put, [&](std::size_t i) HWY_ATTR {
+            const VU8 b = hn::LoadU(d, at.in[kBack][0] + 4 * x + i * kVectorBytes);
+            const VU8 f = hn::LoadU(d, at.in[kFore][0] + 4 * x + i * kVectorBytes);
+            return UnitePixels(b, f, hn::ShiftRight<24>(hn::BitCast(d32, f)));
+        });
+    }
+#endif
 };
 
 // ---- 4:2:2 --------------------------------------------------------------------------------------------
 
-constexpr PlaneUse AlphaPlane(std::size_t index) {
-    return {.index = index, .columns = 2};
-}
-
 template <bool premultiplied>
 struct OverPairs {
     using Place = simd::Place<4, 2>;
-    static constexpr PlaneUse kSources[] = {PairPlane(kBack), PairPlane(kFore), AlphaPlane(kForeAlpha)};
+    static constexpr PlaneUse kSources[] = {PairPlane(kBack), PairPlane(kFore), PairAlphaPlane(kForeAlpha)};
     static constexpr PlaneUse kDestinations[] = {PairPlane(kOut)};
     static constexpr std::size_t kUnit = 2;
 
@@ -109,14 +161,34 @@ struct OverPairs {
                                    : OffsetBlend(b[i], f[i], a[i], zero);
         }
     }
+
+#if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kStep = kVectorBytes;
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        const DU8 d;
+        const PairAlphas alphas(hn::LoadU(d, at.in[kForeAlpha][0] + x));
+        VU8 made[2];
+        for (std::size_t i = 0; i < 2; ++i) {
+            const VU8 b = hn::LoadU(d, at.in[kBack][0] + 2 * x + i * kVectorBytes);
+            const VU8 f = hn::LoadU(d, at.in[kFore][0] + 2 * x + i * kVectorBytes);
+            made[i] = premultiplied ? OverPairBytes(b, f, alphas.weights[i])
+                                    : BlendPairBytes(b, f, alphas.weights[i]);
+        }
+        for (std::size_t i = 0; i < 2; ++i) {
+            put(d, made[i], at.out[kOut][0] + 2 * x + i * kVectorBytes);
+        }
+    }
+#endif
 };
 
 template <bool premultiplied>
 struct OverPairsAndAlpha {
     using Place = simd::Place<4, 2>;
-    static constexpr PlaneUse kSources[] = {PairPlane(kBack), PairPlane(kFore), AlphaPlane(kBackAlpha),
-                                            AlphaPlane(kForeAlpha)};
-    static constexpr PlaneUse kDestinations[] = {PairPlane(kOut), AlphaPlane(kOutAlpha)};
+    static constexpr PlaneUse kSources[] = {PairPlane(kBack), PairPlane(kFore), PairAlphaPlane(kBackAlpha),
+                                            PairAlphaPlane(kForeAlpha)};
+    static constexpr PlaneUse kDestinations[] = {PairPlane(kOut), PairAlphaPlane(kOutAlpha)};
     static constexpr std::size_t kUnit = 2;
 
     void Unit(const Place& at, std::size_t x) const {
@@ -138,6 +210,29 @@ struct OverPairsAndAlpha {
         at.out[kOutAlpha][0][x] = alphas[0];
         at.out[kOutAlpha][0][x + 1] = alphas[1];
     }
+
+#if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kStep = kVectorBytes;
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        const DU8 d;
+        const VU8 a = hn::LoadU(d, at.in[kForeAlpha][0] + x), ab = hn::LoadU(d, at.in[kBackAlpha][0] + x);
+        const VU8 united = UniteAlphas(ab, a);
+        const PairAlphas alphas(premultiplied ? a : SharesOf(a, united));
+        VU8 made[2];
+        for (std::size_t i = 0; i < 2; ++i) {
+            const VU8 b = hn::LoadU(d, at.in[kBack][0] + 2 * x + i * kVectorBytes);
+            const VU8 f = hn::LoadU(d, at.in[kFore][0] + 2 * x + i * kVectorBytes);
+            made[i] = premultiplied ? OverPairBytes(b, f, alphas.weights[i])
+                                    : StepPairBytes(b, f, alphas.weights[i]);
+        }
+        for (std::size_t i = 0; i < 2; ++i) {
+            put(d, made[i], at.out[kOut][0] + 2 * x + i * kVectorBytes);
+        }
+        put(d, united, at.out[kOutAlpha][0] + x);
+    }
+#endif
 };
 
 void RunStraight24With32(const OverlayJob& job) {
