@@ -144,7 +144,7 @@ Contests::Contests() {
         {"Denoise3x3x3", "noise reduction, 3x3x3", {.ratio = 3, .onLargest = 3}, 6, 2, 2, false, {}},
         {"DenoiseSAT", "noise reduction, SAT", {.ratio = 1.5, .onLargest = 1.5}, 6, 2, 2, false, {}},
         {"NoiseUniform", "AddUniform", {.ratio = 10, .onLargest = 10}, 4, 4, 4, false, {}},
-        {"NoiseGaussian", "AddGaussian", {.ratio = 30, .onLargest = 30}, 4, 4, 4, false, {}},
+        {"NoiseGaussian", "AddGaussian", {.ratio = 1}, 4, 4, 4, false, {}},
         {"NoiseBits", "UniformBitErrors", {.ratio = 10, .onLargest = 10}, 4, 4, 4, false, {}},
     }};
 }
