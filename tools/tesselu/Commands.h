@@ -18,6 +18,7 @@ namespace tool {
     ROW(kAdjustCommand)       \
     ROW(kCorrectCommand)      \
     ROW(kScopeCommand)        \
+    ROW(kBlurCommand)         \
     ROW(kConvertCommand)      \
     ROW(kCompareCommand)      \
     ROW(kTestCardCommand)     \

@@ -81,7 +81,8 @@ std::string UsageOf(const Command& command) {
     }
     for (const Option& option : OptionsOf(command)) {
         if (option.isRequired) {
-            usage += std::string(" -") + option.letter + " " + option.value;
+            usage += (option.letter != '\0' ? std::string(" -") + option.letter : " --" + option.name) + " " +
+                     option.value;
         }
     }
     return usage;

@@ -115,7 +115,10 @@ RunOptions::RunOptions(const Command& command, const Arguments& arguments)
     if (arguments.Has("scan")) {
         scan = kScans[arguments.Choice("scan")];
     }
-    if (arguments.Has("size")) {
+    // A command may have a size of its own, which is another thing.
+    const bool isOfOutput = std::none_of(command.options.begin(), command.options.end(),
+                                         [](const Option& option) { return option.name == "size"; });
+    if (isOfOutput && arguments.Has("size")) {
         size = arguments.Size("size");
     }
     if (arguments.Has("output-rate")) {
