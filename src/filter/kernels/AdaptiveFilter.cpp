@@ -2,6 +2,9 @@
 
 #include "filter/kernels/AdaptiveFilter.h"
 
+#include <cmath>
+#include <cstring>
+
 #include "filter/kernels/AdaptiveWindow.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -15,8 +18,11 @@ namespace Zan {
 namespace HWY_NAMESPACE {
 namespace {
 
+using namespace simd::HWY_NAMESPACE;
+
+/// Every pixel by its formula.
 template <class Real>
-void AdaptPairs(const AdaptiveJob& job, const AdaptiveSettings& settings) {
+void PairsByFormula(const AdaptiveJob& job, const AdaptiveSettings& settings) {
     const AdaptiveFormula<Real> formula(settings, job.WindowSamples());
     for (std::size_t y = 0; y < job.height; ++y) {
         std::uint8_t* const to = job.destination.Row(y);
@@ -35,15 +41,7 @@ void AdaptPairs(const AdaptiveJob& job, const AdaptiveSettings& settings) {
     }
 }
 
-void RunAdaptPairsInSingle(const AdaptiveJob& job, const AdaptiveSettings& settings) {
-    AdaptPairs<float>(job, settings);
-}
-
-void RunAdaptPairs(const AdaptiveJob& job, const AdaptiveSettings& settings) {
-    AdaptPairs<double>(job, settings);
-}
-
-void RunAdaptPixels(const AdaptiveJob& job, const AdaptiveSettings& settings) {
+void PixelsByFormula(const AdaptiveJob& job, const AdaptiveSettings& settings) {
     const AdaptiveFormula<double> formula(settings, job.WindowSamples());
     for (std::size_t y = 0; y < job.height; ++y) {
         std::uint8_t* const to = job.destination.Row(y);
@@ -56,6 +54,545 @@ void RunAdaptPixels(const AdaptiveJob& job, const AdaptiveSettings& settings) {
             to[4 * x + 3] = job.Row(job.windowFrames / 2, y)[4 * x + 3];
         }
     }
+}
+
+#if HWY_TARGET != HWY_SCALAR
+
+// ---- Lanes ------------------------------------------------------------------------------------------------
+//
+// Bytes stay where they are in a word: even ones, chroma, and odd ones, luma, become vectors of 16-bit lanes
+// of their own. Of 32-bit pixels even bytes are channels 0 and 2, odd ones channel 1 and what is copied.
+
+constexpr std::size_t kBytesAtOnce = HWY_LANES(std::uint8_t);
+
+/// Sums fit 16 bits.
+constexpr std::size_t kMostSamples = 257;
+
+/// sum / n to the nearest whole number, for sums of n bytes: (sum + summand) * factor >> 16 >> shift, where
+/// the sum is limited to 16 bits.
+struct Division {
+    std::uint16_t summand = 1, factor = 65535;  // of 1
+    int shift = 0;
+
+    explicit Division(std::uint32_t n) {
+        const std::uint32_t half = n / 2;
+        for (std::uint32_t tried = 0; n != 1 && tried < 9 * 2 * 3; ++tried) {
+            const std::uint32_t bits = tried / 6, up = tried / 3 % 2, more = tried % 3;
+            const std::uint32_t f = ((std::uint32_t{1} << (16 + bits)) + up * (n - 1)) / n;
+            if (f < 32768 || f > 65535) {
+                continue;
+            }
+            summand = static_cast<std::uint16_t>(half + more);
+            factor = static_cast<std::uint16_t>(f);
+            shift = static_cast<int>(bits);
+            bool holds = Of(255 * n) == 255;
+            // It rises with the sum: a look at where each result starts is enough.
+            for (std::uint32_t k = 1; holds && k < 256; ++k) {
+                holds = Of(k * n - half) == k && Of(k * n - half - 1) == k - 1;
+            }
+            if (holds) {
+                return;
+            }
+        }
+    }
+
+    std::uint32_t Of(std::uint32_t sum) const {
+        return std::min(sum + summand, 65535U) * factor >> 16 >> shift;
+    }
+
+    HWY_INLINE HWY_ATTR VU16 Of(VU16 sum) const {
+        const DU16 d;
+        return hn::ShiftRightSame(hn::MulHigh(hn::SaturatedAdd(sum, hn::Set(d, summand)), hn::Set(d, factor)),
+                                  shift);
+    }
+};
+
+/// As many numbers as there are 32-bit lanes.
+template <class Real>
+struct Reals;
+
+template <>
+struct Reals<float> {
+    using D = hn::ScalableTag<float>;
+    hn::Vec<D> v;
+
+    template <class F>
+    HWY_INLINE HWY_ATTR static Reals Each(const Reals& a, const Reals& b, F f) {
+        return {f(D(), a.v, b.v)};
+    }
+    HWY_INLINE HWY_ATTR static Reals Set(float value) { return {hn::Set(D(), value)}; }
+    HWY_INLINE HWY_ATTR static Reals Load(const float* from) { return {hn::Load(D(), from)}; }
+    HWY_INLINE HWY_ATTR static Reals From(VI32 whole) { return {hn::ConvertTo(D(), whole)}; }
+    /// Truncated; below 2^31 either way. What is not a number becomes 0 or negative.
+    HWY_INLINE HWY_ATTR VI32 Whole() const {
+#if HWY_TARGET == HWY_AVX3
+        return VI32{_mm512_cvttps_epi32(v.raw)};
+#elif HWY_TARGET == HWY_AVX2
+        return VI32{_mm256_cvttps_epi32(v.raw)};
+#elif HWY_TARGET == HWY_SSSE3
+        return VI32{_mm_cvttps_epi32(v.raw)};
+#else
+        return hn::ConvertTo(DI32(), v);
+#endif
+    }
+};
+
+template <>
+struct Reals<double> {
+    using D = hn::ScalableTag<double>;
+    using DHalf = hn::Half<DI32>;
+    hn::Vec<D> low, high;
+
+    template <class F>
+    HWY_INLINE HWY_ATTR static Reals Each(const Reals& a, const Reals& b, F f) {
+        return {f(D(), a.low, b.low), f(D(), a.high, b.high)};
+    }
+    HWY_INLINE HWY_ATTR static Reals Set(double value) {
+        const auto v = hn::Set(D(), value);
+        return {v, v};
+    }
+    HWY_INLINE HWY_ATTR static Reals Load(const double* from) {
+        return {hn::Load(D(), from), hn::Load(D(), from + hn::MaxLanes(D()))};
+    }
+    HWY_INLINE HWY_ATTR static Reals From(VI32 whole) {
+        return {hn::PromoteTo(D(), hn::LowerHalf(DHalf(), whole)),
+                hn::PromoteTo(D(), hn::UpperHalf(DHalf(), whole))};
+    }
+    HWY_INLINE HWY_ATTR VI32 Whole() const {
+        return hn::Combine(DI32(), hn::DemoteTo(DHalf(), high), hn::DemoteTo(DHalf(), low));
+    }
+};
+
+#define TESSELU_EACH(NAME, EXPRESSION)                                                 \
+    template <class Real>                                                              \
+    HWY_INLINE HWY_ATTR Reals<Real> NAME(const Reals<Real>& a, const Reals<Real>& b) { \
+        return Reals<Real>::Each(a, b, [](auto d, auto x, auto y) HWY_ATTR {           \
+            (void)d;                                                                   \
+            return EXPRESSION;                                                         \
+        });                                                                            \
+    }
+TESSELU_EACH(operator+, hn::Add(x, y))
+TESSELU_EACH(operator-, hn::Sub(x, y))
+TESSELU_EACH(operator*, hn::Mul(x, y))
+TESSELU_EACH(operator/, hn::Div(x, y))
+// Of numbers.
+TESSELU_EACH(Smaller, hn::Min(x, y))
+TESSELU_EACH(Larger, hn::Max(x, y))
+// b may be none: then it is the result.
+TESSELU_EACH(AtMost, hn::IfThenElse(hn::Gt(y, x), x, y))
+TESSELU_EACH(AtLeast, hn::IfThenElse(hn::Lt(y, x), x, y))
+// a, or b where b is not a number.
+TESSELU_EACH(UnlessNone, hn::IfThenElse(hn::Eq(y, y), x, y))
+TESSELU_EACH(EvensAndOdds, hn::OddEven(y, x))
+TESSELU_EACH(EvensTwice, hn::DupEven(x))
+TESSELU_EACH(OddsTwice, hn::DupOdd(x))
+#undef TESSELU_EACH
+
+/// Rows that a window reads, and where a picture's bytes are in them.
+struct WindowRows {
+    const std::uint8_t* rows[kMostSamples];
+    std::size_t count = 0;
+    std::size_t centre = 0;   ///< which row has the centres
+    std::size_t missing = 0;  ///< rows of zeros that are not there
+};
+
+enum class Layout { kPairs, kPixels };
+
+/// Makes one vector of bytes. `Width` is that of the window, or 0 where it is told at run time.
+template <Layout kLayout, class Real, bool kCombines, std::size_t Width>
+class AdaptiveStep {
+    static constexpr bool kArePairs = kLayout == Layout::kPairs, kSingle = sizeof(Real) == sizeof(float);
+    static constexpr std::size_t kLanes = HWY_LANES(std::int32_t);
+    using R = Reals<Real>;
+
+public:
+    AdaptiveStep(const AdaptiveJob& job, const AdaptiveSettings& settings)
+        : width(job.windowWidth),
+          samples(static_cast<std::uint16_t>(job.WindowSamples())),
+          division(samples),
+          combine(settings.combine),
+          limits(settings.limits),
+          inverse(Real(1) / static_cast<Real>(samples)),
+          strength(static_cast<Real>(settings.strength)) {
+        for (std::size_t i = 0; i < kLanes; ++i) {
+            const std::size_t chroma = i % 2 * 2;
+            levels[0][i] = settings.levels[chroma];
+            levels[1][i] = settings.levels[1];
+            weights[0][i] = static_cast<Real>(settings.weights[chroma]);
+            weights[1][i] = static_cast<Real>(settings.weights[1]);
+        }
+        for (std::size_t i = 0; i < kBytesAtOnce; ++i) {
+            byteLevels[i] = i % 2 == 1 ? settings.levels[1] : settings.levels[i % 4];
+            copied[i] = i % 4 == 3 ? 0xFF : 0;
+        }
+    }
+
+    /// How many bytes before and beyond its own a step reads; whole words.
+    static std::size_t Reach(std::size_t windowWidth) {
+        return kArePairs ? (windowWidth / 2 + 1) / 2 * 4 : windowWidth / 2 * 4;
+    }
+
+    HWY_INLINE HWY_ATTR void operator()(const WindowRows& rows, std::size_t x, std::uint8_t* to) const {
+        const DU8 d8;
+        const DU16 d16;
+        const DI16 di16;
+        // A sum of words is that of their even bytes, and 256 times that of the odd ones.
+        VU16 words = hn::Zero(d16), luma = words, oddChroma = words;
+        ForEachTap(rows, x, [&](VU8 tap, VU8 oddTap) HWY_ATTR {
+            const VU16 word = hn::BitCast(d16, tap);
+            words = hn::Add(words, word);
+            luma = hn::Add(luma, hn::ShiftRight<8>(word));
+            if constexpr (kCombines && kArePairs) {
+                oddChroma = hn::Add(oddChroma, hn::And(hn::BitCast(d16, oddTap), hn::Set(d16, 0xFF)));
+            }
+        });
+        const VU16 chroma = hn::Sub(words, hn::ShiftLeft<8>(luma));
+        const VU16 chromaMean = division.Of(chroma), lumaMean = division.Of(luma);
+        const VU16 oddMean = kCombines && kArePairs ? division.Of(oddChroma) : chromaMean;
+
+        // Differences are (sum - n * mean) + 2 * those of the samples below the mean.
+        const VU8 mean = hn::BitCast(d8, hn::Or(chromaMean, hn::ShiftLeft<8>(lumaMean)));
+        VU16 wordsBelow = hn::Zero(d16), lumaBelow = wordsBelow, oddBelow = wordsBelow;
+        ForEachTap(rows, x, [&](VU8 tap, VU8 oddTap) HWY_ATTR {
+            const VU16 word = hn::BitCast(d16, hn::SaturatedSub(mean, tap));
+            wordsBelow = hn::Add(wordsBelow, word);
+            lumaBelow = hn::Add(lumaBelow, hn::ShiftRight<8>(word));
+            if constexpr (kCombines && kArePairs) {
+                const VU8 below = hn::SaturatedSub(hn::BitCast(d8, oddMean), oddTap);
+                oddBelow = hn::Add(oddBelow, hn::BitCast(d16, below));
+            }
+        });
+        const VU16 chromaBelow = hn::Sub(wordsBelow, hn::ShiftLeft<8>(lumaBelow));
+        // Zeros that are not there lie the mean below it.
+        const VU16 missing = hn::Set(d16, static_cast<std::uint16_t>(rows.missing * width));
+        const auto differences = [&](VU16 sum, VU16 of, VU16 below) HWY_ATTR {
+            const VU16 all = kArePairs ? below : hn::Add(below, hn::Mul(of, missing));
+            return Deviations(hn::Add(hn::Sub(sum, hn::Mul(of, hn::Set(d16, samples))), hn::Add(all, all)));
+        };
+        const VU16 chromaOff = differences(chroma, chromaMean, chromaBelow);
+        const VU16 lumaOff = differences(luma, lumaMean, lumaBelow);
+
+        const VU8 centre = hn::LoadU(d8, rows.rows[rows.centre] + x);
+        const VU16 centres = hn::BitCast(d16, centre);
+        const VU16 chromaCentre = hn::And(centres, hn::Set(d16, 0xFF)),
+                   lumaCentre = hn::ShiftRight<8>(centres);
+        VI16 chromaMade, lumaMade;
+        if constexpr (kCombines) {
+            const VU16 oddOff = kArePairs ? differences(oddChroma, oddMean, oddBelow) : chromaOff;
+            R chromaFractions[2], lumaFractions[2];
+            Combined(chromaOff, lumaOff, oddOff, chromaFractions, lumaFractions);
+            chromaMade = Results(chromaFractions, chromaMean, chromaCentre);
+            lumaMade = Results(lumaFractions, lumaMean, lumaCentre);
+        } else {
+            const R chromaFractions[2] = {Fraction<0>(Lower(chromaOff)), Fraction<0>(Upper(chromaOff))};
+            chromaMade = Results(chromaFractions, chromaMean, chromaCentre);
+            const R lumaFractions[2] = {Fraction<1>(Lower(lumaOff)), Fraction<1>(Upper(lumaOff))};
+            lumaMade = Results(lumaFractions, lumaMean, lumaCentre);
+        }
+        (void)di16;
+
+        alignas(16) static constexpr std::uint8_t kInTurn[16] = {0, 8,  1, 9,  2, 10, 3, 11,
+                                                                 4, 12, 5, 13, 6, 14, 7, 15};
+        VU8 made = hn::TableLookupBytes(PackToBytes(chromaMade, lumaMade), InEveryBlock(kInTurn));
+        if (limits) {
+            const VU8 level = hn::Load(d8, byteLevels);
+            made = hn::Max(hn::Min(made, hn::SaturatedAdd(centre, level)), hn::SaturatedSub(centre, level));
+        }
+        if constexpr (!kArePairs) {
+            const VU8 mask = hn::Load(d8, copied);
+            made = hn::Or(hn::AndNot(mask, made), hn::And(mask, centre));
+        }
+        hn::StoreU(made, d8, to);
+    }
+
+private:
+    /// Visits all samples of the windows: for each position those of the even pixels' chroma and of all
+    /// lumas, and those of the odd pixels' chroma.
+    template <class Visit>
+    HWY_INLINE HWY_ATTR void ForEachTap(const WindowRows& rows, std::size_t x, Visit&& visit) const {
+        const DU8 d;
+        for (std::size_t i = 0; i < rows.count; ++i) {
+            const std::uint8_t* const at = rows.rows[i] + x;
+            if constexpr (Width == 1) {
+                const VU8 tap = hn::LoadU(d, at);
+                visit(tap, tap);
+            } else {
+                const auto half = static_cast<std::ptrdiff_t>(Width == 0 ? width / 2 : Width / 2);
+                if constexpr (!kArePairs) {
+                    for (std::ptrdiff_t dx = -half; dx <= half; ++dx) {
+                        const VU8 tap = hn::LoadU(d, at + 4 * dx);
+                        visit(tap, tap);
+                    }
+                } else {
+                    // dx from an even one: its pair is that of dx + 1 too, for even pixels.
+                    std::ptrdiff_t dx = -half;
+                    VU8 pair = hn::LoadU(d, at + 2 * (dx - (half & 1)));
+                    if ((half & 1) != 0) {
+                        const VU8 next = kCombines ? hn::LoadU(d, at + 2 * dx + 2) : pair;
+                        visit(hn::OddEven(hn::LoadU(d, at + 2 * dx), pair), next);
+                        ++dx;
+                    }
+                    for (; dx < half; dx += 2) {
+                        pair = hn::LoadU(d, at + 2 * dx);
+                        visit(pair, pair);
+                        const VU8 next = kCombines ? hn::LoadU(d, at + 2 * dx + 4) : pair;
+                        visit(hn::OddEven(hn::LoadU(d, at + 2 * dx + 2), pair), next);
+                    }
+                    if (dx == half) {
+                        pair = hn::LoadU(d, at + 2 * dx);
+                        visit(pair, pair);
+                    }
+                }
+            }
+        }
+    }
+
+    static HWY_INLINE HWY_ATTR VI32 Lower(VU16 v) {
+        return hn::BitCast(DI32(), hn::InterleaveLower(DU16(), v, hn::Zero(DU16())));
+    }
+    static HWY_INLINE HWY_ATTR VI32 Upper(VU16 v) {
+        return hn::BitCast(DI32(), hn::InterleaveUpper(DU16(), v, hn::Zero(DU16())));
+    }
+
+    /// Sums of differences, or in doubles their means.
+    HWY_INLINE HWY_ATTR VU16 Deviations(VU16 differences) const {
+        if constexpr (kSingle) {
+            return differences;
+        } else {
+            return division.Of(differences);
+        }
+    }
+
+    template <std::size_t Kind>
+    HWY_INLINE HWY_ATTR R Fraction(VI32 off) const {
+        const R level = R::Load(levels[Kind]);
+        if constexpr (kSingle) {
+            return level / Larger(R::From(off) * R::Set(inverse), level);
+        } else {
+            // Of level 0 it is 0, and nothing is divided by 0.
+            return level / Larger(R::From(off), Larger(level, R::Set(1)));
+        }
+    }
+
+    /// What becomes of the three fractions of a pixel.
+    HWY_INLINE HWY_ATTR R OfPixel(const R& first, const R& luma, const R& second) const {
+        const R sum = first + luma + second;
+        R result = sum;
+        if (combine == Combine::kMinimum) {
+            result = UnlessNone(Smaller(Smaller(first, luma), second), sum);
+        } else if (combine == Combine::kMaximum) {
+            result = UnlessNone(Larger(Larger(first, luma), second), sum);
+        }
+        return AtLeast(R::Set(0), AtMost(R::Set(1), result));
+    }
+
+    HWY_INLINE HWY_ATTR void Combined(VU16 chroma, VU16 luma, VU16 oddChroma, R* chromaFractions,
+                                      R* lumaFractions) const {
+        const auto half = [&](VI32 c, VI32 l, VI32 o, std::size_t i) HWY_ATTR {
+            const R weight = R::Load(weights[0]);
+            const R ofChroma = Fraction<0>(c) * weight, ofLuma = Fraction<1>(l) * R::Load(weights[1]);
+            const R even = OfPixel(EvensTwice(ofChroma, ofChroma), EvensTwice(ofLuma, ofLuma),
+                                   OddsTwice(ofChroma, ofChroma));
+            chromaFractions[i] = even;
+            lumaFractions[i] = even;
+            if constexpr (kArePairs) {
+                const R ofOdd = Fraction<0>(o) * weight;
+                const R odd =
+                    OfPixel(EvensTwice(ofOdd, ofOdd), OddsTwice(ofLuma, ofLuma), OddsTwice(ofOdd, ofOdd));
+                lumaFractions[i] = EvensAndOdds(even, odd);
+            }
+        };
+        half(Lower(chroma), Lower(luma), Lower(oddChroma), 0);
+        half(Upper(chroma), Upper(luma), Upper(oddChroma), 1);
+    }
+
+    HWY_INLINE HWY_ATTR VI16 Results(const R* fractions, VU16 mean, VU16 centre) const {
+        const auto half = [&](const R& fraction, VI32 ofMean, VI32 ofCentre) HWY_ATTR {
+            const R one = R::Set(1);
+            const R keep = AtMost(one, (one - fraction) * R::Set(strength));
+            return ((one - keep) * R::From(ofMean) + keep * R::From(ofCentre) + R::Set(Real(0.5))).Whole();
+        };
+        return PackToShorts(half(fractions[0], Lower(mean), Lower(centre)),
+                            half(fractions[1], Upper(mean), Upper(centre)));
+    }
+
+    std::size_t width;
+    std::uint16_t samples;
+    Division division;
+    Combine combine;
+    bool limits;
+    Real inverse, strength;
+    /// Of chroma, Cb and Cr in turn, and of luma.
+    alignas(64) Real levels[2][kLanes];
+    alignas(64) Real weights[2][kLanes];
+    alignas(64) std::uint8_t byteLevels[kBytesAtOnce];
+    alignas(64) std::uint8_t copied[kBytesAtOnce];
+};
+
+// ---- Rows -------------------------------------------------------------------------------------------------
+
+/// The rows of a window around row y: of 4:2:2 the nearest ones, of 32-bit pixels those that there are.
+template <Layout kLayout>
+void TakeRows(const AdaptiveJob& job, std::size_t y, WindowRows& taken) {
+    const WindowSide side(y, job.windowHeight, job.height);
+    taken.count = 0;
+    taken.missing = 0;
+    for (std::size_t frame = 0; frame < job.windowFrames; ++frame) {
+        if (frame == job.windowFrames / 2) {
+            taken.centre = taken.count + (y - side.first);
+        }
+        if constexpr (kLayout == Layout::kPairs) {
+            taken.centre += frame == job.windowFrames / 2 ? side.before : 0;
+            for (std::size_t i = 0; i < side.before; ++i) {
+                taken.rows[taken.count++] = job.Row(frame, side.first);
+            }
+        } else {
+            taken.missing += side.before + side.beyond;
+        }
+        for (std::size_t j = side.first; j <= side.last; ++j) {
+            taken.rows[taken.count++] = job.Row(frame, j);
+        }
+        if constexpr (kLayout == Layout::kPairs) {
+            for (std::size_t i = 0; i < side.beyond; ++i) {
+                taken.rows[taken.count++] = job.Row(frame, side.last);
+            }
+        }
+    }
+}
+
+/// Copies of the columns where rows end, with what stands for those outside.
+template <Layout kLayout>
+class EdgeRows {
+public:
+    /// `bytes` of each row from byte `x`, and `reach` on either side.
+    void Take(const AdaptiveJob& job, const WindowRows& from, std::size_t x, std::size_t reach,
+              WindowRows& taken) {
+        const std::size_t words = kLayout == Layout::kPairs ? (job.width + 1) / 2 : job.width;
+        const std::size_t length = kBytesAtOnce + 2 * reach, before = reach - std::min(reach, x);
+        const std::size_t first = (x - (reach - before)) / 4;
+        const std::size_t inside = std::min(words - first, (length - before) / 4);
+        taken.count = from.count;
+        taken.centre = from.centre;
+        taken.missing = from.missing;
+        for (std::size_t i = 0; i < from.count; ++i) {
+            std::uint8_t* const to = memory + i * length;
+            std::memcpy(to + before, from.rows[i] + 4 * first, 4 * inside);
+            if constexpr (kLayout == Layout::kPairs) {
+                if (job.width % 2 == 1 && first + inside == words) {
+                    std::uint8_t* const last = to + before + 4 * (inside - 1);
+                    last[3] = last[1];
+                }
+                Repeat(to, to + before, to[before + 1], to + before);
+                std::uint8_t* const end = to + before + 4 * inside;
+                Repeat(end, to + length, end[-1], end - 4);
+            } else {
+                std::memset(to, 0, before);
+                std::memset(to + before + 4 * inside, 0, length - before - 4 * inside);
+            }
+            taken.rows[i] = to + reach;
+        }
+    }
+
+private:
+    /// Words with the chroma of one and one luma.
+    static void Repeat(std::uint8_t* to, const std::uint8_t* end, std::uint8_t luma,
+                       const std::uint8_t* word) {
+        const std::uint8_t made[4] = {word[0], luma, word[2], luma};
+        for (; to < end; to += 4) {
+            std::memcpy(to, made, 4);
+        }
+    }
+
+    // Windows hold at most kMostSamples: few rows if they are wide.
+    std::uint8_t memory[kMostSamples * (kBytesAtOnce + 12)];
+};
+
+template <Layout kLayout, class Real, bool kCombines, std::size_t Width>
+HWY_NOINLINE HWY_ATTR void RunSteps(const AdaptiveJob& job, const AdaptiveSettings& settings) {
+    using Step = AdaptiveStep<kLayout, Real, kCombines, Width>;
+    const Step step(job, settings);
+    const std::size_t reach = Step::Reach(job.windowWidth);
+    constexpr bool kArePairs = kLayout == Layout::kPairs;
+    const std::size_t bytes = 4 * (kArePairs ? (job.width + 1) / 2 : job.width);
+    const bool isOdd = kArePairs && job.width % 2 == 1;
+    const std::size_t whole = bytes - (isOdd ? 4 : 0);  // without a luma that does not count
+    WindowRows rows, edges;
+    EdgeRows<kLayout> staged;
+    for (std::size_t y = 0; y < job.height; ++y) {
+        TakeRows<kLayout>(job, y, rows);
+        std::uint8_t* const to = job.destination.Row(y);
+        for (std::size_t x = 0; x < bytes; x += kBytesAtOnce) {
+            if (x >= reach && x + kBytesAtOnce + reach <= whole) {
+                step(rows, x, to + x);
+                continue;
+            }
+            // Nothing that is read is written: bytes may be made twice.
+            if (reach == 0 && x != 0 && x < whole && whole >= kBytesAtOnce) {
+                step(rows, whole - kBytesAtOnce, to + whole - kBytesAtOnce);
+                if (x + kBytesAtOnce >= bytes && !isOdd) {
+                    break;
+                }
+            }
+            alignas(64) std::uint8_t made[kBytesAtOnce];
+            staged.Take(job, rows, x, reach, edges);
+            step(edges, 0, made);
+            std::memcpy(to + x, made, std::min(kBytesAtOnce, bytes - x));
+        }
+        if (isOdd) {
+            to[bytes - 1] = to[bytes - 3];
+        }
+    }
+}
+
+/// Whether vectors can make it: sums fit, and numbers stay far from the limits of their kind.
+bool Suits(const AdaptiveJob& job, const AdaptiveSettings& settings) {
+    const auto isSmall = [](double x) { return std::fabs(x) <= 1e6; };
+    const bool combines = settings.combine != Combine::kNot;
+    return job.windowWidth <= kMostSamples && job.windowHeight <= kMostSamples &&
+           job.windowFrames <= kMostSamples && job.WindowSamples() <= kMostSamples &&
+           isSmall(settings.strength) &&
+           (!combines ||
+            (isSmall(settings.weights[0]) && isSmall(settings.weights[1]) && isSmall(settings.weights[2])));
+}
+
+template <Layout kLayout, class Real>
+void RunVectors(const AdaptiveJob& job, const AdaptiveSettings& settings) {
+    if (settings.combine != Combine::kNot) {
+        RunSteps<kLayout, Real, true, 0>(job, settings);
+    } else if (job.windowWidth == 1) {
+        RunSteps<kLayout, Real, false, 1>(job, settings);
+    } else if (job.windowWidth == 3) {
+        RunSteps<kLayout, Real, false, 3>(job, settings);
+    } else {
+        RunSteps<kLayout, Real, false, 0>(job, settings);
+    }
+}
+
+#else
+
+enum class Layout { kPairs, kPixels };
+
+bool Suits(const AdaptiveJob&, const AdaptiveSettings&) {
+    return false;
+}
+template <Layout, class Real>
+void RunVectors(const AdaptiveJob&, const AdaptiveSettings&) {}
+
+#endif  // HWY_TARGET
+
+void RunAdaptPairsInSingle(const AdaptiveJob& job, const AdaptiveSettings& settings) {
+    Suits(job, settings) ? RunVectors<Layout::kPairs, float>(job, settings)
+                         : PairsByFormula<float>(job, settings);
+}
+
+void RunAdaptPairs(const AdaptiveJob& job, const AdaptiveSettings& settings) {
+    Suits(job, settings) ? RunVectors<Layout::kPairs, double>(job, settings)
+                         : PairsByFormula<double>(job, settings);
+}
+
+void RunAdaptPixels(const AdaptiveJob& job, const AdaptiveSettings& settings) {
+    Suits(job, settings) ? RunVectors<Layout::kPixels, double>(job, settings)
+                         : PixelsByFormula(job, settings);
 }
 
 }  // namespace
