@@ -11,6 +11,7 @@
 #define HWY_TARGET_INCLUDE "filter/kernels/AdaptiveFilter.cpp"
 #include "simd/Foreach.h"
 // After it: this is compiled once per target.
+#include "filter/kernels/Reals-inl.h"
 #include "simd/Extra-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -107,87 +108,6 @@ struct Division {
     }
 };
 
-/// As many numbers as there are 32-bit lanes.
-template <class Real>
-struct Reals;
-
-template <>
-struct Reals<float> {
-    using D = hn::ScalableTag<float>;
-    hn::Vec<D> v;
-
-    template <class F>
-    HWY_INLINE HWY_ATTR static Reals Each(const Reals& a, const Reals& b, F f) {
-        return {f(D(), a.v, b.v)};
-    }
-    HWY_INLINE HWY_ATTR static Reals Set(float value) { return {hn::Set(D(), value)}; }
-    HWY_INLINE HWY_ATTR static Reals Load(const float* from) { return {hn::Load(D(), from)}; }
-    HWY_INLINE HWY_ATTR static Reals From(VI32 whole) { return {hn::ConvertTo(D(), whole)}; }
-    /// Truncated; below 2^31 either way. What is not a number becomes 0 or negative.
-    HWY_INLINE HWY_ATTR VI32 Whole() const {
-#if HWY_TARGET == HWY_AVX3
-        return VI32{_mm512_cvttps_epi32(v.raw)};
-#elif HWY_TARGET == HWY_AVX2
-        return VI32{_mm256_cvttps_epi32(v.raw)};
-#elif HWY_TARGET == HWY_SSSE3
-        return VI32{_mm_cvttps_epi32(v.raw)};
-#else
-        return hn::ConvertTo(DI32(), v);
-#endif
-    }
-};
-
-template <>
-struct Reals<double> {
-    using D = hn::ScalableTag<double>;
-    using DHalf = hn::Half<DI32>;
-    hn::Vec<D> low, high;
-
-    template <class F>
-    HWY_INLINE HWY_ATTR static Reals Each(const Reals& a, const Reals& b, F f) {
-        return {f(D(), a.low, b.low), f(D(), a.high, b.high)};
-    }
-    HWY_INLINE HWY_ATTR static Reals Set(double value) {
-        const auto v = hn::Set(D(), value);
-        return {v, v};
-    }
-    HWY_INLINE HWY_ATTR static Reals Load(const double* from) {
-        return {hn::Load(D(), from), hn::Load(D(), from + hn::MaxLanes(D()))};
-    }
-    HWY_INLINE HWY_ATTR static Reals From(VI32 whole) {
-        return {hn::PromoteTo(D(), hn::LowerHalf(DHalf(), whole)),
-                hn::PromoteTo(D(), hn::UpperHalf(DHalf(), whole))};
-    }
-    HWY_INLINE HWY_ATTR VI32 Whole() const {
-        return hn::Combine(DI32(), hn::DemoteTo(DHalf(), high), hn::DemoteTo(DHalf(), low));
-    }
-};
-
-#define TESSELU_EACH(NAME, EXPRESSION)                                                 \
-    template <class Real>                                                              \
-    HWY_INLINE HWY_ATTR Reals<Real> NAME(const Reals<Real>& a, const Reals<Real>& b) { \
-        return Reals<Real>::Each(a, b, [](auto d, auto x, auto y) HWY_ATTR {           \
-            (void)d;                                                                   \
-            return EXPRESSION;                                                         \
-        });                                                                            \
-    }
-TESSELU_EACH(operator+, hn::Add(x, y))
-TESSELU_EACH(operator-, hn::Sub(x, y))
-TESSELU_EACH(operator*, hn::Mul(x, y))
-TESSELU_EACH(operator/, hn::Div(x, y))
-// Of numbers.
-TESSELU_EACH(Smaller, hn::Min(x, y))
-TESSELU_EACH(Larger, hn::Max(x, y))
-// b may be none: then it is the result.
-TESSELU_EACH(AtMost, hn::IfThenElse(hn::Gt(y, x), x, y))
-TESSELU_EACH(AtLeast, hn::IfThenElse(hn::Lt(y, x), x, y))
-// a, or b where b is not a number.
-TESSELU_EACH(UnlessNone, hn::IfThenElse(hn::Eq(y, y), x, y))
-TESSELU_EACH(EvensAndOdds, hn::OddEven(y, x))
-TESSELU_EACH(EvensTwice, hn::DupEven(x))
-TESSELU_EACH(OddsTwice, hn::DupOdd(x))
-#undef TESSELU_EACH
-
 /// Rows that a window reads, and where a picture's bytes are in them.
 struct WindowRows {
     const std::uint8_t* rows[kMostSamples];
@@ -235,7 +155,6 @@ public:
     HWY_INLINE HWY_ATTR void operator()(const WindowRows& rows, std::size_t x, std::uint8_t* to) const {
         const DU8 d8;
         const DU16 d16;
-        const DI16 di16;
         // A sum of words is that of their even bytes, and 256 times that of the odd ones.
         VU16 words = hn::Zero(d16), luma = words, oddChroma = words;
         ForEachTap(rows, x, [&](VU8 tap, VU8 oddTap) HWY_ATTR {
@@ -289,11 +208,7 @@ public:
             const R lumaFractions[2] = {Fraction<1>(Lower(lumaOff)), Fraction<1>(Upper(lumaOff))};
             lumaMade = Results(lumaFractions, lumaMean, lumaCentre);
         }
-        (void)di16;
-
-        alignas(16) static constexpr std::uint8_t kInTurn[16] = {0, 8,  1, 9,  2, 10, 3, 11,
-                                                                 4, 12, 5, 13, 6, 14, 7, 15};
-        VU8 made = hn::TableLookupBytes(PackToBytes(chromaMade, lumaMade), InEveryBlock(kInTurn));
+        VU8 made = BytesInTurn(chromaMade, lumaMade);
         if (limits) {
             const VU8 level = hn::Load(d8, byteLevels);
             made = hn::Max(hn::Min(made, hn::SaturatedAdd(centre, level)), hn::SaturatedSub(centre, level));
@@ -345,13 +260,6 @@ private:
                 }
             }
         }
-    }
-
-    static HWY_INLINE HWY_ATTR VI32 Lower(VU16 v) {
-        return hn::BitCast(DI32(), hn::InterleaveLower(DU16(), v, hn::Zero(DU16())));
-    }
-    static HWY_INLINE HWY_ATTR VI32 Upper(VU16 v) {
-        return hn::BitCast(DI32(), hn::InterleaveUpper(DU16(), v, hn::Zero(DU16())));
     }
 
     /// Sums of differences, or in doubles their means.
