@@ -19,8 +19,9 @@ double Sine(double x) {
 double Cosine(double x) {
     return static_cast<double>(std::cos(static_cast<long double>(x)));
 }
+/// Of the two as doubles, which may be a last bit off the nearest.
 double Tangent(double x) {
-    return static_cast<double>(std::tan(static_cast<long double>(x)));
+    return Sine(x) / Cosine(x);
 }
 
 double Limit(double value, double low, double high) {
