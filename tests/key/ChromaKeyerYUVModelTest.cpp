@@ -432,6 +432,7 @@ void ExpectAllChroma(const std::vector<Settings>& all, bool pairs, int style) {
             style == 1 ? ExpectedOf<key_model::FixedKernel>(settings, foreground, behind, pairs)
                        : ExpectedOf<key_model::FloatKernel>(settings, foreground, behind, pairs);
         Zan::ChromaKeyerYUV keyer = KeyerOf(settings);
+        Bytes first;
         OnEveryTarget([&] {
             FillRandom(result.Get().ColourMemory().Data(), 64);
             ASSERT_EQ(keyer.Do(from, composite ? &under : nullptr, to, &keyTo, Style(style)), 0);
@@ -439,6 +440,13 @@ void ExpectAllChroma(const std::vector<Settings>& all, bool pairs, int style) {
             const std::uint8_t* const keyed = key.ColourMemory().Data();
             const std::ptrdiff_t colour = Difference(expected.result, made, single ? 1 : 0);
             const std::ptrdiff_t value = Difference(expected.key, keyed, single ? 1 : 0);
+            if (single) {
+                // Other values than in double, but the same ones everywhere.
+                if (first.empty()) {
+                    first.assign(made, made + expected.result.size());
+                }
+                ASSERT_EQ(Difference(first, made, 0), -1);
+            }
             if (colour >= 0) {
                 const auto at = static_cast<std::size_t>(colour);
                 const key_model::Word f = foreground.At(at / 4), b = background.At(at / 4);
@@ -502,6 +510,25 @@ TEST(ChromaKeyerYUVModel, AllChromaInTheCornersInPairs) {
     ExpectAllChroma(SomeCorners(), true, 0);
     ExpectAllChroma(SomeCorners(), true, 1);
     ExpectAllChroma(SomeCorners(), true, 5);
+}
+
+// A minimum that is just the chroma of one value, or the next number above, which only doubles tell apart.
+TEST(ChromaKeyerYUVModel, SaturationAtItsMinimum) {
+    std::vector<Settings> all;
+    while (all.size() < static_cast<std::size_t>(Rounds(40))) {
+        Settings settings = AnySettings();
+        settings.acceptanceAngle = AnyOf({90.0, 150.0, 179.0});
+        settings.keyOffset = 0;
+        settings.keyGain = AnyOf({1.0, 256.0});
+        const std::uint8_t cb = RandomByte(), cr = RandomByte();
+        const double along = key_model::FloatKernel(settings).Along(cb, cr);
+        if (along > 0 && along < 1) {
+            settings.saturationMinimum = OneIn(2) ? along : std::nextafter(along, 2.0);
+            all.push_back(settings);
+        }
+    }
+    ExpectAllChroma(all, true, 5);
+    ExpectAllChroma(all, false, 5);
 }
 
 // Every sample over every sample, by a few keys.
