@@ -13,6 +13,16 @@
 #include "simd/LongRuns.h"
 
 namespace Zan {
+
+/// What is moved between pixels: planes from the tile's first pixel on, so many columns and lines before.
+class MovedSource {
+public:
+    virtual ~MovedSource() = default;
+    virtual Plane Colour(std::int64_t columns, std::int64_t rows) const noexcept = 0;
+    virtual Plane Alpha(std::int64_t columns, std::int64_t rows) const noexcept = 0;
+    virtual std::size_t PixelBytes() const noexcept = 0;
+};
+
 namespace {
 
 constexpr ULong32 kBlackPair = 0x10801080;
@@ -129,11 +139,32 @@ void CopyRows(CPUfeatures& features, const Plane& from, const Plane& to, std::si
     }
 }
 
+constexpr std::int64_t kTilePixels = 8192;
+
+/// The foreground as it lies in its picture.
+class PictureSource final : public MovedSource {
+public:
+    PictureSource(const COverlayImage& fore, std::int64_t left, std::int64_t top, std::int64_t step) noexcept
+        : picture(fore), x(left), y(top), rowStep(step) {}
+
+    Plane Colour(std::int64_t columns, std::int64_t rows) const noexcept override {
+        return picture.Colour(x - columns, y - rows, rowStep);
+    }
+    Plane Alpha(std::int64_t columns, std::int64_t rows) const noexcept override {
+        return picture.Alpha(x - columns, y - rows, rowStep);
+    }
+    std::size_t PixelBytes() const noexcept override { return picture.PixelBytes(); }
+
+private:
+    const COverlayImage& picture;
+    const std::int64_t x, y, rowStep;
+};
+
 /// A part of a foreground with its surroundings, transparent black where there is none of it, and with alpha
 /// whether it has some or not.
-class EdgeTile {
+class EdgeTile final : public MovedSource {
 public:
-    static constexpr std::int64_t kMostColumns = 256, kBefore = kColumns - 1;
+    static constexpr std::int64_t kMostColumns = 256, kBefore = 2;
     static constexpr std::int64_t kMostPixels = 1024;
 
     static constexpr std::int64_t MostRows(std::int64_t columns) noexcept {
@@ -152,21 +183,21 @@ public:
         }
     }
 
-    void AddTo(MovedJob& job) noexcept {
-        const std::size_t bytes = isRgb ? 4 : 2;
-        for (std::size_t r = 0; r < 2; ++r) {
-            for (std::size_t c = 0; c < kColumns; ++c) {
-                const std::size_t first = r * Size(kMostPixels) + Size(kBefore) - c;
-                job.source[ForeOf(r, c)] = {colour + bytes * first, Pitch(bytes), colour,
-                                            colour + sizeof colour};
-                job.source[ForeAlphaOf(r, c)] = {alpha + first, Pitch(1), alpha, alpha + sizeof alpha};
-            }
-        }
+    Plane Colour(std::int64_t columns, std::int64_t before) const noexcept override {
+        return In(colour, sizeof colour, PixelBytes(), columns, before);
     }
+    Plane Alpha(std::int64_t columns, std::int64_t before) const noexcept override {
+        return In(alpha, sizeof alpha, 1, columns, before);
+    }
+    std::size_t PixelBytes() const noexcept override { return isRgb ? 4 : 2; }
 
 private:
-    std::ptrdiff_t Pitch(std::size_t bytes) const noexcept {
-        return static_cast<std::ptrdiff_t>(bytes * width);
+    Plane In(const std::uint8_t* memory, std::size_t size, std::size_t bytes, std::int64_t columns,
+             std::int64_t before) const noexcept {
+        // Kernels do not write to their sources.
+        auto* const begin = const_cast<std::uint8_t*>(memory);
+        const std::size_t first = Size((before != 0 ? kMostPixels : 0) + kBefore - columns);
+        return {begin + bytes * first, static_cast<std::ptrdiff_t>(bytes * width), begin, begin + size};
     }
 
     /// The row of pixels from (x, y) on to pixel `first` of the tile.
@@ -335,7 +366,26 @@ Long32 COverlay::RenderPictures(const OverlayFamily& family, const COverlayImage
     PositionRectangle moved(foreground.region);
     moved.x += static_cast<double>(across) / 256;
     moved.y += static_cast<double>(down) / 256;
-    const bool isEmpty = moved.Intersection(PositionRectangle(result.region)).IsEmpty();
+    bool isEmpty = moved.Intersection(PositionRectangle(result.region)).IsEmpty();
+    const bool hasFields = !isSimple && flagY && foreground.header.noFields == 0;
+    Motion motion;
+    if (family.hasPairs) {
+        motion.x = FloorDivided(across, 512) * 2;
+        motion.across = 2 * Remainder(across, 256);
+        motion.chroma = Remainder(across, 512);
+        motion.isOdd = motion.chroma >= 256;
+    } else {
+        motion.x = FloorDivided(across, 256);
+        motion.across = 2 * Remainder(across, 256);
+    }
+    motion.rowStep = hasFields ? 2 : 1;
+    motion.y = FloorDivided(down, 256 * motion.rowStep) * motion.rowStep;
+    motion.down = hasFields ? Remainder(down, 512) : 2 * Remainder(down, 256);
+
+    if (!isSimple) {
+        // Lines inside fields reach farther than the rectangle.
+        isEmpty = Reach(family, motion, foreground).Intersection(result.region).IsEmpty();
+    }
     const bool isInPlace = result.colour.begin == background.colour.begin;
     if (isEmpty) {
         Log(kLogTrace, family.render.empty);
@@ -360,20 +410,6 @@ Long32 COverlay::RenderPictures(const OverlayFamily& family, const COverlayImage
         }
         return RenderWhole(family, result, foreground, result, across / 256, down / 256);
     }
-
-    const bool hasFields = flagY && foreground.header.noFields == 0;
-    Motion motion;
-    if (family.hasPairs) {
-        motion.x = FloorDivided(across, 512) * 2;
-        motion.fractions = {2 * Remainder(across, 256), Remainder(across, 512), 0,
-                            Remainder(across, 512) >= 256};
-    } else {
-        motion.x = FloorDivided(across, 256);
-        motion.fractions.x = 2 * Remainder(across, 256);
-    }
-    motion.rowStep = hasFields ? 2 : 1;
-    motion.y = FloorDivided(down, 256 * motion.rowStep) * motion.rowStep;
-    motion.fractions.y = hasFields ? Remainder(down, 512) : 2 * Remainder(down, 256);
 
     // The result is written while the foreground is still read around each pixel.
     Detached apart;
@@ -453,6 +489,26 @@ Long32 COverlay::RenderWhole(const OverlayFamily& family, const COverlayImage& r
 
 // ---- Between pixels -----------------------------------------------------------------------------------
 
+/// What is taken of the foreground, where whole pixels of the motion put it. An odd last column has no pair.
+EdgeRectangle COverlay::Taken(const OverlayFamily& family, const Motion& motion,
+                              const COverlayImage& foreground) noexcept {
+    EdgeRectangle taken = foreground.region.Moved(motion.x, motion.y);
+    taken.right -= family.hasPairs ? taken.Width() & 1 : 0;
+    return taken;
+}
+
+/// The pixels in which it has a weight.
+EdgeRectangle COverlay::Reach(const OverlayFamily& family, const Motion& motion,
+                              const COverlayImage& foreground) noexcept {
+    EdgeRectangle reach = Taken(family, motion, foreground);
+    if (reach.IsEmpty()) {
+        return reach;
+    }
+    reach.right += !motion.IsAcross() ? 0 : family.hasPairs ? 2 : 1;
+    reach.bottom += motion.IsDown() ? motion.rowStep : 0;
+    return reach;
+}
+
 Long32 COverlay::RenderMoved(const OverlayFamily& family, const COverlayImage& result,
                              const COverlayImage& foreground, const COverlayImage& background,
                              const Motion& motion) {
@@ -469,25 +525,13 @@ Long32 COverlay::RenderMoved(const OverlayFamily& family, const COverlayImage& r
         Log(kLogWarning, family.moved.resultBits, static_cast<int>(result.GetBitCount()), backBits);
         return kStatusMismatch;
     }
-    if (motion.IsWhole()) {
+    if (!motion.IsAcross() && !motion.IsDown()) {
         return RenderWhole(family, result, foreground, background, motion.x, motion.y);
     }
     COverlayImage fore = foreground;
     fore.bounds = foreground.bounds.Moved(motion.x, motion.y);
-    EdgeRectangle taken = foreground.region.Moved(motion.x, motion.y);
-    const Fractions& fractions = motion.fractions;
-    const bool across = fractions.x != 0 || fractions.chroma != 0, down = fractions.y != 0;
-    EdgeRectangle shown = taken;
-    if (family.hasPairs) {
-        // Whole pairs: an odd last column has no pair.
-        taken.right -= taken.Width() & 1;
-        shown = taken;
-        shown.right += fractions.chroma != 0 ? 2 : 0;
-    } else {
-        shown.right += fractions.x != 0 ? 1 : 0;
-    }
-    shown.bottom += down ? motion.rowStep : 0;
-    EdgeRectangle overlap = shown.Intersection(result.region);
+    const EdgeRectangle taken = Taken(family, motion, foreground);
+    EdgeRectangle overlap = Reach(family, motion, foreground).Intersection(result.region);
     const EdgeRectangle given = overlap;
     if (family.hasPairs) {
         overlap.right -= overlap.Width() & 1;
@@ -502,7 +546,9 @@ Long32 COverlay::RenderMoved(const OverlayFamily& family, const COverlayImage& r
     if (&background != &result) {
         CopyAround(BandsOf(result.region, overlap), result.region, background, result);
     }
-    const MovedRow::Names& names = !down ? row->across : !across ? row->down : row->both;
+    const MovedRow::Names& names = !motion.IsDown()     ? row->across
+                                   : !motion.IsAcross() ? row->down
+                                                        : row->both;
     Log(kLogTrace, names.nameSSE2 != nullptr && features.IsSSE2usable() ? names.nameSSE2
                    : names.nameMMX != nullptr && features.IsMMXusable() ? names.nameMMX
                                                                         : names.name);
@@ -515,8 +561,8 @@ void COverlay::LogMotion(const OverlayFamily& family, const Motion& motion, cons
     if constexpr (!kOverlayLogs) {
         return;
     }
-    const double x = motion.fractions.isOdd ? 1 + motion.fractions.x / 512.0 : motion.fractions.x / 512.0;
-    const double y = motion.fractions.y / (motion.rowStep == 2 ? 256.0 : 512.0);
+    const double x = motion.across / 512.0;
+    const double y = motion.down / 512.0;
     const auto log = [](const char* text, auto... values) { Log(kLogTrace, text, values...); };
     log(family.moved.fore, static_cast<int>(taken.left), static_cast<int>(taken.top),
         static_cast<int>(std::max<std::int64_t>(overlap.top - taken.top, 0)),
@@ -537,10 +583,8 @@ void COverlay::BlendMoved(const OverlayFamily& family, const MovedRow& row, cons
         return;
     }
     // Where every sample that has a weight lies in the foreground.
-    const Fractions& fractions = motion.fractions;
-    const std::int64_t columnsBefore =
-        family.hasPairs ? (fractions.chroma != 0 ? 2 : 0) : (fractions.x != 0 ? 1 : 0);
-    const std::int64_t rowsBefore = fractions.y != 0 ? motion.rowStep : 0;
+    const std::int64_t columnsBefore = motion.IsAcross() ? (family.hasPairs ? 2 : 1) : 0;
+    const std::int64_t rowsBefore = motion.IsDown() ? motion.rowStep : 0;
     const EdgeRectangle inside =
         EdgeRectangle{taken.left + columnsBefore, taken.top + rowsBefore, taken.right, taken.bottom}
             .Intersection(area);
@@ -552,7 +596,16 @@ void COverlay::BlendMoved(const OverlayFamily& family, const MovedRow& row, cons
         BlendEdges(edgeRow, back, fore, result, motion, taken, area);
         return;
     }
-    BlendInside(row, back, fore, result, motion, inside);
+    const std::int64_t mostColumns = std::min<std::int64_t>(inside.Width(), kTilePixels / 2);
+    const std::int64_t mostRows = kTilePixels / mostColumns;
+    for (std::int64_t left = inside.left; left < inside.right; left += mostColumns) {
+        const std::size_t columns = Size(std::min(inside.right - left, mostColumns));
+        for (std::int64_t top = lines.From(inside.top); top < inside.bottom; top += mostRows * lines.step) {
+            const std::int64_t rows = lines.Count(top, std::min(inside.bottom, top + mostRows * lines.step));
+            BlendTile(row, back, PictureSource(fore, left, top, lines.step), result, motion, left, top,
+                      columns, Size(rows));
+        }
+    }
     BlendEdges(edgeRow, back, fore, result, motion, taken, {area.left, area.top, area.right, inside.top});
     BlendEdges(edgeRow, back, fore, result, motion, taken,
                {area.left, inside.top, inside.left, inside.bottom});
@@ -562,29 +615,70 @@ void COverlay::BlendMoved(const OverlayFamily& family, const MovedRow& row, cons
                {area.left, inside.bottom, area.right, area.bottom});
 }
 
-void COverlay::BlendInside(const MovedRow& row, const COverlayImage& back, const COverlayImage& fore,
-                           const COverlayImage& result, const Motion& motion,
-                           const EdgeRectangle& area) const noexcept {
-    const std::int64_t left = area.left, top = lines.From(area.top), step = lines.step;
-    MovedJob job;
-    job.width = job.whole = Size(area.Width());
-    job.height = Size(lines.Count(area.top, area.bottom));
-    if (job.width == 0 || job.height == 0) {
-        return;
+void COverlay::BlendTile(const MovedRow& row, const COverlayImage& back, const MovedSource& fore,
+                         const COverlayImage& result, const Motion& motion, std::int64_t left,
+                         std::int64_t top, std::size_t columns, std::size_t rows) const noexcept {
+    const std::int64_t step = lines.step;
+    const bool isRgb = result.GetColorspace() == FormatHeader::kRgb;
+    MixShares shares;
+    shares.taps = motion.IsAcross() && motion.IsDown() ? 4 : 2;
+    shares.row = shares.taps == 4 ? motion.down : 0;
+    shares.chroma = motion.IsAcross() ? motion.chroma : motion.down;
+    shares.luma = motion.IsAcross() ? motion.across : motion.down;
+    // Luma on whole pixels is its own neighbour.
+    const bool isStill = motion.IsAcross() && motion.across == 0;
+    if (isStill) {
+        shares.luma = kWeightsOfAxis / 2;
     }
-    job.source[kBack] = back.Colour(left, top, step);
-    job.source[kBackAlpha] = back.Alpha(left, top, step);
-    for (std::size_t r = 0; r < (motion.fractions.y != 0 ? 2U : 1U); ++r) {
-        for (std::size_t c = 0; c < (motion.IsAcross() ? kColumns : 1); ++c) {
-            const std::int64_t x = left - static_cast<std::int64_t>(c);
-            const std::int64_t y = top - static_cast<std::int64_t>(r) * motion.rowStep;
-            job.source[ForeOf(r, c)] = fore.Colour(x, y, step);
-            job.source[ForeAlphaOf(r, c)] = fore.Alpha(x, y, step);
+
+    MixJob mix;
+    for (std::size_t tap = 0; tap < shares.taps; ++tap) {
+        const bool isBefore = motion.IsAcross() && tap % 2 != 0;
+        const std::int64_t y = (shares.taps == 4  ? tap / 2
+                                : motion.IsDown() ? tap
+                                                  : 0) != 0
+                                   ? motion.rowStep
+                                   : 0;
+        for (const bool isLuma : {false, true}) {
+            const std::int64_t x = isRgb     ? (isBefore ? 1 : 0)
+                                   : !isLuma ? (isBefore ? 2 : 0)
+                                             : (isBefore && !isStill ? 1 : 0) + (motion.isOdd ? 1 : 0);
+            mix.source[ColourOf(tap, isLuma)] = fore.Colour(x, y);
+            mix.source[AlphaOf(tap, isLuma)] = fore.Alpha(x, y);
         }
     }
-    job.destination[kOut] = result.Colour(left, top, step);
-    job.destination[kOutAlpha] = result.Alpha(left, top, step);
-    (*row.kernel)(job, motion.fractions);
+    const std::size_t pixelBytes = fore.PixelBytes();
+    mix.width = mix.whole = row.mix == &kMixBytes ? columns * pixelBytes : columns;
+    mix.height = rows;
+    const Plane out = result.Colour(left, top, step), outAlpha = result.Alpha(left, top, step);
+    if (row.blend == nullptr) {
+        mix.destination[0] = out;
+        (*row.mix)(mix, shares);
+        if (result.HasAlphaPlane()) {
+            FillRows(outAlpha, columns, rows,
+                     [](std::uint8_t* to, std::size_t count) { std::memset(to, 255, count); });
+        }
+        return;
+    }
+    alignas(64) std::uint8_t made[4 * kTilePixels];
+    alignas(64) std::uint8_t madeAlpha[2 * kTilePixels];
+    const auto inTile = [&](std::uint8_t* memory, std::size_t bytes) {
+        return Plane{memory, static_cast<std::ptrdiff_t>(bytes * columns), nullptr, nullptr};
+    };
+    OverlayJob job;
+    job.source[kBack] = back.Colour(left, top, step);
+    job.source[kBackAlpha] = back.Alpha(left, top, step);
+    job.source[kFore] = mix.destination[0] = inTile(made, pixelBytes);
+    (*row.mix)(mix, shares);
+    if (!isRgb) {
+        job.source[kForeAlpha] = mix.destination[0] = inTile(madeAlpha, 2);
+        kMixPairAlphas(mix, shares);
+    }
+    job.destination[kOut] = out;
+    job.destination[kOutAlpha] = outAlpha;
+    job.width = job.whole = columns;
+    job.height = rows;
+    (*row.blend)(job);
 }
 
 void COverlay::BlendEdges(const MovedRow& row, const COverlayImage& back, const COverlayImage& fore,
@@ -599,17 +693,9 @@ void COverlay::BlendEdges(const MovedRow& row, const COverlayImage& back, const 
         const std::int64_t most = EdgeTile::MostRows(columns) * step;
         for (std::int64_t top = lines.From(area.top); top < end; top += most) {
             const std::int64_t rows = lines.Count(top, std::min(end, top + most));
-            EdgeTile tile(fore, taken, motion.fractions.y != 0 ? motion.rowStep : 0, left, top, step, columns,
-                          rows);
-            MovedJob job;
-            job.width = job.whole = Size(columns);
-            job.height = Size(rows);
-            job.source[kBack] = back.Colour(left, top, step);
-            job.source[kBackAlpha] = back.Alpha(left, top, step);
-            tile.AddTo(job);
-            job.destination[kOut] = result.Colour(left, top, step);
-            job.destination[kOutAlpha] = result.Alpha(left, top, step);
-            (*row.kernel)(job, motion.fractions);
+            const EdgeTile tile(fore, taken, motion.IsDown() ? motion.rowStep : 0, left, top, step, columns,
+                                rows);
+            BlendTile(row, back, tile, result, motion, left, top, Size(columns), Size(rows));
         }
     }
 }

@@ -9,9 +9,10 @@
 #include "overlay/OverlayFamily.h"
 #include "overlay/OverlayImage.h"
 #include "overlay/OverlayRenderInfo.h"
-#include "overlay/kernels/Overlay.h"
 
 namespace Zan {
+
+class MovedSource;
 
 /// A foreground over a background into a result, or a picture in the middle of another. Made for one call.
 class COverlay {
@@ -52,16 +53,18 @@ private:
         std::int64_t left, across, right;
     };
 
-    /// How far the foreground moves between pixels: whole pixels and lines, and the weights beyond.
+    /// How far the foreground moves between pixels: whole pixels and lines, and shares of what lies before,
+    /// out of 512.
     struct Motion {
         std::int64_t x = 0, y = 0;
         std::int64_t rowStep = 1;  ///< lines to the one before, of the same field where there are fields
-        Fractions fractions;
+        unsigned across = 0;       ///< pixels
+        unsigned chroma = 0;       ///< 4:2:2: pairs
+        unsigned down = 0;         ///< lines
+        bool isOdd = false;        ///< 4:2:2: luma is one more pixel behind
 
-        bool IsAcross() const noexcept { return fractions.x != 0 || fractions.chroma != 0; }
-        bool IsWhole() const noexcept {
-            return fractions.x == 0 && fractions.chroma == 0 && fractions.y == 0;
-        }
+        bool IsAcross() const noexcept { return across != 0 || chroma != 0; }
+        bool IsDown() const noexcept { return down != 0; }
     };
 
     Long32 RenderFrame(const COverlayImage& result, const COverlayImage& foreground,
@@ -86,6 +89,10 @@ private:
     Long32 RenderWhole(const OverlayFamily& family, const COverlayImage& result,
                        const COverlayImage& foreground, const COverlayImage& background, std::int64_t x,
                        std::int64_t y);
+    static EdgeRectangle Taken(const OverlayFamily& family, const Motion& motion,
+                               const COverlayImage& foreground) noexcept;
+    static EdgeRectangle Reach(const OverlayFamily& family, const Motion& motion,
+                               const COverlayImage& foreground) noexcept;
     Long32 RenderMoved(const OverlayFamily& family, const COverlayImage& result,
                        const COverlayImage& foreground, const COverlayImage& background,
                        const Motion& motion);
@@ -94,9 +101,9 @@ private:
     void BlendMoved(const OverlayFamily& family, const MovedRow& row, const COverlayImage& back,
                     const COverlayImage& fore, const COverlayImage& result, const Motion& motion,
                     const EdgeRectangle& taken, const EdgeRectangle& area) const;
-    void BlendInside(const MovedRow& row, const COverlayImage& back, const COverlayImage& fore,
-                     const COverlayImage& result, const Motion& motion,
-                     const EdgeRectangle& area) const noexcept;
+    void BlendTile(const MovedRow& row, const COverlayImage& back, const MovedSource& fore,
+                   const COverlayImage& result, const Motion& motion, std::int64_t left, std::int64_t top,
+                   std::size_t columns, std::size_t rows) const noexcept;
     void BlendEdges(const MovedRow& row, const COverlayImage& back, const COverlayImage& fore,
                     const COverlayImage& result, const Motion& motion, const EdgeRectangle& taken,
                     const EdgeRectangle& area) const noexcept;

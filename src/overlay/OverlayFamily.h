@@ -38,7 +38,8 @@ struct MovedRow {
     unsigned backBits, foreBits;
     OverlayRow::Mode mode;
     Names both, across, down;
-    const MovedKernel* kernel;
+    const MixKernel* mix;        ///< what comes between pixels
+    const OverlayKernel* blend;  ///< over the background; null: it is the result
 
     bool Suits(unsigned back, unsigned fore, bool premultiplied) const noexcept {
         return backBits == back && foreBits == fore &&

@@ -1,4 +1,4 @@
-// Overlays between pixels: the foreground is interpolated, then blended as at whole pixels.
+// A foreground between pixels, as the overlays at whole pixels take it.
 
 #include <array>
 
@@ -17,274 +17,483 @@ namespace Zan {
 namespace HWY_NAMESPACE {
 namespace {
 
-/// What the foreground's colour is: multiplied by alpha, not so, or without alpha.
-enum class Colour { kPremultiplied, kStraight, kOpaque };
-
-/// Which axes have a fraction.
-struct Across {
-    static constexpr std::size_t kRows = 1;
-    static constexpr bool kAcross = true;
-};
-struct Down {
-    static constexpr std::size_t kRows = 2;
-    static constexpr bool kAcross = false;
-};
-struct Both {
-    static constexpr std::size_t kRows = 2;
-    static constexpr bool kAcross = true;
-};
-
-/// A sample that has a weight.
-struct Tap {
-    const std::uint8_t* sample;
-    const std::uint8_t* alpha;
-    std::uint32_t weight;
-};
-
-/// The taps of a pixel's colour and alpha.
+/// Weights of the taps of one kind of sample, out of 2^18.
 template <std::size_t taps>
-struct Neighbours {
-    Tap tap[taps];
-
-    std::uint32_t Alphas() const {
-        std::uint32_t sum = 0;
-        for (const Tap& t : tap) {
-            sum += t.weight * *t.alpha;
-        }
-        return sum;
+std::array<std::uint32_t, taps> WeightsOfTaps(unsigned share, unsigned row) {
+    const std::uint32_t rest = kWeightsOfAxis - share, rowRest = kWeightsOfAxis - row;
+    if constexpr (taps == 2) {
+        return {rest * kWeightsOfAxis, share * kWeightsOfAxis};
+    } else {
+        return {rest * rowRest, share * rowRest, rest * row, share * row};
     }
-    /// Sample `i` of a pixel.
-    template <Colour colour>
-    unsigned Sample(std::size_t i, std::uint32_t alphas) const {
-        std::uint32_t sum = 0;
-        std::uint64_t straight = 0;
-        for (const Tap& t : tap) {
-            sum += t.weight * t.sample[i];
-            straight += std::uint64_t{t.weight} * *t.alpha * t.sample[i];
-        }
-        return colour == Colour::kStraight ? StraightMean(straight, alphas) : WeightedMean(sum);
+}
+
+template <std::size_t taps>
+std::uint8_t MixOf(const std::array<std::uint32_t, taps>& weights,
+                   const std::array<std::uint8_t, taps>& samples) {
+    std::uint32_t sum = 0;
+    for (std::size_t t = 0; t < taps; ++t) {
+        sum += weights[t] * samples[t];
+    }
+    return static_cast<std::uint8_t>(WeightedMean(sum));
+}
+
+template <std::size_t taps>
+std::uint8_t StraightMixOf(const std::array<std::uint32_t, taps>& weights,
+                           const std::array<std::uint8_t, taps>& samples,
+                           const std::array<std::uint8_t, taps>& alphas) {
+    std::uint64_t colours = 0;
+    std::uint32_t sum = 0;
+    for (std::size_t t = 0; t < taps; ++t) {
+        const std::uint32_t weight = weights[t] * alphas[t];
+        sum += weight;
+        colours += std::uint64_t{weight} * samples[t];
+    }
+    return static_cast<std::uint8_t>(StraightMean(colours, sum));
+}
+
+#if HWY_TARGET != HWY_SCALAR
+
+/// Shares on vectors, in 256ths where all are even. Lanes are chroma and luma in turn.
+template <std::size_t taps>
+struct VectorShares {
+    HWY_INLINE HWY_ATTR explicit VectorShares(const MixShares& s)
+        : isFine(((s.chroma | s.luma | s.row) & 1) != 0), chroma(s.chroma), luma(s.luma), row(s.row) {}
+
+    /// 256 less a share and the share, as bytes.
+    HWY_INLINE HWY_ATTR VU8 OfBytes() const {
+        const auto pair = [](std::uint32_t share) { return (256 - share) | share << 8; };
+        return hn::BitCast(DU8(), hn::Set(DU32(), pair(chroma / 2) | pair(luma / 2) << 16));
+    }
+    /// The same as words, two kinds of samples in turn.
+    HWY_INLINE HWY_ATTR VI16 OfWords(unsigned whole, unsigned first, unsigned second) const {
+        const auto pair = [whole](std::uint64_t share) { return (whole - share) | share << 16; };
+        return hn::BitCast(DI16(), hn::Set(DU64(), pair(first) | pair(second) << 32));
+    }
+
+    bool isFine;
+    unsigned chroma, luma, row;
+};
+
+/// Sums of a pair of taps in 256ths, less 32768: the taps' bytes are brought together in 16-bit lanes.
+struct RowSums {
+    VI16 low, high;
+
+    HWY_INLINE HWY_ATTR RowSums(VU8 a, VU8 b, VU8 shares) {
+        const DI8 d;
+        const VI8 ca = Centred(a), cb = Centred(b);
+        low = MulAddPairs(shares, hn::InterleaveLower(d, ca, cb));
+        high = MulAddPairs(shares, hn::InterleaveUpper(d, ca, cb));
     }
 };
 
-// ---- RGB --------------------------------------------------------------------------------------------------
-
-template <Colour colour, std::size_t backBytes, class Axes>
-struct MovedPixels {
-    using Place = simd::Place<4 + 4 * kColumns, 2>;
-    static constexpr bool kOpaque = colour == Colour::kOpaque;
-    static constexpr std::size_t kForeBytes = kOpaque ? 3 : 4;
-    static constexpr std::size_t kAcross = Axes::kAcross ? 2 : 1, kTaps = kAcross * Axes::kRows;
-    static constexpr auto kSources = [] {
-        std::array<PlaneUse, kTaps + (kOpaque ? 0 : 1)> uses{};
-        for (std::size_t i = 0; i < kTaps; ++i) {
-            uses[i] = {.index = ForeOf(i / kAcross, i % kAcross), .bytesPer16 = 16 * kForeBytes};
+/// MixOf in 512ths, for which bytes are too small.
+template <std::size_t taps>
+HWY_INLINE HWY_ATTR VU8 MixFinely(const VU8 (&in)[taps], const VectorShares<taps>& shares) {
+    const DU8 d;
+    const DI16 d16;
+    const DI32 d32;
+    const VU8 none = hn::Zero(d);
+    const VI16 across = shares.OfWords(512, shares.chroma, shares.luma);
+    VI32 sums[4];
+    for (std::size_t r = 0; r < taps / 2; ++r) {
+        VI16 a[2] = {hn::BitCast(d16, hn::InterleaveLower(d, in[2 * r], none)),
+                     hn::BitCast(d16, hn::InterleaveUpper(d, in[2 * r], none))};
+        VI16 b[2] = {hn::BitCast(d16, hn::InterleaveLower(d, in[2 * r + 1], none)),
+                     hn::BitCast(d16, hn::InterleaveUpper(d, in[2 * r + 1], none))};
+        for (std::size_t i = 0; i < 4; ++i) {
+            const VI16 both = i % 2 == 0 ? hn::InterleaveLower(d16, a[i / 2], b[i / 2])
+                                         : hn::InterleaveUpper(d16, a[i / 2], b[i / 2]);
+            const VI32 sum = MulAddPairs(both, across);
+            if constexpr (taps == 2) {
+                sums[i] = hn::ShiftRight<9>(hn::Add(sum, hn::Set(d32, 256)));
+            } else if (r == 0) {
+                sums[i] = hn::Mul(sum, hn::Set(d32, static_cast<std::int32_t>(512 - shares.row)));
+            } else {
+                const VI32 all =
+                    hn::Add(sums[i], hn::Mul(sum, hn::Set(d32, static_cast<std::int32_t>(shares.row))));
+                sums[i] = hn::ShiftRight<18>(hn::Add(all, hn::Set(d32, 1 << 17)));
+            }
         }
-        if (!kOpaque) {
-            uses[kTaps] = {.index = kBack, .bytesPer16 = 16 * backBytes};
+    }
+    return PackToBytes(PackToShorts(sums[0], sums[1]), PackToShorts(sums[2], sums[3]));
+}
+
+/// MixOf on every byte.
+template <std::size_t taps>
+HWY_INLINE HWY_ATTR VU8 MixBytesOf(const VU8 (&in)[taps], const VectorShares<taps>& shares) {
+    if (shares.isFine) [[unlikely]] {
+        return MixFinely(in, shares);
+    }
+    const VU8 across = shares.OfBytes();
+    const RowSums first(in[0], in[1], across);
+    if constexpr (taps == 2) {
+        const DU16 d;
+        const auto mean = [&](VI16 sum) HWY_ATTR {
+            const VU16 whole = hn::Add(hn::BitCast(d, sum), hn::Set(d, 0x8000 + 128));
+            return hn::BitCast(DI16(), hn::ShiftRight<8>(whole));
+        };
+        return PackToBytes(mean(first.low), mean(first.high));
+    } else {
+        const DI16 d;
+        const DI32 d32;
+        const RowSums second(in[2], in[3], across);
+        const VI16 down = shares.OfWords(256, shares.row / 2, shares.row / 2);
+        // What is taken off the sums, 2^23, is 128 of the mean.
+        const auto mean = [&](VI16 a, VI16 b) HWY_ATTR {
+            const VI32 low = MulAddPairs(hn::InterleaveLower(d, a, b), down);
+            const VI32 high = MulAddPairs(hn::InterleaveUpper(d, a, b), down);
+            const VI32 half = hn::Set(d32, 1 << 15);
+            return PackToShorts(hn::ShiftRight<16>(hn::Add(low, half)),
+                                hn::ShiftRight<16>(hn::Add(high, half)));
+        };
+        const VI8 made = PackToSignedBytes(mean(first.low, second.low), mean(first.high, second.high));
+        return hn::BitCast(DU8(), Centred(hn::BitCast(DU8(), made)));
+    }
+}
+
+/// StraightMixOf on every byte, in 256ths. Quotients are estimated in single precision, which is off by one
+/// at most, and put right by their remainder.
+template <std::size_t taps>
+HWY_INLINE HWY_ATTR VU8 StraightMixBytesOf(const VU8 (&in)[taps], const VU8 (&alpha)[taps],
+                                           const VectorShares<taps>& shares) {
+    const DU8 d;
+    const DI16 d16;
+    const DU16 du16;
+    const DI32 d32;
+    const DU32 du32;
+    const hn::ScalableTag<float> df;
+    const VU8 none = hn::Zero(d);
+    const VI16 across = shares.OfWords(256, shares.chroma / 2, shares.luma / 2);
+    const auto half = [&](VU8 v, std::size_t i) HWY_ATTR {
+        return hn::BitCast(du16, i == 0 ? hn::InterleaveLower(d, v, none) : hn::InterleaveUpper(d, v, none));
+    };
+    VI16 words[2];
+    for (std::size_t i = 0; i < 2; ++i) {
+        VI16 a[taps], product[taps];
+        for (std::size_t t = 0; t < taps; ++t) {
+            const VU16 alphas = half(alpha[t], i);
+            a[t] = hn::BitCast(d16, alphas);
+            product[t] = hn::BitCast(d16, hn::Xor(hn::Mul(half(in[t], i), alphas), hn::Set(du16, 0x8000)));
+        }
+        VI32 quotient[2];
+        for (std::size_t k = 0; k < 2; ++k) {
+            const auto sum = [&](VI16 x, VI16 y) HWY_ATTR {
+                return MulAddPairs(k == 0 ? hn::InterleaveLower(d16, x, y) : hn::InterleaveUpper(d16, x, y),
+                                   across);
+            };
+            const VI32 offset = hn::Set(d32, 1 << 23);
+            VI32 colours = hn::Add(sum(product[0], product[1]), offset), alphas = sum(a[0], a[1]);
+            if constexpr (taps == 4) {
+                const VI32 row = hn::Set(d32, static_cast<std::int32_t>(shares.row / 2));
+                const VI32 rest = hn::Set(d32, static_cast<std::int32_t>(256 - shares.row / 2));
+                const VI32 below = hn::Add(sum(product[2], product[3]), offset);
+                colours = hn::Add(hn::Mul(colours, rest), hn::Mul(below, row));
+                alphas = hn::Add(hn::Mul(alphas, rest), hn::Mul(sum(a[2], a[3]), row));
+            }
+            alphas = hn::Max(alphas, hn::Set(d32, 1));
+            const VU32 rounded =
+                hn::Add(hn::BitCast(du32, colours), hn::ShiftRight<1>(hn::BitCast(du32, alphas)));
+            // Up to 2^32, so that half of it is what is converted.
+            const auto top = hn::ConvertTo(df, hn::BitCast(d32, hn::ShiftRight<1>(rounded)));
+            const auto bottom = hn::ConvertTo(df, alphas);
+            const VI32 estimate = hn::ConvertTo(d32, hn::Div(hn::Add(top, top), bottom));
+            const VI32 remainder = hn::Sub(hn::BitCast(d32, rounded), hn::Mul(estimate, alphas));
+            const VI32 below = hn::VecFromMask(d32, hn::Lt(remainder, hn::Zero(d32)));
+            const VI32 within = hn::VecFromMask(d32, hn::Lt(remainder, alphas));
+            // -1 where it is negative; 1 where it is not less than the divisor.
+            quotient[k] = hn::Add(estimate, hn::Add(below, hn::Add(within, hn::Set(d32, 1))));
+        }
+        words[i] = PackToShorts(quotient[0], quotient[1]);
+    }
+    return PackToBytes(words[0], words[1]);
+}
+
+#endif  // HWY_TARGET
+
+// ---- Bytes of any pixels ----------------------------------------------------------------------------------
+
+template <std::size_t taps>
+struct MixEveryByte {
+    using Place = simd::Place<4 * kMostTaps, 1>;
+    static constexpr auto kSources = [] {
+        std::array<PlaneUse, taps> uses{};
+        for (std::size_t t = 0; t < taps; ++t) {
+            uses[t] = {.index = ColourOf(t, false)};
         }
         return uses;
     }();
-    static constexpr PlaneUse kDestinations[] = {{.index = kOut, .bytesPer16 = 16 * backBytes}};
-    Fractions fractions;
+    static constexpr PlaneUse kDestinations[] = {{.index = 0}};
+    MixShares shares;
 
     void Unit(const Place& at, std::size_t x) const {
-        Neighbours<kTaps> near;
-        for (std::size_t i = 0; i < kTaps; ++i) {
-            const std::size_t row = i / kAcross, column = i % kAcross;
-            const std::uint8_t* const pixel = at.in[ForeOf(row, column)][0] + kForeBytes * x;
-            near.tap[i] = {pixel, pixel + (kOpaque ? 0 : 3),
-                           Share(Axes::kRows == 2 ? fractions.y : 0, row) *
-                               Share(Axes::kAcross ? fractions.x : 0, column)};
+        std::array<std::uint8_t, taps> samples;
+        for (std::size_t t = 0; t < taps; ++t) {
+            samples[t] = at.in[ColourOf(t, false)][0][x];
         }
-        std::uint8_t made[4];
-        std::uint8_t* const out = at.out[kOut][0] + backBytes * x;
-        if constexpr (kOpaque) {
-            for (std::size_t i = 0; i < 3; ++i) {
-                made[i] = static_cast<std::uint8_t>(near.template Sample<colour>(i, 0));
-            }
-            made[3] = 255;
-        } else {
-            const std::uint8_t* const b = at.in[kBack][0] + backBytes * x;
-            const std::uint32_t alphas = near.Alphas();
-            const unsigned a = WeightedMean(alphas);
-            const AlphaUnion both = backBytes == 4 ? AlphaUnion::Of(a, b[backBytes - 1]) : AlphaUnion{0, a};
-            for (std::size_t i = 0; i < 3; ++i) {
-                const unsigned f = near.template Sample<colour>(i, alphas);
-                made[i] = colour == Colour::kPremultiplied ? PremultipliedOver(b[i], f, a)
-                                                           : BlendByAlpha(b[i], f, both.weight);
-            }
-            made[3] = colour == Colour::kPremultiplied ? PremultipliedOver(b[backBytes - 1], a, a)
-                                                       : static_cast<std::uint8_t>(both.alpha);
-        }
-        for (std::size_t i = 0; i < backBytes; ++i) {
-            out[i] = made[i];
-        }
+        at.out[0][0][x] = MixOf(WeightsOfTaps<taps>(shares.luma, shares.row), samples);
     }
 
-    /// Of the row or column in hand, and of the one before it.
-    static std::uint32_t Share(unsigned fraction, std::size_t before) {
-        return before == 0 ? kWeightsOfAxis - fraction : fraction;
+#if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kStep = kLineVectors * kVectorBytes;
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        const VectorShares<taps> s(shares);
+        PutLine(at.out[0][0] + x, put, [&](std::size_t i) HWY_ATTR {
+            VU8 in[taps];
+            for (std::size_t t = 0; t < taps; ++t) {
+                in[t] = hn::LoadU(DU8(), at.in[ColourOf(t, false)][0] + x + i * kVectorBytes);
+            }
+            return MixBytesOf<taps>(in, s);
+        });
     }
+#endif
 };
 
-// ---- 4:2:2 ------------------------------------------------------------------------------------------------
+// ---- 32-bit pixels ----------------------------------------------------------------------------------------
 
-template <Colour colour, bool hasBackAlpha, class Axes>
-struct MovedPairs {
-    using Place = simd::Place<4 + 4 * kColumns, 2>;
-    static constexpr bool kOpaque = colour == Colour::kOpaque;
-    static constexpr std::size_t kAcross = Axes::kAcross ? kColumns : 1;
-    static constexpr std::size_t kPlanes = kAcross * Axes::kRows;
-    static constexpr std::size_t kTaps = (Axes::kAcross ? 2 : 1) * Axes::kRows;
+template <std::size_t taps>
+struct MixStraightPixels {
+    using Place = simd::Place<4 * kMostTaps, 1>;
     static constexpr auto kSources = [] {
-        constexpr std::size_t kBackPlanes = kOpaque ? 0 : hasBackAlpha ? 2 : 1;
-        std::array<PlaneUse, (kOpaque ? 1 : 2) * kPlanes + kBackPlanes> uses{};
-        for (std::size_t i = 0; i < kPlanes; ++i) {
-            uses[i] = PairPlane(ForeOf(i / kAcross, i % kAcross));
-            if (!kOpaque) {
-                uses[kPlanes + i] = {.index = ForeAlphaOf(i / kAcross, i % kAcross), .columns = 2};
+        std::array<PlaneUse, taps> uses{};
+        for (std::size_t t = 0; t < taps; ++t) {
+            uses[t] = PixelPlane(ColourOf(t, false));
+        }
+        return uses;
+    }();
+    static constexpr PlaneUse kDestinations[] = {PixelPlane(0)};
+    MixShares shares;
+
+    void Unit(const Place& at, std::size_t x) const {
+        const auto weights = WeightsOfTaps<taps>(shares.luma, shares.row);
+        std::array<std::uint8_t, taps> samples, alphas;
+        std::uint8_t* const out = at.out[0][0] + 4 * x;
+        for (std::size_t i = 0; i < 4; ++i) {
+            for (std::size_t t = 0; t < taps; ++t) {
+                const std::uint8_t* const pixel = at.in[ColourOf(t, false)][0] + 4 * x;
+                samples[t] = pixel[i];
+                alphas[t] = pixel[3];
             }
+            out[i] = i < 3 ? StraightMixOf(weights, samples, alphas) : MixOf(weights, alphas);
         }
-        if (!kOpaque) {
-            uses[2 * kPlanes] = PairPlane(kBack);
+    }
+
+#if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kStep = kVectorBytes / 4;
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        const DU8 d;
+        const VectorShares<taps> s(shares);
+        if (s.isFine) [[unlikely]] {
+            for (std::size_t i = 0; i < kStep; ++i) {
+                Unit(at, x + i);
+            }
+            return;
         }
-        if (!kOpaque && hasBackAlpha) {
-            uses[2 * kPlanes + kBackPlanes - 1] = {.index = kBackAlpha, .columns = 2};
+        VU8 in[taps], alpha[taps];
+        for (std::size_t t = 0; t < taps; ++t) {
+            in[t] = hn::LoadU(d, at.in[ColourOf(t, false)][0] + 4 * x);
+            alpha[t] = Spread<3, 3, 3, 3, 7, 7, 7, 7, 11, 11, 11, 11, 15, 15, 15, 15>(in[t]);
         }
-        return uses;
-    }();
-    static constexpr auto kDestinations = [] {
-        std::array<PlaneUse, hasBackAlpha ? 2 : 1> uses{PairPlane(kOut)};
-        if (hasBackAlpha) {
-            uses[uses.size() - 1] = {.index = kOutAlpha, .columns = 2};
-        }
-        return uses;
-    }();
+        const VU8 colour = StraightMixBytesOf<taps>(in, alpha, s);
+        const VU8 isAlpha = hn::BitCast(d, hn::Set(DU32(), 0xFF000000U));
+        put(d, hn::IfVecThenElse(isAlpha, MixBytesOf<taps>(alpha, s), colour), at.out[0][0] + 4 * x);
+    }
+#endif
+};
+
+// ---- Pairs of 4:2:2 ---------------------------------------------------------------------------------------
+
+/// What the kernels of pairs have in common: chroma and luma lie in planes of their own, in alternate bytes.
+template <std::size_t taps>
+struct OfPairs {
+    using Place = simd::Place<4 * kMostTaps, 1>;
+    static constexpr PlaneUse kDestinations[] = {PairPlane(0)};
     static constexpr std::size_t kUnit = 2;
-    Fractions fractions;
+    MixShares shares;
 
-    /// The taps of what lies in byte `byte` of a pair, with the alpha of pixel `pixel`.
-    Neighbours<kTaps> Near(const Place& at, std::size_t x, std::size_t byte, std::size_t pixel,
-                           bool isChroma) const {
-        Neighbours<kTaps> near;
-        for (std::size_t i = 0; i < kTaps; ++i) {
-            const std::size_t row = i / (kTaps / Axes::kRows), before = i % (kTaps / Axes::kRows);
-            std::size_t column = isChroma ? 2 * before : before + (fractions.isOdd ? 1 : 0);
-            unsigned share = isChroma ? fractions.chroma : fractions.x;
-            if (!Axes::kAcross) {
-                column = share = 0;
-            }
-            near.tap[i] = {
-                at.in[ForeOf(row, column)][0] + 2 * x + byte,
-                kOpaque ? at.in[ForeOf(row, column)][0] : at.in[ForeAlphaOf(row, column)][0] + x + pixel,
-                (row == 0 ? kWeightsOfAxis - YShare() : YShare()) *
-                    (before == 0 ? kWeightsOfAxis - share : share)};
-        }
-        return near;
-    }
-    unsigned YShare() const { return Axes::kRows == 2 ? fractions.y : 0; }
-
-    void Unit(const Place& at, std::size_t x) const {
-        const Neighbours<kTaps> chroma = Near(at, x, 0, 0, true);
-        const Neighbours<kTaps> luma[2] = {Near(at, x, 1, 0, false), Near(at, x, 3, 1, false)};
-        std::uint8_t made[4], alphas[2] = {255, 255};
-        if constexpr (kOpaque) {
-            for (std::size_t k = 0; k < 2; ++k) {
-                made[2 * k] = static_cast<std::uint8_t>(chroma.template Sample<colour>(2 * k, 0));
-                made[2 * k + 1] = static_cast<std::uint8_t>(luma[k].template Sample<colour>(0, 0));
-            }
-        } else {
-            const std::uint8_t* const b = at.in[kBack][0] + 2 * x;
-            const std::uint8_t* const ab = hasBackAlpha ? at.in[kBackAlpha][0] + x : nullptr;
-            const std::uint32_t chromaAlphas = chroma.Alphas();
-            const unsigned ac = WeightedMean(chromaAlphas);
-            for (std::size_t k = 0; k < 2; ++k) {
-                const std::uint32_t lumaAlphas = luma[k].Alphas();
-                const unsigned a = WeightedMean(lumaAlphas);
-                made[2 * k] = Blended(b[2 * k], chroma.template Sample<colour>(2 * k, chromaAlphas), ac,
-                                      ab != nullptr ? ab[0] : 0U, kChromaZero);
-                made[2 * k + 1] = Blended(b[2 * k + 1], luma[k].template Sample<colour>(0, lumaAlphas), a,
-                                          ab != nullptr ? ab[k] : 0U, kLumaZero);
-                if (ab != nullptr) {
-                    alphas[k] = colour == Colour::kPremultiplied
-                                    ? PremultipliedOver(ab[k], a, a)
-                                    : static_cast<std::uint8_t>(AlphaUnion::Of(a, ab[k]).alpha);
+    /// Planes of colour, of alpha, or of both.
+    template <bool hasColour, bool hasAlpha>
+    static constexpr auto Uses() {
+        std::array<PlaneUse, 2 * taps*((hasColour ? 1 : 0) + (hasAlpha ? 1 : 0))> uses{};
+        std::size_t n = 0;
+        for (std::size_t t = 0; t < taps; ++t) {
+            for (const bool isLuma : {false, true}) {
+                if (hasColour) {
+                    uses[n++] = PairPlane(ColourOf(t, isLuma));
+                }
+                if (hasAlpha) {
+                    uses[n++] = {.index = AlphaOf(t, isLuma), .columns = 2};
                 }
             }
         }
-        std::uint8_t* const out = at.out[kOut][0] + 2 * x;
-        for (std::size_t i = 0; i < 4; ++i) {
-            out[i] = made[i];
-        }
-        if constexpr (hasBackAlpha) {
-            at.out[kOutAlpha][0][x] = alphas[0];
-            at.out[kOutAlpha][0][x + 1] = alphas[1];
-        }
+        return uses;
     }
 
-    static std::uint8_t Blended(unsigned b, unsigned f, unsigned a, unsigned ab, int zero) {
-        return colour == Colour::kPremultiplied ? OffsetPremultipliedOver(b, f, a, zero)
-               : hasBackAlpha                   ? WeightedStep(b, f, AlphaUnion::Of(a, ab).weight)
-                                                : OffsetBlend(b, f, a, zero);
+    /// Byte `i` of the pair at `x`, and its alpha.
+    static std::array<std::uint8_t, taps> Samples(const Place& at, std::size_t x, std::size_t i) {
+        std::array<std::uint8_t, taps> samples;
+        for (std::size_t t = 0; t < taps; ++t) {
+            samples[t] = at.in[ColourOf(t, i % 2 != 0)][0][2 * x + i];
+        }
+        return samples;
     }
+    static std::array<std::uint8_t, taps> Alphas(const Place& at, std::size_t x, std::size_t i) {
+        std::array<std::uint8_t, taps> alphas;
+        for (std::size_t t = 0; t < taps; ++t) {
+            alphas[t] = at.in[AlphaOf(t, i % 2 != 0)][0][x + (i == 3 ? 1 : 0)];
+        }
+        return alphas;
+    }
+    std::array<std::uint32_t, taps> WeightsOfByte(std::size_t i) const {
+        return WeightsOfTaps<taps>(i % 2 == 0 ? shares.chroma : shares.luma, shares.row);
+    }
+
+#if HWY_TARGET != HWY_SCALAR
+    /// A vector of samples from byte `byte` on, and of the alphas of the same.
+    static HWY_INLINE HWY_ATTR void Load(const Place& at, std::size_t byte, VU8 (&in)[taps]) {
+        const DU8 d;
+        const VU8 isChroma = hn::BitCast(d, hn::Set(DU16(), 0x00FF));
+        for (std::size_t t = 0; t < taps; ++t) {
+            in[t] = hn::IfVecThenElse(isChroma, hn::LoadU(d, at.in[ColourOf(t, false)][0] + byte),
+                                      hn::LoadU(d, at.in[ColourOf(t, true)][0] + byte));
+        }
+    }
+    static HWY_INLINE HWY_ATTR void LoadAlphas(const Place& at, std::size_t byte, VU8 (&alpha)[taps]) {
+        const DU8 d;
+        const DU16 d16;
+        const hn::Half<DU8> half;
+        for (std::size_t t = 0; t < taps; ++t) {
+            const VU16 chroma = hn::PromoteTo(d16, hn::LoadU(half, at.in[AlphaOf(t, false)][0] + byte / 2));
+            const VU16 luma = hn::PromoteTo(d16, hn::LoadU(half, at.in[AlphaOf(t, true)][0] + byte / 2));
+            // The even pixel's, for both chroma samples.
+            const VU16 even = hn::BitCast(
+                d16, Spread<0, 1, 0, 1, 4, 5, 4, 5, 8, 9, 8, 9, 12, 13, 12, 13>(hn::BitCast(d, chroma)));
+            alpha[t] = hn::BitCast(d, hn::Or(even, hn::ShiftLeft<8>(luma)));
+        }
+    }
+#endif
 };
 
-template <Colour colour, std::size_t backBytes>
-void RunPixels(const MovedJob& job, const Fractions& fractions) {
-    if (fractions.y == 0) {
-        Walk(MovedPixels<colour, backBytes, Across>{fractions}, job);
-    } else if (fractions.x == 0) {
-        Walk(MovedPixels<colour, backBytes, Down>{fractions}, job);
-    } else {
-        Walk(MovedPixels<colour, backBytes, Both>{fractions}, job);
+template <std::size_t taps>
+struct MixColourOfPairs : OfPairs<taps> {
+    using Base = OfPairs<taps>;
+    using typename Base::Place;
+    static constexpr auto kSources = Base::template Uses<true, false>();
+
+    void Unit(const Place& at, std::size_t x) const {
+        for (std::size_t i = 0; i < 4; ++i) {
+            at.out[0][0][2 * x + i] = MixOf(Base::WeightsOfByte(i), Base::Samples(at, x, i));
+        }
     }
-}
-template <Colour colour, bool hasBackAlpha>
-void RunPairs(const MovedJob& job, const Fractions& fractions) {
-    if (fractions.y == 0) {
-        Walk(MovedPairs<colour, hasBackAlpha, Across>{fractions}, job);
-    } else if (fractions.chroma == 0) {
-        Walk(MovedPairs<colour, hasBackAlpha, Down>{fractions}, job);
+
+#if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kStep = kLineVectors * kVectorBytes / 2;
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        const VectorShares<taps> s(Base::shares);
+        PutLine(at.out[0][0] + 2 * x, put, [&](std::size_t i) HWY_ATTR {
+            VU8 in[taps];
+            Base::Load(at, 2 * x + i * kVectorBytes, in);
+            return MixBytesOf<taps>(in, s);
+        });
+    }
+#endif
+};
+
+template <std::size_t taps>
+struct MixAlphasOfPairs : OfPairs<taps> {
+    using Base = OfPairs<taps>;
+    using typename Base::Place;
+    static constexpr auto kSources = Base::template Uses<false, true>();
+
+    void Unit(const Place& at, std::size_t x) const {
+        for (std::size_t i = 0; i < 4; ++i) {
+            at.out[0][0][2 * x + i] = MixOf(Base::WeightsOfByte(i), Base::Alphas(at, x, i));
+        }
+    }
+
+#if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kStep = kVectorBytes / 2;
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        const VectorShares<taps> s(Base::shares);
+        VU8 alpha[taps];
+        Base::LoadAlphas(at, 2 * x, alpha);
+        put(DU8(), MixBytesOf<taps>(alpha, s), at.out[0][0] + 2 * x);
+    }
+#endif
+};
+
+template <std::size_t taps>
+struct MixStraightColourOfPairs : OfPairs<taps> {
+    using Base = OfPairs<taps>;
+    using typename Base::Place;
+    static constexpr auto kSources = Base::template Uses<true, true>();
+
+    void Unit(const Place& at, std::size_t x) const {
+        for (std::size_t i = 0; i < 4; ++i) {
+            at.out[0][0][2 * x + i] =
+                StraightMixOf(Base::WeightsOfByte(i), Base::Samples(at, x, i), Base::Alphas(at, x, i));
+        }
+    }
+
+#if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kStep = kVectorBytes / 2;
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        const VectorShares<taps> s(Base::shares);
+        if (s.isFine) [[unlikely]] {
+            for (std::size_t i = 0; i < kStep; i += 2) {
+                Unit(at, x + i);
+            }
+            return;
+        }
+        VU8 in[taps], alpha[taps];
+        Base::Load(at, 2 * x, in);
+        Base::LoadAlphas(at, 2 * x, alpha);
+        put(DU8(), StraightMixBytesOf<taps>(in, alpha, s), at.out[0][0] + 2 * x);
+    }
+#endif
+};
+
+template <template <std::size_t> class Mix>
+void WalkTaps(const MixJob& job, const MixShares& shares) {
+    if (shares.taps == 2) {
+        Mix<2> mix;
+        mix.shares = shares;
+        Walk(mix, job);
     } else {
-        Walk(MovedPairs<colour, hasBackAlpha, Both>{fractions}, job);
+        Mix<4> mix;
+        mix.shares = shares;
+        Walk(mix, job);
     }
 }
 
-void RunStraight24With32(const MovedJob& job, const Fractions& fractions) {
-    RunPixels<Colour::kStraight, 3>(job, fractions);
+void RunMixBytes(const MixJob& job, const MixShares& shares) {
+    MixShares bytes = shares;
+    bytes.chroma = shares.luma;
+    WalkTaps<MixEveryByte>(job, bytes);
 }
-void RunPremultiplied24With32(const MovedJob& job, const Fractions& fractions) {
-    RunPixels<Colour::kPremultiplied, 3>(job, fractions);
+void RunMixPairs(const MixJob& job, const MixShares& shares) {
+    WalkTaps<MixColourOfPairs>(job, shares);
 }
-void Run24With24(const MovedJob& job, const Fractions& fractions) {
-    RunPixels<Colour::kOpaque, 3>(job, fractions);
+void RunMixPairAlphas(const MixJob& job, const MixShares& shares) {
+    WalkTaps<MixAlphasOfPairs>(job, shares);
 }
-void RunStraight32With32(const MovedJob& job, const Fractions& fractions) {
-    RunPixels<Colour::kStraight, 4>(job, fractions);
+void RunMixStraightPixels(const MixJob& job, const MixShares& shares) {
+    MixShares pixels = shares;
+    pixels.chroma = shares.luma;
+    WalkTaps<MixStraightPixels>(job, pixels);
 }
-void RunPremultiplied32With32(const MovedJob& job, const Fractions& fractions) {
-    RunPixels<Colour::kPremultiplied, 4>(job, fractions);
-}
-void Run32With24(const MovedJob& job, const Fractions& fractions) {
-    RunPixels<Colour::kOpaque, 4>(job, fractions);
-}
-void RunStraight16With24(const MovedJob& job, const Fractions& fractions) {
-    RunPairs<Colour::kStraight, false>(job, fractions);
-}
-void RunPremultiplied16With24(const MovedJob& job, const Fractions& fractions) {
-    RunPairs<Colour::kPremultiplied, false>(job, fractions);
-}
-void Run16With16(const MovedJob& job, const Fractions& fractions) {
-    RunPairs<Colour::kOpaque, false>(job, fractions);
-}
-void RunStraight24With24(const MovedJob& job, const Fractions& fractions) {
-    RunPairs<Colour::kStraight, true>(job, fractions);
-}
-void RunPremultiplied24With24(const MovedJob& job, const Fractions& fractions) {
-    RunPairs<Colour::kPremultiplied, true>(job, fractions);
-}
-void Run24With16(const MovedJob& job, const Fractions& fractions) {
-    RunPairs<Colour::kOpaque, true>(job, fractions);
+void RunMixStraightPairs(const MixJob& job, const MixShares& shares) {
+    WalkTaps<MixStraightColourOfPairs>(job, shares);
 }
 
 }  // namespace
@@ -296,18 +505,11 @@ HWY_AFTER_NAMESPACE();
 
 namespace Zan {
 
-TESSELU_KERNEL(MovedKernel, kMovedStraight24With32, RunStraight24With32);
-TESSELU_KERNEL(MovedKernel, kMovedPremultiplied24With32, RunPremultiplied24With32);
-TESSELU_KERNEL(MovedKernel, kMoved24With24, Run24With24);
-TESSELU_KERNEL(MovedKernel, kMovedStraight32With32, RunStraight32With32);
-TESSELU_KERNEL(MovedKernel, kMovedPremultiplied32With32, RunPremultiplied32With32);
-TESSELU_KERNEL(MovedKernel, kMoved32With24, Run32With24);
-TESSELU_KERNEL(MovedKernel, kMovedStraight16With24, RunStraight16With24);
-TESSELU_KERNEL(MovedKernel, kMovedPremultiplied16With24, RunPremultiplied16With24);
-TESSELU_KERNEL(MovedKernel, kMoved16With16, Run16With16);
-TESSELU_KERNEL(MovedKernel, kMovedStraight24With24, RunStraight24With24);
-TESSELU_KERNEL(MovedKernel, kMovedPremultiplied24With24, RunPremultiplied24With24);
-TESSELU_KERNEL(MovedKernel, kMoved24With16, Run24With16);
+TESSELU_KERNEL(MixKernel, kMixBytes, RunMixBytes);
+TESSELU_KERNEL(MixKernel, kMixPairs, RunMixPairs);
+TESSELU_KERNEL(MixKernel, kMixPairAlphas, RunMixPairAlphas);
+TESSELU_KERNEL(MixKernel, kMixStraightPixels, RunMixStraightPixels);
+TESSELU_KERNEL(MixKernel, kMixStraightPairs, RunMixStraightPairs);
 
 }  // namespace Zan
 

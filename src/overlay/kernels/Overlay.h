@@ -25,40 +25,40 @@ extern const OverlayKernel kPremultiplied16With24;
 extern const OverlayKernel kStraight24With24;
 extern const OverlayKernel kPremultiplied24With24;
 
-/// The same between pixels. The foreground's planes come once for each sample that has a weight: from the
-/// row in hand and the one before it in the picture (or in its field), each from the column in hand and
-/// those before it. 4:2:2 needs three columns, since chroma moves by pairs.
-inline constexpr std::size_t kColumns = 3;
-constexpr std::size_t ForeOf(std::size_t row, std::size_t column) noexcept {
-    return 4 + kColumns * row + column;
-}
-constexpr std::size_t ForeAlphaOf(std::size_t row, std::size_t column) noexcept {
-    return 4 + kColumns * (2 + row) + column;
-}
-using MovedJob = simd::Job<4 + 4 * kColumns, 2>;
+// Pairs with an alpha of its own for each sample of the foreground (`kForeAlpha` has two bytes a pixel), as
+// they are between pixels.
+extern const OverlayKernel kStraight16WithSamples;
+extern const OverlayKernel kPremultiplied16WithSamples;
+extern const OverlayKernel kStraight24WithSamples;
+extern const OverlayKernel kPremultiplied24WithSamples;
 
-/// Weights of the rows and columns before those in hand, out of 512.
-struct Fractions {
-    unsigned x = 0;       ///< pixels; in 4:2:2 luma
-    unsigned chroma = 0;  ///< pairs
-    unsigned y = 0;
-    bool isOdd = false;  ///< 4:2:2: luma is one more pixel behind
+/// A foreground between pixels: sums of two or four samples by their weights. Taps come in the order: in
+/// hand; one column before, or one row where columns have no fraction; one row before; one row and column
+/// before. Each has a plane of colour and one of alpha; in 4:2:2 two of either, since chroma and luma move
+/// by different distances.
+inline constexpr std::size_t kMostTaps = 4;
+constexpr std::size_t ColourOf(std::size_t tap, bool isLuma) noexcept {
+    return 4 * tap + (isLuma ? 1 : 0);
+}
+constexpr std::size_t AlphaOf(std::size_t tap, bool isLuma) noexcept {
+    return ColourOf(tap, isLuma) + 2;
+}
+using MixJob = simd::Job<4 * kMostTaps, 1>;
+
+struct MixShares {
+    std::size_t taps = 2;
+    /// Of the second tap (and of the last by the third), out of 512, for chroma and for luma; other pixels
+    /// have `luma` alone. Between 1 and 511.
+    unsigned chroma = 0, luma = 0;
+    unsigned row = 0;  ///< four taps: of the last two
 };
-using MovedKernel = simd::Kernel<void(const MovedJob&, const Fractions&)>;
+using MixKernel = simd::Kernel<void(const MixJob&, const MixShares&)>;
 
-extern const MovedKernel kMovedStraight24With32;
-extern const MovedKernel kMovedPremultiplied24With32;
-extern const MovedKernel kMoved24With24;
-extern const MovedKernel kMovedStraight32With32;
-extern const MovedKernel kMovedPremultiplied32With32;
-extern const MovedKernel kMoved32With24;
-
-extern const MovedKernel kMovedStraight16With24;
-extern const MovedKernel kMovedPremultiplied16With24;
-extern const MovedKernel kMoved16With16;
-extern const MovedKernel kMovedStraight24With24;
-extern const MovedKernel kMovedPremultiplied24With24;
-extern const MovedKernel kMoved24With16;
+extern const MixKernel kMixBytes;           ///< pixels of any kind by `luma`; columns are bytes
+extern const MixKernel kMixPairs;           ///< colour of pairs
+extern const MixKernel kMixPairAlphas;      ///< alpha of pairs, a byte for each sample
+extern const MixKernel kMixStraightPixels;  ///< 32-bit pixels, straight
+extern const MixKernel kMixStraightPairs;   ///< colour of pairs, straight
 
 }  // namespace Zan
 

@@ -1,5 +1,7 @@
 // Overlays at whole pixels.
 
+#include <array>
+
 #include "overlay/kernels/Overlay.h"
 #include "overlay/kernels/OverlayFormulas.h"
 
@@ -235,6 +237,96 @@ struct OverPairsAndAlpha {
 #endif
 };
 
+// ---- 4:2:2 with an alpha for each sample ------------------------------------------------------------------
+
+template <bool premultiplied, bool hasBackAlpha>
+struct OverPairSamples {
+    using Place = simd::Place<4, 2>;
+    static constexpr auto kSources = [] {
+        std::array<PlaneUse, hasBackAlpha ? 4 : 3> uses{PairPlane(kBack), PairPlane(kFore),
+                                                        PairPlane(kForeAlpha)};
+        if (hasBackAlpha) {
+            uses[uses.size() - 1] = PairAlphaPlane(kBackAlpha);
+        }
+        return uses;
+    }();
+    static constexpr auto kDestinations = [] {
+        std::array<PlaneUse, hasBackAlpha ? 2 : 1> uses{PairPlane(kOut)};
+        if (hasBackAlpha) {
+            uses[uses.size() - 1] = PairAlphaPlane(kOutAlpha);
+        }
+        return uses;
+    }();
+    static constexpr std::size_t kUnit = 2;
+
+    void Unit(const Place& at, std::size_t x) const {
+        const std::uint8_t *b = at.in[kBack][0] + 2 * x, *f = at.in[kFore][0] + 2 * x;
+        const std::uint8_t* const a = at.in[kForeAlpha][0] + 2 * x;
+        std::uint8_t* const out = at.out[kOut][0] + 2 * x;
+        // Chroma goes over the alpha of the first pixel.
+        std::uint8_t ab[4] = {}, alphas[2] = {};
+        if constexpr (hasBackAlpha) {
+            const std::uint8_t* const back = at.in[kBackAlpha][0] + x;
+            ab[0] = ab[1] = ab[2] = back[0];
+            ab[3] = back[1];
+            alphas[0] = static_cast<std::uint8_t>(AlphaUnion::Of(a[1], ab[1]).alpha);
+            alphas[1] = static_cast<std::uint8_t>(AlphaUnion::Of(a[3], ab[3]).alpha);
+        }
+        for (std::size_t i = 0; i < 4; ++i) {
+            const int zero = OffsetOfPairByte(i);
+            out[i] = premultiplied  ? OffsetPremultipliedOver(b[i], f[i], a[i], zero)
+                     : hasBackAlpha ? WeightedStep(b[i], f[i], AlphaUnion::Of(a[i], ab[i]).weight)
+                                    : OffsetBlend(b[i], f[i], a[i], zero);
+        }
+        if constexpr (hasBackAlpha) {
+            at.out[kOutAlpha][0][x] = alphas[0];
+            at.out[kOutAlpha][0][x + 1] = alphas[1];
+        }
+    }
+
+#if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kStep = kVectorBytes;
+
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        const DU8 d;
+        const DU16 d16;
+        const DU64 d64;
+        VU8 ab = hn::Zero(d), made[2];
+        VI16 luma[2];
+        if constexpr (hasBackAlpha) {
+            ab = hn::BitCast(d, DealToBlocks(d64, hn::BitCast(d64, hn::LoadU(d, at.in[kBackAlpha][0] + x))));
+        }
+        for (std::size_t i = 0; i < 2; ++i) {
+            const VU8 b = hn::LoadU(d, at.in[kBack][0] + 2 * x + i * kVectorBytes);
+            const VU8 f = hn::LoadU(d, at.in[kFore][0] + 2 * x + i * kVectorBytes);
+            const VU8 a = hn::LoadU(d, at.in[kForeAlpha][0] + 2 * x + i * kVectorBytes);
+            VU8 weights = a;
+            if constexpr (hasBackAlpha) {
+                const VU8 under =
+                    i == 0 ? Spread<0, 0, 0, 1, 2, 2, 2, 3, 4, 4, 4, 5, 6, 6, 6, 7>(ab)
+                           : Spread<8, 8, 8, 9, 10, 10, 10, 11, 12, 12, 12, 13, 14, 14, 14, 15>(ab);
+                const VU8 united = UniteAlphas(under, a);
+                luma[i] = hn::BitCast(DI16(), hn::ShiftRight<8>(hn::BitCast(d16, united)));
+                if (!premultiplied) {
+                    weights = SharesOf(a, united);
+                }
+            }
+            made[i] = premultiplied  ? OverPairBytes(b, f, WeightsOf(weights))
+                      : hasBackAlpha ? StepPairBytes(b, f, WeightsOf(weights))
+                                     : BlendPairBytes(b, f, WeightsOf(weights));
+        }
+        for (std::size_t i = 0; i < 2; ++i) {
+            put(d, made[i], at.out[kOut][0] + 2 * x + i * kVectorBytes);
+        }
+        if constexpr (hasBackAlpha) {
+            const VU64 dealt = hn::BitCast(d64, PackToBytes(luma[0], luma[1]));
+            put(d, hn::BitCast(d, GatherFromBlocks(d64, dealt)), at.out[kOutAlpha][0] + x);
+        }
+    }
+#endif
+};
+
 void RunStraight24With32(const OverlayJob& job) {
     Walk(Over24<false>{}, job);
 }
@@ -262,6 +354,18 @@ void RunStraight24With24(const OverlayJob& job) {
 void RunPremultiplied24With24(const OverlayJob& job) {
     Walk(OverPairsAndAlpha<true>{}, job);
 }
+void RunStraight16WithSamples(const OverlayJob& job) {
+    Walk(OverPairSamples<false, false>{}, job);
+}
+void RunPremultiplied16WithSamples(const OverlayJob& job) {
+    Walk(OverPairSamples<true, false>{}, job);
+}
+void RunStraight24WithSamples(const OverlayJob& job) {
+    Walk(OverPairSamples<false, true>{}, job);
+}
+void RunPremultiplied24WithSamples(const OverlayJob& job) {
+    Walk(OverPairSamples<true, true>{}, job);
+}
 
 }  // namespace
 }  // namespace HWY_NAMESPACE
@@ -281,6 +385,10 @@ TESSELU_KERNEL(OverlayKernel, kStraight16With24, RunStraight16With24);
 TESSELU_KERNEL(OverlayKernel, kPremultiplied16With24, RunPremultiplied16With24);
 TESSELU_KERNEL(OverlayKernel, kStraight24With24, RunStraight24With24);
 TESSELU_KERNEL(OverlayKernel, kPremultiplied24With24, RunPremultiplied24With24);
+TESSELU_KERNEL(OverlayKernel, kStraight16WithSamples, RunStraight16WithSamples);
+TESSELU_KERNEL(OverlayKernel, kPremultiplied16WithSamples, RunPremultiplied16WithSamples);
+TESSELU_KERNEL(OverlayKernel, kStraight24WithSamples, RunStraight24WithSamples);
+TESSELU_KERNEL(OverlayKernel, kPremultiplied24WithSamples, RunPremultiplied24WithSamples);
 
 }  // namespace Zan
 
