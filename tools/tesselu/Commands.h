@@ -19,6 +19,7 @@ namespace tool {
     ROW(kCorrectCommand)      \
     ROW(kScopeCommand)        \
     ROW(kBlurCommand)         \
+    ROW(kNoiseCommand)        \
     ROW(kConvertCommand)      \
     ROW(kCompareCommand)      \
     ROW(kTestCardCommand)     \
