@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <limits>
 #include <sstream>
+#include <utility>
 
 #include "filter/model/Defocus.h"
 #include "tone/ModelScenes.h"
@@ -198,6 +199,47 @@ TEST(DeepDefocusModel, TallAndLargeBoxes) {
             const auto odd = [](int size) { return OneIn(2) ? OddBelow(size) : (size - 2) / 2 * 2 + 1; };
             const int kw = odd(width), kh = odd(height);
             ExpectAsModel(scene, Whole(kw, kh), 8, AnyOf({1, 5, 5}));
+            if (::testing::Test::HasFatalFailure()) {
+                return;
+            }
+        }
+    });
+}
+
+// 257 samples of 255 are the most that 16 bits hold, of a column as of a box.
+TEST(DeepDefocusModel, SumsAtTheLimitOf16Bits) {
+    OnEveryTarget([] {
+        for (const auto& [kw, kh] : {std::pair(257, 1),
+                                     {1, 257},
+                                     {259, 1},
+                                     {1, 259},
+                                     {15, 17},
+                                     {17, 15},
+                                     {3, 85},
+                                     {85, 3},
+                                     {3, 87},
+                                     {87, 3},
+                                     {5, 51},
+                                     {5, 53},
+                                     {257, 3},
+                                     {3, 255},
+                                     {3, 257},
+                                     {3, 259},
+                                     {129, 3},
+                                     {13, 19},
+                                     {43, 7}}) {
+            if (kSanitized && !OneIn(8)) {
+                continue;
+            }
+            Scene scene =
+                AnyScene(std::max(40, kw + RandomFrom<int>(1, 30)), std::max(8, kh + RandomFrom<int>(1, 12)));
+            FencedMemory& memory = scene.pictures[0]->ColourMemory();
+            if (OneIn(2)) {
+                std::fill(memory.Data(), memory.Data() + memory.Length(), std::uint8_t{255});
+            } else {
+                Polarise(memory);
+            }
+            ExpectAsModel(scene, Whole(kw, kh), 8, AnyOf({1, 5, 5, 5}));
             if (::testing::Test::HasFatalFailure()) {
                 return;
             }
