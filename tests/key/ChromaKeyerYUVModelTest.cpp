@@ -109,6 +109,7 @@ struct Call {
     Scene scene;
     bool hasBackground = true, hasKey = true;
     Alias alias = Alias::kNone;
+    bool overItself = false;  ///< the foreground is the background, too
 
     static constexpr std::size_t kForeground = 0, kBackground = 1, kResult = 2, kKey = 3;
 
@@ -117,8 +118,9 @@ struct Call {
                : alias == Alias::kBackground ? kBackground
                                              : kResult;
     }
+    std::size_t BackgroundIndex() const { return overItself ? kForeground : kBackground; }
     Zan::Long32 Do(Zan::ChromaKeyerYUV keyer, int style) {
-        return keyer.Do(scene.views[kForeground], hasBackground ? &scene.views[kBackground] : nullptr,
+        return keyer.Do(scene.views[kForeground], hasBackground ? &scene.views[BackgroundIndex()] : nullptr,
                         scene.views[ResultIndex()], hasKey ? &scene.views[kKey] : nullptr, Style(style));
     }
     std::vector<key_model::Operand> Operands() {
@@ -129,11 +131,14 @@ struct Call {
         return operands;
     }
     key_model::Views ViewsOf(std::vector<key_model::Operand>& operands) const {
-        return {&operands[kForeground], hasBackground ? &operands[kBackground] : nullptr,
+        return {&operands[kForeground], hasBackground ? &operands[BackgroundIndex()] : nullptr,
                 &operands[ResultIndex()], hasKey ? &operands[kKey] : nullptr};
     }
     std::string Describe() {
-        return std::string(hasBackground ? "" : " no background") + (hasKey ? "" : " no key") +
+        return std::string(!hasBackground ? " no background"
+                           : overItself   ? " over itself"
+                                          : "") +
+               (hasKey ? "" : " no key") +
                (alias == Alias::kForeground   ? " in the foreground"
                 : alias == Alias::kBackground ? " in the background"
                                               : "") +
@@ -192,6 +197,7 @@ Call MakeCall(const Format (&formats)[4], const Layout& layout) {
                                                        Zan::kAlphaOpaque, Zan::kAlphaTransparent}));
         }
     }
+    call.overItself = OneIn(10);
     call.alias = AnyOf({Alias::kNone, Alias::kNone, Alias::kForeground,
                         call.hasBackground ? Alias::kBackground : Alias::kForeground});
     return call;
