@@ -13,6 +13,8 @@ namespace tool {
     ROW(kWipeCommand)         \
     ROW(kDissolveCommand)     \
     ROW(kOverCommand)         \
+    ROW(kOverlayCommand)      \
+    ROW(kCenterCommand)       \
     ROW(kKeyCommand)          \
     ROW(kLutCommand)          \
     ROW(kAdjustCommand)       \

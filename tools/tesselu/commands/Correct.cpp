@@ -1,5 +1,4 @@
 #include <TesselU/foundation/CPUfeatures.h>
-#include <TesselU/image/FieldHelpers.h>
 #include <TesselU/tone/BaseColorCorrection.h>
 
 #include <cmath>
@@ -7,6 +6,7 @@
 
 #include "Commands.h"
 #include "Errors.h"
+#include "commands/Lines.h"
 #include "commands/ToneEffect.h"
 
 namespace tool {
@@ -85,6 +85,7 @@ protected:
             Convert(source, destination);  // the class leaves the destination as it is
             return;
         }
+        // The class knows fields by their lines, and not by their time.
         Zan::ImageView from = InSpace(source), to = InSpace(destination);
         Record info = record;
         if (Subtracts(*to.GetImage())) {
@@ -94,13 +95,6 @@ protected:
     }
 
 private:
-    /// The class knows fields by their lines, and not by their time.
-    static Zan::ImageView InSpace(const Zan::ImageView& view) {
-        const Zan::WhichFieldEnum field = view.GetFieldOfInterest();
-        return Whole(*view.GetImage(),
-                     field == Zan::kFrame ? field : Zan::GetSpatialField(view.GetImage(), field));
-    }
-
     /// Brightness comes off luma where it has a stage to itself or with contrast, and that stage its vectors.
     bool Subtracts(const Zan::Image& destination) const {
         constexpr std::uintptr_t kAligned = 16;

@@ -14,6 +14,7 @@
 #include "cli/Arguments.h"
 #include "commands/BackingEstimate.h"
 #include "commands/ColourMatrix.h"
+#include "commands/Lines.h"
 #include "commands/ToneEffect.h"
 #include "media/PngEncoder.h"
 #include "media/Samples.h"
@@ -122,25 +123,6 @@ Carrier CarrierOf(const std::string& path, const OutputOptions& options) {
         return Carrier::kRgb;
     }
     return HoldsAlpha(path, options) && HoldsFullChroma(path, options) ? Carrier::kSamples : Carrier::kOpaque;
-}
-
-/// Lines of `channel` in the field or frame that `to` shows.
-template <class Work>
-void ForLines(const Zan::ImageView& view, Work work) {
-    const Zan::Image& image = *view.GetImage();
-    const Zan::WhichFieldEnum field = view.GetFieldOfInterest();
-    const bool isFrame = field == Zan::kFrame;
-    const unsigned first = isFrame || Zan::GetSpatialField(&image, field) == Zan::kUpperField ? 0 : 1;
-    for (unsigned y = first; y < image.GetHeight(); y += isFrame ? 1 : 2) {
-        work(y);
-    }
-}
-
-void CopyLines(const Zan::Image& from, const Zan::ImageView& to, std::size_t bytes, Zan::ULong32 channel = 0,
-               Zan::ULong32 fromChannel = 0) {
-    ForLines(to, [&](unsigned y) {
-        std::memcpy(Line(*to.GetImage(), y, channel), Line(from, y, fromChannel), bytes);
-    });
 }
 
 /// c * a / 255 about `black`, to the nearest.

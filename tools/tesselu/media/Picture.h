@@ -37,6 +37,7 @@ struct PictureFormat {
     AVRational pixelAspect{1, 1};  ///< width of a pixel over its height
     bool hasAlpha = false;
     bool hasFullChroma = false;
+    bool comesShaped = false;  ///< colours of inputs are multiplied by their alpha already
     std::optional<Zan::ConverterFormat> samples = {};  ///< else as told above
 
     Zan::ConverterFormat Samples() const noexcept {

@@ -307,7 +307,9 @@ void Scaler::Convert(const AVFrame& frame, Zan::Image& picture) {
     } else {
         toShaped.Convert(*source, levels, straight, levels, byField);
     }
-    Shape(straight, isRgb || levels.isFull ? 0 : 16, isRgb ? 0 : 128);
+    if (!target.comesShaped) {
+        Shape(straight, isRgb || levels.isFull ? 0 : 16, isRgb ? 0 : 128);
+    }
     // The same planes without the fourth.
     const FramePtr opaque =
         ShellOf(isRgb ? AV_PIX_FMT_GBRP : AV_PIX_FMT_YUV444P, straight.width, straight.height);

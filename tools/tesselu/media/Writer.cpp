@@ -88,7 +88,7 @@ void CheckOutputName(const std::string& path, const OutputOptions& options) {
             "says what it is");
     }
     if (!IsNamedKind(kind)) {
-        RawPixelFormat("--to", kind);
+        RawPixelFormat(options.kindOption, kind);
     }
     if (kind == "png" && !NumberedName::Is(path)) {
         throw UsageError(options.option + " " + path +
@@ -99,7 +99,8 @@ void CheckOutputName(const std::string& path, const OutputOptions& options) {
 bool HoldsAlpha(const std::string& path, const OutputOptions& options) {
     const std::string kind = KindOf(path, options);
     if (!IsNamedKind(kind)) {
-        return (av_pix_fmt_desc_get(RawPixelFormat("--to", kind))->flags & AV_PIX_FMT_FLAG_ALPHA) != 0;
+        return (av_pix_fmt_desc_get(RawPixelFormat(options.kindOption, kind))->flags &
+                AV_PIX_FMT_FLAG_ALPHA) != 0;
     }
     return kind == "png" || IsLossless(kind);
 }
@@ -148,7 +149,7 @@ std::unique_ptr<Writer> OpenWriter(const std::string& path, const OutputOptions&
     if (kind == "png") {
         return std::make_unique<PngSequenceWriter>(path, format, stored, options.first, options.threads);
     }
-    return std::make_unique<RawWriter>(path, format, RawPixelFormat("--to", kind));
+    return std::make_unique<RawWriter>(path, format, RawPixelFormat(options.kindOption, kind));
 }
 
 }  // namespace tool

@@ -23,10 +23,10 @@ public:
 };
 
 struct OutputOptions {
-    std::string kind;           ///< "mkv", "mov", "mp4", "y4m", "png" or a pixel format; empty: by the name
-    std::string option = "-o";  ///< that names the output, for complaints
-    int threads = 0;            ///< of the encoder; 0: as many as there are processors
-    long first = 0;             ///< the number of the first picture, for the names of a sequence
+    std::string kind;  ///< "mkv", "mov", "mp4", "y4m", "png" or a pixel format; empty: by the name
+    std::string option = "-o", kindOption = "--to";  ///< that name the output and its kind, for complaints
+    int threads = 0;                                 ///< of the encoder; 0: as many as there are processors
+    long first = 0;  ///< the number of the first picture, for the names of a sequence
     /// Pictures have samples that were asked for: what is no kind by its name are raw frames of them.
     bool ofSamples = false;
 };

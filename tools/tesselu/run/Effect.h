@@ -46,6 +46,11 @@ class Effect {
 public:
     virtual ~Effect() = default;
 
+    /// Called first: all inputs, and the format of the run.
+    virtual void Meet(std::span<Reader* const> inputs, const PictureFormat& run) {
+        static_cast<void>(inputs);
+        static_cast<void>(run);
+    }
     /// The pictures that the effect takes of an input, and those that it makes, where they are not packed
     /// 4:2:2: the format of the run with other samples or full chroma. Asked once each, in this order, before
     /// `Prepare`. Those of an input may also have a size and a pixel aspect of their own.

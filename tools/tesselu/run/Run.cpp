@@ -391,6 +391,11 @@ void RunCommand(const Command& command, const Arguments& arguments) {
     const PictureFormat& format = run->format;
     const double aspect =
         run->inputs.empty() ? format.Aspect() : run->inputs[command.frameInput]->reader->Aspect();
+    std::vector<Reader*> readers;
+    for (const auto& input : run->inputs) {
+        readers.push_back(input->reader.get());
+    }
+    effect->Meet(readers, format);
     std::vector<PictureFormat> taken;
     for (const auto& input : run->inputs) {
         taken.push_back(effect->InputFormat(*input->reader, format));
@@ -405,10 +410,6 @@ void RunCommand(const Command& command, const Arguments& arguments) {
     RefuseOverwriting(options, *effect, sides, *run);
 
     effect->Prepare(format);
-    std::vector<Reader*> readers;
-    for (const auto& input : run->inputs) {
-        readers.push_back(input->reader.get());
-    }
     effect->Look(readers);
     run->writers.push_back(OpenWriter(options.output, options.out, run->made[0]));
     for (const SideOutput& side : sides) {

@@ -15,6 +15,13 @@ constexpr Zan::ProcessingStyleEnum kStyles[] = {Zan::kBestAvailable, Zan::kFlp, 
                                                 Zan::kFlp_SIMD};
 constexpr double kMostThreads = 256;
 
+/// A command that has another --to calls it --kind.
+const char* KindOption(const Command& command) {
+    const bool hasOwn = std::any_of(command.options.begin(), command.options.end(),
+                                    [](const Option& own) { return own.name == "to"; });
+    return hasOwn ? "kind" : "to";
+}
+
 }  // namespace
 
 const std::vector<Option>& CommonRunOptions() {
@@ -109,7 +116,8 @@ RunOptions::RunOptions(const Command& command, const Arguments& arguments)
     input.keepGoing = arguments.Has("keep-going");
     out.ofSamples = command.ofSamples;
     if (!command.ofSamples) {
-        out.kind = arguments.Text("to");
+        out.kind = arguments.Text(KindOption(command));
+        out.kindOption = std::string("--") + KindOption(command);
     }
     out.threads = input.threads;
     if (arguments.Has("scan")) {
