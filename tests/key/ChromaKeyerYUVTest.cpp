@@ -10,6 +10,7 @@
 
 #include "foundation/CapabilitySeam.h"
 #include "key/KeyPictures.h"
+#include "key/kernels/ChromaKeyFormulas.h"
 #include "simd/Targets.h"
 #include "support/CountedAllocations.h"
 
@@ -630,6 +631,31 @@ ChromaKeyerYUV AnyKeyer(unsigned number, std::mt19937& random) {
     keyer.SetInvertKeyBeforePostProcessing(number % 7 > 3);
     keyer.SetInvertKeyAfterPostProcessing(number % 5 > 2);
     return keyer;
+}
+
+TEST(ChromaKeyerYUV, ChromaNearTheLeastSaturationIsFound) {
+    constexpr double kDistance = 1e-6;
+    std::mt19937 random(17);
+    int found = 0;
+    for (int number = 0; number < 400; ++number) {
+        ChromaKeySettings settings;
+        const double hue = number % 4 == 0 ? number % 8 * 0.7853981633974483
+                                           : std::uniform_real_distribution<double>(0, 6.28)(random);
+        settings.cosine = std::cos(hue);
+        settings.sine = std::sin(hue);
+        // That of some chroma, or a little off.
+        const unsigned cb = random() % 256, cr = random() % 256;
+        settings.leastSaturation = AlongHue(settings, cb, cr) + (number % 5 - 2) * 0.6e-6;
+        bool isNear = false;
+        for (unsigned i = 0; i < 65536; ++i) {
+            const double x = AlongHue(settings, i / 256, i % 256);
+            isNear = isNear || std::abs(x - settings.leastSaturation) <= kDistance;
+        }
+        EXPECT_EQ(HasChromaNearLeast(settings, kDistance), isNear) << number;
+        found += isNear ? 1 : 0;
+    }
+    EXPECT_GT(found, 200);
+    EXPECT_LT(found, 399);
 }
 
 TEST(ChromaKeyerYUV, VectorsGiveWhatTheFormulasGiveForEveryChroma) {

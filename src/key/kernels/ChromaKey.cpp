@@ -74,10 +74,9 @@ HWY_INLINE HWY_ATTR VI16 MixLanesBy255(VI16 foreground, VI16 background, VI16 we
     return hn::BitCast(DI16(), hn::MulHigh(hn::Add(hn::BitCast(d, t), hn::Set(d, 128)), hn::Set(d, 257)));
 }
 
-/// One byte a word or two, of four vectors of keys.
+/// One byte a word or two, of four vectors of keys that PackToBytes has brought together.
 template <std::size_t PixelsOfWord, class Put>
-HWY_INLINE HWY_ATTR void PutKeys(const VI16 (&full)[4], std::uint8_t* to, Put put) {
-    const VU8 first = PackToBytes(full[0], full[1]), second = PackToBytes(full[2], full[3]);
+HWY_INLINE HWY_ATTR void PutKeys(VU8 first, VU8 second, std::uint8_t* to, Put put) {
     const DU8 d;
     if constexpr (PixelsOfWord == 2) {
         put(d, hn::BitCast(d, HalvesApart(hn::BitCast(DU64(), first))), to);
@@ -115,7 +114,7 @@ public:
             const VF32 x = Along(centred, k[i]);
             Across(centred, x, k[i]);
             if (hasLeast) {
-                if (IsNearLeast(x)) [[unlikely]] {
+                if (mayBeNearLeast && IsNearLeast(x)) [[unlikely]] {
                     k[i].k = SaturatedInDoubles(centred, k[i].k);
                 } else {
                     k[i].k = hn::IfThenElseZero(hn::Ge(x, least), k[i].k);
@@ -161,9 +160,8 @@ public:
 protected:
     /// Takes chroma apart; gives what of it lies along the hue.
     HWY_INLINE HWY_ATTR VF32 Along(VI16 centred, K& k) const {
-        const VI32 words = hn::BitCast(DI32(), centred);
-        k.b = hn::ConvertTo(DF32(), hn::ShiftRight<16>(hn::ShiftLeft<16>(words)));
-        k.r = hn::ConvertTo(DF32(), hn::ShiftRight<16>(words));
+        k.b = hn::ConvertTo(DF32(), MulAddPairs(centred, InTurn(1, 0)));
+        k.r = hn::ConvertTo(DF32(), hn::ShiftRight<16>(hn::BitCast(DI32(), centred)));
         return hn::Add(hn::Mul(cosine, k.b), hn::Mul(sine, k.r));
     }
 
@@ -219,7 +217,7 @@ protected:
     const ChromaKeySettings& settings;
     VF32 cosine, sine, slope, least, spillCb, spillCr, minusGain, minusOffset;
     VI16 acrossHigh, acrossLow;
-    bool hasLeast;
+    bool hasLeast, mayBeNearLeast;
 
 private:
     HWY_ATTR SingleKeyLanes(const ChromaKeySettings& s, const SingleKeyConstants& c) : settings(s) {
@@ -235,6 +233,7 @@ private:
         acrossHigh = InTurn(-c.sineHigh, c.cosineHigh);
         acrossLow = InTurn(-c.sineLow, c.cosineLow);
         hasLeast = s.leastSaturation > 0;
+        mayBeNearLeast = hasLeast && HasChromaNearLeast(s, static_cast<double>(kErrorOfK));
     }
 };
 
@@ -355,7 +354,7 @@ public:
             Across(centred, x, k[i]);
             doubt[i] = hn::Zero(DI16());
             if (hasLeast) {
-                if (IsNearLeast(x)) [[unlikely]] {
+                if (mayBeNearLeast && IsNearLeast(x)) [[unlikely]] {
                     doubt[i] = hn::Set(DI16(), -1);
                     isInDoubt = true;
                 }
@@ -607,36 +606,34 @@ struct KeyWords : KeyPlanes<PixelsOfWord, WritesKey> {
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
         const DU8 d;
-        VU8 made[4];
-        VI16 keys[4];
-        for (std::size_t i = 0; i < 4; i += 2) {
-            const std::size_t bytes = kBytes * x + i * kVectorBytes;
+        [[maybe_unused]] VU8 keyBytes[2];
+        for (std::size_t i = 0; i < 2; ++i) {
+            const std::size_t bytes = kBytes * x + 2 * i * kVectorBytes;
             const std::uint8_t* alpha =
-                kTakesAlpha ? Behind(at.in[kAlpha][0], x + i * kVectorBytes / 2) : nullptr;
-            Two(at.in[kForeground][0] + bytes, Behind(at.in[kBackground][0], bytes), alpha, made + i,
-                keys + i);
-        }
-        for (std::size_t i = 0; i < 4; ++i) {
-            put(d, made[i], at.out[kResult][0] + kBytes * x + i * kVectorBytes);
+                kTakesAlpha ? Behind(at.in[kAlpha][0], x + i * kVectorBytes) : nullptr;
+            VU8 made[2];
+            VI16 keys[2] = {hn::Zero(DI16()), hn::Zero(DI16())};
+            Two(at.in[kForeground][0] + bytes, Behind(at.in[kBackground][0], bytes), alpha, made, keys);
+            put(d, made[0], at.out[kResult][0] + bytes);
+            put(d, made[1], at.out[kResult][0] + bytes + kVectorBytes);
+            if constexpr (WritesKey) {
+                keyBytes[i] = keyIsFull ? hn::Set(d, 255) : PackToBytes(keys[0], keys[1]);
+            }
         }
         if constexpr (WritesKey) {
-            if (keyIsFull) {
-                for (VI16& each : keys) {
-                    each = hn::Set(DI16(), 255);
-                }
-            }
-            PutKeys<PixelsOfWord>(keys, at.out[kKey][0] + x, put);
+            PutKeys<PixelsOfWord>(keyBytes[0], keyBytes[1], at.out[kKey][0] + x, put);
         }
     }
 
     /// Two vectors of words and their keys.
     HWY_INLINE HWY_ATTR void Two(const std::uint8_t* in, const std::uint8_t* background,
-                                 const std::uint8_t* alpha, VU8* made, VI16* keys) const {
+                                 const std::uint8_t* alpha, VU8 (&made)[2], VI16 (&keys)[2]) const {
         const DU8 d;
         if constexpr (std::is_same_v<Arithmetic, DoubleKey>) {
             VI16 doubt[2];
             if (showsKey || alpha != nullptr) {
                 doubt[0] = doubt[1] = hn::Set(DI16(), -1);
+                made[0] = made[1] = hn::Zero(d);
             } else {
                 TwoWithDoubt(in, background, made, keys, doubt);
             }
@@ -705,8 +702,8 @@ struct KeyWords : KeyPlanes<PixelsOfWord, WritesKey> {
     }
 
     /// The same in processed rows without alpha, where single precision is in no doubt.
-    HWY_INLINE HWY_ATTR void TwoWithDoubt(const std::uint8_t* in, const std::uint8_t* background, VU8* made,
-                                          VI16* keys, VI16 (&doubt)[2]) const {
+    HWY_INLINE HWY_ATTR void TwoWithDoubt(const std::uint8_t* in, const std::uint8_t* background,
+                                          VU8 (&made)[2], VI16 (&keys)[2], VI16 (&doubt)[2]) const {
         const DU8 d;
         const DI16 d16;
         const VU8 words[2] = {hn::LoadU(d, in), hn::LoadU(d, in + kVectorBytes)};
@@ -753,8 +750,8 @@ struct KeyWords : KeyPlanes<PixelsOfWord, WritesKey> {
     }
 
     /// Where nothing is keyed; false if foreground and background mix there.
-    HWY_INLINE HWY_ATTR bool MakeUnkeyed(const VU8 (&words)[2], const std::uint8_t* background, VU8* made,
-                                         VI16* keys) const {
+    HWY_INLINE HWY_ATTR bool MakeUnkeyed(const VU8 (&words)[2], const std::uint8_t* background,
+                                         VU8 (&made)[2], VI16 (&keys)[2]) const {
         // What single precision takes for 0 may be more by a little, which 0 and 255 do not show.
         constexpr bool kIsRounded = std::is_same_v<Arithmetic, DoubleKey>;
         if ((background != nullptr || kIsRounded) && unkeyed != 0 && unkeyed != 255) {
@@ -770,8 +767,8 @@ struct KeyWords : KeyPlanes<PixelsOfWord, WritesKey> {
     }
 
     /// Where the background alone shows, which no key says.
-    static HWY_INLINE HWY_ATTR bool MakeBackground(VI16 any, const std::uint8_t* background, VU8* made,
-                                                   VI16* keys) {
+    static HWY_INLINE HWY_ATTR bool MakeBackground(VI16 any, const std::uint8_t* background, VU8 (&made)[2],
+                                                   VI16 (&keys)[2]) {
         const VI16 none = hn::Zero(DI16());
         if (!hn::AllTrue(DI16(), hn::Eq(any, none))) {
             return false;

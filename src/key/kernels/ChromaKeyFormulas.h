@@ -65,6 +65,25 @@ constexpr double AlongHue(const ChromaKeySettings& s, unsigned cb, unsigned cr) 
     return s.cosine * b + s.sine * r;
 }
 
+/// Whether any chroma lies within `distance`, which is small, of the least saturation.
+inline bool HasChromaNearLeast(const ChromaKeySettings& s, double distance) noexcept {
+    // For each value of the axis across, the two next to the line on the other.
+    const bool isSteep = std::abs(s.sine) > std::abs(s.cosine);
+    const double along = isSteep ? s.sine : s.cosine, across = isSteep ? s.cosine : s.sine;
+    const double start = s.leastSaturation * 128 / along, step = across / along;
+    for (int i = -128; i < 128; ++i) {
+        const int next = static_cast<int>(std::floor(start - i * step));
+        for (int j = next; j <= next + 1; ++j) {
+            const auto cb = static_cast<unsigned>((isSteep ? i : j) + 128);
+            const auto cr = static_cast<unsigned>((isSteep ? j : i) + 128);
+            if (j >= -128 && j < 128 && std::abs(AlongHue(s, cb, cr) - s.leastSaturation) <= distance) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
 class DoubleKey {
 public:
     using Key = KeyOfChroma<double>;
