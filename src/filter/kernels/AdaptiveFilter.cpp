@@ -155,36 +155,30 @@ public:
     HWY_INLINE HWY_ATTR void operator()(const WindowRows& rows, std::size_t x, std::uint8_t* to) const {
         const DU8 d8;
         const DU16 d16;
-        // A sum of words is that of their even bytes, and 256 times that of the odd ones.
-        VU16 words = hn::Zero(d16), luma = words, oddChroma = words;
-        ForEachTap(rows, x, [&](VU8 tap, VU8 oddTap) HWY_ATTR {
-            const VU16 word = hn::BitCast(d16, tap);
-            words = hn::Add(words, word);
-            luma = hn::Add(luma, hn::ShiftRight<8>(word));
-            if constexpr (kCombines && kArePairs) {
-                oddChroma = hn::Add(oddChroma, hn::And(hn::BitCast(d16, oddTap), hn::Set(d16, 0xFF)));
-            }
-        });
-        const VU16 chroma = hn::Sub(words, hn::ShiftLeft<8>(luma));
+        constexpr bool kOddPixels = kCombines && kArePairs;
+        const auto evenBytes = [](VU8 tap) TESSELU_INLINED { return EvenBytes(tap); };
+        const TapSums sums = SumOfTaps(
+            rows, x, [](VU8 tap) TESSELU_INLINED { return tap; }, evenBytes);
+        const VU16 chroma = sums.chroma, luma = sums.luma;
+        const VU16 oddChroma = kOddPixels ? SumOfOddChroma(rows, x, evenBytes) : chroma;
         const VU16 chromaMean = division.Of(chroma), lumaMean = division.Of(luma);
-        const VU16 oddMean = kCombines && kArePairs ? division.Of(oddChroma) : chromaMean;
+        const VU16 oddMean = kOddPixels ? division.Of(oddChroma) : chromaMean;
 
         // Differences are (sum - n * mean) + 2 * those of the samples below the mean.
         const VU8 mean = hn::BitCast(d8, hn::Or(chromaMean, hn::ShiftLeft<8>(lumaMean)));
-        VU16 wordsBelow = hn::Zero(d16), lumaBelow = wordsBelow, oddBelow = wordsBelow;
-        ForEachTap(rows, x, [&](VU8 tap, VU8 oddTap) HWY_ATTR {
-            const VU16 word = hn::BitCast(d16, hn::SaturatedSub(mean, tap));
-            wordsBelow = hn::Add(wordsBelow, word);
-            lumaBelow = hn::Add(lumaBelow, hn::ShiftRight<8>(word));
-            if constexpr (kCombines && kArePairs) {
-                const VU8 below = hn::SaturatedSub(hn::BitCast(d8, oddMean), oddTap);
-                oddBelow = hn::Add(oddBelow, hn::BitCast(d16, below));
-            }
-        });
-        const VU16 chromaBelow = hn::Sub(wordsBelow, hn::ShiftLeft<8>(lumaBelow));
+        const auto belowIn = [](VU16 evenMean) TESSELU_INLINED {
+            return [evenMean](VU8 tap) TESSELU_INLINED {
+                return hn::BitCast(DU16(), hn::SaturatedSub(hn::BitCast(DU8(), evenMean), tap));
+            };
+        };
+        const TapSums below = SumOfTaps(
+            rows, x, [mean](VU8 tap) TESSELU_INLINED { return hn::SaturatedSub(mean, tap); },
+            belowIn(chromaMean));
+        const VU16 chromaBelow = below.chroma, lumaBelow = below.luma;
+        const VU16 oddBelow = kOddPixels ? SumOfOddChroma(rows, x, belowIn(oddMean)) : chromaBelow;
         // Zeros that are not there lie the mean below it.
         const VU16 missing = hn::Set(d16, static_cast<std::uint16_t>(rows.missing * width));
-        const auto differences = [&](VU16 sum, VU16 of, VU16 below) HWY_ATTR {
+        const auto differences = [&](VU16 sum, VU16 of, VU16 below) TESSELU_INLINED {
             const VU16 all = kArePairs ? below : hn::Add(below, hn::Mul(of, missing));
             return Deviations(hn::Add(hn::Sub(sum, hn::Mul(of, hn::Set(d16, samples))), hn::Add(all, all)));
         };
@@ -221,45 +215,100 @@ public:
     }
 
 private:
-    /// Visits all samples of the windows: for each position those of the even pixels' chroma and of all
-    /// lumas, and those of the odd pixels' chroma.
-    template <class Visit>
-    HWY_INLINE HWY_ATTR void ForEachTap(const WindowRows& rows, std::size_t x, Visit&& visit) const {
+    struct TapSums {
+        VU16 chroma, luma;
+    };
+
+    template <class Row>
+    HWY_INLINE HWY_ATTR static void ForEachRow(const WindowRows& rows, std::size_t x, Row&& row) {
+        std::size_t i = 0;
+        for (; i + 3 <= rows.count; i += 3) {
+            row(rows.rows[i] + x);
+            row(rows.rows[i + 1] + x);
+            row(rows.rows[i + 2] + x);
+        }
+        for (; i < rows.count; ++i) {
+            row(rows.rows[i] + x);
+        }
+    }
+
+    HWY_INLINE HWY_ATTR std::ptrdiff_t Half() const {
+        return static_cast<std::ptrdiff_t>(Width == 0 ? width / 2 : Width / 2);
+    }
+
+    /// Sums over windows of what `of` makes of bytes, and `ofChroma` of even ones. Of 4:2:2 chroma is that of
+    /// the even pixels' windows: positions 2j and 2j + 1 from the centre are pair j.
+    template <class Of, class OfChroma>
+    HWY_INLINE HWY_ATTR TapSums SumOfTaps(const WindowRows& rows, std::size_t x, Of of,
+                                          OfChroma ofChroma) const {
         const DU8 d;
-        for (std::size_t i = 0; i < rows.count; ++i) {
-            const std::uint8_t* const at = rows.rows[i] + x;
+        const DU16 d16;
+        // A sum of words is that of their even bytes, and 256 times that of the odd ones.
+        VU16 words = hn::Zero(d16), lumaOfWords = words, otherChroma = words, otherLuma = words;
+        const auto take = [&](const std::uint8_t* at) TESSELU_INLINED {
+            const VU16 word = hn::BitCast(d16, of(hn::LoadU(d, at)));
+            words = hn::Add(words, word);
+            lumaOfWords = hn::Add(lumaOfWords, hn::ShiftRight<8>(word));
+        };
+        const auto takeLuma = [&](const std::uint8_t* at) TESSELU_INLINED {
+            otherLuma = hn::Add(otherLuma, OddBytes(of(hn::LoadU(d, at))));
+        };
+        const auto takeChroma = [&](const std::uint8_t* at) TESSELU_INLINED {
+            otherChroma = hn::Add(otherChroma, ofChroma(hn::LoadU(d, at)));
+        };
+        const std::ptrdiff_t half = Half();
+        ForEachRow(rows, x, [&](const std::uint8_t* at) TESSELU_INLINED {
             if constexpr (Width == 1) {
-                const VU8 tap = hn::LoadU(d, at);
-                visit(tap, tap);
+                take(at);
+            } else if constexpr (!kArePairs) {
+                for (std::ptrdiff_t dx = -half; dx <= half; ++dx) {
+                    take(at + 4 * dx);
+                }
             } else {
-                const auto half = static_cast<std::ptrdiff_t>(Width == 0 ? width / 2 : Width / 2);
-                if constexpr (!kArePairs) {
-                    for (std::ptrdiff_t dx = -half; dx <= half; ++dx) {
-                        const VU8 tap = hn::LoadU(d, at + 4 * dx);
-                        visit(tap, tap);
-                    }
-                } else {
-                    // dx from an even one: its pair is that of dx + 1 too, for even pixels.
-                    std::ptrdiff_t dx = -half;
-                    VU8 pair = hn::LoadU(d, at + 2 * (dx - (half & 1)));
-                    if ((half & 1) != 0) {
-                        const VU8 next = kCombines ? hn::LoadU(d, at + 2 * dx + 2) : pair;
-                        visit(hn::OddEven(hn::LoadU(d, at + 2 * dx), pair), next);
-                        ++dx;
-                    }
-                    for (; dx < half; dx += 2) {
-                        pair = hn::LoadU(d, at + 2 * dx);
-                        visit(pair, pair);
-                        const VU8 next = kCombines ? hn::LoadU(d, at + 2 * dx + 4) : pair;
-                        visit(hn::OddEven(hn::LoadU(d, at + 2 * dx + 2), pair), next);
-                    }
-                    if (dx == half) {
-                        pair = hn::LoadU(d, at + 2 * dx);
-                        visit(pair, pair);
-                    }
+                std::ptrdiff_t dx = -half;
+                if ((half & 1) != 0) {
+                    takeChroma(at + 2 * dx - 2);
+                    takeLuma(at + 2 * dx);
+                    ++dx;
+                }
+                for (; dx < half; dx += 2) {
+                    take(at + 2 * dx);  // the chroma of both
+                    takeLuma(at + 2 * dx + 2);
+                }
+                if ((half & 1) == 0) {
+                    takeChroma(at + 2 * half);
+                    takeLuma(at + 2 * half);
                 }
             }
+        });
+        const VU16 chroma = hn::Sub(words, hn::ShiftLeft<8>(lumaOfWords));
+        if constexpr (Width == 1 || !kArePairs) {
+            return {chroma, lumaOfWords};
+        } else {
+            return {hn::Add(hn::Add(chroma, chroma), otherChroma), hn::Add(lumaOfWords, otherLuma)};
         }
+    }
+
+    /// The same of the odd pixels' windows: positions 2j - 1 and 2j from their pair are pair j.
+    template <class OfChroma>
+    HWY_INLINE HWY_ATTR VU16 SumOfOddChroma(const WindowRows& rows, std::size_t x, OfChroma ofChroma) const {
+        const DU8 d;
+        VU16 twice = hn::Zero(DU16()), once = twice;
+        const std::ptrdiff_t half = Half();
+        ForEachRow(rows, x, [&](const std::uint8_t* at) TESSELU_INLINED {
+            std::ptrdiff_t dx = -half;
+            if ((half & 1) == 0) {
+                once = hn::Add(once, ofChroma(hn::LoadU(d, at + 2 * dx)));
+                dx += 2;
+            } else {
+                once = hn::Add(once, ofChroma(hn::LoadU(d, at + 2 * half + 2)));
+                dx += 1;
+            }
+            for (; dx <= half; dx += 2) {
+                twice = hn::Add(twice, ofChroma(hn::LoadU(d, at + 2 * dx)));
+            }
+        });
+        return hn::Add(hn::Add(twice, twice), once);
     }
 
     /// Sums of differences, or in doubles their means.
@@ -296,7 +345,7 @@ private:
 
     HWY_INLINE HWY_ATTR void Combined(VU16 chroma, VU16 luma, VU16 oddChroma, R* chromaFractions,
                                       R* lumaFractions) const {
-        const auto half = [&](VI32 c, VI32 l, VI32 o, std::size_t i) HWY_ATTR {
+        const auto half = [&](VI32 c, VI32 l, VI32 o, std::size_t i) TESSELU_INLINED {
             const R weight = R::Load(weights[0]);
             const R ofChroma = Fraction<0>(c) * weight, ofLuma = Fraction<1>(l) * R::Load(weights[1]);
             const R even = OfPixel(EvensTwice(ofChroma, ofChroma), EvensTwice(ofLuma, ofLuma),
@@ -315,7 +364,7 @@ private:
     }
 
     HWY_INLINE HWY_ATTR VI16 Results(const R* fractions, VU16 mean, VU16 centre) const {
-        const auto half = [&](const R& fraction, VI32 ofMean, VI32 ofCentre) HWY_ATTR {
+        const auto half = [&](const R& fraction, VI32 ofMean, VI32 ofCentre) TESSELU_INLINED {
             const R one = R::Set(1);
             const R keep = AtMost(one, (one - fraction) * R::Set(strength));
             return ((one - keep) * R::From(ofMean) + keep * R::From(ofCentre) + R::Set(Real(0.5))).Whole();

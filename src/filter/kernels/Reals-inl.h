@@ -17,6 +17,14 @@ namespace HWY_NAMESPACE {
 
 using namespace simd::HWY_NAMESPACE;
 
+// On a lambda, which compilers otherwise leave alone where it is called more than once.
+#undef TESSELU_INLINED
+#if HWY_COMPILER_MSVC
+#define TESSELU_INLINED
+#else
+#define TESSELU_INLINED __attribute__((always_inline)) HWY_ATTR
+#endif
+
 /// As many numbers as there are 32-bit lanes.
 template <class Real>
 struct Reals;
@@ -76,7 +84,7 @@ struct Reals<double> {
 #define TESSELU_EACH(NAME, EXPRESSION)                                                 \
     template <class Real>                                                              \
     HWY_INLINE HWY_ATTR Reals<Real> NAME(const Reals<Real>& a, const Reals<Real>& b) { \
-        return Reals<Real>::Each(a, b, [](auto d, auto x, auto y) HWY_ATTR {           \
+        return Reals<Real>::Each(a, b, [](auto d, auto x, auto y) TESSELU_INLINED {    \
             (void)d;                                                                   \
             return EXPRESSION;                                                         \
         });                                                                            \
@@ -88,9 +96,9 @@ TESSELU_EACH(operator/, hn::Div(x, y))
 // Of numbers.
 TESSELU_EACH(Smaller, hn::Min(x, y))
 TESSELU_EACH(Larger, hn::Max(x, y))
-// b may be none: then it is the result.
-TESSELU_EACH(AtMost, hn::IfThenElse(hn::Gt(y, x), x, y))
-TESSELU_EACH(AtLeast, hn::IfThenElse(hn::Lt(y, x), x, y))
+// b may be none: then it is the result, of which x86 and ARM both make sure.
+TESSELU_EACH(AtMost, hn::Min(x, y))
+TESSELU_EACH(AtLeast, hn::Max(x, y))
 // a, or b where b is not a number.
 TESSELU_EACH(UnlessNone, hn::IfThenElse(hn::Eq(y, y), x, y))
 TESSELU_EACH(EvensAndOdds, hn::OddEven(y, x))

@@ -126,7 +126,7 @@ struct MixInDoubles : Frames {
         const DU8 d;
         const VU8 a = hn::LoadU(d, at.in[0][0] + 4 * x), b = hn::LoadU(d, at.in[1][0] + 4 * x),
                   c = hn::LoadU(d, at.in[2][0] + 4 * x), steps = motion.Steps(a, b, c);
-        const auto mix = [&](VU16 ofA, VU16 ofB, VU16 ofC, VU16 step) HWY_ATTR {
+        const auto mix = [&](VU16 ofA, VU16 ofB, VU16 ofC, VU16 step) TESSELU_INLINED {
             return PackToShorts(Mix(Lower(ofA), Lower(ofB), Lower(ofC), Lower(step)),
                                 Mix(Upper(ofA), Upper(ofB), Upper(ofC), Upper(step)));
         };
@@ -199,14 +199,14 @@ private:
         const VU16 ofSum = hn::Sub(span, step), ofB = hn::Add(hn::Add(step, step), step);
         // 65536 times the sample; 24 bits, of which the last two may be wrong. A half is then next to a whole
         // number.
-        const auto half = [&](VU16 samples, VU16 factors) HWY_ATTR {
+        const auto half = [&](VU16 samples, VU16 factors) TESSELU_INLINED {
             const VI32 q = MulAddPairs(hn::BitCast(di16, samples), hn::BitCast(di16, factors));
             return (Reals<float>::From(q) * Reals<float>::Set(scale) + Reals<float>::Set(32768 + kDoubt / 2))
                 .Whole();
         };
         const VI32 low = half(hn::InterleaveLower(d, sum, b), hn::InterleaveLower(d, ofSum, ofB));
         const VI32 high = half(hn::InterleaveUpper(d, sum, b), hn::InterleaveUpper(d, ofSum, ofB));
-        const auto isNear = [&](VI32 v) HWY_ATTR {
+        const auto isNear = [&](VI32 v) TESSELU_INLINED {
             return hn::VecFromMask(d32, hn::Lt(hn::And(v, hn::Set(d32, 0xFFFF)), hn::Set(d32, kDoubt)));
         };
         doubts = PackToShorts(isNear(low), isNear(high));
