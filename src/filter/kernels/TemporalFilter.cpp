@@ -3,6 +3,7 @@
 #include "filter/kernels/TemporalFilter.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -116,6 +117,20 @@ private:
     std::uint16_t unused = 0;
 };
 
+constexpr double kThird = 0.3333333333333333;
+constexpr auto kThirds = [] {
+    std::array<double, 256> made{};
+    for (std::size_t i = 0; i < made.size(); ++i) {
+        made[i] = kThird * static_cast<double>(i);
+    }
+    return made;
+}();
+
+/// 1 - m and m.
+struct FadeStep {
+    double ofFiltered, ofCurrent;
+};
+
 /// In doubles, as the formula.
 struct MixInDoubles : Frames {
     static constexpr std::size_t kStep = HWY_LANES(std::uint8_t) / 4;
@@ -154,7 +169,8 @@ private:
 struct MixEqually : Frames {
     static constexpr std::size_t kStep = HWY_LANES(std::uint8_t) / 4;
     Motion motion;
-    float scale;  ///< of q, to 65536 times the sample
+    float scale;           ///< of q, to 65536 times the sample
+    const FadeStep* fade;  ///< of each step
 
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
@@ -184,7 +200,8 @@ struct MixEqually : Frames {
         if (HWY_UNLIKELY(!hn::AllTrue(DI16(), hn::Eq(hn::Or(evenDoubts, oddDoubts), none)))) {
             const VU8 doubts =
                 hn::BitCast(d, hn::OddEven(hn::BitCast(d, oddDoubts), hn::BitCast(d, evenDoubts)));
-            put(d, Redone(a, b, c, steps, doubts, made), to);
+            put(d, Redone(at.in[0][0] + 4 * x, at.in[1][0] + 4 * x, at.in[2][0] + 4 * x, steps, doubts, made),
+                to);
             return;
         }
         put(d, made, to);
@@ -213,21 +230,22 @@ private:
         return PackToShorts(hn::ShiftRight<16>(low), hn::ShiftRight<16>(high));
     }
 
-    /// Bytes in doubt by the formula.
-    HWY_NOINLINE HWY_ATTR VU8 Redone(VU8 a, VU8 b, VU8 c, VU8 steps, VU8 doubts, VU8 made) const {
+    /// Bytes in doubt in doubles, as the formula has them.
+    HWY_NOINLINE HWY_ATTR VU8 Redone(const std::uint8_t* a, const std::uint8_t* b, const std::uint8_t* c,
+                                     VU8 steps, VU8 doubts, VU8 made) const {
         const DU8 d;
-        alignas(64) std::uint8_t from[4][4 * kStep], bytes[4 * kStep], bits[8] = {};
-        hn::Store(a, d, from[0]);
-        hn::Store(b, d, from[1]);
-        hn::Store(c, d, from[2]);
-        hn::Store(steps, d, from[3]);
+        alignas(64) std::uint8_t step[4 * kStep], bytes[4 * kStep], bits[8] = {};
+        hn::Store(steps, d, step);
         hn::Store(made, d, bytes);
         hn::StoreMaskBits(d, hn::Ne(doubts, hn::Zero(d)), bits);
         std::uint64_t left;
         std::memcpy(&left, bits, 8);
         for (; left != 0; left &= left - 1) {
             const auto i = static_cast<std::size_t>(std::countr_zero(left));
-            bytes[i] = formula.Mix(formula.lowThreshold + from[3][i], from[0][i], from[1][i], from[2][i]);
+            const double filtered = kThirds[a[i]] + kThirds[b[i]] + kThirds[c[i]];
+            const FadeStep& weights = fade[step[i]];
+            bytes[i] =
+                static_cast<std::uint8_t>(filtered * weights.ofFiltered + b[i] * weights.ofCurrent + 0.5);
         }
         return hn::Load(d, bytes);
     }
@@ -243,10 +261,14 @@ void RunMixFrames(const TemporalJob& job, const TemporalFormula& formula) {
     const auto& weights = formula.frameWeights;
     const auto isSmall = [](double x) { return std::fabs(x) <= 1e6; };
     if (motion.Holds() && isSmall(weights[0]) && isSmall(weights[1]) && isSmall(weights[2])) {
-        constexpr double kThird = 0.3333333333333333;
         if (weights[0] == kThird && weights[1] == kThird && weights[2] == kThird) {
             const auto scale = static_cast<float>(65536.0 / (3 * motion.Span()));
-            Walk(MixEqually{{formula}, motion, scale}, job);
+            FadeStep fade[256];
+            for (int step = 0; step <= motion.Span(); ++step) {
+                const double m = static_cast<double>(step) / motion.Span();
+                fade[step] = {1 - m, m};
+            }
+            Walk(MixEqually{{formula}, motion, scale, fade}, job);
         } else {
             Walk(MixInDoubles{{formula}, motion}, job);
         }
