@@ -22,6 +22,7 @@ namespace tool {
     ROW(kScopeCommand)        \
     ROW(kBlurCommand)         \
     ROW(kNoiseCommand)        \
+    ROW(kDenoiseCommand)      \
     ROW(kConvertCommand)      \
     ROW(kCompareCommand)      \
     ROW(kTestCardCommand)     \

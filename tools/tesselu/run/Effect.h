@@ -40,6 +40,11 @@ enum class Beyond {
     kAgain       ///< it begins anew
 };
 
+/// So many pictures of the first input come with the one that is made, if they exist.
+struct Surroundings {
+    unsigned before = 0, after = 0;
+};
+
 /// What a command does to pictures: one function from the pictures of its inputs to a picture. The
 /// constructor looks at the options and throws `UsageError`.
 class Effect {
@@ -67,6 +72,9 @@ public:
     /// Single pictures that the effect writes by itself, which must be no file of the run: option and path.
     virtual std::vector<std::pair<std::string, std::string>> Pictures() const { return {}; }
 
+    /// In the place of the first input `Make` gets the pictures around it, the earliest first: fields of the
+    /// same parity, and the first or last picture of the run again beyond its ends.
+    virtual Surroundings PicturesAround() const { return {}; }
     /// Interlaced pictures come whole, and not field by field.
     virtual bool TakesWholePictures() const { return false; }
     /// Of the clips that do not end a run the longest one does if there are no others.

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <deque>
 #include <exception>
 #include <limits>
 #include <thread>
@@ -34,6 +35,8 @@ using Fields = std::array<SharedPicture, 2>;
 /// One of each output.
 using Made = std::vector<SharedPicture>;
 
+struct Pipeline;
+
 struct InputStage {
     InputStage(std::string newPath, const InputOptions& newOptions)
         : path(std::move(newPath)), options(newOptions), reader(std::make_unique<Reader>(path, options)) {}
@@ -44,6 +47,9 @@ struct InputStage {
         reader->SetTarget(target, aspect);
     }
     /// As that of the reader. An input with a period begins anew when it ends.
+    /// What is read of it, with the surroundings of what is made.
+    long First(const Pipeline& run) const;
+    std::optional<long> Last(const Pipeline& run) const;
     SharedPicture PictureAt(long picture, int field) {
         if (!period) {
             return reader->PictureAt(picture, field);
@@ -64,6 +70,7 @@ struct InputStage {
     PictureFormat target;
     double aspect = 1;
     Beyond beyond = Beyond::kNothing;
+    Surroundings around;
     std::optional<long> period;  ///< pictures after which it begins anew
     std::optional<long> turn;    ///< the last picture was of
     std::optional<Queue<Fields>> queue;
@@ -110,10 +117,69 @@ struct Pipeline {
     int FieldsPerPicture() const { return format.IsInterlaced() ? 2 : 1; }
 };
 
+long InputStage::First(const Pipeline& run) const {
+    return std::max(run.first - static_cast<long>(around.before), 0L);
+}
+
+std::optional<long> InputStage::Last(const Pipeline& run) const {
+    if (!run.last) {
+        return std::nullopt;
+    }
+    const long reach = *run.last + static_cast<long>(around.after);
+    return run.whole ? std::min(reach, *run.whole - 1) : reach;
+}
+
+/// The pictures of one input that an effect sees at once.
+class Window {
+public:
+    Window(InputStage& newInput, const Pipeline& run) : input(newInput), front(input.First(run)) {}
+
+    /// Takes what `picture` needs from the queue, each through `change`. False if the input has ended before
+    /// it.
+    template <typename Change>
+    bool Reach(long picture, const Change& change) {
+        while (!hasEnded && Back() < picture + static_cast<long>(input.around.after)) {
+            auto fields = input.queue->Pop();
+            if (fields) {
+                change(*fields);
+                held.push_back(std::move(*fields));
+            } else {
+                hasEnded = true;
+            }
+        }
+        while (front < picture - static_cast<long>(input.around.before) && !held.empty()) {
+            held.pop_front();
+            ++front;
+        }
+        return Back() >= picture;
+    }
+    /// The first or the last one beyond what is there.
+    const Fields& At(long picture) const {
+        return held[static_cast<std::size_t>(std::clamp(picture, front, Back()) - front)];
+    }
+    /// All that `Make` gets at `picture`.
+    void AddViews(long picture, int field, Zan::WhichFieldEnum which,
+                  std::vector<Zan::ImageView>& views) const {
+        const long before = input.around.before, after = input.around.after;
+        for (long each = picture - before; each <= picture + after; ++each) {
+            views.push_back(Whole(*At(each)[static_cast<std::size_t>(field)], which));
+        }
+    }
+
+private:
+    long Back() const { return front + static_cast<long>(held.size()) - 1; }
+
+    InputStage& input;
+    std::deque<Fields> held;
+    long front;
+    bool hasEnded = false;
+};
+
 void ReadInput(const std::shared_ptr<Pipeline>& run, InputStage& input) {
     try {
         const double start = WallClock::Now();
-        for (long picture = run->first; !run->last || picture <= *run->last; ++picture) {
+        const std::optional<long> last = input.Last(*run);
+        for (long picture = input.First(*run); !last || picture <= *last; ++picture) {
             if (run->endsWithInputs && input.beyond == Beyond::kNothing &&
                 input.reader->EndsBefore(picture)) {
                 break;
@@ -404,6 +470,9 @@ void RunCommand(const Command& command, const Arguments& arguments) {
         input->SetTarget(taken.back(), isOfTheRun ? aspect : taken.back().Aspect());
     }
     FindBeyond(*effect, *run);
+    if (!run->inputs.empty()) {
+        run->inputs[0]->around = effect->PicturesAround();
+    }
     run->made = {effect->OutputFormat(format)};
     const std::vector<SideOutput> sides = effect->SideOutputs(format);
     FindPart(command, options, effect->PicturesOfStills(), *run);
@@ -440,19 +509,22 @@ void RunCommand(const Command& command, const Arguments& arguments) {
         Moment moment;
         moment.fields = byField ? run->FieldsPerPicture() : 1;
         moment.pictures = run->whole.value_or(0);
-        std::vector<Fields> pictures(run->inputs.size());
-        std::vector<Zan::ImageView> views(run->inputs.size()), outputs(pools.size());
+        std::vector<Window> windows;
+        for (const auto& input : run->inputs) {
+            windows.emplace_back(*input, *run);
+        }
+        std::vector<Zan::ImageView> views, outputs(pools.size());
         for (moment.picture = run->first; !run->last || moment.picture <= *run->last; ++moment.picture) {
-            for (std::size_t i = 0; i < pictures.size(); ++i) {
-                auto fields = run->inputs[i]->queue->Pop();
-                if (!fields) {
+            for (std::size_t i = 0; i < windows.size(); ++i) {
+                const bool isThere = windows[i].Reach(moment.picture, [&](Fields& fields) {
+                    if (!byField && format.IsInterlaced() && fields[0] != fields[1]) {
+                        SharedPicture both = woven[i].Take();
+                        Weave(*fields[0], *fields[1], format.scan, *both);
+                        fields[0] = std::move(both);
+                    }
+                });
+                if (!isThere) {
                     return;
-                }
-                pictures[i] = std::move(*fields);
-                if (!byField && format.IsInterlaced() && pictures[i][0] != pictures[i][1]) {
-                    SharedPicture both = woven[i].Take();
-                    Weave(*pictures[i][0], *pictures[i][1], format.scan, *both);
-                    pictures[i][0] = std::move(both);
                 }
             }
             Made made;
@@ -463,8 +535,9 @@ void RunCommand(const Command& command, const Arguments& arguments) {
                 const Zan::WhichFieldEnum which = moment.fields == 1  ? Zan::kFrame
                                                   : moment.field == 0 ? Zan::kFirstField
                                                                       : Zan::kSecondField;
-                for (std::size_t i = 0; i < pictures.size(); ++i) {
-                    views[i] = Whole(*pictures[i][static_cast<std::size_t>(moment.field)], which);
+                views.clear();
+                for (const Window& window : windows) {
+                    window.AddViews(moment.picture, moment.field, which, views);
                 }
                 for (std::size_t i = 0; i < outputs.size(); ++i) {
                     outputs[i] = Whole(*made[i], which);
