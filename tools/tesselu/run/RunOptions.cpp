@@ -124,8 +124,9 @@ RunOptions::RunOptions(const Command& command, const Arguments& arguments)
         scan = kScans[arguments.Choice("scan")];
     }
     // A command may have a size of its own, which is another thing.
-    const bool isOfOutput = std::none_of(command.options.begin(), command.options.end(),
-                                         [](const Option& option) { return option.name == "size"; });
+    const bool isOfOutput = std::none_of(
+        command.options.begin(), command.options.end(),
+        [](const Option& option) { return option.name == "size" && option.kind != ValueKind::kSize; });
     if (isOfOutput && arguments.Has("size")) {
         size = arguments.Size("size");
     }
