@@ -176,7 +176,9 @@ Long32 DeepDefocus::Do(ImageView& source, ImageView& destination, double horizon
     if (path != Path::kScalar) {
         job.toByte.inverse = static_cast<float>(1.0 / area);
     }
-    job.streams = simd::ExceedsCache(2 * kBytesPerPixel * (job.right - job.left) * (job.bottom - job.top));
+    // What is written through the cache is fetched first.
+    constexpr std::size_t kMovedPerPixel = 3 * kBytesPerPixel;
+    job.streams = simd::ExceedsCache(kMovedPerPixel * (job.right - job.left) * (job.bottom - job.top));
     BoxMemory memory;
     kBlurBox(job, memory);
     return kStatusOk;

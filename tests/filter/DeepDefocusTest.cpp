@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "filter/BlurPicture.h"
+#include "filter/kernels/BoxFormula.h"
 #include "foundation/CapabilitySeam.h"
 #include "simd/Targets.h"
 #include "support/Streaming.h"
@@ -354,6 +355,24 @@ TEST(DeepDefocus, WhiteStaysWhite) {
     }
 }
 
+TEST(DeepDefocus, SmallMeansInSixteenBitsAreThoseOfSinglePrecision) {
+    ShortRounding rounding{};
+    for (const std::size_t area : {0U, 1U, 2U, 4U, 254U, 256U, 257U}) {
+        EXPECT_FALSE(FindShortRounding(area, rounding)) << area;
+    }
+    for (unsigned area = 3; area <= 255; area += 2) {
+        ASSERT_TRUE(FindShortRounding(area, rounding));
+        ASSERT_LE(rounding.multiplier, 65535U);
+        ASSERT_GE(rounding.shift, 1U);
+        ASSERT_LE(255 * area + rounding.start, 65535U);
+        const ByteOfSum expected(Form::kSingle, area);
+        for (unsigned sum = 0; sum <= 255 * area; ++sum) {
+            const unsigned high = (sum + rounding.start) * rounding.multiplier >> 16;
+            ASSERT_EQ(high >> rounding.shift, unsigned{expected(sum)}) << sum << " of " << area;
+        }
+    }
+}
+
 TEST(DeepDefocus, BitsOfASampleEnterIntoTheScaleAlone) {
     BlurPicture from(21, 19);
     for (const simd::Target target : Targets()) {
@@ -504,6 +523,9 @@ TEST(DeepDefocus, WritesAroundTheCacheTheSameBytes) {
         ASSERT_NO_FATAL_FAILURE(Compare({67, 11, 5, 3}, {padding}));
         ASSERT_NO_FATAL_FAILURE(Compare({67, 21, 15, 19}, {padding}));
     }
+    // Lines of whole vectors.
+    ASSERT_NO_FATAL_FAILURE(Compare({128, 16, 5, 3}));
+    ASSERT_NO_FATAL_FAILURE(Compare({144, 37, 31, 19}, {64}));
 }
 
 // ---- Views ----

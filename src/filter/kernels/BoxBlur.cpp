@@ -10,7 +10,7 @@
 // - Behind, the sums of boxes: a slot that enters is added and one that leaves is taken away, for all rows of
 //   the block at once. There is nothing to be summed across lanes.
 //
-// Wider vectors than 256 bits would need another step of turning for each pixel.
+// With vectors of 128 bits blocks have 2 rows, with 512 bits 8, and a step more to turn.
 
 #include "filter/kernels/BoxBlur.h"
 
@@ -32,20 +32,19 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 #if HWY_TARGET != HWY_SCALAR
 
-constexpr std::size_t kBytes = HWY_LANES(std::uint8_t) < 32 ? HWY_LANES(std::uint8_t) : 32;
+constexpr std::size_t kBytes = HWY_LANES(std::uint8_t);
 constexpr std::size_t kRows = kBytes / 8;    ///< of a block
 constexpr std::size_t kPixels = kBytes / 4;  ///< of a vector
 constexpr std::size_t kBlocks = kBytes / 16;
-static_assert(kBlocks <= 2);
 
-using DU8 = hn::CappedTag<std::uint8_t, kBytes>;
-using DI8 = hn::CappedTag<std::int8_t, kBytes>;
-using DU16 = hn::CappedTag<std::uint16_t, kBytes / 2>;
-using DI16 = hn::CappedTag<std::int16_t, kBytes / 2>;
-using DU32 = hn::CappedTag<std::uint32_t, kBytes / 4>;
-using DI32 = hn::CappedTag<std::int32_t, kBytes / 4>;
-using DF32 = hn::CappedTag<float, kBytes / 4>;
-using DU64 = hn::CappedTag<std::uint64_t, kBytes / 8>;
+using DU8 = hn::ScalableTag<std::uint8_t>;
+using DI8 = hn::ScalableTag<std::int8_t>;
+using DU16 = hn::ScalableTag<std::uint16_t>;
+using DI16 = hn::ScalableTag<std::int16_t>;
+using DU32 = hn::ScalableTag<std::uint32_t>;
+using DI32 = hn::ScalableTag<std::int32_t>;
+using DF32 = hn::ScalableTag<float>;
+using DU64 = hn::ScalableTag<std::uint64_t>;
 using VU8 = hn::Vec<DU8>;
 using VU16 = hn::Vec<DU16>;
 using VI16 = hn::Vec<DI16>;
@@ -55,7 +54,9 @@ using VF32 = hn::Vec<DF32>;
 
 // ---- What is done within blocks of 128 bits -------------------------------------------------------------
 
-#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX2
+#if HWY_TARGET == HWY_AVX3
+#define TESSELU_BLOCKS(NAME) _mm512_##NAME
+#elif HWY_TARGET == HWY_AVX2
 #define TESSELU_BLOCKS(NAME) _mm256_##NAME
 #elif HWY_TARGET == HWY_SSSE3
 #define TESSELU_BLOCKS(NAME) _mm_##NAME
@@ -84,11 +85,19 @@ HWY_INLINE HWY_ATTR Halves AddBytes(VU8 a, VU8 b) {
 #endif
 }
 
-/// `sum` plus each even lane of `pairs` minus the odd one beside it.
+/// `sum` plus each even lane of `pairs` minus the odd one beside it. `Fused`, on AVX-512 alone, by VNNI's one
+/// instruction.
+template <bool Fused>
 HWY_INLINE HWY_ATTR VU32 AddDifferences(VU32 sum, VI16 pairs) {
     const DU32 d;
 #ifdef TESSELU_BLOCKS
     const auto signs = hn::BitCast(DI16(), hn::Set(d, 0xFFFF0001U));
+#if HWY_TARGET == HWY_AVX3
+    if constexpr (Fused) {
+        __asm__("vpdpwssd %2, %1, %0" : "+v"(sum.raw) : "v"(pairs.raw), "v"(signs.raw));
+        return sum;
+    }
+#endif
     return hn::Add(sum, VU32{TESSELU_BLOCKS(madd_epi16)(pairs.raw, signs.raw)});
 #else
     const DI32 di;
@@ -132,23 +141,46 @@ HWY_INLINE HWY_ATTR VU8 LanesOf(VU8 low, VU8 high) {
 #endif
 }
 
+/// The nearest whole numbers, halves to even, of what fits 31 bits, about which Highway would not be sure.
+HWY_INLINE HWY_ATTR VI32 Nearest(VF32 v) {
+#ifdef TESSELU_BLOCKS
+    return VI32{TESSELU_BLOCKS(cvtps_epi32)(v.raw)};
+#else
+    return hn::NearestInt(v);
+#endif
+}
+
 #undef TESSELU_BLOCKS
 
-/// The lower blocks of `low` and `high`, or the upper ones.
-template <bool Upper, class V>
-HWY_INLINE HWY_ATTR V BlocksOf(V low, V high) {
-    const hn::DFromV<V> d;
-    return Upper ? hn::ConcatUpperUpper(d, high, low) : hn::ConcatLowerLower(d, high, low);
+/// Hands block i of vector j to `put(v, i)`, as block j.
+template <class V, class Put>
+HWY_INLINE HWY_ATTR void Turned(const V (&v)[kBlocks], Put put) {
+    const DU8 d;
+#if HWY_TARGET == HWY_AVX3
+    // Fewer shuffles and twice as many stores of half the size would take longer.
+    static_cast<void>(d);
+    const auto low01 = _mm512_shuffle_i64x2(v[0].raw, v[1].raw, 0x44),
+               low23 = _mm512_shuffle_i64x2(v[2].raw, v[3].raw, 0x44),
+               high01 = _mm512_shuffle_i64x2(v[0].raw, v[1].raw, 0xEE),
+               high23 = _mm512_shuffle_i64x2(v[2].raw, v[3].raw, 0xEE);
+    put(VU8{_mm512_shuffle_i64x2(low01, low23, 0x88)}, 0);
+    put(VU8{_mm512_shuffle_i64x2(low01, low23, 0xDD)}, 1);
+    put(VU8{_mm512_shuffle_i64x2(high01, high23, 0x88)}, 2);
+    put(VU8{_mm512_shuffle_i64x2(high01, high23, 0xDD)}, 3);
+#elif HWY_TARGET == HWY_AVX2
+    const VU8 a = hn::BitCast(d, v[0]), b = hn::BitCast(d, v[1]);
+    put(hn::ConcatLowerLower(d, b, a), 0);
+    put(hn::ConcatUpperUpper(d, b, a), 1);
+#else
+    static_assert(kBlocks == 1);
+    put(hn::BitCast(d, v[0]), 0);
+#endif
 }
 
 // ---- Sums of boxes --------------------------------------------------------------------------------------
 
-/// Bytes of pixels in groups: of an even row of each block, and of the odd row behind it.
-struct FourPixels {
-    VU8 even, odd;
-};
-
-/// Sums of at most 65535: a multiplication and a shift round them by what they start with.
+/// Sums of at most 65535: a multiplication and a shift round them by what they start with. The shift, 1 or
+/// more, is a multiplication as well, for which processors have other units than for all the shuffles around.
 class ShortSums {
 public:
     static constexpr std::uint32_t kBias = 0;  ///< in sums of columns
@@ -160,7 +192,7 @@ public:
     ShortSums(unsigned start, unsigned factor, unsigned newShift)
         : first(start),
           multiplier(hn::Set(DU16(), static_cast<std::uint16_t>(factor))),
-          shift(static_cast<int>(newShift)) {}
+          last(hn::Set(DU16(), static_cast<std::uint16_t>(65536U >> newShift))) {}
 
     HWY_INLINE HWY_ATTR Sums Start() const { return {hn::Set(DU16(), static_cast<std::uint16_t>(first))}; }
     static HWY_INLINE HWY_ATTR void Enter(Sums& sums, const std::uint8_t* entering) {
@@ -168,28 +200,30 @@ public:
     }
     static HWY_INLINE HWY_ATTR void Move(Sums& sums, const std::uint8_t* entering,
                                          const std::uint8_t* leaving) {
-        Enter(sums, entering);
-        sums.all = hn::Sub(sums.all, hn::BitCast(DU16(), hn::Load(DU8(), leaving)));
+        const VU16 in = hn::BitCast(DU16(), hn::Load(DU8(), entering)),
+                   out = hn::BitCast(DU16(), hn::Load(DU8(), leaving));
+        sums.all = hn::Add(sums.all, hn::Sub(in, out));
     }
-    HWY_INLINE HWY_ATTR FourPixels ToBytes(const Sums (&sums)[4]) const {
+    /// Bytes of four pixels: of the even row of each block, and of the odd row behind it.
+    HWY_INLINE HWY_ATTR void ToBytes(const Sums (&sums)[4], VU8& even, VU8& odd) const {
         const VU8 low = PackBytes(Mean(sums[0]), Mean(sums[1])),
                   high = PackBytes(Mean(sums[2]), Mean(sums[3]));
-        return {LanesOf<false>(low, high), LanesOf<true>(low, high)};
+        even = LanesOf<false>(low, high);
+        odd = LanesOf<true>(low, high);
     }
 
 private:
     HWY_INLINE HWY_ATTR VI16 Mean(const Sums& sums) const {
-        return hn::BitCast(DI16(), hn::ShiftRightSame(hn::MulHigh(sums.all, multiplier), shift));
+        return hn::BitCast(DI16(), hn::MulHigh(hn::MulHigh(sums.all, multiplier), last));
     }
 
     unsigned first;
-    VU16 multiplier;
-    int shift;
+    VU16 multiplier, last;
 };
 
 /// Sums of 32 bits: even rows of blocks, odd rows of blocks. `ToByte` makes bytes of them, and says what is
 /// added to every sum for it.
-template <class ToByte>
+template <class ToByte, bool Fused>
 class LongSums {
 public:
     /// Makes sums of columns up to 65535 signed; differences do not know of it.
@@ -210,12 +244,13 @@ public:
                                          const std::uint8_t* leaving) {
         MoveLanes(sums, Slot(entering), Slot(leaving));
     }
-    HWY_INLINE HWY_ATTR FourPixels ToBytes(const Sums (&sums)[4]) const {
+    HWY_INLINE HWY_ATTR void ToBytes(const Sums (&sums)[4], VU8& even, VU8& odd) const {
         const VI16 even01 = PackShorts(toByte(sums[0].even), toByte(sums[1].even)),
                    odd01 = PackShorts(toByte(sums[0].odd), toByte(sums[1].odd)),
                    even23 = PackShorts(toByte(sums[2].even), toByte(sums[3].even)),
                    odd23 = PackShorts(toByte(sums[2].odd), toByte(sums[3].odd));
-        return {PackBytes(even01, even23), PackBytes(odd01, odd23)};
+        even = PackBytes(even01, even23);
+        odd = PackBytes(odd01, odd23);
     }
 
 private:
@@ -224,8 +259,8 @@ private:
     }
     static HWY_INLINE HWY_ATTR void MoveLanes(Sums& sums, VI16 entering, VI16 leaving) {
         const DI16 d;
-        sums.even = AddDifferences(sums.even, hn::InterleaveLower(d, entering, leaving));
-        sums.odd = AddDifferences(sums.odd, hn::InterleaveUpper(d, entering, leaving));
+        sums.even = AddDifferences<Fused>(sums.even, hn::InterleaveLower(d, entering, leaving));
+        sums.odd = AddDifferences<Fused>(sums.odd, hn::InterleaveUpper(d, entering, leaving));
     }
 
     ToByte toByte;
@@ -246,9 +281,9 @@ public:
     HWY_INLINE HWY_ATTR VI32 operator()(VU32 sum) const {
         const VF32 value = hn::BitCast(DF32(), sum);
         if constexpr (kFused) {
-            return hn::NearestInt(hn::MulSub(value, inverse, excess));
+            return Nearest(hn::MulSub(value, inverse, excess));
         } else {
-            return hn::NearestInt(hn::Mul(hn::Sub(value, excess), inverse));
+            return Nearest(hn::Mul(hn::Sub(value, excess), inverse));
         }
     }
 
@@ -268,7 +303,7 @@ public:
     explicit SingleOfInteger(const SumToByte& rule) : inverse(hn::Set(DF32(), rule.inverse)) {}
 
     HWY_INLINE HWY_ATTR VI32 operator()(VU32 sum) const {
-        return hn::NearestInt(hn::Mul(hn::ConvertTo(DF32(), hn::BitCast(DI32(), sum)), inverse));
+        return Nearest(hn::Mul(hn::ConvertTo(DF32(), hn::BitCast(DI32(), sum)), inverse));
     }
 
 private:
@@ -326,240 +361,371 @@ private:
 
 /// Slots of the ring: what a box holds, and what is made ahead of it.
 std::size_t SlotsFor(const BoxJob& job) {
-    std::size_t slots = 8 * kPixels;
+    std::size_t slots = 128;
     while (slots < job.boxWidth + 4 * kPixels) {
         slots *= 2;
     }
     return slots;
 }
 
-/// Blurs a strip of columns from the top to the bottom.
-template <class Summing>
-class Strip {
+/// The sums of the last columns for all rows of a block. The first slots are there twice, so that as many
+/// from anywhere lie one behind the other.
+class Ring {
 public:
-    /// Bytes of the ring, and bytes that a column takes besides.
-    static std::size_t RingBytes(const BoxJob& job) { return SlotsFor(job) * kBytes + 2 * kBytes * kPixels; }
-    static constexpr std::size_t kColumnBytes = 8;
+    static std::size_t Bytes(const BoxJob& job) { return (SlotsFor(job) + kPixels) * kBytes; }
 
-    Strip(const BoxJob& newJob, const Summing& newSumming, std::uint8_t* memory)
-        : job(newJob),
-          summing(newSumming),
-          first(FirstColumn(job)),
-          end(EndColumn(job)),
-          reach(job.boxWidth / 2),
-          mask(SlotsFor(job) - 1),
-          ring(memory),
-          columns(memory + SlotsFor(job) * kBytes) {}
+    Ring(const BoxJob& job, std::size_t newFirst, std::uint8_t* memory)
+        : first(newFirst), mask(SlotsFor(job) - 1), slots(memory) {}
 
-    HWY_ATTR void Run() {
-        SumColumns();
-        for (std::size_t y = job.top; y < job.bottom; y += kRows) {
-            rows = std::min(kRows, job.bottom - y);
-            for (std::size_t i = 0; i < kRows; ++i) {
-                // Of a block that is not full the last row is made again.
-                const std::size_t row = y + std::min(i, rows - 1);
-                const auto at = static_cast<std::ptrdiff_t>(row);
-                const auto reachDown = static_cast<std::ptrdiff_t>(job.boxHeight / 2);
-                entering[i] = job.source.Row(Mirrored(at + reachDown, job.height));
-                leaving[i] = job.source.Row(Mirrored(at - reachDown - 1, job.height));
-                out[i] = job.destination.Row(row);
-            }
-            RunBlock();
+    /// The slot of column `x` and the `kPixels` - 1 next ones, to be read.
+    HWY_INLINE const std::uint8_t* Slots(std::size_t x) const { return slots + Index(x) * kBytes; }
+
+    HWY_INLINE HWY_ATTR void Put(VU16 sums, std::size_t x) const {
+        const std::size_t at = Index(x);
+        PutAt(sums, slots + at * kBytes);
+        if (at < kPixels) {
+            PutAt(sums, slots + (at + mask + 1) * kBytes);
+        }
+    }
+    HWY_INLINE HWY_ATTR void Copy(std::size_t from, std::size_t to) const {
+        Put(hn::BitCast(DU16(), hn::Load(DU8(), Slots(from))), to);
+    }
+
+    /// Puts the sums of `kPixels` columns from `x`, a whole number of vectors from the first. Block b of row
+    /// i holds columns 4b and 4b + 1 in `lower`, and the two behind them in `upper`.
+    HWY_INLINE HWY_ATTR void Turn(const VU16 (&lower)[kRows], const VU16 (&upper)[kRows],
+                                  std::size_t x) const {
+        const std::size_t at = Index(x);
+        std::uint8_t* const to = slots + at * kBytes;
+        TurnPairs(lower, to);
+        TurnPairs(upper, to + 2 * kBytes);
+        if (HWY_UNLIKELY(at == 0)) {
+            std::memcpy(slots + (mask + 1) * kBytes, slots, kPixels * kBytes);
         }
     }
 
 private:
-    std::uint8_t* Slot(std::size_t x) const { return ring + (x & mask) * kBytes; }
-    std::uint8_t* Column(std::size_t x) const { return columns + (x - first) * kColumnBytes; }
+    HWY_INLINE std::size_t Index(std::size_t x) const { return (x - first) & mask; }
 
-    /// Pixels of a row from column `x`, of which those beyond the picture are 0.
-    HWY_INLINE HWY_ATTR VU8 Load(const std::uint8_t* row, std::size_t x) const {
-        const DU8 d;
-        if (HWY_LIKELY(x + kPixels <= job.width)) {
-            return hn::LoadU(d, row + 4 * x);
-        }
-        alignas(kBytes) std::uint8_t some[kBytes] = {};
-        std::memcpy(some, row + 4 * x, 4 * (job.width - x));
-        return hn::Load(d, some);
+    static HWY_INLINE HWY_ATTR void PutAt(VU16 sums, std::uint8_t* to) {
+        hn::Store(hn::BitCast(DU8(), sums), DU8(), to);
     }
 
-    /// Sums all columns as they are for the row above the first.
-    HWY_ATTR void SumColumns() {
-        const DU16 d;
-        const auto from = static_cast<std::ptrdiff_t>(job.top) - 1 - static_cast<std::ptrdiff_t>(reachRows());
-        const VU16 bias = hn::Set(d, static_cast<std::uint16_t>(Summing::kBias));
-        for (std::size_t x = first; x < end; x += kPixels) {
-            const VU8 one = Load(job.source.Row(Mirrored(from, job.height)), x);
-            const Halves sums = AddBytes<false>(one, hn::Zero(DU8()));
-            Store(hn::Sub(sums.lower, bias), hn::Sub(sums.upper, bias), x);
-        }
-        for (std::size_t i = 1; i < job.boxHeight; i += 2) {
-            const std::uint8_t* const row =
-                job.source.Row(Mirrored(from + static_cast<std::ptrdiff_t>(i), job.height));
-            const std::uint8_t* const next =
-                job.source.Row(Mirrored(from + static_cast<std::ptrdiff_t>(i) + 1, job.height));
-            for (std::size_t x = first; x < end; x += kPixels) {
-                const Halves sums = AddBytes<false>(Load(row, x), Load(next, x));
-                Store(hn::Add(LowerSums(x), sums.lower), hn::Add(UpperSums(x), sums.upper), x);
-            }
-        }
-    }
-    std::size_t reachRows() const { return job.boxHeight / 2; }
-
-    HWY_INLINE HWY_ATTR VU16 LowerSums(std::size_t x) const {
-        return hn::BitCast(DU16(), hn::Load(DU8(), Column(x)));
-    }
-    HWY_INLINE HWY_ATTR VU16 UpperSums(std::size_t x) const {
-        return hn::BitCast(DU16(), hn::Load(DU8(), Column(x) + kBytes));
-    }
-    HWY_INLINE HWY_ATTR void Store(VU16 lower, VU16 upper, std::size_t x) {
-        hn::Store(hn::BitCast(DU8(), lower), DU8(), Column(x));
-        hn::Store(hn::BitCast(DU8(), upper), DU8(), Column(x) + kBytes);
-    }
-    HWY_INLINE HWY_ATTR void PutSlot(VU16 sums, std::size_t x) const {
-        hn::Store(hn::BitCast(DU8(), sums), DU8(), Slot(x));
-    }
-
-    /// Puts the sums of two columns of each block, `column` and the next, into the ring: halves of blocks
-    /// become rows. Block 1 holds columns that lie `apart` pixels further on.
-    HWY_INLINE HWY_ATTR void Turn(const VU16 (&sums)[kRows], std::size_t column) const {
+    /// Halves of blocks become rows.
+    static HWY_INLINE HWY_ATTR void TurnPairs(const VU16 (&sums)[kRows], std::uint8_t* to) {
         const DU64 d;
-        const auto pair = [&](std::size_t i, bool isUpper) HWY_ATTR {
-            const auto a = hn::BitCast(d, sums[i]), b = hn::BitCast(d, sums[i + 1]);
-            return hn::BitCast(DU16(), isUpper ? hn::InterleaveUpper(d, a, b) : hn::InterleaveLower(d, a, b));
+        VU16 left[kBlocks], right[kBlocks];
+        for (std::size_t i = 0; i < kBlocks; ++i) {
+            const auto row = hn::BitCast(d, sums[2 * i]), next = hn::BitCast(d, sums[2 * i + 1]);
+            left[i] = hn::BitCast(DU16(), hn::InterleaveLower(d, row, next));
+            right[i] = hn::BitCast(DU16(), hn::InterleaveUpper(d, row, next));
+        }
+        const auto put = [](std::uint8_t* at) {
+            return [at](VU8 slot, std::size_t i) HWY_ATTR { hn::Store(slot, DU8(), at + 4 * i * kBytes); };
         };
-        const VU16 lower = pair(0, false), upper = pair(0, true);
-        if constexpr (kBlocks == 1) {
-            PutSlot(lower, column);
-            PutSlot(upper, column + 1);
-        } else {
-            const VU16 lower2 = pair(kRows - 2, false), upper2 = pair(kRows - 2, true);
-            PutSlot(BlocksOf<false>(lower, lower2), column);
-            PutSlot(BlocksOf<false>(upper, upper2), column + 1);
-            PutSlot(BlocksOf<true>(lower, lower2), column + 4);
-            PutSlot(BlocksOf<true>(upper, upper2), column + 5);
-        }
+        Turned(left, put(to));
+        Turned(right, put(to + kBytes));
     }
 
-    /// Sums of `kPixels` columns from `x` for all rows of the block.
-    HWY_INLINE HWY_ATTR void MakeColumns(std::size_t x) {
-        VU16 lower[kRows], upper[kRows];
-        VU16 lowerSum = LowerSums(x), upperSum = UpperSums(x);
-        for (std::size_t i = 0; i < kRows; ++i) {
-            const Halves change = AddBytes<true>(Load(entering[i], x), Load(leaving[i], x));
-            lower[i] = lowerSum = hn::Add(lowerSum, change.lower);
-            upper[i] = upperSum = hn::Add(upperSum, change.upper);
-        }
-        Store(lowerSum, upperSum, x);
-        Turn(lower, x);
-        Turn(upper, x + 2);
-    }
+    std::size_t first, mask;
+    std::uint8_t* slots;
+};
 
-    HWY_ATTR void RunBlock() {
-        std::size_t made = first;
-        // Beyond the picture, the slots of columns that are mirrored there.
-        std::size_t mirrored = job.width;
-        const auto makeBelow = [&](std::size_t column) HWY_ATTR {
-            for (; made < std::min(column, end); made += kPixels) {
-                MakeColumns(made);
-            }
-            for (; mirrored < std::min(column, job.right + reach); ++mirrored) {
-                CopySlot(2 * job.width - 2 - mirrored, mirrored);
-            }
-        };
-        makeBelow(job.left + reach + 1);
-        for (std::size_t i = 1; i + job.left <= reach; ++i) {
-            CopySlot(i, std::size_t{0} - i);
-        }
-        // Nothing leaves the first box.
-        PutSlot(hn::Zero(DU16()), job.left - reach - 1);
-        typename Summing::Sums sums = summing.Start();
-        for (std::size_t i = 0; i < job.boxWidth - 1; ++i) {
-            Summing::Enter(sums, Slot(job.left - reach + i));
-        }
-        for (std::size_t x = job.left; x < job.right; x += kPixels) {
-            makeBelow(x + kPixels + reach);
-            FourPixels groups[kBlocks];
-            for (std::size_t group = 0; group < kBlocks; ++group) {
-                typename Summing::Sums boxes[4];
-                for (std::size_t i = 0; i < 4; ++i) {
-                    const std::size_t at = x + 4 * group + i;
-                    Summing::Move(sums, Slot(at + reach), Slot(at - reach - 1));
-                    boxes[i] = sums;
-                }
-                groups[group] = summing.ToBytes(boxes);
-            }
-            Write(groups, x);
-        }
+/// Pixels of a row from column `x` on, of which those beyond `width` are 0.
+HWY_INLINE HWY_ATTR VU8 LoadPixels(const std::uint8_t* row, std::size_t x, std::size_t width) {
+    const DU8 d;
+    if (HWY_LIKELY(x + kPixels <= width)) {
+        return hn::LoadU(d, row + 4 * x);
     }
+    alignas(kBytes) std::uint8_t some[kBytes] = {};
+    std::memcpy(some, row + 4 * x, 4 * (width - x));
+    return hn::Load(d, some);
+}
 
-    HWY_INLINE HWY_ATTR void CopySlot(std::size_t from, std::size_t to) const {
-        hn::Store(hn::Load(DU8(), Slot(from)), DU8(), Slot(to));
-    }
-
-    HWY_INLINE HWY_ATTR void Write(const FourPixels (&groups)[kBlocks], std::size_t x) const {
-        VU8 made[kRows];
-        if constexpr (kBlocks == 1) {
-            made[0] = groups[0].even;
-            made[1] = groups[0].odd;
-        } else {
-            constexpr std::size_t kLast = kBlocks - 1, kSecond = kRows - 2;
-            made[0] = BlocksOf<false>(groups[0].even, groups[kLast].even);
-            made[1] = BlocksOf<false>(groups[0].odd, groups[kLast].odd);
-            made[kSecond] = BlocksOf<true>(groups[0].even, groups[kLast].even);
-            made[kSecond + 1] = BlocksOf<true>(groups[0].odd, groups[kLast].odd);
-        }
-        const DU8 d;
-        if (HWY_LIKELY(rows == kRows && x + kPixels <= job.right)) {
-            for (std::size_t i = 0; i < kRows; ++i) {
-                hn::StoreU(made[i], d, out[i] + 4 * x);
-            }
-            return;
-        }
-        alignas(kBytes) std::uint8_t some[kBytes];
-        for (std::size_t i = 0; i < rows; ++i) {
-            hn::Store(made[i], d, some);
-            std::memcpy(out[i] + 4 * x, some, 4 * std::min(kPixels, job.right - x));
-        }
-    }
-
-    const BoxJob& job;
-    const Summing summing;
-    const std::size_t first, end, reach, mask;
-    std::uint8_t* const ring;
-    std::uint8_t* const columns;
-    std::size_t rows = 0;
+/// The rows of a block.
+struct Block {
+    std::size_t rows;  ///< that are written
     const std::uint8_t *entering[kRows], *leaving[kRows];
     std::uint8_t* out[kRows];
+
+    Block(const BoxJob& job, std::size_t y) : rows(std::min(kRows, job.bottom - y)) {
+        const auto reach = static_cast<std::ptrdiff_t>(job.boxHeight / 2);
+        for (std::size_t i = 0; i < kRows; ++i) {
+            // Of a block that is not full the last row is made again.
+            const std::size_t row = y + std::min(i, rows - 1);
+            const auto at = static_cast<std::ptrdiff_t>(row);
+            entering[i] = job.source.Row(Mirrored(at + reach, job.height));
+            leaving[i] = job.source.Row(Mirrored(at - reach - 1, job.height));
+            out[i] = job.destination.Row(row);
+        }
+    }
+};
+
+/// Sums of columns, for the row above a block.
+class Columns {
+public:
+    static constexpr std::size_t kBytesEach = 8;
+
+    Columns(std::size_t newFirst, std::uint8_t* memory) : first(newFirst), sums(memory) {}
+
+    /// Sums the columns around the row above the first.
+    HWY_ATTR void Start(const BoxJob& job, std::size_t end, std::uint32_t bias) const {
+        const auto reach = static_cast<std::ptrdiff_t>(job.boxHeight / 2);
+        const std::ptrdiff_t from = static_cast<std::ptrdiff_t>(job.top) - 1 - reach;
+        const auto rowAt = [&](std::size_t i) {
+            return job.source.Row(Mirrored(from + static_cast<std::ptrdiff_t>(i), job.height));
+        };
+        const VU16 none = hn::Set(DU16(), static_cast<std::uint16_t>(bias));
+        const std::uint8_t* const row = rowAt(0);
+        for (std::size_t x = first; x < end; x += kPixels) {
+            const Halves one = AddBytes<false>(LoadPixels(row, x, job.width), hn::Zero(DU8()));
+            Put({hn::Sub(one.lower, none), hn::Sub(one.upper, none)}, x);
+        }
+        for (std::size_t i = 1; i < job.boxHeight; i += 2) {
+            const std::uint8_t *const upper = rowAt(i), *const lower = rowAt(i + 1);
+            for (std::size_t x = first; x < end; x += kPixels) {
+                const Halves two =
+                    AddBytes<false>(LoadPixels(upper, x, job.width), LoadPixels(lower, x, job.width));
+                const Halves before = Get(x);
+                Put({hn::Add(before.lower, two.lower), hn::Add(before.upper, two.upper)}, x);
+            }
+        }
+    }
+
+    /// Makes those from column `x` for all rows of a block. Calls `between(row)` after each, `row` being a
+    /// constant: processors look some 64 vector operations ahead, so what does not depend on one another
+    /// shall lie close together.
+    template <class Between>
+    HWY_INLINE HWY_ATTR void Make(const Block& block, std::size_t x, std::size_t width, const Ring& ring,
+                                  Between& between) const {
+        VU16 lower[kRows], upper[kRows];
+        Halves sum = Get(x);
+        MakeRow<0>(block, x, width, sum, lower, upper, between);
+        Put(sum, x);
+        ring.Turn(lower, upper, x);
+    }
+
+private:
+    template <std::size_t I, class Between>
+    HWY_INLINE HWY_ATTR void MakeRow(const Block& block, std::size_t x, std::size_t width, Halves& sum,
+                                     VU16 (&lower)[kRows], VU16 (&upper)[kRows], Between& between) const {
+        const Halves change =
+            AddBytes<true>(LoadPixels(block.entering[I], x, width), LoadPixels(block.leaving[I], x, width));
+        lower[I] = sum.lower = hn::Add(sum.lower, change.lower);
+        upper[I] = sum.upper = hn::Add(sum.upper, change.upper);
+        between.template Move<I>();
+        if constexpr (I + 1 < kRows) {
+            MakeRow<I + 1>(block, x, width, sum, lower, upper, between);
+        }
+    }
+
+    HWY_INLINE std::uint8_t* At(std::size_t x) const { return sums + (x - first) * kBytesEach; }
+    HWY_INLINE HWY_ATTR Halves Get(std::size_t x) const {
+        const DU8 d;
+        const DU16 d16;
+        return {hn::BitCast(d16, hn::Load(d, At(x))), hn::BitCast(d16, hn::Load(d, At(x) + kBytes))};
+    }
+    HWY_INLINE HWY_ATTR void Put(Halves halves, std::size_t x) const {
+        const DU8 d;
+        hn::Store(hn::BitCast(d, halves.lower), d, At(x));
+        hn::Store(hn::BitCast(d, halves.upper), d, At(x) + kBytes);
+    }
+
+    std::size_t first;
+    std::uint8_t* sums;
+};
+
+/// Boxes on their way along `kPixels` columns, in as many parts as a block has rows.
+template <class Summing>
+class Boxes {
+public:
+    using Sums = typename Summing::Sums;
+
+    HWY_INLINE HWY_ATTR Boxes(const Summing& newSumming, const Sums& newSums, const std::uint8_t* newEntering,
+                              const std::uint8_t* newLeaving)
+        : summing(newSumming), sums(newSums), entering(newEntering), leaving(newLeaving) {}
+
+    template <std::size_t Part>
+    HWY_INLINE HWY_ATTR void Move() {
+        constexpr std::size_t kFirst = Part * kPixels / kRows, kSecond = kFirst + 1;
+        static_assert(kPixels == 2 * kRows);
+        Summing::Move(sums, entering + kFirst * kBytes, leaving + kFirst * kBytes);
+        boxes[kFirst % 4] = sums;
+        Summing::Move(sums, entering + kSecond * kBytes, leaving + kSecond * kBytes);
+        boxes[kSecond % 4] = sums;
+        if constexpr (kSecond % 4 == 3) {
+            summing.ToBytes(boxes, even[kSecond / 4], odd[kSecond / 4]);
+        }
+    }
+    template <std::size_t Part = 0>
+    HWY_INLINE HWY_ATTR void MoveAll() {
+        Move<Part>();
+        if constexpr (Part + 1 < kRows) {
+            MoveAll<Part + 1>();
+        }
+    }
+
+    HWY_INLINE HWY_ATTR Sums Last() const { return sums; }
+    /// Writes the pixels to the rows.
+    HWY_INLINE HWY_ATTR void Write(std::uint8_t* const (&rows)[kRows], std::size_t x) const {
+        const auto put = [&rows, x](std::size_t odds) {
+            return [&rows, x, odds](VU8 pixels, std::size_t i)
+                       HWY_ATTR { hn::StoreU(pixels, DU8(), rows[2 * i + odds] + 4 * x); };
+        };
+        Turned(even, put(0));
+        Turned(odd, put(1));
+    }
+    /// The same around the cache, to whole vectors.
+    HWY_INLINE HWY_ATTR void Stream(std::uint8_t* const (&rows)[kRows], std::size_t x) const {
+        const auto put = [&rows, x](std::size_t odds) {
+            return [&rows, x, odds](VU8 pixels, std::size_t i)
+                       HWY_ATTR { hn::Stream(pixels, DU8(), rows[2 * i + odds] + 4 * x); };
+        };
+        Turned(even, put(0));
+        Turned(odd, put(1));
+    }
+
+private:
+    const Summing summing;
+    Sums sums;
+    const std::uint8_t *entering, *leaving;
+    Sums boxes[4];
+    VU8 even[kBlocks], odd[kBlocks];  ///< four pixels of the even row of each block, and of the odd one
+};
+
+/// For columns that are made ahead of all boxes.
+struct NoBoxes {
+    template <std::size_t>
+    void Move() {}
 };
 
 template <class Summing>
-HWY_ATTR void Blur(const BoxJob& job, const Summing& summing, BoxMemory& memory) {
-    InStrips(job, Strip<Summing>::RingBytes(job), Strip<Summing>::kColumnBytes, memory,
-             [&](const BoxJob& strip, std::uint8_t* bytes) { Strip<Summing>(strip, summing, bytes).Run(); });
+HWY_ATTR void BlurBlock(const BoxJob& job, const Block& rows, const Summing& theSumming,
+                        const Columns& theColumns, const Ring& theRing) {
+    // In registers: bytes that are written may be anything.
+    const Block block = rows;
+    const Summing summing = theSumming;
+    const Columns columns = theColumns;
+    const Ring ring = theRing;
+    const std::size_t width = job.width, left = job.left, right = job.right, reach = job.boxWidth / 2;
+    const std::size_t end = EndColumn(job);
+    const auto address = reinterpret_cast<std::uintptr_t>(block.out[0] + 4 * left);
+    // Lines of the cache in parts, and of several rows in turn, would be slow.
+    const bool streams = kBytes == 64 && job.streams &&
+                         (address | static_cast<std::uintptr_t>(job.destination.pitch)) % kBytes == 0;
+
+    NoBoxes none;
+    std::size_t made = FirstColumn(job);
+    // Beyond the picture lie slots of columns that are mirrored there.
+    std::size_t mirrored = width;
+    const auto makeBelow = [&](std::size_t column) HWY_ATTR {
+        for (; made < std::min(column, end); made += kPixels) {
+            columns.Make(block, made, width, ring, none);
+        }
+        for (; mirrored < std::min(column, right + reach); ++mirrored) {
+            ring.Copy(2 * width - 2 - mirrored, mirrored);
+        }
+    };
+    // A vector ahead of what the first boxes need: the loop below then makes columns for its next round, and
+    // neither half of it waits for the other.
+    makeBelow(left + reach + 1 + kPixels);
+    for (std::size_t i = 1; i + left <= reach; ++i) {
+        ring.Copy(i, std::size_t{0} - i);
+    }
+    typename Summing::Sums sums = summing.Start();
+    for (std::size_t i = 0; i < job.boxWidth - 1; ++i) {
+        Summing::Enter(sums, ring.Slots(left - reach + i));
+    }
+    // Nothing leaves the first box.
+    ring.Put(hn::Zero(DU16()), left - reach - 1);
+
+    std::size_t x = left;
+    if (block.rows == kRows) {
+        // The next columns of the ring and the next pixels.
+        for (; x + kPixels <= right && made < end && made + kPixels <= width; x += kPixels, made += kPixels) {
+            Boxes<Summing> boxes(summing, sums, ring.Slots(x + reach), ring.Slots(x - reach - 1));
+            columns.Make(block, made, made + kPixels, ring, boxes);
+            sums = boxes.Last();
+            if (streams) {
+                boxes.Stream(block.out, x);
+            } else {
+                boxes.Write(block.out, x);
+            }
+        }
+    }
+    for (; x < right; x += kPixels) {
+        makeBelow(x + kPixels + reach);
+        Boxes<Summing> boxes(summing, sums, ring.Slots(x + reach), ring.Slots(x - reach - 1));
+        boxes.MoveAll();
+        sums = boxes.Last();
+        if (block.rows == kRows && x + kPixels <= right) {
+            boxes.Write(block.out, x);
+            continue;
+        }
+        alignas(kBytes) std::uint8_t some[kRows][kBytes];
+        std::uint8_t* someRows[kRows];
+        for (std::size_t i = 0; i < kRows; ++i) {
+            someRows[i] = some[i];
+        }
+        boxes.Write(someRows, 0);
+        for (std::size_t i = 0; i < block.rows; ++i) {
+            std::memcpy(block.out[i] + 4 * x, some[i], 4 * std::min(kPixels, right - x));
+        }
+    }
+}
+
+/// Blurs a strip of columns from the top to the bottom.
+template <class Summing>
+HWY_ATTR void BlurStrip(const BoxJob& job, const Summing& summing, std::uint8_t* memory) {
+    const Ring ring(job, FirstColumn(job), memory);
+    const Columns columns(FirstColumn(job), memory + Ring::Bytes(job));
+    columns.Start(job, EndColumn(job), Summing::kBias);
+    for (std::size_t y = job.top; y < job.bottom; y += kRows) {
+        BlurBlock(job, Block(job, y), summing, columns, ring);
+    }
+    if (job.streams) {
+        hwy::FlushStream();
+    }
+}
+
+template <class Summing>
+void Blur(const BoxJob& job, const Summing& summing, BoxMemory& memory) {
+    // The last vector of columns reaches beyond them.
+    InStrips(job, Ring::Bytes(job) + kPixels * Columns::kBytesEach, Columns::kBytesEach, memory,
+             [&](const BoxJob& strip, std::uint8_t* bytes) HWY_ATTR { BlurStrip(strip, summing, bytes); });
 }
 
 constexpr std::size_t kMostRows = 257;  ///< whose sum of bytes has 16 bits
 
-HWY_ATTR void RunBlurBox(const BoxJob& job, BoxMemory& memory) {
+template <bool Fused>
+void BlurByLongSums(const BoxJob& job, std::size_t area, BoxMemory& memory) {
+    if (job.toByte.form == SumToByte::Form::kSingle) {
+        if (area <= SingleOfMantissa::kMostArea) {
+            Blur(job, LongSums<SingleOfMantissa, Fused>(job), memory);
+        } else {
+            Blur(job, LongSums<SingleOfInteger, false>(job), memory);
+        }
+    } else if (ShortProduct::Serves(job.toByte, area)) {
+        Blur(job, LongSums<ShortProduct, Fused>(job), memory);
+    } else {
+        Blur(job, LongSums<WrappingProduct, false>(job), memory);
+    }
+}
+
+void RunBlurBox(const BoxJob& job, BoxMemory& memory) {
     const std::size_t area = job.boxWidth * job.boxHeight;
     const SumToByte& rule = job.toByte;
+    const bool isSingle = rule.form == SumToByte::Form::kSingle;
     if (job.boxHeight > kMostRows || area > SingleOfInteger::kMostArea) {
         BlurPlainly(job, memory);
-    } else if (rule.form == SumToByte::Form::kSingle) {
-        if (ShortRounding rounding; FindShortRounding(area, rounding)) {
-            Blur(job, ShortSums(rounding.start, rounding.multiplier, rounding.shift), memory);
-        } else if (area <= SingleOfMantissa::kMostArea) {
-            Blur(job, LongSums<SingleOfMantissa>(job), memory);
-        } else {
-            Blur(job, LongSums<SingleOfInteger>(job), memory);
-        }
-    } else if (area <= kMostRows && rule.preShift == 0 && rule.totalShift >= 16) {
+    } else if (ShortRounding rounding; isSingle && FindShortRounding(area, rounding)) {
+        Blur(job, ShortSums(rounding.start, rounding.multiplier, rounding.shift), memory);
+    } else if (!isSingle && area <= kMostRows && rule.preShift == 0 && rule.totalShift > 16) {
         Blur(job, ShortSums(0, rule.multiplier, rule.totalShift - 16), memory);
-    } else if (ShortProduct::Serves(rule, area)) {
-        Blur(job, LongSums<ShortProduct>(job), memory);
+    } else if (HWY_TARGET == HWY_AVX3 && simd::CurrentTarget() == simd::kAVX512DL) {
+        BlurByLongSums<HWY_TARGET == HWY_AVX3>(job, area, memory);
     } else {
-        Blur(job, LongSums<WrappingProduct>(job), memory);
+        BlurByLongSums<false>(job, area, memory);
     }
 }
 
