@@ -6,9 +6,10 @@
 
 // The key of one chroma value in three arithmetics, and what is made of it. Each is a class with
 //
-//     Key operator()(cb, cr) const          m, the key as it mixes, 0 to kOpaque, and chroma without the
-//     backing's Mix(foreground, background, m)        one sample Full(m)                               the
-//     key as a sample Nearest(alpha, m), Truncated(alpha, m)
+//     Key operator()(cb, cr) const          m, the key as it mixes, 0 to kOpaque; chroma without spill
+//     Mix(foreground, background, m)        one sample
+//     Full(m)                               the key as a sample
+//     Nearest(alpha, m), Truncated(alpha, m)
 
 namespace Zan {
 
