@@ -89,7 +89,7 @@ struct RowSums {
 
 /// MixOf in 512ths, for which bytes are too small.
 template <std::size_t taps>
-HWY_INLINE HWY_ATTR VU8 MixFinely(const VU8 (&in)[taps], const VectorShares<taps>& shares) {
+HWY_NOINLINE HWY_ATTR VU8 MixFinely(const VU8 (&in)[taps], const VectorShares<taps>& shares) {
     const DU8 d;
     const DI16 d16;
     const DI32 d32;
@@ -224,6 +224,7 @@ struct MixEveryByte {
         return uses;
     }();
     static constexpr PlaneUse kDestinations[] = {{.index = 0}};
+    static constexpr bool kStaysInCache = true;
     MixShares shares;
 
     void Unit(const Place& at, std::size_t x) const {
@@ -264,6 +265,7 @@ struct MixStraightPixels {
         return uses;
     }();
     static constexpr PlaneUse kDestinations[] = {PixelPlane(0)};
+    static constexpr bool kStaysInCache = true;
     MixShares shares;
 
     void Unit(const Place& at, std::size_t x) const {
@@ -313,6 +315,7 @@ struct OfPairs {
     using Place = simd::Place<4 * kMostTaps, 1>;
     static constexpr PlaneUse kDestinations[] = {PairPlane(0)};
     static constexpr std::size_t kUnit = 2;
+    static constexpr bool kStaysInCache = true;
     MixShares shares;
 
     /// Planes of colour, of alpha, or of both.

@@ -257,6 +257,7 @@ struct OverPairSamples {
         }
         return uses;
     }();
+    static constexpr bool kStaysInCache = true;
     static constexpr std::size_t kUnit = 2;
 
     void Unit(const Place& at, std::size_t x) const {
