@@ -80,7 +80,7 @@ struct Division {
         for (std::uint32_t tried = 0; n != 1 && tried < 9 * 2 * 3; ++tried) {
             const std::uint32_t bits = tried / 6, up = tried / 3 % 2, more = tried % 3;
             const std::uint32_t f = ((std::uint32_t{1} << (16 + bits)) + up * (n - 1)) / n;
-            if (f < 32768 || f > 65535) {
+            if (f > 65535) {
                 continue;
             }
             summand = static_cast<std::uint16_t>(half + more);
@@ -103,8 +103,8 @@ struct Division {
 
     HWY_INLINE HWY_ATTR VU16 Of(VU16 sum) const {
         const DU16 d;
-        return hn::ShiftRightSame(hn::MulHigh(hn::SaturatedAdd(sum, hn::Set(d, summand)), hn::Set(d, factor)),
-                                  shift);
+        const VU16 product = hn::MulHigh(hn::SaturatedAdd(sum, hn::Set(d, summand)), hn::Set(d, factor));
+        return shift == 0 ? product : hn::ShiftRightSame(product, shift);
     }
 };
 
@@ -123,6 +123,9 @@ template <Layout kLayout, class Real, bool kCombines, std::size_t Width>
 class AdaptiveStep {
     static constexpr bool kArePairs = kLayout == Layout::kPairs, kSingle = sizeof(Real) == sizeof(float);
     static constexpr std::size_t kLanes = HWY_LANES(std::int32_t);
+    /// In windows of one column all bytes are alike: the lower and the upper ones of each block take the
+    /// places of chroma and luma.
+    static constexpr bool kByHalves = Width == 1;
     using R = Reals<Real>;
 
 public:
@@ -136,8 +139,8 @@ public:
           strength(static_cast<Real>(settings.strength)) {
         for (std::size_t i = 0; i < kLanes; ++i) {
             const std::size_t chroma = i % 2 * 2;
-            levels[0][i] = settings.levels[chroma];
-            levels[1][i] = settings.levels[1];
+            levels[0][i] = settings.levels[kByHalves && i % 2 == 1 ? 1 : kByHalves ? i % 4 : chroma];
+            levels[1][i] = kByHalves ? levels[0][i] : static_cast<Real>(settings.levels[1]);
             weights[0][i] = static_cast<Real>(settings.weights[chroma]);
             weights[1][i] = static_cast<Real>(settings.weights[1]);
         }
@@ -157,38 +160,48 @@ public:
         const DU16 d16;
         constexpr bool kOddPixels = kCombines && kArePairs;
         const auto evenBytes = [](VU8 tap) TESSELU_INLINED { return EvenBytes(tap); };
-        const TapSums sums = SumOfTaps(
-            rows, x, [](VU8 tap) TESSELU_INLINED { return tap; }, evenBytes);
-        const VU16 chroma = sums.chroma, luma = sums.luma;
-        const VU16 oddChroma = kOddPixels ? SumOfOddChroma(rows, x, evenBytes) : chroma;
-        const VU16 chromaMean = division.Of(chroma), lumaMean = division.Of(luma);
-        const VU16 oddMean = kOddPixels ? division.Of(oddChroma) : chromaMean;
-
+        TapSums sums, below;
+        VU16 oddChroma, oddMean, oddBelow;
+        VU16 chromaMean, lumaMean;
         // Differences are (sum - n * mean) + 2 * those of the samples below the mean.
-        const VU8 mean = hn::BitCast(d8, hn::Or(chromaMean, hn::ShiftLeft<8>(lumaMean)));
-        const auto belowIn = [](VU16 evenMean) TESSELU_INLINED {
-            return [evenMean](VU8 tap) TESSELU_INLINED {
-                return hn::BitCast(DU16(), hn::SaturatedSub(hn::BitCast(DU8(), evenMean), tap));
+        if constexpr (kByHalves) {
+            alignas(64) std::uint8_t pairs[kMostSamples - 1][kBytesAtOnce];
+            sums = SumOfPairs(rows, x, pairs);
+            chromaMean = division.Of(sums.chroma);
+            lumaMean = division.Of(sums.luma);
+            below = SumBelow(rows, x, pairs, chromaMean, lumaMean);
+        } else {
+            sums = SumOfTaps(
+                rows, x, [](VU8 tap) TESSELU_INLINED { return tap; }, evenBytes);
+            chromaMean = division.Of(sums.chroma);
+            lumaMean = division.Of(sums.luma);
+            const VU8 mean = hn::BitCast(d8, hn::Or(chromaMean, hn::ShiftLeft<8>(lumaMean)));
+            const auto belowIn = [](VU16 evenMean) TESSELU_INLINED {
+                return [evenMean](VU8 tap) TESSELU_INLINED {
+                    return hn::BitCast(DU16(), hn::SaturatedSub(hn::BitCast(DU8(), evenMean), tap));
+                };
             };
-        };
-        const TapSums below = SumOfTaps(
-            rows, x, [mean](VU8 tap) TESSELU_INLINED { return hn::SaturatedSub(mean, tap); },
-            belowIn(chromaMean));
-        const VU16 chromaBelow = below.chroma, lumaBelow = below.luma;
-        const VU16 oddBelow = kOddPixels ? SumOfOddChroma(rows, x, belowIn(oddMean)) : chromaBelow;
+            below = SumOfTaps(
+                rows, x, [mean](VU8 tap) TESSELU_INLINED { return hn::SaturatedSub(mean, tap); },
+                belowIn(chromaMean));
+            if constexpr (kOddPixels) {
+                oddChroma = SumOfOddChroma(rows, x, evenBytes);
+                oddMean = division.Of(oddChroma);
+                oddBelow = SumOfOddChroma(rows, x, belowIn(oddMean));
+            }
+        }
         // Zeros that are not there lie the mean below it.
         const VU16 missing = hn::Set(d16, static_cast<std::uint16_t>(rows.missing * width));
-        const auto differences = [&](VU16 sum, VU16 of, VU16 below) TESSELU_INLINED {
-            const VU16 all = kArePairs ? below : hn::Add(below, hn::Mul(of, missing));
+        const auto differences = [&](VU16 sum, VU16 of, VU16 under) TESSELU_INLINED {
+            const VU16 all = kArePairs ? under : hn::Add(under, hn::Mul(of, missing));
             return Deviations(hn::Add(hn::Sub(sum, hn::Mul(of, hn::Set(d16, samples))), hn::Add(all, all)));
         };
-        const VU16 chromaOff = differences(chroma, chromaMean, chromaBelow);
-        const VU16 lumaOff = differences(luma, lumaMean, lumaBelow);
+        const VU16 chromaOff = differences(sums.chroma, chromaMean, below.chroma);
+        const VU16 lumaOff = differences(sums.luma, lumaMean, below.luma);
 
         const VU8 centre = hn::LoadU(d8, rows.rows[rows.centre] + x);
-        const VU16 centres = hn::BitCast(d16, centre);
-        const VU16 chromaCentre = hn::And(centres, hn::Set(d16, 0xFF)),
-                   lumaCentre = hn::ShiftRight<8>(centres);
+        const VU16 chromaCentre = kByHalves ? LowerBytes(centre) : EvenBytes(centre),
+                   lumaCentre = kByHalves ? UpperBytes(centre) : OddBytes(centre);
         VI16 chromaMade, lumaMade;
         if constexpr (kCombines) {
             const VU16 oddOff = kArePairs ? differences(oddChroma, oddMean, oddBelow) : chromaOff;
@@ -202,7 +215,7 @@ public:
             const R lumaFractions[2] = {Fraction<1>(Lower(lumaOff)), Fraction<1>(Upper(lumaOff))};
             lumaMade = Results(lumaFractions, lumaMean, lumaCentre);
         }
-        VU8 made = BytesInTurn(chromaMade, lumaMade);
+        VU8 made = kByHalves ? PackToBytes(chromaMade, lumaMade) : BytesInTurn(chromaMade, lumaMade);
         if (limits) {
             const VU8 level = hn::Load(d8, byteLevels);
             made = hn::Max(hn::Min(made, hn::SaturatedAdd(centre, level)), hn::SaturatedSub(centre, level));
@@ -232,6 +245,56 @@ private:
         }
     }
 
+    /// Sums of the lower and the upper bytes of all rows. Two rows at a time, of which the bytes in turn are
+    /// left in `pairs`.
+    HWY_INLINE HWY_ATTR static TapSums SumOfPairs(const WindowRows& rows, std::size_t x,
+                                                  std::uint8_t (*pairs)[kBytesAtOnce]) {
+        const DU8 d;
+        const VI8 ones = hn::Set(DI8(), 1);
+        VI16 lower = hn::Zero(DI16()), upper = lower;
+        std::size_t i = 0;
+        for (; i + 2 <= rows.count; i += 2) {
+            const VU8 a = hn::LoadU(d, rows.rows[i] + x), b = hn::LoadU(d, rows.rows[i + 1] + x);
+            const VU8 low = hn::InterleaveLower(d, a, b), high = hn::InterleaveUpper(d, a, b);
+            hn::Store(low, d, pairs[i]);
+            hn::Store(high, d, pairs[i + 1]);
+            lower = hn::Add(lower, MulAddPairs(low, ones));
+            upper = hn::Add(upper, MulAddPairs(high, ones));
+        }
+        const DU16 d16;
+        TapSums sums = {hn::BitCast(d16, lower), hn::BitCast(d16, upper)};
+        if (i != rows.count) {
+            const VU8 last = hn::LoadU(d, rows.rows[i] + x);
+            sums = {hn::Add(sums.chroma, LowerBytes(last)), hn::Add(sums.luma, UpperBytes(last))};
+        }
+        return sums;
+    }
+
+    /// Likewise of how far they are below their means.
+    HWY_INLINE HWY_ATTR static TapSums SumBelow(const WindowRows& rows, std::size_t x,
+                                                const std::uint8_t (*pairs)[kBytesAtOnce], VU16 lowerMean,
+                                                VU16 upperMean) {
+        const DU8 d;
+        const VI8 ones = hn::Set(DI8(), 1);
+        const VU8 lowerMeans = hn::BitCast(d, hn::Or(lowerMean, hn::ShiftLeft<8>(lowerMean)));
+        const VU8 upperMeans = hn::BitCast(d, hn::Or(upperMean, hn::ShiftLeft<8>(upperMean)));
+        VI16 lower = hn::Zero(DI16()), upper = lower;
+        std::size_t i = 0;
+        for (; i + 2 <= rows.count; i += 2) {
+            lower = hn::Add(lower, MulAddPairs(hn::SaturatedSub(lowerMeans, hn::Load(d, pairs[i])), ones));
+            upper =
+                hn::Add(upper, MulAddPairs(hn::SaturatedSub(upperMeans, hn::Load(d, pairs[i + 1])), ones));
+        }
+        const DU16 d16;
+        TapSums sums = {hn::BitCast(d16, lower), hn::BitCast(d16, upper)};
+        if (i != rows.count) {
+            const VU8 last = hn::LoadU(d, rows.rows[i] + x);
+            sums = {hn::Add(sums.chroma, hn::SaturatedSub(lowerMean, LowerBytes(last))),
+                    hn::Add(sums.luma, hn::SaturatedSub(upperMean, UpperBytes(last)))};
+        }
+        return sums;
+    }
+
     HWY_INLINE HWY_ATTR std::ptrdiff_t Half() const {
         return static_cast<std::ptrdiff_t>(Width == 0 ? width / 2 : Width / 2);
     }
@@ -258,9 +321,7 @@ private:
         };
         const std::ptrdiff_t half = Half();
         ForEachRow(rows, x, [&](const std::uint8_t* at) TESSELU_INLINED {
-            if constexpr (Width == 1) {
-                take(at);
-            } else if constexpr (!kArePairs) {
+            if constexpr (!kArePairs) {
                 for (std::ptrdiff_t dx = -half; dx <= half; ++dx) {
                     take(at + 4 * dx);
                 }
@@ -282,7 +343,7 @@ private:
             }
         });
         const VU16 chroma = hn::Sub(words, hn::ShiftLeft<8>(lumaOfWords));
-        if constexpr (Width == 1 || !kArePairs) {
+        if constexpr (!kArePairs) {
             return {chroma, lumaOfWords};
         } else {
             return {hn::Add(hn::Add(chroma, chroma), otherChroma), hn::Add(lumaOfWords, otherLuma)};
@@ -366,7 +427,10 @@ private:
     HWY_INLINE HWY_ATTR VI16 Results(const R* fractions, VU16 mean, VU16 centre) const {
         const auto half = [&](const R& fraction, VI32 ofMean, VI32 ofCentre) TESSELU_INLINED {
             const R one = R::Set(1);
-            const R keep = AtMost(one, (one - fraction) * R::Set(strength));
+            R keep = one - fraction;
+            if (strength != 1) {
+                keep = AtMost(one, keep * R::Set(strength));
+            }
             return ((one - keep) * R::From(ofMean) + keep * R::From(ofCentre) + R::Set(Real(0.5))).Whole();
         };
         return PackToShorts(half(fractions[0], Lower(mean), Lower(centre)),

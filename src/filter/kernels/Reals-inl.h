@@ -114,6 +114,14 @@ HWY_INLINE HWY_ATTR VI32 Upper(VU16 v) {
     return hn::BitCast(DI32(), hn::InterleaveUpper(DU16(), v, hn::Zero(DU16())));
 }
 
+/// The lower and the upper bytes of each block, in 16 bits; PackToBytes is the way back, with limits.
+HWY_INLINE HWY_ATTR VU16 LowerBytes(VU8 v) {
+    return hn::BitCast(DU16(), hn::InterleaveLower(DU8(), v, hn::Zero(DU8())));
+}
+HWY_INLINE HWY_ATTR VU16 UpperBytes(VU8 v) {
+    return hn::BitCast(DU16(), hn::InterleaveUpper(DU8(), v, hn::Zero(DU8())));
+}
+
 /// Even and odd bytes of words, and back with limits.
 HWY_INLINE HWY_ATTR VU16 EvenBytes(VU8 v) {
     return hn::And(hn::BitCast(DU16(), v), hn::Set(DU16(), 0xFF));
