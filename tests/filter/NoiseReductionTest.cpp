@@ -11,6 +11,8 @@
 #include <random>
 #include <vector>
 
+#include "simd/Targets.h"
+
 using namespace Zan;
 
 namespace {
@@ -371,6 +373,35 @@ TEST(NoiseReduction, WindowsLargerThanThePicture) {
     call.windowHeight = 3;
     Picture out = Filtered({Picture(2, 1, 0x87878787U)}, {1, 1, 1}, call);  // 135 * 2 / 27
     EXPECT_EQ(out, Picture(2, 1, 0x870A0A0AU));
+}
+
+TEST(NoiseReduction, EveryNumberOfSamplesIsTheSameOnEveryTarget) {
+    // Sums fit 16 bits up to 257 samples. White and black pictures reach their ends.
+    for (const unsigned range : {256U, 2U, 1U}) {
+        const Picture picture = Random(23, 3, 31, 256 - range, range);
+        for (ULong32 n = 1; n <= 261; n += 2) {
+            for (const bool isWide : {false, true}) {
+                Call call;
+                (isWide ? call.windowWidth : call.windowHeight) = n;
+                call.strength = 0.75;
+                for (const Call& form : {AllForms(call)[0], AllForms(call)[3], AllForms(call)[4]}) {
+                    Picture expected(1, 1);
+                    {
+                        const simd::ScopedTarget scope(simd::kPortable);
+                        expected = Filtered({picture}, {20, 30, 40}, form);
+                    }
+                    for (std::size_t i = 1; i < simd::kTargetCount; ++i) {
+                        const auto target = static_cast<simd::Target>(i);
+                        if (simd::IsTargetAvailable(target)) {
+                            const simd::ScopedTarget scope(target);
+                            ASSERT_EQ(Filtered({picture}, {20, 30, 40}, form), expected)
+                                << n << " samples, target " << i;
+                        }
+                    }
+                }
+            }
+        }
+    }
 }
 
 TEST(NoiseReduction, FlatPictureNoiseGoesDownByTheNumberOfSamples) {
