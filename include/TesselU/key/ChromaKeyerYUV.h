@@ -32,11 +32,11 @@ class ImageView;
 /// Results are rounded to the nearest code value, halves up, and limited to 0...255. A degree is taken as
 /// 3.1415026535 / 180, so that a hue of 180 degrees is off the axis by 9e-5, which narrow wedges show.
 ///
-/// Three forms of this arithmetic serve the styles. *Float* is double precision in the order written above.
-/// The *SSE* form is single precision, with the saturation decided as in doubles: within one code value of
-/// the former. *Fixed* is integers with 7 bits of fraction (cosines, gain) or 6 (suppression), t limited to
-/// 0...1, and a saturation minimum on a scale on which full saturation is 0.498: it differs from both for
-/// narrow wedges and wherever there is a minimum. All give the same bits on every processor.
+/// Three forms serve the styles. *Float* is double precision in the order written above, its tangent a sine
+/// over a cosine. The *SSE* form is single precision, with the saturation decided as in doubles: within one
+/// code value of the former. *Fixed* is integers with 7 bits of fraction (cosines, gain) or 6 (suppression),
+/// t limited to 0...1, and a saturation minimum on a scale on which full saturation is 0.498: it differs from
+/// both for narrow wedges and wherever there is a minimum. All give the same bits on every processor.
 ///
 /// Operations keep nothing between calls and may run on several threads, unless a setting changes meanwhile.
 class TESSELU_API ChromaKeyerYUV {
@@ -91,15 +91,15 @@ public:
     /// | | 4:4:4:4 | 4:2:2 |
     /// |---|---|---|
     /// | `kFP` | fixed | fixed |
-    /// | `kInt_MMXorSIMD`, `kFlp_SIMD`, `kBestAvailable` | float | SSE form if the processor has SSE, else
-    /// float | | any other | float | float |
+    /// | `kInt_MMXorSIMD`, `kFlp_SIMD`, `kBestAvailable` | float | SSE form, without SSE float |
+    /// | any other | float | float |
     ///
     /// Processed rows: `result` gets the mix. In 4:4:4:4 alpha becomes 255 with a background, and is that of
-    /// the foreground without one. In 4:2:2 an alpha plane of the foreground, unless it is described as
-    /// `kAlphaOpaque`, is multiplied with the key of its pixel (a garbage matte: 0 shows the background), by
-    /// the float and SSE forms alone; Cb, Y0 and Cr take the key of the first pixel, Y1 that of the second.
-    /// Without a background alpha reaches `keyOut` only. The alpha plane of a 4:2:2:4 result becomes 255 over
-    /// the whole work area if there is a background, else it is not touched. `keyOut` gets the key.
+    /// the foreground without one. In 4:2:2 an alpha plane of the foreground, unless described as `kNoAlpha`
+    /// or `kAlphaOpaque`, is multiplied with the key of its pixel (a garbage matte: 0 shows the background),
+    /// by the float and SSE forms alone; Cb, Y0 and Cr take the key of the first pixel, Y1 that of the
+    /// second. Without a background alpha reaches `keyOut` only. The alpha plane of a 4:2:2:4 result becomes
+    /// 255 over the whole work area if there is a background, else it is not touched. `keyOut` gets the key.
     ///
     /// Rows that show the key: `result` gets it as luma with chroma 128, in 4:4:4:4 with the foreground's
     /// alpha. The product with an alpha plane is truncated there. `keyOut` gets the same, or 255 without a
