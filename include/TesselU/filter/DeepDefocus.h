@@ -56,11 +56,13 @@ public:
     /// | 1 | no image |
     /// | 4 | an image that is not `k4444`, or has not four channels |
     /// | 1 | an image without memory |
-    /// | 98 | a selection whose 32-bit words leave their image; any field of a bottom-left image of two lines
-    /// or more | | -10 | (2^bits - 1) * `horizontalSize` * `verticalSize` is above 4294967295.0 | | -1 | a
-    /// size is 0, or negative where it is truncated, or not a number | | -2 | a size is even | | -3 | a size
-    /// is not smaller than the working size | | -4 | a working size above 2^31 | | -5 | in the integer form,
-    /// kw * kh is above 65536, for which there is no scale |
+    /// | 98 | a selection whose 32-bit words leave their image, as fields of a bottom-left one do |
+    /// | -10 | (2^bits - 1) * `horizontalSize` * `verticalSize` is above 4294967295.0 |
+    /// | -1 | a size is 0, or negative where it is truncated, or not a number |
+    /// | -2 | a size is even |
+    /// | -3 | a size is not smaller than the working size |
+    /// | -4 | a working size above 2^31 |
+    /// | -5 | in the integer form, kw * kh is above 65536, for which there is no scale |
     ///
     /// Nothing is written where the status is not 0.
     Long32 Do(ImageView& source, ImageView& destination, double horizontalSize, double verticalSize,
