@@ -497,7 +497,14 @@ int Render(const Picture& foreground, const Picture& background, Picture& result
     const Integer finelyX = Position(x, 256), finelyY = Position(y, 256);
     const Box overlap = place.region.Moved(wholeX, wholeY).Cut(target.region);
     Foreground moving{foreground, place.bounds, place.region};
-    const bool isEmpty = subPixel ? !IsReached(moving, finelyX, finelyY, target.region) : overlap.IsEmpty();
+    Box reached = target.region;
+    if (pairs && !moving.region.IsEmpty() && !reached.IsEmpty()) {
+        // Between pixels, half a pair at the end of the foreground is outside; one at the end of the result
+        // has the chroma of the whole.
+        moving.region.right -= (moving.region.right - moving.region.left) % 2;
+        reached.right += (reached.right - reached.left) % 2;
+    }
+    const bool isEmpty = subPixel ? !IsReached(moving, finelyX, finelyY, reached) : overlap.IsEmpty();
 
     if (!inPlace) {
         const int status =
@@ -520,7 +527,6 @@ int Render(const Picture& foreground, const Picture& background, Picture& result
             BlendWholeRgb(foreground, bounds, result, overlap);
         }
     } else if (pairs) {
-        moving.region.right -= (moving.region.right - moving.region.left) % 2;
         BlendFractionPairs(moving, finelyX, finelyY, result, target.region);
     } else {
         BlendFractionRgb(moving, finelyX, finelyY, result, target.region);
