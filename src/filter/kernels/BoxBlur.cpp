@@ -183,6 +183,7 @@ HWY_INLINE HWY_ATTR void Turned(const V (&v)[kBlocks], Put put) {
 /// more, is a multiplication as well, for which processors have other units than for all the shuffles around.
 class ShortSums {
 public:
+    static constexpr bool kTall = false;
     static constexpr std::uint32_t kBias = 0;  ///< in sums of columns
 
     struct Sums {
@@ -222,12 +223,14 @@ private:
 };
 
 /// Sums of 32 bits: even rows of blocks, odd rows of blocks. `ToByte` makes bytes of them, and says what is
-/// added to every sum for it.
-template <class ToByte, bool Fused>
+/// added to every sum for it. Where boxes are `Tall` these are sums of what changes inside of a block, and
+/// those of the row above it are added to them.
+template <class ToByte, bool Fused, bool Tall>
 class LongSums {
 public:
+    static constexpr bool kTall = Tall;
     /// Makes sums of columns up to 65535 signed; differences do not know of it.
-    static constexpr std::uint32_t kBias = 32768;
+    static constexpr std::uint32_t kBias = Tall ? 0 : 32768;
 
     struct Sums {
         VU32 even, odd;
@@ -237,6 +240,10 @@ public:
         : toByte(job.toByte), first(static_cast<std::uint32_t>(job.boxWidth) * kBias + ToByte::kAdded) {}
 
     HWY_INLINE HWY_ATTR Sums Start() const { return {hn::Set(DU32(), first), hn::Set(DU32(), first)}; }
+    static HWY_INLINE HWY_ATTR Sums Plus(const Sums& sums, const std::uint32_t* above) {
+        const VU32 all = hn::LoadDup128(DU32(), above);
+        return {hn::Add(sums.even, all), hn::Add(sums.odd, all)};
+    }
     static HWY_INLINE HWY_ATTR void Enter(Sums& sums, const std::uint8_t* entering) {
         MoveLanes(sums, Slot(entering), hn::Zero(DI16()));
     }
@@ -505,6 +512,22 @@ public:
         ring.Turn(lower, upper, x);
     }
 
+    void Clear(std::size_t end) const {
+        std::memset(sums, 0, (end - first + kPixels - 1) / kPixels * kPixels * kBytesEach);
+    }
+    /// Adds those of a column, which are signed, to others.
+    HWY_INLINE void AddTo(std::uint32_t* others, std::size_t x) const {
+        // Halves of blocks hold two columns each.
+        const std::size_t at = x - first, group = at / kPixels, pixel = at % kPixels;
+        const std::uint8_t* const from =
+            sums + group * 2 * kBytes + pixel % 4 / 2 * kBytes + pixel / 4 * 16 + pixel % 2 * 8;
+        std::int16_t changes[4];
+        std::memcpy(changes, from, sizeof changes);
+        for (std::size_t i = 0; i < 4; ++i) {
+            others[i] += static_cast<std::uint32_t>(std::int32_t{changes[i]});
+        }
+    }
+
 private:
     template <std::size_t I, class Between>
     HWY_INLINE HWY_ATTR void MakeRow(const Block& block, std::size_t x, std::size_t width, Halves& sum,
@@ -542,17 +565,17 @@ public:
     using Sums = typename Summing::Sums;
 
     HWY_INLINE HWY_ATTR Boxes(const Summing& newSumming, const Sums& newSums, const std::uint8_t* newEntering,
-                              const std::uint8_t* newLeaving)
-        : summing(newSumming), sums(newSums), entering(newEntering), leaving(newLeaving) {}
+                              const std::uint8_t* newLeaving, const std::uint32_t* newAbove)
+        : summing(newSumming), sums(newSums), entering(newEntering), leaving(newLeaving), above(newAbove) {}
 
     template <std::size_t Part>
     HWY_INLINE HWY_ATTR void Move() {
         constexpr std::size_t kFirst = Part * kPixels / kRows, kSecond = kFirst + 1;
         static_assert(kPixels == 2 * kRows);
         Summing::Move(sums, entering + kFirst * kBytes, leaving + kFirst * kBytes);
-        boxes[kFirst % 4] = sums;
+        boxes[kFirst % 4] = Whole(kFirst);
         Summing::Move(sums, entering + kSecond * kBytes, leaving + kSecond * kBytes);
-        boxes[kSecond % 4] = sums;
+        boxes[kSecond % 4] = Whole(kSecond);
         if constexpr (kSecond % 4 == 3) {
             summing.ToBytes(boxes, even[kSecond / 4], odd[kSecond / 4]);
         }
@@ -586,9 +609,18 @@ public:
     }
 
 private:
+    HWY_INLINE HWY_ATTR Sums Whole(std::size_t i) const {
+        if constexpr (Summing::kTall) {
+            return Summing::Plus(sums, above + 4 * i);
+        } else {
+            return sums;
+        }
+    }
+
     const Summing summing;
     Sums sums;
     const std::uint8_t *entering, *leaving;
+    const std::uint32_t* above;
     Sums boxes[4];
     VU8 even[kBlocks], odd[kBlocks];  ///< four pixels of the even row of each block, and of the odd one
 };
@@ -599,9 +631,14 @@ struct NoBoxes {
     void Move() {}
 };
 
+/// Where there are none they are not asked for.
+HWY_INLINE const std::uint32_t* AboveAt(const std::uint32_t* above, std::size_t x) {
+    return above == nullptr ? nullptr : above + 4 * x;
+}
+
 template <class Summing>
 HWY_ATTR void BlurBlock(const BoxJob& job, const Block& rows, const Summing& theSumming,
-                        const Columns& theColumns, const Ring& theRing) {
+                        const Columns& theColumns, const Ring& theRing, const std::uint32_t* above) {
     // In registers: bytes that are written may be anything.
     const Block block = rows;
     const Summing summing = theSumming;
@@ -643,7 +680,8 @@ HWY_ATTR void BlurBlock(const BoxJob& job, const Block& rows, const Summing& the
     if (block.rows == kRows) {
         // The next columns of the ring and the next pixels.
         for (; x + kPixels <= right && made < end && made + kPixels <= width; x += kPixels, made += kPixels) {
-            Boxes<Summing> boxes(summing, sums, ring.Slots(x + reach), ring.Slots(x - reach - 1));
+            Boxes<Summing> boxes(summing, sums, ring.Slots(x + reach), ring.Slots(x - reach - 1),
+                                 AboveAt(above, x - left));
             columns.Make(block, made, made + kPixels, ring, boxes);
             sums = boxes.Last();
             if (streams) {
@@ -655,7 +693,8 @@ HWY_ATTR void BlurBlock(const BoxJob& job, const Block& rows, const Summing& the
     }
     for (; x < right; x += kPixels) {
         makeBelow(x + kPixels + reach);
-        Boxes<Summing> boxes(summing, sums, ring.Slots(x + reach), ring.Slots(x - reach - 1));
+        Boxes<Summing> boxes(summing, sums, ring.Slots(x + reach), ring.Slots(x - reach - 1),
+                             AboveAt(above, x - left));
         boxes.MoveAll();
         sums = boxes.Last();
         if (block.rows == kRows && x + kPixels <= right) {
@@ -674,14 +713,88 @@ HWY_ATTR void BlurBlock(const BoxJob& job, const Block& rows, const Summing& the
     }
 }
 
+/// Sums of tall columns, and of their boxes, for the row above a block, in 32 bits.
+class TallSums {
+public:
+    static constexpr std::size_t kBytesEach = 2 * 4 * sizeof(std::uint32_t);
+
+    TallSums(const BoxJob& newJob, std::uint8_t* memory)
+        : job(newJob),
+          first(FirstColumn(job)),
+          end(EndColumn(job)),
+          ofColumns(reinterpret_cast<std::uint32_t*>(memory)),
+          ofBoxes(ofColumns + 4 * (end - first)) {}
+
+    HWY_ATTR void Start() const {
+        std::memset(ofColumns, 0, (end - first) * kBytesEach / 2);
+        const auto reach = static_cast<std::ptrdiff_t>(job.boxHeight / 2);
+        const std::ptrdiff_t above = static_cast<std::ptrdiff_t>(job.top) - 1;
+        for (std::ptrdiff_t y = above - reach; y <= above + reach; ++y) {
+            const std::uint8_t* const row = job.source.Row(Mirrored(y, job.height)) + 4 * first;
+            for (std::size_t i = 0; i < 4 * (end - first); ++i) {
+                ofColumns[i] += row[i];
+            }
+        }
+    }
+    /// Takes over what changed in a block.
+    HWY_ATTR void Add(const Columns& changes) const {
+        for (std::size_t x = first; x < end; ++x) {
+            changes.AddTo(ofColumns + 4 * (x - first), x);
+        }
+    }
+    /// The sums of boxes from the left of the job on.
+    HWY_ATTR const std::uint32_t* Boxes() const {
+        const auto reach = static_cast<std::ptrdiff_t>(job.boxWidth / 2);
+        const auto column = [this](std::ptrdiff_t x) {
+            return ofColumns + 4 * (Mirrored(x, job.width) - first);
+        };
+        OfBytes<std::uint32_t> box{};
+        const auto left = static_cast<std::ptrdiff_t>(job.left);
+        for (std::ptrdiff_t x = left - reach; x < left + reach; ++x) {
+            for (std::size_t i = 0; i < 4; ++i) {
+                box.of[i] += column(x)[i];
+            }
+        }
+        std::uint32_t* to = ofBoxes;
+        for (std::ptrdiff_t x = left; x < static_cast<std::ptrdiff_t>(job.right); ++x, to += 4) {
+            const std::uint32_t *const entering = column(x + reach), *const leaving = column(x - reach);
+            for (std::size_t i = 0; i < 4; ++i) {
+                to[i] = box.of[i] + entering[i];
+                box.of[i] = to[i] - leaving[i];
+            }
+        }
+        return ofBoxes;
+    }
+
+private:
+    const BoxJob& job;
+    std::size_t first, end;
+    std::uint32_t *ofColumns, *ofBoxes;
+};
+
+template <class Summing>
+constexpr std::size_t kBytesOfColumn = Columns::kBytesEach + (Summing::kTall ? TallSums::kBytesEach : 0);
+
 /// Blurs a strip of columns from the top to the bottom.
 template <class Summing>
 HWY_ATTR void BlurStrip(const BoxJob& job, const Summing& summing, std::uint8_t* memory) {
-    const Ring ring(job, FirstColumn(job), memory);
-    const Columns columns(FirstColumn(job), memory + Ring::Bytes(job));
-    columns.Start(job, EndColumn(job), Summing::kBias);
-    for (std::size_t y = job.top; y < job.bottom; y += kRows) {
-        BlurBlock(job, Block(job, y), summing, columns, ring);
+    const std::size_t first = FirstColumn(job), end = EndColumn(job);
+    const Ring ring(job, first, memory);
+    std::uint8_t* const sums = memory + Ring::Bytes(job);
+    const Columns columns(first, sums);
+    if constexpr (Summing::kTall) {
+        const TallSums tall(job, sums + (end - first + kPixels) / kPixels * kPixels * Columns::kBytesEach);
+        tall.Start();
+        for (std::size_t y = job.top; y < job.bottom; y += kRows) {
+            columns.Clear(end);
+            BlurBlock(job, Block(job, y), summing, columns, ring, tall.Boxes());
+            tall.Add(columns);
+        }
+    } else {
+        columns.Start(job, end, Summing::kBias);
+        for (std::size_t y = job.top; y < job.bottom; y += kRows) {
+            BlurBlock(job, Block(job, y), summing, columns, ring, nullptr);
+        }
     }
     if (job.streams) {
         hwy::FlushStream();
@@ -690,25 +803,25 @@ HWY_ATTR void BlurStrip(const BoxJob& job, const Summing& summing, std::uint8_t*
 
 template <class Summing>
 void Blur(const BoxJob& job, const Summing& summing, BoxMemory& memory) {
-    // The last vector of columns reaches beyond them.
-    InStrips(job, Ring::Bytes(job) + kPixels * Columns::kBytesEach, Columns::kBytesEach, memory,
+    // The last vectors reach beyond the columns.
+    InStrips(job, Ring::Bytes(job) + kPixels * kBytesOfColumn<Summing>, kBytesOfColumn<Summing>, memory,
              [&](const BoxJob& strip, std::uint8_t* bytes) HWY_ATTR { BlurStrip(strip, summing, bytes); });
 }
 
 constexpr std::size_t kMostRows = 257;  ///< whose sum of bytes has 16 bits
 
-template <bool Fused>
+template <bool Fused, bool Tall>
 void BlurByLongSums(const BoxJob& job, std::size_t area, BoxMemory& memory) {
     if (job.toByte.form == SumToByte::Form::kSingle) {
         if (area <= SingleOfMantissa::kMostArea) {
-            Blur(job, LongSums<SingleOfMantissa, Fused>(job), memory);
+            Blur(job, LongSums<SingleOfMantissa, Fused, Tall>(job), memory);
         } else {
-            Blur(job, LongSums<SingleOfInteger, false>(job), memory);
+            Blur(job, LongSums<SingleOfInteger, false, Tall>(job), memory);
         }
     } else if (ShortProduct::Serves(job.toByte, area)) {
-        Blur(job, LongSums<ShortProduct, Fused>(job), memory);
+        Blur(job, LongSums<ShortProduct, Fused, Tall>(job), memory);
     } else {
-        Blur(job, LongSums<WrappingProduct, false>(job), memory);
+        Blur(job, LongSums<WrappingProduct, false, Tall>(job), memory);
     }
 }
 
@@ -716,16 +829,18 @@ void RunBlurBox(const BoxJob& job, BoxMemory& memory) {
     const std::size_t area = job.boxWidth * job.boxHeight;
     const SumToByte& rule = job.toByte;
     const bool isSingle = rule.form == SumToByte::Form::kSingle;
-    if (job.boxHeight > kMostRows || area > SingleOfInteger::kMostArea) {
+    if (area > SingleOfInteger::kMostArea) {
         BlurPlainly(job, memory);
     } else if (ShortRounding rounding; isSingle && FindShortRounding(area, rounding)) {
         Blur(job, ShortSums(rounding.start, rounding.multiplier, rounding.shift), memory);
     } else if (!isSingle && area <= kMostRows && rule.preShift == 0 && rule.totalShift > 16) {
         Blur(job, ShortSums(0, rule.multiplier, rule.totalShift - 16), memory);
+    } else if (job.boxHeight > kMostRows) {
+        BlurByLongSums<false, true>(job, area, memory);
     } else if (HWY_TARGET == HWY_AVX3 && simd::CurrentTarget() == simd::kAVX512DL) {
-        BlurByLongSums<HWY_TARGET == HWY_AVX3>(job, area, memory);
+        BlurByLongSums<HWY_TARGET == HWY_AVX3, false>(job, area, memory);
     } else {
-        BlurByLongSums<false>(job, area, memory);
+        BlurByLongSums<false, false>(job, area, memory);
     }
 }
 
