@@ -382,7 +382,7 @@ Long32 COverlay::RenderPictures(const OverlayFamily& family, const COverlayImage
     motion.y = FloorDivided(down, 256 * motion.rowStep) * motion.rowStep;
     motion.down = hasFields ? Remainder(down, 512) : 2 * Remainder(down, 256);
 
-    if (!isSimple) {
+    if (motion.IsAcross() || motion.IsDown()) {
         // Lines inside fields reach farther than the rectangle.
         isEmpty = Reach(family, motion, foreground).Intersection(result.region).IsEmpty();
     }

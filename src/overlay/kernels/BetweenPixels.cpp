@@ -1,6 +1,7 @@
 // A foreground between pixels, as the overlays at whole pixels take it.
 
 #include <array>
+#include <type_traits>
 
 #include "overlay/kernels/Overlay.h"
 #include "overlay/kernels/OverlayFormulas.h"
@@ -295,14 +296,48 @@ struct MixStraightPixels {
             }
             return;
         }
-        VU8 in[taps], alpha[taps];
+        const DI32 d32;
+        const DU32 du32;
+        const hn::ScalableTag<float> df;
+        const auto weights = WeightsOfTaps<taps>(shares.luma, shares.row);
+        // Weights out of 2^16, or 2^8, so that sums of weight * alpha * colour stay below 2^32.
+        constexpr int kShift = taps == 4 ? 16 : 8;
+        VU32 pixels[taps];
+        VI32 weighted[taps], alphas = hn::Set(d32, 0);
         for (std::size_t t = 0; t < taps; ++t) {
-            in[t] = hn::LoadU(d, at.in[ColourOf(t, false)][0] + 4 * x);
-            alpha[t] = Spread<3, 3, 3, 3, 7, 7, 7, 7, 11, 11, 11, 11, 15, 15, 15, 15>(in[t]);
+            pixels[t] = hn::BitCast(du32, hn::LoadU(d, at.in[ColourOf(t, false)][0] + 4 * x));
+            const auto weight = static_cast<std::int32_t>(weights[t] >> (kWeightBits - kShift));
+            weighted[t] = hn::Mul(hn::BitCast(d32, hn::ShiftRight<24>(pixels[t])), hn::Set(d32, weight));
+            alphas = hn::Add(alphas, weighted[t]);
         }
-        const VU8 colour = StraightMixBytesOf<taps>(in, alpha, s);
-        const VU8 isAlpha = hn::BitCast(d, hn::Set(DU32(), 0xFF000000U));
-        put(d, hn::IfVecThenElse(isAlpha, MixBytesOf<taps>(alpha, s), colour), at.out[0][0] + 4 * x);
+        const VU32 alpha =
+            hn::ShiftRight<kShift>(hn::BitCast(du32, hn::Add(alphas, hn::Set(d32, 1 << (kShift - 1)))));
+        const VI32 divisor = hn::Max(alphas, hn::Set(d32, 1)), half = hn::ShiftRight<1>(divisor);
+        // Colours are halved before they become floats: they have up to 32 bits.
+        const auto factor = hn::Div(hn::Set(df, 2.0F), hn::ConvertTo(df, divisor));
+        VU32 made = hn::ShiftLeft<24>(alpha);
+        const auto add = [&](auto place) HWY_ATTR {
+            constexpr int kPlace = decltype(place)::value;
+            VI32 colours = hn::Zero(d32);
+            for (std::size_t t = 0; t < taps; ++t) {
+                const VU32 sample = hn::And(hn::ShiftRight<kPlace>(pixels[t]), hn::Set(du32, 255));
+                colours = hn::Add(colours, hn::Mul(weighted[t], hn::BitCast(d32, sample)));
+            }
+            const VU32 halved = hn::ShiftRight<1>(hn::BitCast(du32, colours));
+            // The sum with 2^23 has the nearest whole number in its low bits.
+            const auto sum = hn::Add(hn::Mul(hn::ConvertTo(df, hn::BitCast(d32, halved)), factor),
+                                     hn::Set(df, 8388608.0F));
+            const VI32 estimate = hn::And(hn::BitCast(d32, sum), hn::Set(d32, 0x1FF));
+            const VI32 remainder = hn::Sub(hn::Add(colours, half), hn::Mul(estimate, divisor));
+            const VI32 below = hn::VecFromMask(d32, hn::Lt(remainder, hn::Zero(d32)));
+            const VI32 within = hn::VecFromMask(d32, hn::Lt(remainder, divisor));
+            const VI32 quotient = hn::Add(estimate, hn::Add(below, hn::Add(within, hn::Set(d32, 1))));
+            made = hn::Or(made, hn::ShiftLeft<kPlace>(hn::BitCast(du32, quotient)));
+        };
+        add(std::integral_constant<int, 0>());
+        add(std::integral_constant<int, 8>());
+        add(std::integral_constant<int, 16>());
+        put(d, hn::BitCast(d, made), at.out[0][0] + 4 * x);
     }
 #endif
 };
