@@ -312,6 +312,41 @@ TEST_F(KeyTest, ByBrightness) {
     EXPECT_EQ(alpha[At(2, 4)], 44);
 }
 
+// A hard edge before column 6, and boxes of five columns around each.
+TEST_F(KeyTest, EdgesAreDrawnInAndSoftened) {
+    for (const char* scan : {"Ip", "It"}) {
+        WriteY4m(
+            "in.y4m", kWidth, kHeight, 1, [](int x, int, int) { return 40 + 2 * x; }, Flat(90), Flat(200),
+            scan, "25:1");
+        const auto matte = [this](const std::string& more) {
+            Succeed("key in.y4m -o out.y4m --background 000000 --matte m.y4m --luma 0,0.2,0 " + more);
+            return Samples("m.y4m", "gray");
+        };
+        const std::vector<int> soft = matte("--feather 2"), drawnIn = matte("--choke 2");
+        const int expectedSoft[] = {0, 0, 0, 0, 51, 102, 153, 204, 255, 255};
+        // What is less than half covered goes; the rest is stretched: 0.6 becomes 0.2, 0.8 becomes 0.6.
+        const int expectedIn[] = {0, 0, 0, 0, 0, 0, 51, 153, 255, 255};
+        for (int x = 0; x < 10; ++x) {
+            for (const int y : {0, 7, 15}) {
+                EXPECT_NEAR(soft[At(x, y)], expectedSoft[x], 1) << x;
+                EXPECT_NEAR(drawnIn[At(x, y)], expectedIn[x], 2) << x;
+            }
+        }
+        const Y4mClip out(Contents(In("out.y4m")));
+        EXPECT_EQ(out.Luma(0, 3, 5), 16);
+        EXPECT_EQ(out.Luma(0, 12, 5), 64);
+    }
+    // Colours without spill are those of the matte as it was.
+    WriteStudio();
+    Succeed("key in.y4m -o out.mkv --choke 1 --feather 1" + Hue());
+    const std::vector<int> out = Samples("out.mkv", "yuva422p");
+    EXPECT_EQ(out[2 * kPixels + At(28, 5)], 255);
+    EXPECT_EQ(out[2 * kPixels + At(3, 5)], 0) << "an eighth is less than a half";
+    EXPECT_EQ(out[kPixels + At(3, 5) / 2], 128);
+    ExpectOneLine(Run("key in.y4m -o x.y4m --feather 8" + Hue()), 2, "--feather");
+    ExpectOneLine(Run("key in.y4m -o x.y4m --444 --choke 1" + Hue()), 2, "--444");
+}
+
 TEST_F(KeyTest, ASplitShowsTheMatte) {
     const struct {
         const char *scan, *more, *split;

@@ -1,7 +1,9 @@
 #include <TesselU/convert/ColorSpaceConverter.h>
+#include <TesselU/filter/DeepDefocus.h>
 #include <TesselU/image/FieldHelpers.h>
 #include <TesselU/key/ChromaKeyerYUV.h>
 #include <TesselU/key/GenerateCrCbGradient.h>
+#include <TesselU/key/LinearKeyer.h>
 #include <TesselU/key/LumaKeyer.h>
 
 #include <algorithm>
@@ -153,6 +155,11 @@ public:
             split = SplitOf(arguments.Text("split"));
         }
         isSplitBelow = arguments.Has("split-bottom");
+        choke = arguments.Integer("choke");
+        feather = arguments.Integer("feather");
+        if (asksFull && IsReworked()) {
+            throw UsageError("--444: --choke and --feather work in 4:2:2");
+        }
         OutputOptions out;
         out.kind = arguments.Text("to");
         carrier = CarrierOf(arguments.Text("output"), out);
@@ -263,7 +270,7 @@ public:
             if (HasMask()) {
                 masked = NewPicture(withAlpha);
             }
-            if (luma && split && !hasPlate) {
+            if (IsByAlpha() && split && !hasPlate) {
                 shown = NewPicture(withAlpha);
                 shownKey = std::make_unique<Zan::Image>(
                     Line(*shown, 0, kAlphaChannel), shown->GetPitch(kAlphaChannel),
@@ -274,6 +281,9 @@ public:
         }
         if (plateColour) {
             MakePlate();
+        }
+        if (IsReworked()) {
+            PrepareRework(run);
         }
         byAlpha.SetKeyOffset(1);
         byAlpha.SetSpillSuppressionGain(0);
@@ -320,8 +330,22 @@ public:
         const Zan::WhichFieldEnum field = outputs[0].GetFieldOfInterest();
         Zan::ImageView source = Source(inputs, field), keyOut = Whole(*key, field),
                        cleaned = Whole(*clean, field);
-        if (luma) {
-            KeyByLuma(source, field);
+        if (IsByAlpha()) {
+            if (luma) {
+                KeyByLuma(source, field);
+            } else {
+                SetSplit(keyer, field, false);
+                Check(keyer.Do(source, nullptr, cleaned, &keyOut, style));
+            }
+            if (choke > 0) {
+                Blur(keyOut, choke);
+                Zan::ImageView reworked = Whole(*tightened, field);
+                Check(tight.Do(cleaned, reworked, Zan::kBestAvailable));
+                CopyLines(*tightened, keyOut, pixels.width);
+            }
+            if (feather > 0) {
+                Blur(keyOut, feather);
+            }
             Finish(inputs, outputs[0], byAlpha, cleaned, nullptr, Zan::kBestAvailable);
         } else {
             Finish(inputs, outputs[0], keyer, source, &keyOut, style);
@@ -463,11 +487,53 @@ private:
         }
     }
 
+    bool IsReworked() const { return choke > 0 || feather > 0; }
+    /// The matte is made before the background is looked at, as the alpha of what stands before it.
+    bool IsByAlpha() const { return luma || IsReworked(); }
+
+    void PrepareRework(const PictureFormat& run) {
+        const unsigned lines = run.IsInterlaced() ? run.height / 2 : run.height;
+        const long most = (static_cast<long>(std::min(run.width, lines)) - 2) / 2;
+        if (std::max(choke, feather) > most) {
+            throw UsageError("--choke, --feather: " + std::to_string(most) +
+                             " pixels at most in pictures of this size");
+        }
+        PictureFormat wide = pixels;
+        wide.samples = Zan::kFmtRGB32;
+        spread = NewPicture(wide);
+        blurred = NewPicture(wide);
+        tightened = NewKey(pixels);
+        Check(tight.Set(1, 0, 0.5, 1, 0, false));
+    }
+
+    /// The mean of a box that reaches so many pixels to each side; in a field, half as many lines.
+    void Blur(const Zan::ImageView& matteView, long reach) {
+        const Zan::WhichFieldEnum field = matteView.GetFieldOfInterest();
+        ForLines(matteView, [&](unsigned y) {
+            const std::uint8_t* in = Line(*key, y);
+            std::uint8_t* out = Line(*spread, y);
+            for (unsigned x = 0; x < pixels.width; ++x, out += 4) {
+                std::memset(out, in[x], 4);
+            }
+        });
+        Zan::ImageView from = Whole(*spread, field), to = Whole(*blurred, field);
+        const auto side = [](long each) { return static_cast<double>(2 * each + 1); };
+        Check(defocus.Do(from, to, side(reach), side(field == Zan::kFrame ? reach : (reach + 1) / 2), 0,
+                         pixels.width, 0, pixels.height, Zan::kBestAvailable));
+        ForLines(matteView, [&](unsigned y) {
+            const std::uint8_t* in = Line(*blurred, y);
+            std::uint8_t* out = Line(*key, y);
+            for (unsigned x = 0; x < pixels.width; ++x, in += 4) {
+                out[x] = *in;
+            }
+        });
+    }
+
     bool HasMask() const { return hasGarbage || inputFormat.hasAlpha; }
 
     void ChooseSampling(const Reader& input) {
         const bool isMasked = hasGarbage || input.HasAlpha();
-        isFull = asksFull || (!asksPairs && input.IsStill() && !isMasked && !luma);
+        isFull = asksFull || (!asksPairs && input.IsStill() && !isMasked && !IsByAlpha());
         if (input.HasAlpha() && asksFull) {
             throw UsageError("--444: " + input.Path() +
                              " has alpha, which counts as a mask, and that is for 4:2:2");
@@ -661,9 +727,9 @@ private:
         const Zan::WhichFieldEnum field = output.GetFieldOfInterest();
         SetSplit(by, field, split.has_value());
         if (!hasPlate) {
-            if (luma && !split) {
+            if (IsByAlpha() && !split) {
                 PutStraight(*clean, *key, output, carrier);
-            } else if (luma) {
+            } else if (IsByAlpha()) {
                 Zan::ImageView view = Whole(*shown, field), alpha = Whole(*shownKey, field);
                 Check(by.Do(source, nullptr, view, &alpha, path));
                 PutStraight(*shown, *shownKey, output, carrier);
@@ -736,6 +802,7 @@ private:
     std::optional<Zan::LumaKeyer> luma;
     std::optional<Split> split;
     bool isSplitBelow = false;
+    long choke = 0, feather = 0;  ///< pixels
     std::optional<Colour> plateColour;
     bool hasClip = false, hasPlate = false;  ///< a background by a file; any
     Carrier carrier = Carrier::kOpaque, foregroundCarrier = Carrier::kOpaque;
@@ -750,6 +817,10 @@ private:
     bool isEstimated = false;
     std::optional<ColourMatrix> toRgb, fromRgb;
     ImagePtr masked, clean, key, mixed, plate, shown, shownKey;
+    ImagePtr spread, blurred;  ///< the matte in all four bytes of a pixel
+    ImagePtr tightened;
+    Zan::DeepDefocus defocus;
+    Zan::LinearKeyer tight;
     Zan::ChromaKeyerYUV keyer;
     Zan::ChromaKeyerYUV byAlpha;  ///< whose key is the alpha of the foreground
     Zan::ColorSpaceConverter converter;
@@ -841,6 +912,20 @@ std::vector<Option> Options() {
          .kind = ValueKind::kMedia,
          .value = "MASK",
          .help = "a clip or picture in grey: what is black in it is held out"},
+        {.name = "choke",
+         .kind = ValueKind::kInteger,
+         .value = "N",
+         .help = "draw the edge of the matte in, softly over N pixels",
+         .initial = "0",
+         .least = 0,
+         .most = 1000},
+        {.name = "feather",
+         .kind = ValueKind::kInteger,
+         .value = "N",
+         .help = "soften the matte over N pixels to each side, after that",
+         .initial = "0",
+         .least = 0,
+         .most = 1000},
         {.name = "split",
          .kind = ValueKind::kText,
          .value = "N|N%",
