@@ -200,8 +200,11 @@ struct MixEqually : Frames {
         if (HWY_UNLIKELY(!hn::AllTrue(DI16(), hn::Eq(hn::Or(evenDoubts, oddDoubts), none)))) {
             const VU8 doubts =
                 hn::BitCast(d, hn::OddEven(hn::BitCast(d, oddDoubts), hn::BitCast(d, evenDoubts)));
-            put(d, Redone(at.in[0][0] + 4 * x, at.in[1][0] + 4 * x, at.in[2][0] + 4 * x, steps, doubts, made),
-                to);
+            const std::uint64_t down =
+                RoundedDown(at.in[0][0] + 4 * x, at.in[1][0] + 4 * x, at.in[2][0] + 4 * x, steps, doubts);
+            std::uint8_t bits[8];
+            std::memcpy(bits, &down, 8);
+            put(d, hn::Add(made, hn::VecFromMask(d, hn::LoadMaskBits(d, bits))), to);
             return;
         }
         put(d, made, to);
@@ -230,24 +233,25 @@ private:
         return PackToShorts(hn::ShiftRight<16>(low), hn::ShiftRight<16>(high));
     }
 
-    /// Bytes in doubt in doubles, as the formula has them.
-    HWY_NOINLINE HWY_ATTR VU8 Redone(const std::uint8_t* a, const std::uint8_t* b, const std::uint8_t* c,
-                                     VU8 steps, VU8 doubts, VU8 made) const {
+    /// Of halves that were rounded up, those that doubles round down, by the formula.
+    HWY_INLINE HWY_ATTR std::uint64_t RoundedDown(const std::uint8_t* a, const std::uint8_t* b,
+                                                  const std::uint8_t* c, VU8 steps, VU8 halves) const {
         const DU8 d;
-        alignas(64) std::uint8_t step[4 * kStep], bytes[4 * kStep], bits[8] = {};
+        alignas(64) std::uint8_t step[4 * kStep];
         hn::Store(steps, d, step);
-        hn::Store(made, d, bytes);
-        hn::StoreMaskBits(d, hn::Ne(doubts, hn::Zero(d)), bits);
-        std::uint64_t left;
+        std::uint64_t left = 0, down = 0;
+        std::uint8_t bits[8] = {};
+        hn::StoreMaskBits(d, hn::Ne(halves, hn::Zero(d)), bits);
         std::memcpy(&left, bits, 8);
         for (; left != 0; left &= left - 1) {
             const auto i = static_cast<std::size_t>(std::countr_zero(left));
             const double filtered = kThirds[a[i]] + kThirds[b[i]] + kThirds[c[i]];
             const FadeStep& weights = fade[step[i]];
-            bytes[i] =
-                static_cast<std::uint8_t>(filtered * weights.ofFiltered + b[i] * weights.ofCurrent + 0.5);
+            const double made = filtered * weights.ofFiltered + b[i] * weights.ofCurrent + 0.5;
+            const int isDown = static_cast<int>(made + 0.25) - static_cast<int>(made);
+            down |= static_cast<std::uint64_t>(isDown) << i;
         }
-        return hn::Load(d, bytes);
+        return down;
     }
 
     static constexpr int kDoubt = 16;
