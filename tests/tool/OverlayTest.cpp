@@ -211,6 +211,22 @@ TEST_F(OverlayTest, AlphaCountsAndHiddenColoursDoNot) {
     EXPECT_NEAR(shaped.Luma(0, 15, 8), 52 + (235 - 52) * 128 / 255.0, 1);
 }
 
+TEST_F(OverlayTest, OddWidthsKeepTheirLastColumn) {
+    WriteBack("back.y4m", 1);
+    WriteLogo("logo.png", 9, 5, [](int, int) { return std::array{250, 20, 30, 255}; });
+    const Y4mClip out = Made("logo.png back.y4m --at 12,5");
+    for (int y = 0; y < kHeight; ++y) {
+        for (int x = 0; x < kWidth; ++x) {
+            const bool isRow = y >= 5 && y < 10;
+            EXPECT_EQ(out.Luma(0, x, y), isRow && x >= 12 && x < 21 ? out.Luma(0, 14, 7) : 52)
+                << x << " " << y;
+            EXPECT_EQ(out.Cr(0, x, y), isRow && x >= 12 && x < 22 ? out.Cr(0, 14, 7) : 150) << x << " " << y;
+        }
+    }
+    // 16 + 0.257 * 250 + 0.504 * 20 + 0.098 * 30
+    EXPECT_NEAR(out.Luma(0, 14, 7), 93.3, 1);
+}
+
 // Samples of 4:2:2 with alpha go in as they are, and what they cover is theirs.
 TEST_F(OverlayTest, ClipsWithAlpha) {
     WriteBack("back.y4m", 4);

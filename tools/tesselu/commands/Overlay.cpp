@@ -241,8 +241,10 @@ public:
                 Clear(*front);
             }
         }
-        if (isRgb) {
+        if (rgb) {
             Clear(*rgb);
+        }
+        if (isRgb) {
             if (isShaped && keepsAlpha) {
                 PictureFormat behind = run;
                 behind.samples = Zan::kFmtRGB32Shaped;
@@ -369,6 +371,12 @@ private:
         if (isRgb) {
             return Whole(ready);
         }
+        // The pair of an odd last column has the chroma of that column, and an end that is transparent.
+        const bool isOdd = width % 2 != 0;
+        for (unsigned y = 0; isOdd && y < height; ++y) {
+            std::memcpy(Line(*rgb, y) + std::size_t{4} * width, Line(*rgb, y) + std::size_t{4} * (width - 1),
+                        4);
+        }
         Zan::ImageView whole = Whole(*rgb), shaped = Whole(*front);
         if (!isShaped) {
             rgb->SetPixelShaping(Zan::kUnshaped);
@@ -376,6 +384,10 @@ private:
         }
         CheckStatus("overlay", converter.Do(whole, shaped, Zan::kBestAvailable,
                                             fromRgb ? fromRgb->matrix.data() : nullptr, nullptr));
+        for (unsigned y = 0; isOdd && y < height; ++y) {
+            Line(*front, y)[2 * width + 1] = 16;
+            Line(*front, y, kAlphaChannel)[width] = 0;
+        }
         return shaped;
     }
 
