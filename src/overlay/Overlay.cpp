@@ -536,7 +536,7 @@ Long32 COverlay::RenderMoved(const OverlayFamily& family, const COverlayImage& r
     if (family.hasPairs) {
         overlap.right -= overlap.Width() & 1;
     }
-    LogMotion(family, motion, taken, result, given);
+    LogMotion(family, motion, taken, result, given, foreground.region.Width() % 2 != 0);
     LogBands(family.moved.lines, family.moved.pixels, result.region, BandsOf(result.region, given));
     const MovedRow* const row =
         family.FindMoved(background.GetBitCount(), foreground.GetBitCount(), foreground.IsPremultiplied());
@@ -557,7 +557,8 @@ Long32 COverlay::RenderMoved(const OverlayFamily& family, const COverlayImage& r
 }
 
 void COverlay::LogMotion(const OverlayFamily& family, const Motion& motion, const EdgeRectangle& taken,
-                         const COverlayImage& result, const EdgeRectangle& overlap) const noexcept {
+                         const COverlayImage& result, const EdgeRectangle& overlap,
+                         bool isHalfTaken) const noexcept {
     if constexpr (!kOverlayLogs) {
         return;
     }
@@ -574,6 +575,12 @@ void COverlay::LogMotion(const OverlayFamily& family, const Motion& motion, cons
         static_cast<int>(overlap.top - result.region.top),
         static_cast<int>(overlap.left - result.region.left));
     log(family.moved.longFraction, x, y);
+    if (family.hasPairs && isHalfTaken) {
+        log(family.moved.foreSkipped);
+    }
+    if (family.hasPairs && overlap.Width() % 2 != 0) {
+        log(family.moved.backSkipped);
+    }
 }
 
 void COverlay::BlendMoved(const OverlayFamily& family, const MovedRow& row, const COverlayImage& back,

@@ -97,7 +97,8 @@ private:
                        const COverlayImage& foreground, const COverlayImage& background,
                        const Motion& motion);
     void LogMotion(const OverlayFamily& family, const Motion& motion, const EdgeRectangle& taken,
-                   const COverlayImage& result, const EdgeRectangle& overlap) const noexcept;
+                   const COverlayImage& result, const EdgeRectangle& overlap,
+                   bool isHalfTaken) const noexcept;
     void BlendMoved(const OverlayFamily& family, const MovedRow& row, const COverlayImage& back,
                     const COverlayImage& fore, const COverlayImage& result, const Motion& motion,
                     const EdgeRectangle& taken, const EdgeRectangle& area) const;

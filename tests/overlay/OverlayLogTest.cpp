@@ -157,6 +157,19 @@ TEST(OverlayLog, KeepsTheWrongPrefixesOfSomeKernels) {
     EXPECT_EQ(name(0, 0.5), "Mixup::COverlay::RenderYUV1() YUV1_VERT_16_24_PREMUL_SSE2");
 }
 
+TEST(OverlayLog, TellsColumnsWithoutAPair) {
+    Picture fore(Kind::kPairs, 4, 2), out(Kind::kPairs, 8, 4);
+    const auto log = [&](int taken, int written) {
+        ImageView f = fore.View(Rectangle(0, 0, taken, 2)), r = out.View(Rectangle(0, 0, written, 4));
+        return LogOf([&] { EXPECT_EQ(Mixup().DoAt(f, r, r, 0.5, 0, true, kBestAvailable), 0); });
+    };
+    const std::string foreground = "Mixup::COverlay::RenderYUV1() foreground column skipped\n";
+    const std::string background = "Mixup::COverlay::RenderYUV1() background column skipped\n";
+    EXPECT_NE(log(3, 8).find(foreground), std::string::npos);
+    EXPECT_EQ(log(4, 8).find("skipped"), std::string::npos);
+    EXPECT_NE(log(4, 5).find(background), std::string::npos);
+}
+
 // ---- What no call of a host reaches -----------------------------------------------------------------------
 
 /// A picture as overlays see it, alone on its own bounds.
