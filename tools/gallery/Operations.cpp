@@ -2,6 +2,9 @@
 // a line for it on standard output: "file<tab>family<tab>operation".
 
 #include <TesselU/TesselU.h>
+#include <TesselU/filter/DeepDefocus.h>
+#include <TesselU/filter/NoiseReduction.h>
+#include <TesselU/filter/NoiseSource.h>
 
 #include <algorithm>
 #include <cmath>
@@ -298,6 +301,30 @@ public:
             ForOpaque(out);
         });
         Crossing();
+    }
+
+    void Filters() {
+        Show("filter", "DeepDefocus, 15 x 15", [&](ImageView& out) {
+            ImageView from = Whole(*rgbA);
+            Check(DeepDefocus().Do(from, out, 15, 15, 0, format.width, 0, format.height, kBestAvailable));
+        });
+        const ImagePtr clean = Converted(rgbA, kFmtCbYCrY), noisy = New(kFmtCbYCrY), made = New(kFmtCbYCrY);
+        const ULong32 w = format.width, h = format.height, pitch = clean->GetPitch(0);
+        Check(NoiseSource().AddGaussian(Words(clean), Words(noisy), w / 2, h, pitch, pitch, 225, 0));
+        const auto show = [&](const char* operation, const ImagePtr& picture) {
+            Show("filter", operation, [&](ImageView& out) {
+                ImageView from = Whole(*picture);
+                Check(converter.Do(from, out, kBestAvailable, nullptr, nullptr));
+            });
+        };
+        show("NoiseSource::AddGaussian, a deviation of 15", noisy);
+        NoiseReduction reduction;
+        float levels[] = {12, 12, 12};
+        reduction.SetBaseNoiseLevel(levels);
+        ULong32* frames[] = {Words(noisy)};
+        Check(reduction.DoFilterSSF(frames, Words(made), w, h, pitch, pitch, nullptr, 5, 5, 1,
+                                    static_cast<NoiseReduction::AlphaControlEnum>(3), false, 1, 2, 3));
+        show("NoiseReduction::DoFilterSSF of it, 5 x 5", made);
     }
 
 private:
@@ -604,6 +631,7 @@ int main(int argc, char** argv) {
         gallery.Masks();
         gallery.Keys();
         gallery.Overlays();
+        gallery.Filters();
     } catch (const std::exception& error) {
         std::fprintf(stderr, "gallery_operations: %s\n", error.what());
         return 1;
