@@ -14,9 +14,17 @@ public:
     Calls& operator=(const Calls&) = delete;
     ~Calls() { std::fprintf(stderr, "stat::number_of_calls: %llu\n", count); }
 
-    void Add(unsigned calls = 1) noexcept { count += calls; }
+    void Add(unsigned calls = 1) noexcept {
+        const unsigned long long before = count;
+        count += calls;
+        if (before / kMillion != count / kMillion) {
+            std::fprintf(stderr, "calls: %llu million\n", count / kMillion);
+        }
+    }
 
 private:
+    static constexpr unsigned long long kMillion = 1000000;
+
     unsigned long long count = 0;
 };
 
