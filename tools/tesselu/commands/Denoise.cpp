@@ -144,27 +144,24 @@ public:
             for (unsigned i = 0; i < kLevelsKept; ++i) {
                 if (moment.picture + static_cast<long>(i) >= static_cast<long>(kLevelsKept)) {
                     Zan::ImageView to = Whole(*scratch, field);
-                    Filter(filter, inputs.subspan(i, window.frames), to);
+                    std::vector<Zan::ImageView> frames = Straight(inputs.subspan(i, window.frames), field);
+                    Filter(filter, frames, to);
                 }
             }
         }
         if (moment.field + 1 == moment.fields) {
             last = moment.picture;
         }
-        const std::span<Zan::ImageView> frames = inputs.last(window.frames);
+        const std::span<Zan::ImageView> shown = inputs.last(window.frames);
+        std::vector<Zan::ImageView> frames = Straight(shown, field);
         if (!hasAlpha) {
             Filter(filter, frames, output);
             return;
         }
-        std::vector<Zan::ImageView> before;
-        for (std::size_t i = 0; i < frames.size(); ++i) {
-            before.push_back(Whole(*straight[i], field));
-            Convert(frames[i], before.back());
-        }
         // With its alpha; the colours are written over.
         Zan::ImageView after = Whole(*made, field), onBlack = Whole(*shaped, field);
-        Convert(frames[frames.size() / 2], after);
-        Filter(filter, before, after);
+        Convert(shown[shown.size() / 2], after);
+        Filter(filter, frames, after);
         if (keepsAlpha) {
             Convert(after, output);
             return;
@@ -198,6 +195,19 @@ private:
 
     void Convert(Zan::ImageView& from, Zan::ImageView& to) {
         Check(converter.Do(from, to, Zan::kBestAvailable, nullptr, nullptr));
+    }
+
+    /// Colours that are not multiplied with alpha: of frames without it they are there.
+    std::vector<Zan::ImageView> Straight(std::span<Zan::ImageView> frames, Zan::WhichFieldEnum field) {
+        if (!hasAlpha) {
+            return {frames.begin(), frames.end()};
+        }
+        std::vector<Zan::ImageView> views;
+        for (std::size_t i = 0; i < frames.size(); ++i) {
+            views.push_back(Whole(*straight[i], field));
+            Convert(frames[i], views.back());
+        }
+        return views;
     }
 
     void Filter(Zan::NoiseReduction& filter, std::span<Zan::ImageView> frames, Zan::ImageView& output) {
