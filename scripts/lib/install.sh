@@ -1,5 +1,6 @@
 # shellcheck shell=bash
-# Installs what a script needs on Debian. Source it, then call need_packages with the names of the packages.
+# Installs what a script needs on Debian. Source it, then call need_packages with the names of the packages. A script that
+# builds calls use_compiler_cache before it runs cmake.
 
 have_package() {
     [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
@@ -41,4 +42,10 @@ need_packages() {
     fi
     rm -f "$log"
     return $status
+}
+
+# use_compiler_cache: objects that builds share, and those of the next run, are compiled once. Called at the top of the tree.
+use_compiler_cache() {
+    need_packages ccache >/dev/null 2>&1 || return 0
+    export CCACHE_DIR=${CCACHE_DIR:-$PWD/.cache/ccache} CMAKE_CXX_COMPILER_LAUNCHER=ccache
 }
