@@ -165,6 +165,29 @@ TEST_F(KeyTest, TwoFieldsEqualTheFrame) {
     }
 }
 
+// A player that took 0 to 255 for video levels would clip both ends of the matte.
+TEST_F(KeyTest, AMatteSaysThatItHasTheFullRange) {
+    WriteStudio();
+    Succeed("key in.y4m -o out.mkv --matte m.mkv --foreground f.mkv" + Hue());
+    Succeed("key in.y4m -o out.y4m --matte m.y4m" + Hue());
+    const auto range = [this](const std::string& name) {
+        return Shell("ffprobe -v error -show_entries stream=color_range -of csv=p=0 " + name).out;
+    };
+    EXPECT_EQ(range("m.mkv"), "pc\n");
+    EXPECT_EQ(range("m.y4m"), "pc\n");
+    EXPECT_EQ(range("out.mkv"), "tv\n");
+    EXPECT_EQ(range("out.y4m"), "tv\n");
+    EXPECT_EQ(range("f.mkv"), "tv\n");
+    // 255 and 32 as luma at video levels: 16 + 219 * m / 255.
+    for (const char* matte : {"m.mkv", "m.y4m"}) {
+        Succeed(std::string("convert ") + matte + " -o levels.y4m --to yuv422p");
+        const Y4mClip levels(Contents(In("levels.y4m")));
+        ASSERT_EQ(levels.Frames(), 2);
+        EXPECT_EQ(levels.Luma(0, 28, 3), 235);
+        EXPECT_EQ(levels.Luma(0, 3, 3), 43);
+    }
+}
+
 TEST_F(KeyTest, PiecesAreCutsOfTheWholeRun) {
     WriteScene("in.y4m", 9, "It");
     for (const char* more : {"--auto", "--auto --at 6", "--pick 60,40,3", "--color 20A030"}) {

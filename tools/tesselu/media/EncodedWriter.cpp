@@ -5,6 +5,7 @@
 
 #include "Errors.h"
 #include "media/Planes.h"
+#include "media/Samples.h"
 
 namespace tool {
 namespace {
@@ -144,7 +145,7 @@ void EncodedWriter::OpenEncoder(Kind kind, int threads) {
     codec->sample_aspect_ratio = format.pixelAspect;
     const Label label = LabelOf(format.weights);
     const bool isRgb = (av_pix_fmt_desc_get(samples)->flags & AV_PIX_FMT_FLAG_RGB) != 0;
-    codec->color_range = isRgb ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
+    codec->color_range = HasFullRange(samples) ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
     codec->colorspace = isRgb ? AVCOL_SPC_RGB : label.space;
     codec->color_primaries = label.primaries;
     codec->color_trc = label.transfer;

@@ -357,6 +357,10 @@ AVPixelFormat FramesOf(ConverterFormat samples) {
     }
 }
 
+bool HasFullRange(AVPixelFormat frames) {
+    return frames == AV_PIX_FMT_GRAY8 || (av_pix_fmt_desc_get(frames)->flags & AV_PIX_FMT_FLAG_RGB) != 0;
+}
+
 ConverterFormat SamplesOf(const AVFrame& frame, bool interlaced) {
     const AVPixFmtDescriptor& about = *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
     const bool hasAlpha = (about.flags & AV_PIX_FMT_FLAG_ALPHA) != 0;

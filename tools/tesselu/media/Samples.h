@@ -48,6 +48,8 @@ unsigned ColumnsTogether(Zan::ConverterFormat samples);
 
 /// How such pictures go as frames of libav without a change of a sample: `AV_PIX_FMT_NONE` if they cannot.
 AVPixelFormat FramesOf(Zan::ConverterFormat samples);
+/// Frames of that kind go from 0 to 255 when we write them: RGB, and grey, which is alpha or a matte.
+bool HasFullRange(AVPixelFormat frames);
 /// The format whose pictures take the samples of such frames best; `interlaced` chooses between the two in
 /// 4:2:0. Without alpha frames in full-rate YCrCb get it, full.
 Zan::ConverterFormat SamplesOf(const AVFrame& frame, bool interlaced);

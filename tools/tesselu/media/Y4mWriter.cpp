@@ -6,6 +6,7 @@
 #include "Errors.h"
 #include "media/Planes.h"
 #include "media/Resampler.h"
+#include "media/Samples.h"
 
 namespace tool {
 namespace {
@@ -45,11 +46,12 @@ Y4mWriter::Y4mWriter(const std::string& path, const PictureFormat& format, const
     : stored(newStored),
       file(path),
       planes(ShellOf(stored.format, static_cast<int>(format.width), static_cast<int>(format.height))) {
-    const std::string header =
-        "YUV4MPEG2 W" + std::to_string(format.width) + " H" + std::to_string(format.height) + " F" +
-        std::to_string(format.rate.num) + ":" + std::to_string(format.rate.den) + " " +
-        Interlacing(format.scan) + " A" + std::to_string(format.pixelAspect.num) + ":" +
-        std::to_string(format.pixelAspect.den) + " C" + ColourSpace(stored.format) + " XCOLORRANGE=LIMITED\n";
+    const std::string header = "YUV4MPEG2 W" + std::to_string(format.width) + " H" +
+                               std::to_string(format.height) + " F" + std::to_string(format.rate.num) + ":" +
+                               std::to_string(format.rate.den) + " " + Interlacing(format.scan) + " A" +
+                               std::to_string(format.pixelAspect.num) + ":" +
+                               std::to_string(format.pixelAspect.den) + " C" + ColourSpace(stored.format) +
+                               " XCOLORRANGE=" + (HasFullRange(stored.format) ? "FULL" : "LIMITED") + "\n";
     file.Write(header.data(), header.size());
     const int bytes =
         CheckLibav(av_image_get_buffer_size(stored.format, planes->width, planes->height, 1), path);
