@@ -125,18 +125,22 @@ private:
 /// Limits of the bytes of pairs.
 class PairLimits {
 public:
-    explicit PairLimits(const CorrectionSettings& set) : luma(set.lumaLimits), chroma(set.chromaLimits) {}
+    explicit PairLimits(const CorrectionSettings& set)
+        : low(Bytes(set.chromaLimits.low, set.lumaLimits.low)),
+          high(Bytes(set.chromaLimits.high, set.lumaLimits.high)) {}
 
     HWY_INLINE HWY_ATTR VU8 operator()(VU8 v) const {
-        return hn::Min(hn::Max(v, Bytes(chroma.low, luma.low)), Bytes(chroma.high, luma.high));
+        const auto bytes = [](std::uint16_t pair)
+                               HWY_ATTR { return hn::BitCast(DU8(), hn::Set(DU16(), pair)); };
+        return hn::Min(hn::Max(v, bytes(low)), bytes(high));
     }
 
 private:
-    static HWY_INLINE HWY_ATTR VU8 Bytes(std::uint8_t even, std::uint8_t odd) {
-        return hn::BitCast(DU8(), hn::Set(DU16(), static_cast<std::uint16_t>(even | odd << 8)));
+    static constexpr std::uint16_t Bytes(std::uint8_t even, std::uint8_t odd) {
+        return static_cast<std::uint16_t>(even | odd << 8);
     }
 
-    SampleLimits luma, chroma;
+    std::uint16_t low, high;
 };
 
 // ---- Luma and chroma ----------------------------------------------------------------------------------
@@ -249,50 +253,73 @@ HWY_INLINE HWY_ATTR VI32 RoundedAway(VF32 v) {
     return Truncated(hn::Add(v, hn::CopySignToAbs(hn::Set(DF32(), kAlmostHalf), v)));
 }
 
-/// A colour's share of chroma, rounded, in both lanes of a pair: round(cb * a + cr * b). The factors are in
-/// 1/2^20, in two parts: 16 bits hold sample * 128 and the upper part.
+/// A colour's share of chroma, rounded, in both lanes of a pair. For every Cb and Cr, fused or not, the
+/// sums round to the same.
 class ColourOffset {
 public:
-    constexpr ColourOffset(double cb, double cr) : cbFactor(Scaled(cb)), crFactor(Scaled(cr)) {}
+    constexpr ColourOffset(double ofCb, double ofCr)
+        : cbFactor(static_cast<float>(ofCb)),
+          crFactor(static_cast<float>(ofCr)),
+          zero(static_cast<float>(-128 * (ofCb + ofCr))) {}
 
-    template <bool kFused>
-    HWY_INLINE HWY_ATTR VI16 Of(VI16 chroma, VI16 chroma128) const {
-        const VI32 half = hn::Set(DI32(), 1 << 19);
-        const VI32 sum = AddMulAddPairs<kFused>(
-            AddMulAddPairs<kFused>(half, chroma128, Alternating(cbFactor >> 7, crFactor >> 7)), chroma,
-            Alternating(cbFactor & 127, crFactor & 127));
+    HWY_INLINE HWY_ATTR VI16 Of(VF32 cb, VF32 cr) const {
+        const DF32 d;
+        const VF32 sum =
+            hn::MulAdd(cb, hn::Set(d, cbFactor), hn::MulAdd(cr, hn::Set(d, crFactor), hn::Set(d, zero)));
+        // 1.5 * 2^23 leaves a whole number in the low bits.
+        const VF32 rounded = hn::Add(sum, hn::Set(d, 12582912.0F));
         alignas(16) static constexpr std::uint8_t kTwice[16] = {0, 1, 0, 1, 4,  5,  4,  5,
                                                                 8, 9, 8, 9, 12, 13, 12, 13};
-        return hn::TableLookupBytes(hn::BitCast(DI16(), hn::ShiftRight<20>(sum)),
-                                    hn::BitCast(DI16(), InEveryBlock(kTwice)));
+        return hn::TableLookupBytes(hn::BitCast(DI16(), rounded), hn::BitCast(DI16(), InEveryBlock(kTwice)));
     }
 
 private:
-    static constexpr int Scaled(double factor) {
-        return static_cast<int>(factor * (1 << 20) + (factor < 0 ? -0.5 : 0.5));
-    }
-    int cbFactor, crFactor;
+    float cbFactor, crFactor, zero;
 };
 
 constexpr ColourOffset kColourOffsets[3] = {
     {0.003714, 1.403591}, {-0.34355, -0.713068}, {1.773109, -0.002002}};
 
-/// LevelOf in 16-bit lanes. `kIsUsual`: all are 0 ... 254.
-template <bool kIsUsual, class Table>
-HWY_INLINE HWY_ATTR VI16 Levelled(const Table& halves, VI16 x) {
-    const DU8 d;
-    const DU16 du;
-    alignas(64) static constexpr std::int8_t kOnes[64] = {
-        1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1,
-        1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
-    const VI8 ones = hn::Load(DI8(), kOnes);
-    const VU16 magnitude = hn::BitCast(du, kIsUsual ? x : hn::Abs(x));
-    const VU16 up = hn::AverageRound(magnitude, hn::Zero(du)), down = hn::ShiftRight<1>(magnitude);
-    const VU8 places = hn::BitCast(d, hn::Or(down, hn::ShiftLeft<8>(up)));
-    if constexpr (kIsUsual) {
-        return MulAddPairs(halves.Lower(places), ones);
+/// Constants as parts of the kernel, which one instruction loads. What compilers know, they put together in
+/// three.
+class ColourConstants {
+public:
+    ColourConstants() {
+        Fill(one, 1, 1);
+        Fill(sign, 0x80, 0x80);
+        Fill(middle, 128, 0);
+        Fill(greatestUsual, 254, 0);
     }
-    const VI16 level = MulAddPairs(halves(places), ones);
+
+    alignas(16) std::uint8_t one[16], sign[16];
+    alignas(16) std::uint8_t middle[16], greatestUsual[16];  ///< of 16 bits
+
+private:
+    static void Fill(std::uint8_t* bytes, std::uint8_t even, std::uint8_t odd) {
+        for (std::size_t i = 0; i < 16; i += 2) {
+            bytes[i] = even;
+            bytes[i + 1] = odd;
+        }
+    }
+};
+
+/// The sums of neighbouring bytes.
+HWY_INLINE HWY_ATTR VI16 SumsOfPairs(VU8 v, VU8 ones) {
+    return MulAddPairs(v, hn::BitCast(DI8(), ones));
+}
+
+/// The two places in a table of halves whose sum is the level of a magnitude.
+HWY_INLINE HWY_ATTR VU8 PlacesOf(VU16 magnitude) {
+    const DU16 d;
+    const VU16 up = hn::AverageRound(magnitude, hn::Zero(d)), down = hn::ShiftRight<1>(magnitude);
+    return hn::BitCast(DU8(), hn::Or(down, hn::ShiftLeft<8>(up)));
+}
+
+/// LevelOf in 16-bit lanes.
+template <class Table>
+HWY_INLINE HWY_ATTR VI16 Levelled(const Table& halves, const ColourConstants& constants, VI16 x) {
+    const DU16 d;
+    const VI16 level = SumsOfPairs(halves(PlacesOf(hn::BitCast(d, hn::Abs(x)))), InEveryBlock(constants.one));
 #if HWY_TARGET == HWY_AVX3
     return VI16{
         _mm512_mask_sub_epi16(level.raw, _mm512_movepi16_mask(x.raw), _mm512_setzero_si512(), level.raw)};
@@ -302,29 +329,128 @@ HWY_INLINE HWY_ATTR VI16 Levelled(const Table& halves, VI16 x) {
 #endif
 }
 
-/// Whether red, green and blue of all pixels are 0 ... 254, as they are but for the most saturated colours.
-HWY_INLINE HWY_ATTR bool AreUsual(const VI16* colours) {
+#if HWY_TARGET == HWY_AVX2
+
+/// Rows of a table are loaded for so many vectors at a time.
+template <class Table>
+constexpr std::size_t kColourVectors = 2;
+
+/// Selects entries of 128 in rows of 16. A negative place gives 0, so that two rows are joined by an or;
+/// blends look at bit 7 alone.
+class RowPlaces {
+public:
+    /// Of a place whose bit 7 is clear, and its bits 4 to 6 in bit 7.
+    HWY_INLINE HWY_ATTR RowPlaces(VU8 place, VU8 bit4, VU8 bit5, VU8 bit6, VU8 sign)
+        : even(hn::Or(place, hn::And(bit4, sign))), odd(hn::Xor(even, sign)), second(bit5), upper(bit6) {}
+
+    /// The entries in four rows.
+    HWY_INLINE HWY_ATTR VU8 Quarter(const VU8* rows) const {
+        return Select(Two(rows), Two(rows + 2), second);
+    }
+    HWY_INLINE HWY_ATTR VU8 Joined(VU8 lower, VU8 higher) const { return Select(lower, higher, upper); }
+
+private:
+    HWY_INLINE HWY_ATTR VU8 Two(const VU8* rows) const {
+        return hn::Or(hn::TableLookupBytes(rows[0], even), hn::TableLookupBytes(rows[1], odd));
+    }
+    static HWY_INLINE HWY_ATTR VU8 Select(VU8 no, VU8 yes, VU8 bit) {
+        // The compiler would make comparisons of bits that serve twice.
+        __asm__("vpblendvb %2, %1, %0, %0" : "+x"(no.raw) : "x"(yes.raw), "x"(bit.raw));
+        return no;
+    }
+
+    VU8 even, odd, second, upper;
+};
+
+/// LevelOf for 0 ... 254.
+template <class Table>
+HWY_INLINE HWY_ATTR void LevelUsual(const Table&, const std::uint8_t* halves,
+                                    const ColourConstants& constants, VI16* x) {
+    const DU8 d;
+    const DU16 d16;
+    const VU8 ones = InEveryBlock(constants.one), sign = InEveryBlock(constants.sign), zero = hn::Zero(d);
+    const VU8 v = PackToBytes(x[0], x[1]);
+    const VU8 up = hn::AverageRound(v, zero), down = hn::AverageRound(hn::SaturatedSub(v, ones), zero);
+    const VU16 v16 = hn::BitCast(d16, v), up16 = hn::BitCast(d16, up);
+    const RowPlaces below(down, hn::BitCast(d, hn::ShiftLeft<2>(v16)), hn::Add(v, v), v, sign);
+    const RowPlaces above(up, hn::BitCast(d, hn::ShiftLeft<3>(up16)), hn::BitCast(d, hn::ShiftLeft<2>(up16)),
+                          hn::Add(up, up), sign);
+    VU8 foundBelow[2], foundAbove[2];
+    for (std::size_t i = 0; i < 2; ++i) {
+        const VU8 rows[4] = {InEveryBlock(halves + 64 * i), InEveryBlock(halves + 64 * i + 16),
+                             InEveryBlock(halves + 64 * i + 32), InEveryBlock(halves + 64 * i + 48)};
+        foundBelow[i] = below.Quarter(rows);
+        foundAbove[i] = above.Quarter(rows);
+    }
+    const VU8 first = below.Joined(foundBelow[0], foundBelow[1]);
+    const VU8 second = above.Joined(foundAbove[0], foundAbove[1]);
+    x[0] = SumsOfPairs(hn::InterleaveLower(d, first, second), ones);
+    x[1] = SumsOfPairs(hn::InterleaveUpper(d, first, second), ones);
+}
+
+#else
+
+template <class Table>
+constexpr std::size_t kColourVectors = 1;
+
+/// LevelOf for 0 ... 254.
+template <class Table>
+HWY_INLINE HWY_ATTR void LevelUsual(const Table& table, const std::uint8_t*, const ColourConstants& constants,
+                                    VI16* x) {
+    x[0] = SumsOfPairs(table.Lower(PlacesOf(hn::BitCast(DU16(), x[0]))), InEveryBlock(constants.one));
+}
+
+#endif
+
+/// Whether all of them are 0 ... 254, as red, green and blue are but for the most saturated colours.
+template <std::size_t kCount>
+HWY_INLINE HWY_ATTR bool AreUsual(const VI16 (&colours)[kCount], const ColourConstants& constants) {
     const DU16 d;
-    const auto of = [&](std::size_t i) HWY_ATTR { return hn::BitCast(d, colours[i]); };
-    const VU16 greatest = hn::Max(hn::Max(of(0), of(1)), of(2));
+    VU16 greatest = hn::BitCast(d, colours[0]);
+    for (std::size_t i = 1; i < kCount; ++i) {
+        greatest = hn::Max(greatest, hn::BitCast(d, colours[i]));
+    }
 #if HWY_TARGET == HWY_AVX3
     return _mm512_cmpgt_epu16_mask(greatest.raw, _mm512_set1_epi16(254)) == 0;
+#elif HWY_TARGET == HWY_AVX2
+    const VU16 beyond = hn::SaturatedSub(greatest, hn::BitCast(d, InEveryBlock(constants.greatestUsual)));
+    return _mm256_testz_si256(beyond.raw, beyond.raw) != 0;
 #else
-    return hn::AllTrue(d, hn::Eq(hn::SaturatedSub(greatest, hn::Set(d, 254)), hn::Zero(d)));
+    return hn::AllTrue(
+        d, hn::Eq(hn::SaturatedSub(greatest, hn::BitCast(d, InEveryBlock(constants.greatestUsual))),
+                  hn::Zero(d)));
 #endif
 }
 
-template <class Table>
-constexpr bool kHasFusedSums = false;
-#if HWY_TARGET == HWY_AVX3
-template <>
-constexpr bool kHasFusedSums<PermutedByteTable> = true;
-#endif
+/// Red, green and blue of every other pixel.
+struct ColourLanes {
+    VF32 red, green, blue;
 
-template <class Table>
+    /// Not limited.
+    HWY_INLINE HWY_ATTR VI32 Luma() const {
+        const DF32 d;
+        return RoundedUpwards(
+            hn::Add(hn::Add(hn::Mul(hn::Set(d, 0.298828F), red), hn::Mul(hn::Set(d, 0.587891F), green)),
+                    hn::Mul(hn::Set(d, 0.113281F), blue)));
+    }
+    HWY_INLINE HWY_ATTR VI32 Cb() const { return Difference(blue, green, 0.332031F, red, 0.167969F); }
+    HWY_INLINE HWY_ATTR VI32 Cr() const { return Difference(red, green, 0.417969F, blue, 0.082031F); }
+
+private:
+    // Halves are exact, so that a fused product changes nothing.
+    static HWY_INLINE HWY_ATTR VI32 Difference(VF32 first, VF32 second, float b, VF32 third, float c) {
+        const DF32 d;
+        return RoundedAway(hn::Sub(hn::MulSub(hn::Set(d, 0.5F), first, hn::Mul(hn::Set(d, b), second)),
+                                   hn::Mul(hn::Set(d, c), third)));
+    }
+};
+
+/// `kAlone`: all three colours have levels, and nothing goes before them.
+template <class Table, bool kAlone>
 struct CorrectingColours : CorrectingPairs {
     static constexpr bool kStaysInCache = true;
-    static constexpr std::size_t kStep = kVectorBytes / 2;
+    static constexpr std::size_t kVectors = kColourVectors<Table>;
+    static constexpr std::size_t kStep = kVectors * kVectorBytes / 2;
 
     CorrectingColours(const CorrectionSettings& settings, const std::uint8_t* unchanged)
         : CorrectingPairs(settings),
@@ -341,64 +467,103 @@ struct CorrectingColours : CorrectingPairs {
 
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
-        const DU8 d;
-        const DI16 d16;
+        // Red of all vectors, then green, then blue.
+        VI16 colours[3 * kVectors];
+        for (std::size_t i = 0; i < kVectors; ++i) {
+            Divide(hn::LoadU(DU8(), at.in[0][0] + 2 * x + i * kVectorBytes), colours + i);
+        }
+        if (AreUsual(colours, constants)) {
+            LevelUsualOf<0>(colours);
+            LevelUsualOf<1>(colours);
+            LevelUsualOf<2>(colours);
+            Join<true>(at, 2 * x, colours, put);
+        } else {
+            LevelAnyOf<0>(colours);
+            LevelAnyOf<1>(colours);
+            LevelAnyOf<2>(colours);
+            Join<false>(at, 2 * x, colours, put);
+        }
+    }
+
+private:
+    /// Red, green and blue of a vector of pairs.
+    HWY_INLINE HWY_ATTR void Divide(VU8 in, VI16* colours) const {
+        const DI16 d;
         const DI32 d32;
         const DF32 df;
-        const VU8 in = hn::LoadU(d, at.in[0][0] + 2 * x);
-        VI16 chroma = ChromaOf(in);
-        if (hasChroma) {
-            chroma = factors(chroma);
+        VU8 pairs = in;
+        if (!kAlone && hasChroma) {
+            pairs = hn::BitCast(DU8(), hn::Add(factors(ChromaOf(in)), hn::Set(d, 128)));
         }
-        const VI16 y = hn::BitCast(d16, hn::ShiftRight<8>(hn::BitCast(DU16(), hasLuma ? luma(in) : in)));
-
-        const VI16 chroma128 = hn::ShiftLeft<7>(chroma);
-        VI16 colours[3];
+        constexpr std::uint8_t kNone = 0x80;
+        alignas(16) static constexpr std::uint8_t kThird[16] = {
+            2, kNone, kNone, kNone, 6, kNone, kNone, kNone, 10, kNone, kNone, kNone, 14, kNone, kNone, kNone};
+        const VF32 cb = hn::ConvertTo(df, hn::And(hn::BitCast(d32, pairs), hn::Set(d32, 0xFF)));
+        const VF32 cr =
+            hn::ConvertTo(df, hn::BitCast(d32, hn::TableLookupBytesOr0(pairs, InEveryBlock(kThird))));
+        const VI16 y =
+            hn::BitCast(d, hn::ShiftRight<8>(hn::BitCast(DU16(), !kAlone && hasLuma ? luma(in) : in)));
         for (std::size_t i = 0; i < 3; ++i) {
-            colours[i] = hn::Add(y, kColourOffsets[i].Of<kHasFusedSums<Table> >(chroma, chroma128));
+            colours[i * kVectors] = hn::Add(y, kColourOffsets[i].Of(cb, cr));
         }
-        VF32 even[3], odd[3];
-        if (AreUsual(colours)) {
-            for (std::size_t i = 0; i < 3; ++i) {
-                const VI32 both =
-                    hn::BitCast(d32, hasLevels[i] ? Levelled<true>(levels[i], colours[i]) : colours[i]);
-                even[i] = hn::ConvertTo(df, hn::And(both, hn::Set(d32, 0xFFFF)));
-                odd[i] = hn::ConvertTo(df, hn::ShiftRight<16>(both));
-            }
-        } else {
-            for (std::size_t i = 0; i < 3; ++i) {
-                const VI32 both =
-                    hn::BitCast(d32, hasLevels[i] ? Levelled<false>(levels[i], colours[i]) : colours[i]);
-                even[i] = hn::ConvertTo(df, hn::ShiftRight<16>(hn::ShiftLeft<16>(both)));
-                odd[i] = hn::ConvertTo(df, hn::ShiftRight<16>(both));
-            }
-        }
+    }
 
-        const auto lumaOf = [](const VF32* colour) HWY_ATTR {
-            const DF32 f;
-            return hn::Add(
-                hn::Add(hn::Mul(hn::Set(f, 0.298828F), colour[0]), hn::Mul(hn::Set(f, 0.587891F), colour[1])),
-                hn::Mul(hn::Set(f, 0.113281F), colour[2]));
-        };
-        // Halves are exact, so that a fused product changes nothing.
-        const auto chromaOf = [](VF32 first, VF32 second, float b, VF32 third, float c) HWY_ATTR {
-            const DF32 f;
-            return hn::Sub(hn::MulSub(hn::Set(f, 0.5F), first, hn::Mul(hn::Set(f, b), second)),
-                           hn::Mul(hn::Set(f, c), third));
-        };
-        const VF32 cb = chromaOf(even[2], even[1], 0.332031F, even[0], 0.167969F);
-        const VF32 cr = chromaOf(even[0], even[1], 0.417969F, even[2], 0.082031F);
-        const VI16 newChroma = hn::Add(PackToShorts(RoundedAway(cb), RoundedAway(cr)), hn::Set(d16, 128));
-        const VI16 newLuma = PackToShorts(RoundedUpwards(lumaOf(even)), RoundedUpwards(lumaOf(odd)));
+    template <std::size_t kColour>
+    HWY_INLINE HWY_ATTR void LevelUsualOf(VI16* colours) const {
+        if (kAlone || hasLevels[kColour]) {
+            LevelUsual(levels[kColour], set.colours[kColour], constants, colours + kColour * kVectors);
+        }
+    }
+    template <std::size_t kColour>
+    HWY_INLINE HWY_ATTR void LevelAnyOf(VI16* colours) const {
+        if (kAlone || hasLevels[kColour]) {
+            for (std::size_t i = 0; i < kVectors; ++i) {
+                VI16& x = colours[kColour * kVectors + i];
+                x = Levelled(levels[kColour], constants, x);
+            }
+        }
+    }
+
+    /// Writes pairs of levels, none of which is negative if they are usual.
+    template <bool kAreUsual, class Put>
+    HWY_INLINE HWY_ATTR void Join(const Place& at, std::size_t to, const VI16* colours, Put put) const {
         // In each block Cb, Cr, Y0, Y1 of four pairs.
         alignas(16) static constexpr std::uint8_t kInPairs[16] = {0, 8,  4, 12, 1, 9,  5, 13,
                                                                   2, 10, 6, 14, 3, 11, 7, 15};
-        const VU8 made = hn::TableLookupBytes(PackToBytes(newChroma, newLuma), InEveryBlock(kInPairs));
-        put(d, limits(made), at.out[0][0] + 2 * x);
+        const DF32 d;
+        for (std::size_t i = 0; i < kVectors; ++i) {
+            const auto even = [&](std::size_t colour) HWY_ATTR {
+                return hn::ConvertTo(d, EvenLanes<kAreUsual>(colours[colour * kVectors + i]));
+            };
+            const auto odd = [&](std::size_t colour) HWY_ATTR {
+                return hn::ConvertTo(d,
+                                     hn::ShiftRight<16>(hn::BitCast(DI32(), colours[colour * kVectors + i])));
+            };
+            const ColourLanes first{even(0), even(1), even(2)}, second{odd(0), odd(1), odd(2)};
+            const VI16 chroma = hn::Add(PackToShorts(first.Cb(), first.Cr()),
+                                        hn::BitCast(DI16(), InEveryBlock(constants.middle)));
+            const VI16 newLuma = PackToShorts(first.Luma(), second.Luma());
+            const VU8 made = hn::TableLookupBytes(PackToBytes(chroma, newLuma), InEveryBlock(kInPairs));
+            put(DU8(), limits(made), at.out[0][0] + to + i * kVectorBytes);
+        }
+    }
+
+    template <bool kAreUsual>
+    static HWY_INLINE HWY_ATTR VI32 EvenLanes(VI16 v) {
+        const DI32 d;
+        if constexpr (!kAreUsual) {
+            return hn::ShiftRight<16>(hn::ShiftLeft<16>(hn::BitCast(d, v)));
+        }
+#if HWY_TARGET == HWY_AVX2
+        return hn::BitCast(d, MergeEvenOdd(v, hn::Zero(DI16())));
+#else
+        return hn::And(hn::BitCast(d, v), hn::Set(d, 0xFFFF));
+#endif
     }
 
     Table luma;
     Table levels[3];
+    ColourConstants constants;
     ChromaFactors factors;
     PairLimits limits;
     bool hasLuma, hasChroma, hasLevels[3];
@@ -409,7 +574,15 @@ void RunCorrectColours(const simd::Job<1, 1>& job, const CorrectionSettings& set
     for (std::size_t i = 0; i < 256; ++i) {
         unchanged[i] = static_cast<std::uint8_t>(i);
     }
-    WithByteTables([&]<class Table>() HWY_ATTR { Walk(CorrectingColours<Table>(set, unchanged), job); });
+    const bool areAlone = set.luma == nullptr && set.rotation == nullptr && set.gain == nullptr &&
+                          std::count(set.colours, set.colours + 3, nullptr) == 0;
+    WithByteTables([&]<class Table>() HWY_ATTR {
+        if (areAlone) {
+            Walk(CorrectingColours<Table, true>(set, unchanged), job);
+        } else {
+            Walk(CorrectingColours<Table, false>(set, unchanged), job);
+        }
+    });
 }
 
 #endif  // HWY_TARGET
