@@ -175,8 +175,14 @@ TEST_F(CommandLineTest, PicturesThatAreTooSmallAreNamedWithTheirSize) {
 TEST_F(CommandLineTest, InfoTellsVersionAndPaths) {
     const Outcome info = Run("info");
     EXPECT_EQ(info.status, 0);
-    for (const char* word : {"TesselU ", "build: ", "detected: ", "SIMD target: ", "ZanCompositor",
-                             "Operations3D", "Transform3D"})
+    for (const char* word : {"TesselU ",       "build: ",         "detected: ",
+                             "SIMD target: ",  "ZanCompositor",   "ColorSpaceConverterMT",
+                             "LookUpTable ",   "InvertLUT",       "PosterizeLUT",
+                             "Posterize ",     "LookUpTable3D",   "CubeLUT",
+                             "Histogram",      "ColorAdjustment", "BaseColorCorrection",
+                             "ChromaKeyerYUV", "LinearKeyer",     "LumaKeyer",
+                             "Mixup",          "DeepDefocus ",    "DeepDefocusMT",
+                             "NoiseReduction", "Operations3D",    "Transform3D"})
         EXPECT_NE(info.out.find(word), std::string::npos) << word;
 }
 

@@ -1,4 +1,5 @@
 #include <TesselU/foundation/CPUcapabilities.h>
+#include <TesselU/foundation/CPUfeatures.h>
 #include <TesselU/foundation/Version.h>
 
 #include <cstdio>
@@ -69,18 +70,79 @@ std::string ProcessorName() {
     return "unnamed";
 }
 
-void PrintClass(const char* name, Zan::CapabilityOwner owner, bool hasPaths) {
-    const Zan::CPUcapabilities& processor = Zan::classCapabilities[owner];
-    std::printf("  %-20s %-6s %s\n", name, NameOf(processor.WhichInstructionSetIsSupported()),
-                hasPaths ? NameOf(BestPath(processor)) : "-");
+constexpr const char* kEveryStyle = "one arithmetic for every style";
+
+void PrintRow(const char* name, const char* set, const char* path) {
+    std::printf("  %-21s %-6s %s\n", name, set, path);
 }
 
-/// The classes of vectors, whose fast style is another.
+void PrintClass(const char* name, Zan::CapabilityOwner owner, const char* path) {
+    PrintRow(name, NameOf(Zan::classCapabilities[owner].WhichInstructionSetIsSupported()), path);
+}
+
+/// A class with forms for every instruction set.
+void PrintClassWithPaths(const char* name, Zan::CapabilityOwner owner) {
+    PrintClass(name, owner, NameOf(BestPath(Zan::classCapabilities[owner])));
+}
+
+/// A class whose fast style is another.
 void PrintVectorClass(const char* name, Zan::CapabilityOwner owner) {
-    const Zan::CPUcapabilities& processor = Zan::classCapabilities[owner];
-    std::printf("  %-20s %-6s %s; of kFlp_SIMD: %s\n", name,
-                NameOf(processor.WhichInstructionSetIsSupported()), NameOf(Zan::Path::kFloat),
-                NameOf(processor.IsSIMDsupported() ? Zan::Path::kSSE : Zan::Path::kFloat));
+    std::string path = NameOf(Zan::Path::kFloat);
+    path += "; of kFlp_SIMD: ";
+    path += NameOf(Zan::classCapabilities[owner].IsSIMDsupported() ? Zan::Path::kSSE : Zan::Path::kFloat);
+    PrintClass(name, owner, path.c_str());
+}
+
+/// Blurs with the larger registers have one arithmetic, those without another.
+void PrintBlurClass(const char* name, Zan::CapabilityOwner owner) {
+    PrintClass(name, owner,
+               Zan::classCapabilities[owner].IsSIMDsupported() ? "single precision" : "scalar fixed point");
+}
+
+/// The keyer of colours, whose form depends on the sampling.
+void PrintChromaKeyer() {
+    const auto owner = Zan::kOwnerChromaKeyerYUV;
+    PrintClass("ChromaKeyerYUV", owner,
+               Zan::classCapabilities[owner].IsSIMDsupported()
+                   ? "double precision; of 4:2:2: single precision"
+                   : "double precision");
+}
+
+/// A class that asks the second detector, which a host may hold back.
+void PrintClassOfFeatures(const char* name, const char* otherwise) {
+    const Zan::CPUfeatures* features = Zan::CPUfeatures::Instance();
+    const bool hasSSE2 = features != nullptr && features->IsSSE2usable();
+    PrintRow(name, hasSSE2 ? "SSE2" : "less", hasSSE2 ? NameOf(Zan::Path::kSSE2) : otherwise);
+}
+
+void PrintClasses() {
+    PrintRow("class", "set", "path of kBestAvailable");
+    PrintClassWithPaths("ZanCompositor", Zan::kOwnerZanCompositor);
+    PrintClassWithPaths("ColorSpaceConverter", Zan::kOwnerColorSpaceConverter);
+    PrintClassWithPaths("ColorSpaceConverterMT", Zan::kOwnerColorSpaceConverterMT);
+    PrintClass("Image", Zan::kOwnerImage, "-");
+    PrintClass("AlignedMemoryBuffer", Zan::kOwnerAlignedMemoryBuffer, "-");
+    PrintClass("LookUpTable", Zan::kOwnerLookUpTable, kEveryStyle);
+    PrintClass("InvertLUT", Zan::kOwnerInvertLUT, kEveryStyle);
+    PrintClass("PosterizeLUT", Zan::kOwnerPosterizeLUT, kEveryStyle);
+    PrintClass("Posterize", Zan::kOwnerPosterize, "scalar fixed point; of kFlp: scalar floating point");
+    PrintRow("LookUpTable3D", "-", kEveryStyle);
+    PrintRow("CubeLUT", "-", kEveryStyle);
+    PrintClass("Histogram", Zan::kOwnerHistogram, kEveryStyle);
+    PrintClass("ColorAdjustment", Zan::kOwnerColorAdjustment,
+               "none; of kInt_MMXorSIMD: fixed point; of kFlp: floating point");
+    PrintClassOfFeatures("BaseColorCorrection", "scalar form");
+    PrintChromaKeyer();
+    PrintClass("LinearKeyer", Zan::kOwnerLinearKeyer, kEveryStyle);
+    PrintClass("LumaKeyer", Zan::kOwnerLumaKeyer, kEveryStyle);
+    PrintClass("KeyerRGB", Zan::kOwnerKeyerRGB, "-");
+    PrintClassOfFeatures("Mixup", "form for what is usable");
+    PrintBlurClass("DeepDefocus", Zan::kOwnerDeepDefocus);
+    PrintBlurClass("DeepDefocusMT", Zan::kOwnerDeepDefocusMT);
+    PrintRow("NoiseReduction", "-",
+             "one arithmetic for every implementation but 3, which is single precision");
+    PrintVectorClass("Operations3D", Zan::kOwnerOperations3D);
+    PrintVectorClass("Transform3D", Zan::kOwnerTransform3D);
 }
 
 int PrintInfo(const Arguments&) {
@@ -99,13 +161,7 @@ int PrintInfo(const Arguments&) {
                 static_cast<unsigned>(detected.GetNumberOfTotalProcessors()));
     std::printf("last-level cache: %zu KiB\n", Zan::LastLevelCacheBytes() / 1024);
     std::printf("SIMD target: %s\n", Zan::simd::TargetName(Zan::simd::CurrentTarget()));
-    std::printf("  %-20s %-6s %s\n", "class", "set", "path of kBestAvailable");
-    PrintClass("ZanCompositor", Zan::kOwnerZanCompositor, true);
-    PrintClass("ColorSpaceConverter", Zan::kOwnerColorSpaceConverter, true);
-    PrintClass("Image", Zan::kOwnerImage, false);
-    PrintClass("AlignedMemoryBuffer", Zan::kOwnerAlignedMemoryBuffer, false);
-    PrintVectorClass("Operations3D", Zan::kOwnerOperations3D);
-    PrintVectorClass("Transform3D", Zan::kOwnerTransform3D);
+    PrintClasses();
     return kExitSuccess;
 }
 
