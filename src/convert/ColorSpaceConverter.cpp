@@ -4,9 +4,12 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
+#include <type_traits>
 
 #include "convert/ConversionPlan.h"
 #include "convert/ConversionStrips.h"
+#include "convert/RememberedCall.h"
 #include "foundation/ClassCapabilities.h"
 #include "image/ViewPlane.h"
 
@@ -68,9 +71,32 @@ constinit CPUcapabilities& ColorSpaceConverter::CPUinstructionSet =
     classCapabilities[kOwnerColorSpaceConverter];
 
 ColorSpaceConverter::ColorSpaceConverter() noexcept {
+    static_assert(sizeof(RememberedCall) <= sizeof remembered &&
+                  std::is_trivially_destructible_v<RememberedCall>);
+    new (&remembered) RememberedCall;
     for (std::size_t i = 0; i < 4; ++i) {
         matrix[i][i] = 1;
     }
+}
+
+ColorSpaceConverter::ColorSpaceConverter(const ColorSpaceConverter& other) noexcept : ColorSpaceConverter() {
+    *this = other;
+}
+
+ColorSpaceConverter& ColorSpaceConverter::operator=(const ColorSpaceConverter& other) noexcept {
+    std::copy_n(other.knownSource, 4, knownSource);
+    std::copy_n(other.knownDestination, 4, knownDestination);
+    plusFunction = other.plusFunction;
+    std::memmove(matrix, other.matrix, sizeof matrix);
+    std::memmove(offset, other.offset, sizeof offset);
+    mmxOnly = other.mmxOnly;
+    alphaFill = other.alphaFill;
+    Remembered().Forget();
+    return *this;
+}
+
+RememberedCall& ColorSpaceConverter::Remembered() noexcept {
+    return *std::launder(reinterpret_cast<RememberedCall*>(&remembered));
 }
 
 void ColorSpaceConverter::GetMatrixCoef(double* out) const noexcept {
@@ -88,7 +114,39 @@ Long32 ColorSpaceConverter::Do(ImageView& source, ImageView& destination, Proces
 
 Long32 ColorSpaceConverter::DoStrip(ImageView& source, ImageView& destination, ProcessingStyleEnum callStyle,
                                     double* callMatrix, double* callOffset, bool isFollowed) {
-    ConversionPlan plan;
+    RememberedCall& last = Remembered();
+    const RememberedCall::Settings settings{callStyle, plusFunction, alphaFill,
+                                            CPUinstructionSet.WhichInstructionSetIsSupported()};
+    const bool hasDefaults = callMatrix == nullptr && callOffset == nullptr;
+    const auto move = [](KnownPlane(&known)[4]) {
+        return [&known](std::size_t channel, std::ptrdiff_t bytes) { known[channel].first += bytes; };
+    };
+    ConversionPlan* plan =
+        hasDefaults ? last.Recall(source, destination, settings, move(knownSource), move(knownDestination))
+                    : nullptr;
+    if (plan == nullptr) {
+        plan = &last.Begin();
+        const Long32 status = PlanOfViews(source, destination, callStyle, callMatrix, callOffset, *plan);
+        if (status != kStatusOk) {
+            return status;
+        }
+        if (hasDefaults) {
+            last.Keep(source, destination, settings);
+        }
+    }
+    const std::size_t height = plan->job.planes.height;
+    if (isFollowed && SharesLastChroma(*plan, destination.GetRegionOfInterest().getTop(), height)) {
+        RunButLastChroma(*plan, height);
+        last.Forget();
+    } else {
+        Run(*plan, 0, height);
+    }
+    return kStatusOk;
+}
+
+Long32 ColorSpaceConverter::PlanOfViews(const ImageView& source, const ImageView& destination,
+                                        ProcessingStyleEnum callStyle, const double* callMatrix,
+                                        const double* callOffset, ConversionPlan& plan) noexcept {
     ConversionRequest request;
     const std::size_t sources = TakePlanes(source, plan.job.planes.source, request.sourceSelection);
     const std::size_t destinations =
@@ -109,22 +167,14 @@ Long32 ColorSpaceConverter::DoStrip(ImageView& source, ImageView& destination, P
     request.width = static_cast<Long32>(std::min(source.GetWidth(), destination.GetWidth()));
     request.height = std::min(source.GetHeight(), destination.GetHeight());
     request.style = callStyle;
-    const Long32 status = MakePlan(request, callMatrix, callOffset, plan);
-    if (status != kStatusOk) {
-        return status;
-    }
-    if (isFollowed && SharesLastChroma(plan, destination.GetRegionOfInterest().getTop(), request.height)) {
-        RunButLastChroma(plan, request.height);
-    } else {
-        Run(plan, 0, request.height);
-    }
-    return kStatusOk;
+    return MakePlan(request, callMatrix, callOffset, plan);
 }
 
 Long32 ColorSpaceConverter::Do(ULong32* source, ULong32* destination, ULong32 width, ULong32 height,
                                Long32 callSourcePitch, Long32 callDestinationPitch, ULong32 sourceFormat,
                                ULong32 destinationFormat, ULong32 style, double* callMatrix,
                                double* callOffset) {
+    Remembered().Forget();
     knownSource[0] = {reinterpret_cast<unsigned char*>(source), callSourcePitch};
     knownDestination[0] = {reinterpret_cast<unsigned char*>(destination), callDestinationPitch};
 

@@ -15,19 +15,21 @@ namespace Zan {
 class ImageView;
 struct ConversionPlan;
 struct ConversionRequest;
+class RememberedCall;
 
 /// Converts pictures from one pixel format to another: between RGB and YCrCb, between packings and chroma
 /// samplings, between level conventions, between shaped and unshaped alpha.
 ///
 /// Each image is reduced to a `ConverterFormat`; a code path has kernels for certain pairs of them. The style
 /// of a call picks the path. All arithmetic is on 8-bit samples. One object serves one thread at a time;
-/// settings stay from call to call.
+/// settings stay from call to call. Calls on pictures that are described alike cost less than the first of
+/// them.
 class TESSELU_API ColorSpaceConverter {
 public:
     /// Alpha fill 255, plus function 0, identity matrix, no offsets.
     ColorSpaceConverter() noexcept;
-    ColorSpaceConverter(const ColorSpaceConverter&) noexcept = default;
-    ColorSpaceConverter& operator=(const ColorSpaceConverter&) noexcept = default;
+    ColorSpaceConverter(const ColorSpaceConverter& other) noexcept;
+    ColorSpaceConverter& operator=(const ColorSpaceConverter& other) noexcept;
     ~ColorSpaceConverter() = default;
 
     /// Converts the picture of `source` to the format of `destination`, over the smaller of the two widths
@@ -104,10 +106,14 @@ private:
     /// both have is left to it.
     Long32 DoStrip(ImageView& source, ImageView& destination, ProcessingStyleEnum callStyle,
                    double* callMatrix, double* callOffset, bool isFollowed);
+    Long32 PlanOfViews(const ImageView& source, const ImageView& destination, ProcessingStyleEnum callStyle,
+                       const double* callMatrix, const double* callOffset, ConversionPlan& plan) noexcept;
     Long32 MakePlan(ConversionRequest& request, const double* callMatrix, const double* callOffset,
                     ConversionPlan& plan) noexcept;
     void RememberMatrix(const double (&used)[4][4], bool isTransposed) noexcept;
     Long32 ChangeShaping(ImageView& picture, ShapedEnum shaped) noexcept;
+
+    RememberedCall& Remembered() noexcept;
 
     /// A plane of the last call; the raw form takes from them what it is not given.
     struct KnownPlane {
@@ -121,6 +127,9 @@ private:
     double offset[2][4] = {};
     bool mmxOnly = false;
     unsigned char alphaFill = 255;
+    /// What a call on pictures like those of the last one need not find out again, in place: calls do not
+    /// allocate.
+    alignas(16) unsigned char remembered[1536];
 };
 
 }  // namespace Zan
