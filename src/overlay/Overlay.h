@@ -65,6 +65,16 @@ private:
 
         bool IsAcross() const noexcept { return across != 0 || chroma != 0; }
         bool IsDown() const noexcept { return down != 0; }
+        /// 4:2:2: chroma lies between pairs, and luma on pixels.
+        bool IsLumaStill() const noexcept { return IsAcross() && across == 0; }
+        MixShares Shares() const noexcept;
+        /// How far before the pixel in hand a tap lies: columns, of chroma pairs, and lines.
+        std::int64_t ColumnsBefore(std::size_t tap) const noexcept {
+            return IsAcross() && tap % 2 != 0 ? 1 : 0;
+        }
+        std::int64_t RowsBefore(std::size_t tap) const noexcept {
+            return IsDown() && (IsAcross() ? tap / 2 : tap) != 0 ? rowStep : 0;
+        }
     };
 
     Long32 RenderFrame(const COverlayImage& result, const COverlayImage& foreground,
@@ -108,6 +118,10 @@ private:
     void BlendEdges(const MovedRow& row, const COverlayImage& back, const COverlayImage& fore,
                     const COverlayImage& result, const Motion& motion, const EdgeRectangle& taken,
                     const EdgeRectangle& area) const noexcept;
+    /// BlendEdges of one column of 32-bit pixels, as a row; false where memory lacks some of it.
+    bool BlendColumn(const MovedRow& row, const COverlayImage& back, const COverlayImage& fore,
+                     const COverlayImage& result, const Motion& motion, const EdgeRectangle& taken,
+                     const EdgeRectangle& area) const noexcept;
     Long32 CenterPictures(const OverlayFamily& family, const COverlayImage& source,
                           const COverlayImage& result);
 

@@ -79,7 +79,8 @@ constexpr MovedRow kRgbMovedRows[] = {
      {"Mixup::COverlay::RenderRGB1() RGB1_VERT_32_32_PREMUL_SSE2\n", nullptr,
       "Mixup::COverlay::RenderRGB1() RGB1_VERT_32_32_PREMUL\n"},
      &kMixBytes,
-     &kPremultiplied32With32},
+     &kPremultiplied32With32,
+     &kMovedPremultiplied32},
     {32,
      32,
      Mode::kStraight,
@@ -87,7 +88,8 @@ constexpr MovedRow kRgbMovedRows[] = {
      {nullptr, nullptr, "Mixup::COverlay::RenderRGB1() RGB1_HORIZ_32_32\n"},
      {nullptr, nullptr, "Mixup::COverlay::RenderRGB1() RGB1_VERT_32_32\n"},
      &kMixStraightPixels,
-     &kStraight32With32},
+     &kStraight32With32,
+     &kMovedStraight32},
 };
 
 constexpr MovedRow kYuvMovedRows[] = {

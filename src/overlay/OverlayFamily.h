@@ -38,8 +38,9 @@ struct MovedRow {
     unsigned backBits, foreBits;
     OverlayRow::Mode mode;
     Names both, across, down;
-    const MixKernel* mix;        ///< what comes between pixels
-    const OverlayKernel* blend;  ///< over the background; null: it is the result
+    const MixKernel* mix;                ///< what comes between pixels
+    const OverlayKernel* blend;          ///< over the background; null: it is the result
+    const MovedKernel* moved = nullptr;  ///< both in one pass
 
     bool Suits(unsigned back, unsigned fore, bool premultiplied) const noexcept {
         return backBits == back && foreBits == fore &&

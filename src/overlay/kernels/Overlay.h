@@ -51,6 +51,10 @@ struct MixShares {
     /// have `luma` alone. Between 1 and 511.
     unsigned chroma = 0, luma = 0;
     unsigned row = 0;  ///< four taps: of the last two
+
+    /// Those of columns are whole numbers out of 128.
+    constexpr bool IsCoarse() const noexcept { return (chroma | luma) % 4 == 0; }
+    constexpr MixShares OfLuma() const noexcept { return {taps, luma, luma, row}; }
 };
 using MixKernel = simd::Kernel<void(const MixJob&, const MixShares&)>;
 
@@ -59,6 +63,14 @@ extern const MixKernel kMixPairs;           ///< colour of pairs
 extern const MixKernel kMixPairAlphas;      ///< alpha of pairs, a byte for each sample
 extern const MixKernel kMixStraightPixels;  ///< 32-bit pixels, straight
 extern const MixKernel kMixStraightPairs;   ///< colour of pairs, straight
+
+/// 32-bit pixels between pixels over 32-bit ones in one go. The taps are the first sources.
+inline constexpr std::size_t kBehindTaps = kMostTaps;
+using MovedJob = simd::Job<kMostTaps + 1, 1>;
+using MovedKernel = simd::Kernel<void(const MovedJob&, const MixShares&)>;
+
+extern const MovedKernel kMovedPremultiplied32;
+extern const MovedKernel kMovedStraight32;
 
 }  // namespace Zan
 
