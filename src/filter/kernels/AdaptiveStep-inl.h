@@ -160,7 +160,7 @@ public:
                                         ColumnSums& sums) const {
         if constexpr (Width != 1) {
             const auto take = [&](std::size_t at) TESSELU_INLINED {
-                const EvenAndOdd sum = SumOfRows(rows, x + at, [](VU8 row) TESSELU_INLINED { return row; });
+                const EvenAndOdd sum = SumOfRows(rows, x + at);
                 hn::StoreU(sum.even, DU16(), sums.chroma + at / 2);
                 hn::StoreU(sum.odd, DU16(), sums.luma + at / 2);
             };
@@ -309,20 +309,26 @@ private:
         }
     }
 
-    /// Sums over rows of what `of` makes of bytes.
-    template <class Of>
-    HWY_INLINE HWY_ATTR static EvenAndOdd SumOfRows(const WindowRows& rows, std::size_t x, Of of) {
-        const DU16 d16;
-        // A sum of words is that of their even bytes, and 256 times that of the odd ones.
-        VU16 words = hn::Zero(d16), odd = words;
-        ForEachRow(rows, x, [&](const std::uint8_t* at) TESSELU_INLINED {
-            const VU16 word = hn::BitCast(d16, of(hn::LoadU(DU8(), at)));
-            words = hn::Add(words, word);
-            odd = hn::Add(odd, hn::ShiftRight<8>(word));
-            Keep(words);
-            Keep(odd);
-        });
+    // A sum of words is that of their even bytes, and 256 times that of the odd ones.
+
+    HWY_INLINE HWY_ATTR static void TakeBoth(VU16& words, VU16& odd, VU8 bytes) {
+        const VU16 word = hn::BitCast(DU16(), bytes);
+        words = hn::Add(words, word);
+        odd = hn::Add(odd, hn::ShiftRight<8>(word));
+        Keep(words);
+        Keep(odd);
+    }
+
+    HWY_INLINE HWY_ATTR static EvenAndOdd Apart(VU16 words, VU16 odd) {
         return {hn::Sub(words, hn::ShiftLeft<8>(odd)), odd};
+    }
+
+    HWY_INLINE HWY_ATTR static EvenAndOdd SumOfRows(const WindowRows& rows, std::size_t x) {
+        VU16 words = hn::Zero(DU16()), odd = words;
+        ForEachRow(rows, x, [&](const std::uint8_t* at) TESSELU_INLINED {
+            TakeBoth(words, odd, hn::LoadU(DU8(), at));
+        });
+        return Apart(words, odd);
     }
 
     HWY_INLINE HWY_ATTR std::ptrdiff_t HalfWidth() const {
@@ -368,7 +374,7 @@ private:
                                                 const ColumnSums& columns, std::size_t column) const {
         const DU16 d;
         if constexpr (Width == 1) {
-            const EvenAndOdd sum = SumOfRows(rows, x, [](VU8 row) TESSELU_INLINED { return row; });
+            const EvenAndOdd sum = SumOfRows(rows, x);
             return {sum.even, sum.odd, sum.even};
         } else {
             const std::uint16_t* const chroma = columns.chroma + column / 2;
@@ -404,35 +410,56 @@ private:
                                             const WindowSums& means) const {
         const DU8 d8;
         const DU16 d16;
+        const VU8 mean = hn::BitCast(d8, hn::Or(means.chroma, hn::ShiftLeft<8>(means.luma)));
+        const VU16 zero = hn::Zero(d16);
+        // Of the even bytes: the upper halves of the means are 0, whatever lies there.
+        const auto take = [d8, d16](VU16& sum, VU16 mean16, const std::uint8_t* at) TESSELU_INLINED {
+            const VU8 off = hn::SaturatedSub(hn::BitCast(d8, mean16), hn::LoadU(d8, at));
+            sum = hn::Add(sum, hn::BitCast(d16, off));
+            Keep(sum);
+        };
+        // Of all bytes at once.
+        VU16 words = zero, odd = zero;
+        const auto takeBoth = [&](const std::uint8_t* at) TESSELU_INLINED {
+            TakeBoth(words, odd, hn::SaturatedSub(mean, hn::LoadU(d8, at)));
+        };
         if constexpr (Width == 1) {
-            const VU8 mean = hn::BitCast(d8, hn::Or(means.chroma, hn::ShiftLeft<8>(means.luma)));
-            const EvenAndOdd sum =
-                SumOfRows(rows, x, [mean](VU8 row) TESSELU_INLINED { return hn::SaturatedSub(mean, row); });
+            ForEachRow(rows, x, takeBoth);
+            const EvenAndOdd sum = Apart(words, odd);
             return {sum.even, sum.odd, sum.even};
+        } else if constexpr (!kArePairs) {
+            ForEachRow(rows, x, [&](const std::uint8_t* at) TESSELU_INLINED {
+                ForLuma([&](std::ptrdiff_t offset) TESSELU_INLINED { takeBoth(at + offset); });
+            });
+            const EvenAndOdd sum = Apart(words, odd);
+            return {sum.even, sum.odd, sum.even};
+        } else if constexpr (Width == 3 && !kOddPixels) {
+            VU16 luma = zero, chroma = zero;
+            ForEachRow(rows, x, [&](const std::uint8_t* at) TESSELU_INLINED {
+                takeBoth(at);
+                take(luma, means.luma, at - 1);
+                take(luma, means.luma, at + 3);
+                take(chroma, means.chroma, at - 4);
+            });
+            const EvenAndOdd middle = Apart(words, odd);
+            return {hn::Add(chroma, hn::Add(middle.even, middle.even)), hn::Add(luma, middle.odd), zero};
         } else {
-            const VU16 zero = hn::Zero(d16);
             WindowSums below = {zero, zero, zero};
             VU16 twice = zero, oddTwice = zero;
             ForEachRow(rows, x, [&](const std::uint8_t* at) TESSELU_INLINED {
-                // Of the even bytes: the upper halves of the means are 0, whatever lies there.
-                const auto takeInto = [&](VU16& sum, VU16 mean, std::ptrdiff_t shift) TESSELU_INLINED {
-                    return [&sum, mean, from = at + shift, d8, d16](std::ptrdiff_t offset) TESSELU_INLINED {
-                        sum = hn::Add(sum, hn::BitCast(d16, hn::SaturatedSub(hn::BitCast(d8, mean),
-                                                                             hn::LoadU(d8, from + offset))));
-                        Keep(sum);
-                    };
+                const auto into = [&](VU16& sum, VU16 mean16, std::ptrdiff_t shift) TESSELU_INLINED {
+                    return [&sum, mean16, from = at + shift, take](std::ptrdiff_t dx)
+                               TESSELU_INLINED { take(sum, mean16, from + dx); };
                 };
-                ForLuma(takeInto(below.luma, means.luma, 1));
-                ForChroma(takeInto(below.chroma, means.chroma, 0), takeInto(twice, means.chroma, 0));
+                ForLuma(into(below.luma, means.luma, 1));
+                ForChroma(into(below.chroma, means.chroma, 0), into(twice, means.chroma, 0));
                 if constexpr (kOddPixels) {
-                    ForOddChroma(takeInto(below.oddChroma, means.oddChroma, 0),
-                                 takeInto(oddTwice, means.oddChroma, 0));
+                    ForOddChroma(into(below.oddChroma, means.oddChroma, 0),
+                                 into(oddTwice, means.oddChroma, 0));
                 }
             });
-            if constexpr (kArePairs) {
-                below.chroma = hn::Add(below.chroma, hn::Add(twice, twice));
-                below.oddChroma = hn::Add(below.oddChroma, hn::Add(oddTwice, oddTwice));
-            }
+            below.chroma = hn::Add(below.chroma, hn::Add(twice, twice));
+            below.oddChroma = hn::Add(below.oddChroma, hn::Add(oddTwice, oddTwice));
             return below;
         }
     }
