@@ -2,15 +2,20 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <thread>
 #include <type_traits>
 #include <vector>
 
-#include "filter/BlurCalls.h"
+#include "filter/BlurPicture.h"
+#include "filter/kernels/BoxFormula.h"
 #include "foundation/CapabilitySeam.h"
+#include "simd/Targets.h"
+#include "support/Streaming.h"
 
 namespace {
 
@@ -19,7 +24,60 @@ using namespace filter_test;
 
 static_assert(std::is_copy_assignable_v<DeepDefocus> && sizeof(DeepDefocus) == 4);
 
+constexpr ULong32 kAll = 0xFFFFFFFFU;
 constexpr double kNotANumber = std::numeric_limits<double>::quiet_NaN();
+
+constexpr ProcessingStyleEnum kTruncating[] = {kFlp, kFP};
+constexpr ProcessingStyleEnum kRounding[] = {kInt_MMXorSIMD, kFlp_SIMD, kBestAvailable};
+const ProcessingStyleEnum kAfresh[] = {kStyle4, kGeneralFormat, static_cast<ProcessingStyleEnum>(7),
+                                       static_cast<ProcessingStyleEnum>(-1),
+                                       static_cast<ProcessingStyleEnum>(INT_MIN)};
+
+std::vector<ProcessingStyleEnum> AllStyles() {
+    std::vector<ProcessingStyleEnum> all(std::begin(kTruncating), std::end(kTruncating));
+    all.insert(all.end(), std::begin(kRounding), std::end(kRounding));
+    all.insert(all.end(), std::begin(kAfresh), std::end(kAfresh));
+    return all;
+}
+
+Form FormOf(ProcessingStyleEnum style) {
+    const auto is = [style](ProcessingStyleEnum other) { return style == other; };
+    if (std::any_of(std::begin(kTruncating), std::end(kTruncating), is)) {
+        return Form::kShifts;
+    }
+    return std::any_of(std::begin(kRounding), std::end(kRounding), is) ? Form::kSingle : Form::kAfresh;
+}
+
+struct Limits {
+    ULong32 xStart = 0, xEnd = kAll, yStart = 0, yEnd = kAll;
+};
+
+Long32 Blur(ImageView from, ImageView to, double horizontal, double vertical, ProcessingStyleEnum style,
+            Limits limits = {}, ULong32 bits = 8) {
+    const DeepDefocus filter(bits);
+    return filter.Do(from, to, horizontal, vertical, limits.xStart, limits.xEnd, limits.yStart, limits.yEnd,
+                     style);
+}
+
+std::vector<simd::Target> Targets() {
+    std::vector<simd::Target> targets;
+    for (std::size_t t = 0; t < simd::kTargetCount; ++t) {
+        if (simd::IsTargetAvailable(static_cast<simd::Target>(t))) {
+            targets.push_back(static_cast<simd::Target>(t));
+        }
+    }
+    return targets;
+}
+
+/// A destination, and the same filled by the plain formula.
+class Compared {
+public:
+    Compared(unsigned width, unsigned height, PictureOptions options = {})
+        : made(width, height, options), expected(width, height, options) {
+        CopyMemory(made, expected);
+    }
+    BlurPicture made, expected;
+};
 
 // ---- Sizes ----
 
@@ -297,6 +355,24 @@ TEST(DeepDefocus, WhiteStaysWhite) {
     }
 }
 
+TEST(DeepDefocus, SmallMeansInSixteenBitsAreThoseOfSinglePrecision) {
+    ShortRounding rounding{};
+    for (const std::size_t area : {0U, 1U, 2U, 4U, 254U, 256U, 257U}) {
+        EXPECT_FALSE(FindShortRounding(area, rounding)) << area;
+    }
+    for (unsigned area = 3; area <= 255; area += 2) {
+        ASSERT_TRUE(FindShortRounding(area, rounding));
+        ASSERT_LE(rounding.multiplier, 65535U);
+        ASSERT_GE(rounding.shift, 1U);
+        ASSERT_LE(255 * area + rounding.start, 65535U);
+        const ByteOfSum expected(Form::kSingle, area);
+        for (unsigned sum = 0; sum <= 255 * area; ++sum) {
+            const unsigned high = (sum + rounding.start) * rounding.multiplier >> 16;
+            ASSERT_EQ(high >> rounding.shift, unsigned{expected(sum)}) << sum << " of " << area;
+        }
+    }
+}
+
 TEST(DeepDefocus, BitsOfASampleEnterIntoTheScaleAlone) {
     BlurPicture from(21, 19);
     for (const simd::Target target : Targets()) {
@@ -333,6 +409,302 @@ TEST(DeepDefocus, WithoutPlacesForTheShiftSamplesAreZero) {
     for (unsigned x = 0; x < 20; ++x) {
         EXPECT_EQ(to.At(0, 2, x), 0);
     }
+}
+
+// ---- Every path ----
+
+struct Case {
+    unsigned width, height;
+    int boxWidth, boxHeight;
+};
+
+/// All forms of one box on all targets against the plain formula, which is slow where each box is summed by
+/// itself: a corner of it.
+void Compare(const Case& c, PictureOptions options = {}) {
+    BlurPicture from(c.width, c.height, options);
+    const BoxSums sums(from.View(), c.width, c.height, c.boxWidth, c.boxHeight);
+    const int area = c.boxWidth * c.boxHeight;
+    for (const ProcessingStyleEnum style : {kBestAvailable, kInt_MMXorSIMD, kFlp, kStyle4}) {
+        const bool isSlow = style == kStyle4 && area > 200;
+        const Limits limits = isSlow ? Limits{2, 6, 1, 3} : Limits();
+        Compared to(c.width, c.height, options);
+        BlurPicture before(c.width, c.height, options);
+        CopyMemory(to.made, before);
+        const Region region = {limits.xStart, limits.xEnd, limits.yStart, limits.yEnd};
+        WritePlainly(sums, to.expected.View(), region, FormOf(style));
+        for (const simd::Target target : Targets()) {
+            const simd::ScopedTarget scoped(target);
+            CopyMemory(before, to.made);
+            const Long32 status = Blur(from.View(), to.made.View(), c.boxWidth, c.boxHeight, style, limits);
+            if (style == kFlp && area > 65536) {
+                ASSERT_EQ(status, -5);
+                continue;
+            }
+            ASSERT_EQ(status, 0);
+            ASSERT_TRUE(SameMemory(to.made, to.expected))
+                << simd::TargetName(target) << ", " << c.boxWidth << " by " << c.boxHeight << " in "
+                << c.width << " by " << c.height << ", style " << style;
+        }
+    }
+}
+
+TEST(DeepDefocus, EveryBoxInSmallPictures) {
+    for (unsigned width = 2; width <= 35; width += width < 20 ? 1 : 3) {
+        const unsigned height = 2 + width * 7 % 13;
+        for (int boxWidth = 1; boxWidth < static_cast<int>(width); boxWidth += 2) {
+            for (int boxHeight = 1; boxHeight < static_cast<int>(height); boxHeight += 2) {
+                ASSERT_NO_FATAL_FAILURE(Compare({width, height, boxWidth, boxHeight}));
+            }
+        }
+    }
+}
+
+TEST(DeepDefocus, LargeBoxes) {
+    for (const Case& c : {Case{90, 40, 31, 31},
+                          {40, 120, 17, 101},
+                          {300, 12, 257, 1},
+                          {300, 4, 255, 1},
+                          {5, 300, 1, 257},
+                          {5, 300, 3, 259},
+                          {6, 300, 1, 255},
+                          {261, 9, 259, 5},
+                          {45, 280, 39, 271},
+                          {131, 133, 129, 129},
+                          {300, 260, 253, 255}}) {
+        ASSERT_NO_FATAL_FAILURE(Compare(c));
+    }
+}
+
+TEST(DeepDefocus, PicturesWiderThanAnyStackHas) {
+    for (const Case& c : {Case{2079, 3, 5, 1},
+                          {2080, 4, 31, 3},
+                          {2081, 3, 3, 1},
+                          {20000, 2, 3, 1},
+                          {4097, 6, 301, 5},
+                          {16500, 3, 3001, 1},
+                          {1900, 700, 5, 601}}) {
+        ASSERT_NO_FATAL_FAILURE(Compare(c));
+    }
+}
+
+TEST(DeepDefocus, SumsAbove32Bits) {
+    // 4103.5 rows and columns pass the limit and become 4105, whose sum of white is above 2^32.
+    constexpr unsigned kSize = 4106;
+    BlurPicture from(kSize, kSize), to(kSize, kSize);
+    from.Fill(255);
+    for (const simd::Target target : Targets()) {
+        const simd::ScopedTarget scoped(target);
+        to.Fill(0);
+        ASSERT_EQ(Blur(from.View(), to.View(), 4103.5, 4103.5, kBestAvailable, {7, 9, 3, 4}), 0);
+        EXPECT_EQ(to.At(7, 3, 1), 255);
+        EXPECT_EQ(to.At(8, 3, 3), 255);
+        EXPECT_EQ(to.At(6, 3), 0);
+        EXPECT_EQ(to.At(9, 3), 0);
+    }
+    // Half of all bytes are 201, the others 100; the sum alone is above 2^31.
+    for (unsigned y = 0; y < kSize; ++y) {
+        for (unsigned x = 0; x < 4 * kSize; ++x) {
+            from.At(0, y, x) = (x / 4 + y) % 2 == 0 ? 201 : 100;
+        }
+    }
+    for (const simd::Target target : Targets()) {
+        const simd::ScopedTarget scoped(target);
+        ASSERT_EQ(Blur(from.View(), to.View(), 4001, 4003, kBestAvailable, {2050, 2052, 2051, 2052}), 0);
+        // The centre's colour has one sample more: 150.5 plus or minus 3e-6 of 101 / 2, which single
+        // precision does not tell from the half: to even.
+        EXPECT_EQ(to.At(2050, 2051, 1), 150);
+        EXPECT_EQ(to.At(2051, 2051, 1), 150);
+    }
+}
+
+TEST(DeepDefocus, WritesAroundTheCacheTheSameBytes) {
+    const ScopedStreaming streaming(true);
+    for (unsigned padding = 0; padding < 20; padding += 3) {
+        ASSERT_NO_FATAL_FAILURE(Compare({67, 11, 5, 3}, {padding}));
+        ASSERT_NO_FATAL_FAILURE(Compare({67, 21, 15, 19}, {padding}));
+    }
+    // Lines of whole vectors.
+    ASSERT_NO_FATAL_FAILURE(Compare({128, 16, 5, 3}));
+    ASSERT_NO_FATAL_FAILURE(Compare({144, 37, 31, 19}, {64}));
+}
+
+// ---- Views ----
+
+TEST(DeepDefocus, WritesTheRectangleAlone) {
+    BlurPicture from(37, 15);
+    for (const simd::Target target : Targets()) {
+        const simd::ScopedTarget scoped(target);
+        for (const ProcessingStyleEnum style : {kBestAvailable, kFP, kStyle4}) {
+            for (const Limits& limits : {Limits{0, 1, 0, 1},
+                                         {36, 37, 14, 15},
+                                         {5, 30, 3, 11},
+                                         {1, 36, 0, 15},
+                                         {9, 99, 13, 99},
+                                         {36, kAll, 0, kAll},
+                                         {17, 26, 2, 7},
+                                         {0, 8, 14, 16}}) {
+                Compared to(37, 15, {3});
+                ASSERT_EQ(Blur(from.View(), to.made.View(), 7, 9, style, limits), 0);
+                BlurPlainly(from.View(), to.expected.View(), 7, 9,
+                            {limits.xStart, limits.xEnd, limits.yStart, limits.yEnd}, FormOf(style));
+                ASSERT_TRUE(SameMemory(to.made, to.expected)) << limits.xStart << ", " << limits.yStart;
+            }
+        }
+    }
+}
+
+TEST(DeepDefocus, RunningSumsWriteTheFirstColumnOfAnEmptyRange) {
+    BlurPicture from(20, 12);
+    for (const ProcessingStyleEnum style : AllStyles()) {
+        const bool writes = FormOf(style) != Form::kAfresh;
+        for (const ULong32 xEnd : {0U, 6U, 7U}) {
+            Compared to(20, 12);
+            ASSERT_EQ(Blur(from.View(), to.made.View(), 5, 5, style, {7, xEnd, 2, 9}), 0);
+            if (writes) {
+                BlurPlainly(from.View(), to.expected.View(), 5, 5, {7, 8, 2, 9}, FormOf(style));
+            }
+            EXPECT_TRUE(SameMemory(to.made, to.expected)) << style << ", " << xEnd;
+        }
+    }
+}
+
+TEST(DeepDefocus, EmptyBandsWriteNothing) {
+    BlurPicture from(20, 12);
+    for (const ProcessingStyleEnum style : AllStyles()) {
+        Compared to(20, 12);
+        for (const Limits& limits : {Limits{0, kAll, 3, 3},
+                                     {0, kAll, 4, 3},
+                                     {0, kAll, 12, kAll},
+                                     {0, kAll, kAll, kAll},
+                                     {20, kAll, 0, kAll},
+                                     {20, 20, 0, kAll},
+                                     {kAll, 0, 0, kAll},
+                                     {kAll, kAll, kAll, kAll},
+                                     {7, 7, 5, 5}}) {
+            EXPECT_EQ(Blur(from.View(), to.made.View(), 5, 5, style, limits), 0);
+        }
+        EXPECT_TRUE(SameMemory(to.made, to.expected)) << style;
+    }
+}
+
+TEST(DeepDefocus, WorksOnTheSmallerOfTwoViews) {
+    BlurPicture from(31, 14, {8});
+    for (const ProcessingStyleEnum style : {kBestAvailable, kFP, kStyle4}) {
+        Compared narrow(19, 22), low(40, 9, {4});
+        for (Compared* to : {&narrow, &low}) {
+            ASSERT_EQ(Blur(from.View(), to->made.View(), 5, 7, style), 0);
+            BlurPlainly(from.View(), to->expected.View(), 5, 7, {}, FormOf(style));
+            EXPECT_TRUE(SameMemory(to->made, to->expected)) << style;
+        }
+        // The box must be smaller than the working size.
+        EXPECT_EQ(Blur(from.View(), narrow.made.View(), 19, 3, style), -3);
+        EXPECT_EQ(Blur(from.View(), low.made.View(), 3, 9, style), -3);
+        EXPECT_EQ(Blur(low.made.View(), from.View(), 3, 9, style), -3);
+    }
+}
+
+TEST(DeepDefocus, FieldsRegionsAndOrigins) {
+    struct Selected {
+        Rectangle region;
+        WhichFieldEnum field;
+    };
+    const Selected selections[] = {{{0, 0, 33, 22}, kFrame},      {{3, 2, 21, 17}, kFrame},
+                                   {{0, 0, 33, 22}, kUpperField}, {{0, 0, 33, 22}, kLowerField},
+                                   {{5, 3, 20, 18}, kLowerField}, {{1, 1, 32, 21}, kUpperField}};
+    for (const simd::Target target : Targets()) {
+        const simd::ScopedTarget scoped(target);
+        for (const bool isSourceBottomUp : {false, true}) {
+            for (const bool isBottomUp : {false, true}) {
+                for (const Selected& s : selections) {
+                    if (s.field != kFrame && (isSourceBottomUp || isBottomUp)) {
+                        continue;  // refused
+                    }
+                    BlurPicture from(33, 22, {5, isSourceBottomUp ? kBottomLeft : kTopLeft});
+                    Compared to(33, 22, {2, isBottomUp ? kBottomLeft : kTopLeft});
+                    for (const ProcessingStyleEnum style : {kBestAvailable, kFP}) {
+                        ASSERT_EQ(Blur(from.View(s.region, s.field), to.made.View(s.region, s.field), 5, 3,
+                                       style, {2, 18, 1, 6}),
+                                  0);
+                        BlurPlainly(from.View(s.region, s.field), to.expected.View(s.region, s.field), 5, 3,
+                                    {2, 18, 1, 6}, FormOf(style));
+                        ASSERT_TRUE(SameMemory(to.made, to.expected));
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST(DeepDefocus, ReadsWiderSamplesAsWords) {
+    // Of 64 bits a pixel the first half of each line is taken as pixels of 32 bits.
+    BlurPicture from(24, 9, {0, kTopLeft, k16Bits});
+    ASSERT_EQ(from.Get().GetBytesPerPixel(), 8.0F);
+    for (const ProcessingStyleEnum style : {kBestAvailable, kFP, kStyle4}) {
+        Compared to(24, 9, {0, kTopLeft, k16Bits});
+        ASSERT_EQ(Blur(from.View(), to.made.View(), 5, 5, style), 0);
+        BlurPlainly(from.View(), to.expected.View(), 5, 5, {}, FormOf(style));
+        EXPECT_TRUE(SameMemory(to.made, to.expected)) << style;
+        // A region starts at a whole pixel.
+        ASSERT_EQ(Blur(from.View({16, 1, 8, 8}), to.made.View({16, 1, 8, 8}), 3, 3, style), 0);
+        BlurPlainly(from.View({16, 1, 8, 8}), to.expected.View({16, 1, 8, 8}), 3, 3, {}, FormOf(style));
+        EXPECT_TRUE(SameMemory(to.made, to.expected)) << style;
+    }
+}
+
+TEST(DeepDefocus, TakesYCrCbAlike) {
+    BlurPicture from(24, 9, {0, kTopLeft, k8Bits, kYCrCb});
+    Compared to(24, 9);
+    ASSERT_EQ(Blur(from.View(), to.made.View(), 5, 5, kBestAvailable), 0);
+    BlurPlainly(from.View(), to.expected.View(), 5, 5, {}, Form::kSingle);
+    EXPECT_TRUE(SameMemory(to.made, to.expected));
+}
+
+TEST(DeepDefocus, StaysInsideThePlaneWhateverThePixels) {
+    // Guards and padding are untouched when source and destination are one picture.
+    for (const simd::Target target : Targets()) {
+        const simd::ScopedTarget scoped(target);
+        for (const ProcessingStyleEnum style : {kBestAvailable, kFP, kStyle4}) {
+            Compared to(29, 13, {6});
+            ASSERT_EQ(Blur(to.made.View(), to.made.View(), 5, 5, style), 0);
+            for (unsigned y = 0; y < 13; ++y) {
+                std::copy_n(to.made.Line(y), 4 * 29, to.expected.Line(y));
+            }
+            EXPECT_TRUE(SameMemory(to.made, to.expected));
+        }
+    }
+}
+
+TEST(DeepDefocus, BandsAgreeWithTheWhole) {
+    BlurPicture from(61, 40);
+    for (const ProcessingStyleEnum style : {kBestAvailable, kFlp_SIMD, kFlp, kStyle4}) {
+        BlurPicture whole(61, 40), bands(61, 40);
+        CopyMemory(whole, bands);
+        ASSERT_EQ(Blur(from.View(), whole.View(), 11, 13, style), 0);
+        ULong32 top = 0;
+        for (const ULong32 rows : {1U, 2U, 3U, 5U, 7U, 9U, 20U}) {
+            ASSERT_EQ(Blur(from.View(), bands.View(), 11, 13, style, {0, kAll, top, top + rows}), 0);
+            top += rows;
+        }
+        EXPECT_TRUE(SameMemory(whole, bands)) << style;
+    }
+}
+
+TEST(DeepDefocus, OneObjectServesSeveralThreads) {
+    BlurPicture from(61, 40), whole(61, 40), bands(61, 40);
+    CopyMemory(whole, bands);
+    ASSERT_EQ(Blur(from.View(), whole.View(), 11, 13, kBestAvailable), 0);
+    const DeepDefocus filter;
+    std::vector<std::thread> threads;
+    for (ULong32 i = 0; i < 4; ++i) {
+        threads.emplace_back([&, i] {
+            ImageView source = from.View(), destination = bands.View();
+            filter.Do(source, destination, 11, 13, 0, kAll, 10 * i, 10 * i + 10, kBestAvailable);
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_TRUE(SameMemory(whole, bands));
 }
 
 }  // namespace

@@ -101,27 +101,45 @@ HWY_INLINE HWY_ATTR VI32 SetInt(unsigned value) {
     return hn::Set(DI32(), static_cast<std::int32_t>(value));
 }
 
+/// Sums of two taps out of 128, which have 15 bits.
+struct CoarseSums {
+    HWY_INLINE HWY_ATTR CoarseSums(VU8 a, VU8 b, const MixShares& shares) {
+        const DU8 d;
+        const auto pair = [](std::uint32_t share) { return (128 - share / 4) | share / 4 << 8; };
+        const VI8 across = hn::BitCast(DI8(), hn::Set(DU32(), pair(shares.chroma) | pair(shares.luma) << 16));
+        low = MulAddPairs(hn::InterleaveLower(d, a, b), across);
+        high = MulAddPairs(hn::InterleaveUpper(d, a, b), across);
+    }
+
+    /// What lies between these and those of the other row. What is less than one of their units takes no part
+    /// in the rounding, which may as well be done on whole ones.
+    HWY_INLINE HWY_ATTR CoarseSums Towards(const CoarseSums& other, const MixShares& shares) const {
+        // A half fits 16 bits when it is negative.
+        const VI16 row = hn::Set(DI16(), static_cast<std::int16_t>(-128 * static_cast<int>(shares.row)));
+        CoarseSums made = *this;
+        made.low = hn::Add(low, hn::MulHigh(hn::Sub(low, other.low), row));
+        made.high = hn::Add(high, hn::MulHigh(hn::Sub(high, other.high), row));
+        return made;
+    }
+
+    /// (sum + 64) / 128
+    HWY_INLINE HWY_ATTR VU8 Mean() const {
+        const VI16 unit = hn::Set(DI16(), 1 << 8);
+        return PackToBytes(hn::MulFixedPoint15(low, unit), hn::MulFixedPoint15(high, unit));
+    }
+
+    VI16 low, high;
+};
+
 /// MixOf on every byte, shares of columns being multiples of 4 and that of the row half at most.
 template <std::size_t taps>
 HWY_INLINE HWY_ATTR VU8 MixCoarsely(const VU8 (&in)[taps], const MixShares& shares) {
-    const DU8 d;
-    const DI16 d16;
-    const auto pair = [](std::uint32_t share) { return (128 - share / 4) | share / 4 << 8; };
-    const VI8 across = hn::BitCast(DI8(), hn::Set(DU32(), pair(shares.chroma) | pair(shares.luma) << 16));
-    VI16 low = MulAddPairs(hn::InterleaveLower(d, in[0], in[1]), across);
-    VI16 high = MulAddPairs(hn::InterleaveUpper(d, in[0], in[1]), across);
-    if constexpr (taps == 4) {
-        // Sums out of 128 have 15 bits. What is less than one of their units takes no part in the rounding,
-        // which may as well be done on whole ones. A half has a product of 16 bits when it is negative.
-        const VI16 row = hn::Set(d16, static_cast<std::int16_t>(-128 * static_cast<int>(shares.row)));
-        const auto between = [&](VI16 above, VI16 below)
-                                 HWY_ATTR { return hn::Add(above, hn::MulHigh(hn::Sub(above, below), row)); };
-        low = between(low, MulAddPairs(hn::InterleaveLower(d, in[2], in[3]), across));
-        high = between(high, MulAddPairs(hn::InterleaveUpper(d, in[2], in[3]), across));
+    const CoarseSums first(in[0], in[1], shares);
+    if constexpr (taps == 2) {
+        return first.Mean();
+    } else {
+        return first.Towards(CoarseSums(in[2], in[3], shares), shares).Mean();
     }
-    // (sum + 64) / 128
-    const VI16 unit = hn::Set(d16, 1 << 8);
-    return PackToBytes(hn::MulFixedPoint15(low, unit), hn::MulFixedPoint15(high, unit));
 }
 
 /// The same of four taps with any shares.

@@ -21,9 +21,9 @@ namespace Zan {
 namespace HWY_NAMESPACE {
 namespace {
 
-template <std::size_t taps>
+template <std::size_t taps, std::size_t lines = 1>
 struct OverMoved {
-    using Place = simd::Place<kMostTaps + 1, 1>;
+    using Place = simd::Place<kMostTaps + 1, 1, lines>;
     static constexpr auto kSources = [] {
         std::array<PlaneUse, taps + 1> uses{};
         for (std::size_t t = 0; t < taps; ++t) {
@@ -36,54 +36,75 @@ struct OverMoved {
     MixShares shares;
 
     template <bool premultiplied>
-    void MixUnit(const Place& at, std::size_t x, std::uint8_t (&f)[4]) const {
+    void MixUnit(const Place& at, std::size_t line, std::size_t x, std::uint8_t (&f)[4]) const {
         MixPixel<taps, premultiplied>(
-            shares, [&](std::size_t t) { return at.in[t][0] + 4 * x; }, f);
+            shares, [&](std::size_t t) { return at.in[t][line] + 4 * x; }, f);
+    }
+    void PremultipliedUnit(const Place& at, std::size_t line, std::size_t x) const {
+        std::uint8_t f[4];
+        MixUnit<true>(at, line, x, f);
+        for (std::size_t i = 0; i < 4; ++i) {
+            const std::uint8_t b = at.in[kBehindTaps][line][4 * x + i];
+            at.out[0][line][4 * x + i] = PremultipliedOver(b, f[i], f[3]);
+        }
     }
 
 #if HWY_TARGET != HWY_SCALAR
+    static HWY_INLINE HWY_ATTR VU8 Load(const Place& at, std::size_t tap, std::size_t line,
+                                        std::size_t byte) {
+        return hn::LoadU(DU8(), at.in[tap][line] + byte);
+    }
     static HWY_INLINE HWY_ATTR void Load(const Place& at, std::size_t byte, VU8 (&in)[taps]) {
         for (std::size_t t = 0; t < taps; ++t) {
-            in[t] = hn::LoadU(DU8(), at.in[t][0] + byte);
+            in[t] = Load(at, t, 0, byte);
         }
     }
 #endif
 };
 
 #if HWY_TARGET != HWY_SCALAR
-/// One vector, apart from the loop so that this exists once.
+/// A vector of each line.
+template <std::size_t lines>
+struct LineVectors {
+    HWY_INLINE HWY_ATTR void Store(std::uint8_t* const (&out)[lines], std::size_t byte) const {
+        for (std::size_t i = 0; i < lines; ++i) {
+            hn::StoreU(line[i], DU8(), out[i] + byte);
+        }
+    }
+    VU8 line[lines];
+};
+
+/// Vectors at an end, apart from the loop so that this exists once.
 template <class K>
-HWY_NOINLINE HWY_ATTR VU8 EdgeVector(const K& kernel, const typename K::Place& at, std::size_t byte) {
+HWY_NOINLINE HWY_ATTR auto EdgeVectors(const K& kernel, const typename K::Place& at, std::size_t byte) {
     return kernel.Make(at, byte);
 }
 
-/// A row between a vector at either end, which takes less than steps there. Both are made before the loop
-/// writes where they read, and put after it. False where rows are too short or overlap with a shift.
+/// Lines between a vector at either end, which takes less than steps there. Both are made before the loop
+/// writes where they read, and put after it. False where lines are too short or overlap with a shift.
 template <class K>
 HWY_NOINLINE HWY_ATTR bool RowOfPixels(const K& kernel, const typename K::Place& place, std::size_t columns) {
     const typename K::Place at = place;
     constexpr std::size_t kLanes = kVectorBytes / 4;
-    std::uint8_t* const out = at.out[0][0];
     const auto behind = reinterpret_cast<std::uintptr_t>(at.in[kBehindTaps][0]);
-    const std::uintptr_t distance = behind - reinterpret_cast<std::uintptr_t>(out);
+    const std::uintptr_t distance = behind - reinterpret_cast<std::uintptr_t>(at.out[0][0]);
     if (columns < 2 * kLanes || (distance != 0 && distance + 4 * columns < 8 * columns)) {
         return false;
     }
-    const DU8 d;
     const K local = kernel;
     const std::size_t last = 4 * (columns - kLanes);
-    const VU8 before = EdgeVector(kernel, place, 0), after = EdgeVector(kernel, place, last);
-    std::size_t x = std::min(ColumnsToBoundary<K>(out), kLanes);
+    const auto before = EdgeVectors(kernel, place, 0), after = EdgeVectors(kernel, place, last);
+    std::size_t x = std::min(ColumnsToBoundary<K>(at.out[0][0]), kLanes);
     for (; x + K::kStep <= columns; x += K::kStep) {
         local.Step(at, x, PutInCache{});
     }
     if constexpr (K::kStep != kLanes) {
         for (; x + kLanes <= columns; x += kLanes) {
-            hn::StoreU(local.Make(at, 4 * x), d, out + 4 * x);
+            local.Make(at, 4 * x).Store(at.out[0], 4 * x);
         }
     }
-    hn::StoreU(before, d, out);
-    hn::StoreU(after, d, out + last);
+    before.Store(at.out[0], 0);
+    after.Store(at.out[0], last);
     return true;
 }
 #endif
@@ -96,19 +117,13 @@ struct MovedPremultiplied32 : OverMoved<taps> {
     using typename Base::Place;
     static constexpr bool kStaysInCache = !joined;
 
-    void Unit(const Place& at, std::size_t x) const {
-        std::uint8_t f[4];
-        Base::template MixUnit<true>(at, x, f);
-        for (std::size_t i = 0; i < 4; ++i) {
-            at.out[0][0][4 * x + i] = PremultipliedOver(at.in[kBehindTaps][0][4 * x + i], f[i], f[3]);
-        }
-    }
+    void Unit(const Place& at, std::size_t x) const { Base::PremultipliedUnit(at, 0, x); }
 
 #if HWY_TARGET != HWY_SCALAR
     static constexpr std::size_t kVectors = 2;  // more do not find registers
     static constexpr std::size_t kStep = kVectors * kVectorBytes / 4;
 
-    HWY_INLINE HWY_ATTR VU8 Make(const Place& at, std::size_t byte) const {
+    HWY_INLINE HWY_ATTR LineVectors<1> Make(const Place& at, std::size_t byte) const {
         VU8 in[taps], f;
         Base::Load(at, byte, in);
         if constexpr (coarse) {
@@ -116,13 +131,13 @@ struct MovedPremultiplied32 : OverMoved<taps> {
         } else {
             f = MixBytesOf<taps>(in, Base::shares);
         }
-        return OverPixels(hn::LoadU(DU8(), at.in[kBehindTaps][0] + byte), f);
+        return {{OverPixels(Base::Load(at, kBehindTaps, 0, byte), f)}};
     }
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
         VU8 made[kVectors];
         for (std::size_t i = 0; i < kVectors; ++i) {
-            made[i] = Make(at, 4 * x + i * kVectorBytes);
+            made[i] = Make(at, 4 * x + i * kVectorBytes).line[0];
         }
         for (std::size_t i = 0; i < kVectors; ++i) {
             put(DU8(), made[i], at.out[0][0] + 4 * x + i * kVectorBytes);
@@ -130,6 +145,43 @@ struct MovedPremultiplied32 : OverMoved<taps> {
     }
     HWY_ATTR bool Row(const Place& at, std::size_t columns) const {
         return !joined && RowOfPixels(*this, at, columns);
+    }
+#endif
+};
+
+/// Two lines with coarse shares of four taps, of which what is above the second line (taps 2 and 3) is what
+/// the first one has in hand.
+struct MovedLines32 : OverMoved<4, 2> {
+    using Lines = simd::LinePairs;
+    [[maybe_unused]] static constexpr bool kStaysInCache = true;
+
+    void Unit(const Place& at, std::size_t x) const {
+        PremultipliedUnit(at, 0, x);
+        PremultipliedUnit(at, 1, x);
+    }
+
+#if HWY_TARGET != HWY_SCALAR
+    static constexpr std::size_t kStep = kVectorBytes / 4;
+
+    HWY_INLINE HWY_ATTR LineVectors<2> Make(const Place& at, std::size_t byte) const {
+        const auto sums = [&](std::size_t tap, std::size_t line) HWY_ATTR {
+            return CoarseSums(Load(at, tap, line, byte), Load(at, tap + 1, line, byte), shares);
+        };
+        const CoarseSums between = sums(0, 0);
+        const VU8 first = between.Towards(sums(2, 0), shares).Mean();
+        const VU8 second = sums(0, 1).Towards(between, shares).Mean();
+        return {{OverPixels(Load(at, kBehindTaps, 0, byte), first),
+                 OverPixels(Load(at, kBehindTaps, 1, byte), second)}};
+    }
+    template <class Put>
+    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        const auto made = Make(at, 4 * x);
+        for (std::size_t i = 0; i < 2; ++i) {
+            put(DU8(), made.line[i], at.out[0][i] + 4 * x);
+        }
+    }
+    HWY_ATTR bool Row(const Place& at, std::size_t columns) const {
+        return RowOfPixels(*this, at, columns);
     }
 #endif
 };
@@ -142,7 +194,7 @@ struct MovedStraight32 : OverMoved<taps> {
 
     void Unit(const Place& at, std::size_t x) const {
         std::uint8_t f[4];
-        Base::template MixUnit<false>(at, x, f);
+        Base::template MixUnit<false>(at, 0, x, f);
         const std::uint8_t* const b = at.in[kBehindTaps][0] + 4 * x;
         const AlphaUnion both = AlphaUnion::Of(f[3], b[3]);
         std::uint8_t* const out = at.out[0][0] + 4 * x;
@@ -155,22 +207,22 @@ struct MovedStraight32 : OverMoved<taps> {
 #if HWY_TARGET != HWY_SCALAR
     static constexpr std::size_t kStep = kVectorBytes / 4;
 
-    HWY_INLINE HWY_ATTR VU8 Make(const Place& at, std::size_t byte) const {
+    HWY_INLINE HWY_ATTR LineVectors<1> Make(const Place& at, std::size_t byte) const {
         const DU8 d;
         VU8 in[taps];
         Base::Load(at, byte, in);
-        const VU8 b = hn::LoadU(d, at.in[kBehindTaps][0] + byte);
+        const VU8 b = Base::Load(at, kBehindTaps, 0, byte);
         const StraightPixels<taps, coarse> f(in, Base::shares);
         if (f.IsFlat()) {
             const VI32 isOpaque = hn::VecFromMask(DI32(), f.IsOpaque());
-            return hn::IfVecThenElse(hn::BitCast(d, isOpaque), MixBytesOf<taps>(in, Base::shares), b);
+            return {{hn::IfVecThenElse(hn::BitCast(d, isOpaque), MixBytesOf<taps>(in, Base::shares), b)}};
         }
         const VU32 alpha = f.Alpha();
-        return UnitePixels(b, f.Pixels(alpha), alpha);
+        return {{UnitePixels(b, f.Pixels(alpha), alpha)}};
     }
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
-        put(DU8(), Make(at, 4 * x), at.out[0][0] + 4 * x);
+        put(DU8(), Make(at, 4 * x).line[0], at.out[0][0] + 4 * x);
     }
     HWY_ATTR bool Row(const Place& at, std::size_t columns) const {
         return RowOfPixels(*this, at, columns);
@@ -190,11 +242,57 @@ MixShares ArrangedPixels(MovedJob& job, const MixShares& shares) {
                     [&job](std::size_t a, std::size_t b) { std::swap(job.source[a], job.source[b]); });
 }
 
+/// Whether taps 0 and 1 have in a line what taps 2 and 3 have in the next one.
+bool LinesShareTaps(const MovedJob& job) {
+    const auto meets = [&job](std::size_t tap) {
+        const Plane &here = job.source[tap], &above = job.source[tap + 2];
+        return here.pitch == above.pitch && here.first == above.first + above.pitch;
+    };
+    return meets(0) && meets(1);
+}
+
+MovedJob UpsideDown(MovedJob job) {
+    const auto turn = [&job](Plane& plane) {
+        plane.first = plane.Row(job.height - 1);
+        plane.pitch = -plane.pitch;
+    };
+    std::for_each(job.source.begin(), job.source.end(), turn);
+    turn(job.destination[0]);
+    return job;
+}
+
+/// Lines in pairs where they share taps, and what is left of the job; its shares are coarse.
+MovedJob WalkLinePairs(MovedJob job, const MixShares& shares) {
+    if (job.height < 2 || OverlapOf<MovedLines32>(job) == Overlap::kShifted ||
+        !LiesInside<MovedLines32>(job)) {
+        return job;
+    }
+    // The row with the larger share comes first: with a share above a half lines go up.
+    if (!LinesShareTaps(job)) {
+        job = UpsideDown(job);
+    }
+    if (LinesShareTaps(job)) {
+        const MovedJob all = job;
+        job.height &= ~std::size_t{1};
+        WalkMoved<MovedLines32>(job, shares);
+        job = all;
+        for (Plane& plane : job.source) {
+            plane.first = plane.Row(all.height & ~std::size_t{1});
+        }
+        job.destination[0].first = job.destination[0].Row(all.height & ~std::size_t{1});
+        job.height = all.height & 1;
+    }
+    return job;
+}
+
 void RunMovedPremultiplied32(const MovedJob& given, const MixShares& givenShares) {
     MovedJob job = given;
     const MixShares shares = ArrangedPixels(job, givenShares);
     const bool isCoarse = shares.IsCoarse();
     if (shares.taps == 4) {
+        if (isCoarse) {
+            job = WalkLinePairs(job, shares);
+        }
         isCoarse ? WalkMoved<MovedPremultiplied32<4, true, false>>(job, shares)
                  : WalkMoved<MovedPremultiplied32<4, false, false>>(job, shares);
     } else if (job.destination[0].pitch == static_cast<std::ptrdiff_t>(4 * job.width)) {
