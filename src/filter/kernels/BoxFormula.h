@@ -2,6 +2,8 @@
 #define TESSELU_SRC_FILTER_KERNELS_BOXFORMULA_H
 
 #include <algorithm>
+#include <bit>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 
@@ -54,6 +56,47 @@ inline bool FindShortRounding(std::size_t area, ShortRounding& rounding) noexcep
     // What the multiplier is too small for is added beforehand.
     rounding.start = divisor / 2 + (rounding.multiplier * divisor < one ? 1 : 0);
     return true;
+}
+
+/// The nearest whole mean of an odd number of samples by one fused multiplication: a sum S is kept as the
+/// bits `added` + S of a float, and the low bits of its product with `factor` plus `last` are the mean.
+struct FusedRounding {
+    std::uint32_t added;
+    float factor, last;
+};
+
+/// With B + S the value of such a float, the product is (B + S) * factor, and what is subtracted from it,
+/// whole to be exact, B / area. So B is a multiple of the area, but for a few units that make good the error
+/// of the factor. Whole means and halves are 0.5 / area apart: what is nearer than that to S / area rounds to
+/// the same. False where no factor is so near, and for areas whose means in single precision are not the
+/// nearest.
+inline bool FindFusedRounding(std::size_t area, FusedRounding& rounding) noexcept {
+    constexpr std::size_t kMostArea = 16383;  // 255.5 * 2^-23, the error of two roundings, is 0.4999 / area
+    constexpr double kBase = 8388608.0, kNearest = 1.5 * kBase, kNearEnough = 0.49;
+    constexpr std::uint32_t kBaseBits = 0x4B000000;
+    if (area > kMostArea || area % 2 == 0) {
+        return false;
+    }
+    const auto divisor = static_cast<double>(area);
+    const double whole = std::floor(kBase / divisor) + 2;
+    double nearest = kNearEnough;
+    for (int ulps = -4; ulps <= 4; ++ulps) {
+        const auto bits = std::bit_cast<std::uint32_t>(static_cast<float>(1 / divisor));
+        const float factor = std::bit_cast<float>(bits + static_cast<std::uint32_t>(ulps));
+        const double error = static_cast<double>(factor) * divisor - 1;
+        for (int units = -4; units <= 4; ++units) {
+            const double base = whole * divisor + units;
+            const double ofNone = base * error + units, ofAll = (base + 255 * divisor) * error + units;
+            const double most = std::max(std::abs(ofNone), std::abs(ofAll));
+            if (base >= kBase && most < nearest) {
+                nearest = most;
+                rounding.added = kBaseBits + static_cast<std::uint32_t>(base - kBase);
+                rounding.factor = factor;
+                rounding.last = static_cast<float>(kNearest - whole);
+            }
+        }
+    }
+    return nearest < kNearEnough;
 }
 
 /// The same number of each of the four bytes of a pixel.
