@@ -103,40 +103,32 @@ HWY_INLINE HWY_ATTR VF32 ReciprocalsOf(VU32 alpha) {
     return hn::GatherIndex(DF32(), kFloatReciprocals.data(), hn::BitCast(DI32(), alpha));
 }
 
-/// Pixels of 32 bits, alpha on top: what the integer reciprocals give, in single precision. A product with
-/// 255 / alpha ends in one half for some samples, where it matters on which side of it the rounded reciprocal
-/// lies. So that goes that way, too, two and a half times as far beyond, and a little more for those without
-/// a rest, whose halves go up. No other product reaches its half by that. The sum with 2^41 leaves the sample
-/// in the low bits. Alpha 0 ends in what is no number, whose low byte is 0.
+/// Pixels of 32 bits, alpha on top. The quotient in single precision rounds to the reciprocal of the formula
+/// or next to it, which gives the same for every sample and alpha. Of a sample's product with it, in 2^-18,
+/// bits 18 to 25 are asked for, which are bits 2 to 9 of what is left without the lower 16: the product with
+/// the upper half in 16 bits that may wrap, and the upper half of that with the lower. Alpha 0 ends in 2^31,
+/// or 1 less, none of whose products reaches these bits.
 HWY_INLINE HWY_ATTR VU32 UnshapedPixels(VU32 pixels) {
-    constexpr std::uint8_t kNone = 0x80;
-    alignas(16) static constexpr std::uint8_t kSecond[16] = {1, kNone, kNone, kNone, 5,  kNone, kNone, kNone,
-                                                             9, kNone, kNone, kNone, 13, kNone, kNone, kNone};
-    alignas(16) static constexpr std::uint8_t kThird[16] = {2,  kNone, kNone, kNone, 6,  kNone, kNone, kNone,
-                                                            10, kNone, kNone, kNone, 14, kNone, kNone, kNone};
-    const DU8 d8;
+    alignas(16) static constexpr std::uint8_t kLowTwice[16] = {0, 1, 0, 1, 4,  5,  4,  5,
+                                                               8, 9, 8, 9, 12, 13, 12, 13};
+    alignas(16) static constexpr std::uint8_t kHighTwice[16] = {2,  3,  2,  3,  6,  7,  6,  7,
+                                                                10, 11, 10, 11, 14, 15, 14, 15};
     const DU16 d16;
     const DU32 d;
-    const DI32 di;
     const DF32 df;
-    const VF32 alpha = hn::ConvertTo(df, hn::BitCast(di, hn::ShiftRight<24>(pixels)));
+    const VF32 alpha = hn::ConvertTo(df, hn::BitCast(DI32(), hn::ShiftRight<24>(pixels)));
     const VF32 exact = hn::Div(hn::Set(df, 66846720.0F), alpha);
-    const VF32 rounded = hn::ConvertTo(df, hn::BitCast(di, Truncated(hn::Add(exact, hn::Set(df, 0.5F)))));
-    constexpr float kBeyond = 2.5F, kLittleMore = 1.0F / 4194304;
-    const VF32 factor =
-        hn::MulSub(rounded, hn::Set(df, 1 + kBeyond + kLittleMore), hn::Mul(exact, hn::Set(df, kBeyond)));
-    const auto unshaped = [&](VU32 sample) HWY_ATTR {
-        return hn::BitCast(
-            d, hn::MulAdd(hn::ConvertTo(df, hn::BitCast(di, sample)), factor, hn::Set(df, 2199023255552.0F)));
+    const VU8 reciprocal = hn::BitCast(DU8(), Truncated(hn::Add(exact, hn::Set(df, 0.5F))));
+    const VU16 low = hn::BitCast(d16, hn::TableLookupBytes(reciprocal, InEveryBlock(kLowTwice)));
+    const VU16 high = hn::BitCast(d16, hn::TableLookupBytes(reciprocal, InEveryBlock(kHighTwice)));
+    const auto unshaped = [&](VU16 samples, std::uint16_t half) HWY_ATTR {
+        return hn::Add(hn::Add(hn::Mul(samples, high), hn::MulHigh(samples, low)), hn::Set(d16, half));
     };
-    const auto picked = [&](const std::uint8_t* pattern) HWY_ATTR {
-        return hn::BitCast(d, hn::TableLookupBytesOr0(hn::BitCast(d8, pixels), InEveryBlock(pattern)));
-    };
-    const VU32 first = unshaped(hn::And(pixels, hn::Set(d, 0xFF)));
-    const VU32 second = unshaped(picked(kSecond));
-    const VU32 third = unshaped(picked(kThird));
-    const VU16 of02 = hn::OddEven(hn::BitCast(d16, hn::ShiftLeft<16>(third)), hn::BitCast(d16, first));
-    const VU16 of13 = hn::OddEven(hn::BitCast(d16, pixels), hn::BitCast(d16, hn::ShiftLeft<8>(second)));
+    const VU16 v = hn::BitCast(d16, pixels);
+    const VU16 of02 = hn::ShiftRight<2>(unshaped(hn::And(v, hn::Set(d16, 0xFF)), 2));
+    // Times 64, so that the bits asked for are the upper ones.
+    const VU16 of1 = unshaped(hn::And(hn::ShiftRight<2>(v), hn::Set(d16, 0x3FC0)), 128);
+    const VU16 of13 = hn::OddEven(v, of1);
     return hn::IfVecThenElse(hn::Set(d, 0xFF00FF00), hn::BitCast(d, of13), hn::BitCast(d, of02));
 }
 
