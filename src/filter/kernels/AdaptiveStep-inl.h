@@ -245,26 +245,52 @@ private:
     enum Half { kLower, kUpper };
 
     // Products with numbers of 16 bits take no conversion where one rounding serves two operations: such a
-    // number in the low bits of 1.0f is 1 + v * 2^-23, and a * (1 + v * 2^-23) - a is what a * 2^-23 * v
-    // would be, rounded once. All such a are scaled, which is exact.
+    // number in the low bits of 1 is 1 + v * 2^-23, in doubles 2^-52, and a * (1 + v * 2^-23) - a is what
+    // a * 2^-23 * v would be, rounded once. All such a are scaled, which is exact.
 #if (HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3) && !defined(HWY_DISABLE_BMI2_FMA)
-    static constexpr bool kFuses = kSingle;
+    static constexpr bool kFuses = true;
 #else
     static constexpr bool kFuses = false;
 #endif
-    static constexpr Real kScale = kFuses ? 8388608 : 1;
+    static constexpr Real kScale = !kFuses ? Real(1) : kSingle ? Real(8388608) : Real(4503599627370496);
 
-    /// v times what `scaled` is kScale times of.
+    /// v times what `scaled` is kScale times of. Doubles that are fused lie otherwise than Reals converts:
+    /// low has the lower two of each block of four.
     template <Half kHalf>
     HWY_INLINE HWY_ATTR static R Product(const R& scaled, VU16 v) {
-        if constexpr (kFuses) {
+        if constexpr (!kFuses) {
+            return scaled * R::From(kHalf == kLower ? Lower(v) : Upper(v));
+        } else if constexpr (kSingle) {
             const DU16 d;
             const VU16 one = hn::Set(d, 0x3F80);
             const VU16 bits =
                 kHalf == kLower ? hn::InterleaveLower(d, v, one) : hn::InterleaveUpper(d, v, one);
             return {hn::MulSub(hn::BitCast(typename R::D(), bits), scaled.v, scaled.v)};
         } else {
-            return scaled * R::From(kHalf == kLower ? Lower(v) : Upper(v));
+            const DU32 d;
+            const typename R::D dr;
+            const VU32 one = hn::Set(d, 0x3FF00000U);
+            const VU32 whole = hn::BitCast(d, kHalf == kLower ? Lower(v) : Upper(v));
+            const auto low = hn::BitCast(dr, hn::InterleaveLower(d, whole, one));
+            const auto high = hn::BitCast(dr, hn::InterleaveUpper(d, whole, one));
+            return {hn::MulSub(low, scaled.low, scaled.low), hn::MulSub(high, scaled.high, scaled.high)};
+        }
+    }
+
+    /// Truncated, in the order of the lanes.
+    HWY_INLINE HWY_ATTR static VI32 WholeInOrder(const R& v) {
+        const VI32 whole = v.Whole();
+        if constexpr (kFuses && !kSingle) {
+            constexpr std::size_t kPairs = kLanes / 2;
+            alignas(64) std::uint64_t from[kPairs];
+            for (std::size_t i = 0; i < kPairs; ++i) {
+                from[i] = i / 2 + i % 2 * (kPairs / 2);
+            }
+            const DU64 d;
+            return hn::BitCast(DI32(),
+                               hn::TableLookupLanes(hn::BitCast(d, whole), hn::SetTableIndices(d, from)));
+        } else {
+            return whole;
         }
     }
 
@@ -471,8 +497,7 @@ private:
             return level / Larger(Product<kHalf>(R::Set(inverse), off), level);
         } else {
             // Of level 0 it is 0, and nothing is divided by 0.
-            return level /
-                   Larger(R::From(kHalf == kLower ? Lower(off) : Upper(off)), Larger(level, R::Set(1)));
+            return level / Larger(Product<kHalf>(R::Set(kScale), off), Larger(level, R::Set(1)));
         }
     }
 
@@ -515,10 +540,11 @@ private:
             constexpr Half i = which.value;
             const R whole = R::Set(kScale);
             R keep = (R::Set(1) - fractions[i]) * R::Set(strength);
-            if constexpr (!kSingle || Rows == 0) {
+            if constexpr (Rows == 0) {
                 keep = AtMost(whole, keep);
             }
-            return (Product<i>(whole - keep, mean) + Product<i>(keep, centre) + R::Set(Real(0.5))).Whole();
+            return WholeInOrder(Product<i>(whole - keep, mean) + Product<i>(keep, centre) +
+                                R::Set(Real(0.5)));
         };
         return PackToShorts(half(std::integral_constant<Half, kLower>()),
                             half(std::integral_constant<Half, kUpper>()));
