@@ -272,16 +272,17 @@ int Main(int argc, char** argv) {
         }
     }
     for (const Size& size : options.sizes) {
-        const std::string name = ThreadsName(size);
-        if (size.pixels() < 720 * 486 || !std::regex_search(name, filter)) {
-            continue;
+        for (const std::string& name : ThreadsNames(size)) {
+            if (size.pixels() < 720 * 486 || !std::regex_search(name, filter)) {
+                continue;
+            }
+            if (options.list) {
+                std::cout << name << ": ours; 2 workers; copy; copy on 2 threads\n";
+                continue;
+            }
+            Progress(name);
+            threads.push_back(RunThreads(name, size, options));
         }
-        if (options.list) {
-            std::cout << name << ": ours; 2 workers; copy; copy on 2 threads\n";
-            continue;
-        }
-        Progress(name);
-        threads.push_back(RunThreads(size, options));
     }
     // Their loops are compiled for this machine and for AVX2 alone.
     std::vector<VectorsRow> vectors;
