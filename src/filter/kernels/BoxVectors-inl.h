@@ -91,6 +91,18 @@ HWY_INLINE HWY_ATTR void Turned(const V (&v)[kBlocks], Put put) {
 #endif
 }
 
+/// Asks for what is read soon after the next `bytes`: so many rows at once are more than processors follow.
+template <std::size_t kCount>
+HWY_INLINE HWY_ATTR void FetchAhead(const std::uint8_t* const (&rows)[kCount], std::size_t at,
+                                    std::size_t bytes) {
+    constexpr std::size_t kLine = 64, kAhead = 12 * kLine;
+    for (const std::uint8_t* const row : rows) {
+        for (std::size_t i = 0; i < bytes; i += kLine) {
+            hwy::Prefetch(row + at + kAhead + i);
+        }
+    }
+}
+
 /// Pixels of a row from column `x` on, of which those beyond `width` are 0.
 HWY_INLINE HWY_ATTR VU8 LoadPixels(const std::uint8_t* row, std::size_t x, std::size_t width) {
     const DU8 d;

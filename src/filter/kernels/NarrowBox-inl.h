@@ -250,6 +250,7 @@ private:
             // In twos, so that what one leaves behind is where the other looks for it.
             std::size_t i = 0;
             for (; i + 1 < plain; i += 2) {
+                FetchAhead(rows.entering, column + i * kBytes, 2 * kBytes);
                 step(i * kBytes);
                 step((i + 1) * kBytes);
             }
