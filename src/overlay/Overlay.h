@@ -112,6 +112,11 @@ private:
     void BlendMoved(const OverlayFamily& family, const MovedRow& row, const COverlayImage& back,
                     const COverlayImage& fore, const COverlayImage& result, const Motion& motion,
                     const EdgeRectangle& taken, const EdgeRectangle& area) const;
+    /// Whole rows that touch in all pictures, around the cache, the first column with them; false where they
+    /// do not, or that does not pay.
+    bool BlendJoined(const MovedRow& row, const COverlayImage& back, const COverlayImage& fore,
+                     const COverlayImage& result, const Motion& motion,
+                     const EdgeRectangle& area) const noexcept;
     void BlendTile(const MovedRow& row, const COverlayImage& back, const MovedSource& fore,
                    const COverlayImage& result, const Motion& motion, std::int64_t left, std::int64_t top,
                    std::size_t columns, std::size_t rows) const noexcept;

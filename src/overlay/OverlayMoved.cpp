@@ -9,6 +9,7 @@
 #include "overlay/OverlayLog.h"
 #include "overlay/OverlayRows.h"
 #include "overlay/kernels/OverlayFormulas.h"
+#include "simd/Targets.h"
 
 namespace Zan {
 
@@ -295,6 +296,16 @@ void COverlay::BlendMoved(const OverlayFamily& family, const MovedRow& row, cons
         BlendEdges(edgeRow, back, fore, result, motion, taken, area);
         return;
     }
+    // The line before the first of these is read, too.
+    const EdgeRectangle joined = {area.left, inside.top + 1, area.right, inside.bottom};
+    if (inside.left == area.left + 1 && inside.right == area.right &&
+        BlendJoined(row, back, fore, result, motion, joined)) {
+        BlendMoved(family, row, back, fore, result, motion, taken,
+                   {area.left, area.top, area.right, joined.top});
+        BlendMoved(family, row, back, fore, result, motion, taken,
+                   {area.left, joined.bottom, area.right, area.bottom});
+        return;
+    }
     // What takes two passes goes in tiles that stay in the cache.
     const bool isTiled = row.moved == nullptr;
     const std::int64_t mostColumns =
@@ -315,6 +326,41 @@ void COverlay::BlendMoved(const OverlayFamily& family, const MovedRow& row, cons
                {inside.right, inside.top, area.right, inside.bottom});
     BlendEdges(edgeRow, back, fore, result, motion, taken,
                {area.left, inside.bottom, area.right, area.bottom});
+}
+
+bool COverlay::BlendJoined(const MovedRow& row, const COverlayImage& back, const COverlayImage& fore,
+                           const COverlayImage& result, const Motion& motion,
+                           const EdgeRectangle& area) const noexcept {
+    const std::size_t columns = Size(area.Width()), rows = Size(area.Height());
+    if (row.moved != &kMovedPremultiplied32 || lines.step != 1 || columns < MixShares::kLeastJoined ||
+        rows < 2 || !simd::ExceedsCache(3 * 4 * columns * rows) || simd::CurrentTarget() == simd::kPortable) {
+        return false;
+    }
+    // From the line before on, in which the first pixel's neighbours lie.
+    const Plane first = fore.Colour(area.left, area.top - 1 - (motion.IsDown() ? motion.rowStep : 0), 1);
+    const Plane hand = fore.Colour(area.left, area.top, 1), behind = back.Colour(area.left, area.top, 1),
+                out = result.Colour(area.left, area.top, 1);
+    const auto joins = [&](const Plane& plane) {
+        return plane.pitch == static_cast<std::ptrdiff_t>(4 * columns) && plane.Holds(4 * columns, rows);
+    };
+    if (first.first == nullptr || !joins(hand) || !joins(behind) || !joins(out) ||
+        reinterpret_cast<std::uintptr_t>(out.first) % 4 != 0 ||
+        (behind.begin < out.end && out.begin < behind.end)) {
+        return false;
+    }
+    MixShares shares = motion.Shares();
+    shares.joined = columns;
+    MovedJob job;
+    for (std::size_t tap = 0; tap < shares.taps; ++tap) {
+        job.source[tap] = hand;
+        job.source[tap].first -= 4 * motion.ColumnsBefore(tap) + hand.pitch * motion.RowsBefore(tap);
+    }
+    job.source[kBehindTaps] = behind;
+    job.destination[0] = out;
+    job.width = job.whole = columns;
+    job.height = rows;
+    (*row.moved)(job, shares);
+    return true;
 }
 
 void COverlay::BlendTile(const MovedRow& row, const COverlayImage& back, const MovedSource& fore,

@@ -78,6 +78,24 @@ TEST(OverlayFractionModel, LongLines) {
     });
 }
 
+// As rows are that are written around the cache in one go, each with a first pixel that has none before it.
+TEST(OverlayFractionModel, RowsThatTouch) {
+    OnEveryMachine([] {
+        for (const Zan::ULong32 width : {127U, 128U, 131U, 417U}) {
+            for (const int across : {1, 96, 128, 254}) {
+                for (const int down : {0, 3, 96, 128, 160}) {
+                    Scene scene;
+                    scene.Add(Rgb(Zan::k4444, width, 5, Zan::kShaped));
+                    scene.Add(Rgb(Zan::k4444, width, 5));
+                    scene.Add(Rgb(Zan::k4444, width, 5));
+                    ASSERT_NO_FATAL_FAILURE(ExpectDoAt(scene, across / 256.0, down / 256.0, true))
+                        << width << " wide, " << across << " and " << down << " 256ths";
+                }
+            }
+        }
+    });
+}
+
 TEST(OverlayFractionModel, ForegroundIsTheBackground) {
     ForAllRows([](ColorSpaceEnum space, AggregateChannelSamplingEnum foreground,
                   AggregateChannelSamplingEnum result) {

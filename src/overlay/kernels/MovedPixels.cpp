@@ -21,6 +21,9 @@ namespace Zan {
 namespace HWY_NAMESPACE {
 namespace {
 
+/// Which taps lie a column before.
+using TapsBefore = std::array<bool, kMostTaps>;
+
 template <std::size_t taps, std::size_t lines = 1>
 struct OverMoved {
     using Place = simd::Place<kMostTaps + 1, 1, lines>;
@@ -34,6 +37,7 @@ struct OverMoved {
     }();
     static constexpr PlaneUse kDestinations[] = {PixelPlane(0)};
     MixShares shares;
+    TapsBefore before{};
 
     template <bool premultiplied>
     void MixUnit(const Place& at, std::size_t line, std::size_t x, std::uint8_t (&f)[4]) const {
@@ -43,9 +47,19 @@ struct OverMoved {
     void PremultipliedUnit(const Place& at, std::size_t line, std::size_t x) const {
         std::uint8_t f[4];
         MixUnit<true>(at, line, x, f);
+        Over(at.in[kBehindTaps][line] + 4 * x, f, at.out[0][line] + 4 * x);
+    }
+    /// The first pixel of a row, that is, without the taps before it.
+    void FirstUnit(const Place& at, std::size_t x, std::uint8_t* out) const {
+        static constexpr std::uint8_t kNothing[4] = {};
+        std::uint8_t f[4];
+        MixPixel<taps, true>(
+            shares, [&](std::size_t t) { return before[t] ? kNothing : at.in[t][0] + 4 * x; }, f);
+        Over(at.in[kBehindTaps][0] + 4 * x, f, out);
+    }
+    static void Over(const std::uint8_t* b, const std::uint8_t (&f)[4], std::uint8_t* out) {
         for (std::size_t i = 0; i < 4; ++i) {
-            const std::uint8_t b = at.in[kBehindTaps][line][4 * x + i];
-            at.out[0][line][4 * x + i] = PremultipliedOver(b, f[i], f[3]);
+            out[i] = PremultipliedOver(b[i], f[i], f[3]);
         }
     }
 
@@ -107,6 +121,48 @@ HWY_NOINLINE HWY_ATTR bool RowOfPixels(const K& kernel, const typename K::Place&
     after.Store(at.out[0], last);
     return true;
 }
+/// Rows that touch, around the cache but for the ends of all. `Step` makes the first pixel of each of them
+/// with what is not before it, so that it is made again.
+template <class K>
+HWY_NOINLINE HWY_ATTR bool StreamedRows(const K& kernel, const typename K::Place& place,
+                                        std::size_t columns) {
+    const typename K::Place at = place;
+    const K local = kernel;
+    const std::size_t rowColumns = kernel.shares.joined;
+    std::uint8_t* const out = at.out[0][0];
+    alignas(64) std::uint8_t made[4 * K::kStep];
+    const auto makeAside = [&](std::size_t from) HWY_ATTR {
+        typename K::Place aside = at;
+        for (auto& rows : aside.in) {
+            rows[0] = rows[0] == nullptr ? nullptr : rows[0] + 4 * from;
+        }
+        aside.out[0][0] = made;
+        kernel.Step(aside, 0, PutInCache{});
+        const std::size_t first = (rowColumns - from % rowColumns) % rowColumns;
+        if (first < K::kStep) {
+            kernel.FirstUnit(aside, first, made + 4 * first);
+        }
+    };
+    std::size_t x = ColumnsToBoundary<K>(out);
+    makeAside(0);
+    std::memcpy(out, made, 4 * x);
+    std::size_t next = x == 0 ? 0 : rowColumns;
+    for (; x + K::kStep <= columns; x += K::kStep) {
+        if (next < x + K::kStep) {
+            makeAside(x);
+            for (std::size_t byte = 0; byte < sizeof made; byte += kVectorBytes) {
+                PutAroundCache{}(DU8(), hn::Load(DU8(), made + byte), out + 4 * x + byte);
+            }
+            next += rowColumns;
+        } else {
+            local.Step(at, x, PutAroundCache{});
+        }
+    }
+    makeAside(columns - K::kStep);
+    std::memcpy(out + 4 * x, made + 4 * (K::kStep - (columns - x)), 4 * (columns - x));
+    hwy::FlushStream();
+    return true;
+}
 #endif
 
 /// `joined`: rows touch. Where they do not, each has ends that would meet what goes around the cache in the
@@ -144,7 +200,10 @@ struct MovedPremultiplied32 : OverMoved<taps> {
         }
     }
     HWY_ATTR bool Row(const Place& at, std::size_t columns) const {
-        return !joined && RowOfPixels(*this, at, columns);
+        if (joined) {
+            return false;
+        }
+        return Base::shares.joined != 0 ? StreamedRows(*this, at, columns) : RowOfPixels(*this, at, columns);
     }
 #endif
 };
@@ -231,15 +290,19 @@ struct MovedStraight32 : OverMoved<taps> {
 };
 
 template <class Moved>
-void WalkMoved(const MovedJob& job, const MixShares& shares) {
+void WalkMoved(const MovedJob& job, const MixShares& shares, const TapsBefore& before = {}) {
     Moved moved;
     moved.shares = shares;
+    moved.before = before;
     Walk(moved, job);
 }
 
-MixShares ArrangedPixels(MovedJob& job, const MixShares& shares) {
-    return Arranged(shares.OfLuma(),
-                    [&job](std::size_t a, std::size_t b) { std::swap(job.source[a], job.source[b]); });
+MixShares ArrangedPixels(MovedJob& job, TapsBefore& before, const MixShares& shares) {
+    before = {false, true, false, true};
+    return Arranged(shares.OfLuma(), [&](std::size_t a, std::size_t b) {
+        std::swap(job.source[a], job.source[b]);
+        std::swap(before[a], before[b]);
+    });
 }
 
 /// Whether taps 0 and 1 have in a line what taps 2 and 3 have in the next one.
@@ -287,25 +350,27 @@ MovedJob WalkLinePairs(MovedJob job, const MixShares& shares) {
 
 void RunMovedPremultiplied32(const MovedJob& given, const MixShares& givenShares) {
     MovedJob job = given;
-    const MixShares shares = ArrangedPixels(job, givenShares);
-    const bool isCoarse = shares.IsCoarse();
+    TapsBefore before;
+    const MixShares shares = ArrangedPixels(job, before, givenShares);
+    const bool isCoarse = shares.IsCoarse(), isJoined = shares.joined != 0;
     if (shares.taps == 4) {
-        if (isCoarse) {
+        if (isCoarse && !isJoined) {
             job = WalkLinePairs(job, shares);
         }
-        isCoarse ? WalkMoved<MovedPremultiplied32<4, true, false>>(job, shares)
-                 : WalkMoved<MovedPremultiplied32<4, false, false>>(job, shares);
-    } else if (job.destination[0].pitch == static_cast<std::ptrdiff_t>(4 * job.width)) {
+        isCoarse ? WalkMoved<MovedPremultiplied32<4, true, false>>(job, shares, before)
+                 : WalkMoved<MovedPremultiplied32<4, false, false>>(job, shares, before);
+    } else if (!isJoined && job.destination[0].pitch == static_cast<std::ptrdiff_t>(4 * job.width)) {
         isCoarse ? WalkMoved<MovedPremultiplied32<2, true, true>>(job, shares)
                  : WalkMoved<MovedPremultiplied32<2, false, true>>(job, shares);
     } else {
-        isCoarse ? WalkMoved<MovedPremultiplied32<2, true, false>>(job, shares)
-                 : WalkMoved<MovedPremultiplied32<2, false, false>>(job, shares);
+        isCoarse ? WalkMoved<MovedPremultiplied32<2, true, false>>(job, shares, before)
+                 : WalkMoved<MovedPremultiplied32<2, false, false>>(job, shares, before);
     }
 }
 void RunMovedStraight32(const MovedJob& given, const MixShares& givenShares) {
     MovedJob job = given;
-    const MixShares shares = ArrangedPixels(job, givenShares);
+    TapsBefore before;
+    const MixShares shares = ArrangedPixels(job, before, givenShares);
     const bool isCoarse = shares.IsCoarse() && shares.row % 2 == 0;
     if (shares.taps == 4) {
         isCoarse ? WalkMoved<MovedStraight32<4, true>>(job, shares)

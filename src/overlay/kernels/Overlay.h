@@ -51,10 +51,14 @@ struct MixShares {
     /// have `luma` alone. Between 1 and 511.
     unsigned chroma = 0, luma = 0;
     unsigned row = 0;  ///< four taps: of the last two
+    /// Pixels in one pass: the columns of rows that touch and are written around the cache. The first pixel
+    /// of each has transparent black before it, whatever lies there. At least `kLeastJoined`.
+    std::size_t joined = 0;
+    static constexpr std::size_t kLeastJoined = 128;
 
     /// Those of columns are whole numbers out of 128.
     constexpr bool IsCoarse() const noexcept { return (chroma | luma) % 4 == 0; }
-    constexpr MixShares OfLuma() const noexcept { return {taps, luma, luma, row}; }
+    constexpr MixShares OfLuma() const noexcept { return {taps, luma, luma, row, joined}; }
 };
 using MixKernel = simd::Kernel<void(const MixJob&, const MixShares&)>;
 
@@ -69,7 +73,7 @@ inline constexpr std::size_t kBehindTaps = kMostTaps;
 using MovedJob = simd::Job<kMostTaps + 1, 1>;
 using MovedKernel = simd::Kernel<void(const MovedJob&, const MixShares&)>;
 
-extern const MovedKernel kMovedPremultiplied32;
+extern const MovedKernel kMovedPremultiplied32;  ///< takes joined rows where there are vectors
 extern const MovedKernel kMovedStraight32;
 
 }  // namespace Zan
