@@ -2,6 +2,8 @@
 
 #include "filter/kernels/AdaptiveFilter.h"
 
+#include <hwy/cache_control.h>
+
 #include <cmath>
 #include <cstring>
 
@@ -211,6 +213,7 @@ HWY_NOINLINE HWY_ATTR void RunSteps(const AdaptiveJob& job, const AdaptiveSettin
     for (std::size_t y = 0; y < job.height; ++y) {
         TakeRows<kLayout>(job, y, rows);
         std::uint8_t* const to = job.destination.Row(y);
+        const std::size_t nextRow = y + job.windowHeight / 2 + 1;
         if (isLong) {
             // Nothing that is read is written: bytes may be made twice.
             for (std::size_t x = 0; x < inner; x += kBytesAtOnce) {
@@ -223,6 +226,15 @@ HWY_NOINLINE HWY_ATTR void RunSteps(const AdaptiveJob& job, const AdaptiveSettin
             for (std::size_t x = inner; x < innerEnd;) {
                 const std::size_t stop = std::min(x + ColumnSums::kBytes, innerEnd);
                 const std::size_t first = x - reach;
+                if (job.windowHeight != 1 && nextRow < job.height) {
+                    // The next row reads it first; rows that are read once come by themselves.
+                    for (std::size_t frame = 0; frame < job.windowFrames; ++frame) {
+                        const std::uint8_t* const next = job.Row(frame, nextRow);
+                        for (std::size_t at = x; at < stop; at += 64) {
+                            hwy::Prefetch(next + at);
+                        }
+                    }
+                }
                 step.SumColumns(rows, first, stop - x + 2 * reach, sums);
                 WindowStatistics* made = statistics;
                 for (std::size_t at = x; at < stop; at += kBytesAtOnce) {
