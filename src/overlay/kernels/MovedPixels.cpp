@@ -47,7 +47,7 @@ struct OverMoved {
     void PremultipliedUnit(const Place& at, std::size_t line, std::size_t x) const {
         std::uint8_t f[4];
         MixUnit<true>(at, line, x, f);
-        Over(at.in[kBehindTaps][line] + 4 * x, f, at.out[0][line] + 4 * x);
+        PremultipliedPixelOver(at.in[kBehindTaps][line] + 4 * x, f, at.out[0][line] + 4 * x);
     }
     /// The first pixel of a row, that is, without the taps before it.
     void FirstUnit(const Place& at, std::size_t x, std::uint8_t* out) const {
@@ -55,12 +55,7 @@ struct OverMoved {
         std::uint8_t f[4];
         MixPixel<taps, true>(
             shares, [&](std::size_t t) { return before[t] ? kNothing : at.in[t][0] + 4 * x; }, f);
-        Over(at.in[kBehindTaps][0] + 4 * x, f, out);
-    }
-    static void Over(const std::uint8_t* b, const std::uint8_t (&f)[4], std::uint8_t* out) {
-        for (std::size_t i = 0; i < 4; ++i) {
-            out[i] = PremultipliedOver(b[i], f[i], f[3]);
-        }
+        PremultipliedPixelOver(at.in[kBehindTaps][0] + 4 * x, f, out);
     }
 
 #if HWY_TARGET != HWY_SCALAR
@@ -254,13 +249,7 @@ struct MovedStraight32 : OverMoved<taps> {
     void Unit(const Place& at, std::size_t x) const {
         std::uint8_t f[4];
         Base::template MixUnit<false>(at, 0, x, f);
-        const std::uint8_t* const b = at.in[kBehindTaps][0] + 4 * x;
-        const AlphaUnion both = AlphaUnion::Of(f[3], b[3]);
-        std::uint8_t* const out = at.out[0][0] + 4 * x;
-        for (std::size_t i = 0; i < 3; ++i) {
-            out[i] = BlendByAlpha(b[i], f[i], both.weight);
-        }
-        out[3] = static_cast<std::uint8_t>(both.alpha);
+        UnitePixel(at.in[kBehindTaps][0] + 4 * x, f, at.out[0][0] + 4 * x);
     }
 
 #if HWY_TARGET != HWY_SCALAR

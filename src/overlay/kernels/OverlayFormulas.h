@@ -1,6 +1,7 @@
 #ifndef TESSELU_SRC_OVERLAY_KERNELS_OVERLAYFORMULAS_H
 #define TESSELU_SRC_OVERLAY_KERNELS_OVERLAYFORMULAS_H
 
+#include <cstddef>
 #include <cstdint>
 
 #include "composite/kernels/BlendFormulas.h"
@@ -48,6 +49,21 @@ struct AlphaUnion {
         return {alpha, alpha > 0 ? a * 255 / alpha : 0};
     }
 };
+
+/// Pixels of 32 bits; `out` may be one of them.
+inline void PremultipliedPixelOver(const std::uint8_t* b, const std::uint8_t* f, std::uint8_t* out) noexcept {
+    const unsigned a = f[3];
+    for (std::size_t i = 0; i < 4; ++i) {
+        out[i] = PremultipliedOver(b[i], f[i], a);
+    }
+}
+inline void UnitePixel(const std::uint8_t* b, const std::uint8_t* f, std::uint8_t* out) noexcept {
+    const AlphaUnion both = AlphaUnion::Of(f[3], b[3]);
+    for (std::size_t i = 0; i < 3; ++i) {
+        out[i] = BlendByAlpha(b[i], f[i], both.weight);
+    }
+    out[3] = static_cast<std::uint8_t>(both.alpha);
+}
 
 /// b + D(w * (f - b)).
 constexpr std::uint8_t WeightedStep(unsigned b, unsigned f, unsigned w) noexcept {

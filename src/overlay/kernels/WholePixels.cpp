@@ -84,7 +84,8 @@ struct Opaque32 {
 #endif
 };
 
-struct Premultiplied32 {
+template <bool premultiplied>
+struct Over32 {
     using Place = simd::Place<4, 2>;
     static constexpr PlaneUse kSources[] = {PixelPlane(kBack), PixelPlane(kFore)};
     static constexpr PlaneUse kDestinations[] = {PixelPlane(kOut)};
@@ -92,10 +93,7 @@ struct Premultiplied32 {
     void Unit(const Place& at, std::size_t x) const {
         const std::uint8_t *b = at.in[kBack][0] + 4 * x, *f = at.in[kFore][0] + 4 * x;
         std::uint8_t* out = at.out[kOut][0] + 4 * x;
-        const unsigned a = f[3];
-        for (std::size_t i = 0; i < 4; ++i) {
-            out[i] = PremultipliedOver(b[i], f[i], a);
-        }
+        premultiplied ? PremultipliedPixelOver(b, f, out) : UnitePixel(b, f, out);
     }
 
 #if HWY_TARGET != HWY_SCALAR
@@ -104,40 +102,11 @@ struct Premultiplied32 {
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
         const DU8 d;
-        PutLine(at.out[kOut][0] + 4 * x, put, [&](std::size_t i) HWY_ATTR {
-            return OverPixels(hn::LoadU(d, at.in[kBack][0] + 4 * x + i * kVectorBytes),
-                              hn::LoadU(d, at.in[kFore][0] + 4 * x + i * kVectorBytes));
-        });
-    }
-#endif
-};
-
-struct Straight32 {
-    using Place = simd::Place<4, 2>;
-    static constexpr PlaneUse kSources[] = {PixelPlane(kBack), PixelPlane(kFore)};
-    static constexpr PlaneUse kDestinations[] = {PixelPlane(kOut)};
-
-    void Unit(const Place& at, std::size_t x) const {
-        const std::uint8_t *b = at.in[kBack][0] + 4 * x, *f = at.in[kFore][0] + 4 * x;
-        std::uint8_t* out = at.out[kOut][0] + 4 * x;
-        const AlphaUnion both = AlphaUnion::Of(f[3], b[3]);
-        for (std::size_t i = 0; i < 3; ++i) {
-            out[i] = BlendByAlpha(b[i], f[i], both.weight);
-        }
-        out[3] = static_cast<std::uint8_t>(both.alpha);
-    }
-
-#if HWY_TARGET != HWY_SCALAR
-    static constexpr std::size_t kStep = kLineVectors * kVectorBytes / 4;
-
-    template <class Put>
-    HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
-        const DU8 d;
-        const DU32 d32;
         PutLine(at.out[kOut][0] + 4 * x, put, [&](std::size_t i) HWY_ATTR {
             const VU8 b = hn::LoadU(d, at.in[kBack][0] + 4 * x + i * kVectorBytes);
             const VU8 f = hn::LoadU(d, at.in[kFore][0] + 4 * x + i * kVectorBytes);
-            return UnitePixels(b, f, hn::ShiftRight<24>(hn::BitCast(d32, f)));
+            return premultiplied ? OverPixels(b, f)
+                                 : UnitePixels(b, f, hn::ShiftRight<24>(hn::BitCast(DU32(), f)));
         });
     }
 #endif
@@ -338,10 +307,10 @@ void RunOpaque32With24(const OverlayJob& job) {
     Walk(Opaque32{}, job);
 }
 void RunStraight32With32(const OverlayJob& job) {
-    Walk(Straight32{}, job);
+    Walk(Over32<false>{}, job);
 }
 void RunPremultiplied32With32(const OverlayJob& job) {
-    Walk(Premultiplied32{}, job);
+    Walk(Over32<true>{}, job);
 }
 void RunStraight16With24(const OverlayJob& job) {
     Walk(OverPairs<false>{}, job);
