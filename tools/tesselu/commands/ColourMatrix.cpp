@@ -1,5 +1,7 @@
 #include "commands/ColourMatrix.h"
 
+#include "commands/ToneEffect.h"
+
 namespace tool {
 
 ColourMatrix MatrixOf(LumaWeights weights, Sense sense, double low, double high) {
@@ -46,6 +48,16 @@ ColourMatrix MatrixOf(LumaWeights weights, Sense sense, double low, double high)
                        1};
     }
     return made;
+}
+
+std::optional<ColourMatrix> RgbMatrixOf(LumaWeights weights, Sense sense) {
+    return weights != LumaWeights::kBt601 ? std::optional(MatrixOf(weights, sense, 0, 255)) : std::nullopt;
+}
+
+void ConvertBy(const std::string& work, Zan::ColorSpaceConverter& converter, Zan::ImageView& from,
+               Zan::ImageView& to, std::optional<ColourMatrix> matrix) {
+    CheckStatus(
+        work, converter.Do(from, to, Zan::kBestAvailable, matrix ? matrix->matrix.data() : nullptr, nullptr));
 }
 
 }  // namespace tool

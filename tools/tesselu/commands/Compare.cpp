@@ -456,23 +456,13 @@ std::vector<Option> Options() {
          .value = "FILE.png",
          .help = "write a picture of the first frame that differs: differences beyond the tolerance, "
                  "sixteenfold, on black"}};
-    const auto common = [&options](const char* name, const char* help = nullptr) {
-        for (const Option& option : CommonRunOptions()) {
-            if (option.name == name) {
-                options.push_back(option);
-                if (help != nullptr) {
-                    options.back().help = help;
-                }
-            }
-        }
-    };
-    common("frames", "compare frames A to B only, counted from 0; A- goes to the end");
-    common("size", "size of raw frames");
-    common("rate");
-    common("raw");
-    common("threads", "threads of each decoder; 0: as many as there are processors");
-    common("keep-going");
-    common("quiet", "print nothing; the exit status tells");
+    AddCommonOptions(options, {{"frames", "compare frames A to B only, counted from 0; A- goes to the end"},
+                               {"size", "size of raw frames"},
+                               {"rate"},
+                               {"raw"},
+                               {"threads", "threads of each decoder; 0: as many as there are processors"},
+                               {"keep-going"},
+                               {"quiet", "print nothing; the exit status tells"}});
     return options;
 }
 

@@ -197,10 +197,8 @@ public:
                 onBlack = NewPicture(format);
             }
         }
-        if (run.weights != LumaWeights::kBt601) {
-            toRgb = MatrixOf(run.weights, Sense::kToRgb, 0, 255);
-            fromRgb = MatrixOf(run.weights, Sense::kFromRgb, 0, 255);
-        }
+        toRgb = RgbMatrixOf(run.weights, Sense::kToRgb);
+        fromRgb = RgbMatrixOf(run.weights, Sense::kFromRgb);
     }
 
     void Make(std::span<Zan::ImageView> inputs, Zan::ImageView& output, const Moment&) override {
@@ -233,9 +231,8 @@ private:
     /// Frames in RGB go through without alpha if they have none.
     Zan::ConverterFormat Working() const { return makesRgb && !hasAlpha ? Zan::kFmtRGB24 : Zan::kFmtRGB32; }
 
-    void Convert(Zan::ImageView& from, Zan::ImageView& to, std::optional<ColourMatrix> matrix) {
-        CheckStatus(name, converter.Do(from, to, Zan::kBestAvailable,
-                                       matrix ? matrix->matrix.data() : nullptr, nullptr));
+    void Convert(Zan::ImageView& from, Zan::ImageView& to, const std::optional<ColourMatrix>& matrix) {
+        ConvertBy(name, converter, from, to, matrix);
     }
 
     std::string name;  ///< of the input

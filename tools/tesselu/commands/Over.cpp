@@ -48,9 +48,7 @@ public:
                                                               mixed->GetFieldPacking(), Zan::kTopLeft, 1.0F),
                                          1, 1);
         keepsAlpha = run.hasAlpha;
-        if (run.weights != LumaWeights::kBt601) {
-            matrix = MatrixOf(run.weights, Sense::kFromRgb, 0, 255);
-        }
+        matrix = RgbMatrixOf(run.weights, Sense::kFromRgb);
     }
 
     void Make(std::span<Zan::ImageView> inputs, Zan::ImageView& output, const Moment& moment) override {

@@ -212,8 +212,8 @@ public:
     long PicturesOfStills() const override { return to || path.size() > 1 ? 50 : 1; }
 
     void Prepare(const PictureFormat& run) override {
-        if (comesAsRgb && !isRgb && run.weights != LumaWeights::kBt601) {
-            fromRgb = MatrixOf(run.weights, Sense::kFromRgb, 0, 255);
+        if (comesAsRgb && !isRgb) {
+            fromRgb = RgbMatrixOf(run.weights, Sense::kFromRgb);
         }
         PictureFormat format = frontFormat;
         if (!hasFields) {
@@ -382,8 +382,7 @@ private:
             rgb->SetPixelShaping(Zan::kUnshaped);
             CheckStatus("overlay", converter.Shape(whole, style));
         }
-        CheckStatus("overlay", converter.Do(whole, shaped, Zan::kBestAvailable,
-                                            fromRgb ? fromRgb->matrix.data() : nullptr, nullptr));
+        ConvertBy("overlay", converter, whole, shaped, fromRgb);
         for (unsigned y = 0; isOdd && y < height; ++y) {
             Line(*front, y)[2 * width + 1] = 16;
             Line(*front, y, kAlphaChannel)[width] = 0;

@@ -286,21 +286,11 @@ std::vector<Option> Options() {
         {.name = "yuv",
          .help = "measure Y, Cb and Cr at video levels, with their legal limits, and not R, G and B"},
         {.name = "json", .help = "print the numbers as JSON: counts of all levels, and ends of all columns"}};
-    const auto common = [&options](const char* name, const char* help = nullptr) {
-        for (const Option& option : CommonRunOptions()) {
-            if (option.name == name) {
-                options.push_back(option);
-                if (help != nullptr) {
-                    options.back().help = help;
-                }
-            }
-        }
-    };
-    common("size", "size of raw frames");
-    common("rate");
-    common("raw");
-    common("threads", "threads of the decoder; 0: as many as there are processors");
-    common("keep-going");
+    AddCommonOptions(options, {{"size", "size of raw frames"},
+                               {"rate"},
+                               {"raw"},
+                               {"threads", "threads of the decoder; 0: as many as there are processors"},
+                               {"keep-going"}});
     return options;
 }
 

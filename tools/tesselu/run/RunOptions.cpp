@@ -100,6 +100,19 @@ const std::vector<Option>& CommonRunOptions() {
     return options;
 }
 
+void AddCommonOptions(std::vector<Option>& options, std::initializer_list<CommonOption> common) {
+    for (const CommonOption& taken : common) {
+        for (const Option& option : CommonRunOptions()) {
+            if (option.name == taken.name) {
+                options.push_back(option);
+                if (taken.help != nullptr) {
+                    options.back().help = taken.help;
+                }
+            }
+        }
+    }
+}
+
 RunOptions::RunOptions(const Command& command, const Arguments& arguments)
     : inputs(arguments.Inputs()), output(arguments.Text("output")) {
     if (command.moreInputs != nullptr) {

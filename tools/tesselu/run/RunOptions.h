@@ -3,6 +3,7 @@
 
 #include <TesselU/foundation/ProcessingStyle.h>
 
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,6 +16,13 @@ namespace tool {
 
 /// The options that every command has which makes pictures.
 const std::vector<Option>& CommonRunOptions();
+
+struct CommonOption {
+    const char* name;
+    const char* help = nullptr;  ///< in place of its own
+};
+/// Takes some of them over into a command that makes no run.
+void AddCommonOptions(std::vector<Option>& options, std::initializer_list<CommonOption> common);
 
 /// What they say.
 struct RunOptions {
