@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <type_traits>
 
 #include "tone/kernels/CorrectionFormulas.h"
 
@@ -289,9 +290,10 @@ public:
         Fill(sign, 0x80, 0x80);
         Fill(middle, 128, 0);
         Fill(greatestUsual, 254, 0);
+        Fill(lowHalf, 15, 15);
     }
 
-    alignas(16) std::uint8_t one[16], sign[16];
+    alignas(16) std::uint8_t one[16], sign[16], lowHalf[16];
     alignas(16) std::uint8_t middle[16], greatestUsual[16];  ///< of 16 bits
 
 private:
@@ -349,16 +351,16 @@ public:
     }
     HWY_INLINE HWY_ATTR VU8 Joined(VU8 lower, VU8 higher) const { return Select(lower, higher, upper); }
 
-private:
-    HWY_INLINE HWY_ATTR VU8 Two(const VU8* rows) const {
-        return hn::Or(hn::TableLookupBytes(rows[0], even), hn::TableLookupBytes(rows[1], odd));
-    }
     static HWY_INLINE HWY_ATTR VU8 Select(VU8 no, VU8 yes, VU8 bit) {
         // The compiler would make comparisons of bits that serve twice.
         __asm__("vpblendvb %2, %1, %0, %0" : "+x"(no.raw) : "x"(yes.raw), "x"(bit.raw));
         return no;
     }
 
+private:
+    HWY_INLINE HWY_ATTR VU8 Two(const VU8* rows) const {
+        return hn::Or(hn::TableLookupBytes(rows[0], even), hn::TableLookupBytes(rows[1], odd));
+    }
     VU8 even, odd, second, upper;
 };
 
@@ -387,6 +389,54 @@ HWY_INLINE HWY_ATTR void LevelUsual(const Table&, const std::uint8_t* halves,
     x[0] = SumsOfPairs(hn::InterleaveLower(d, first, second), ones);
     x[1] = SumsOfPairs(hn::InterleaveUpper(d, first, second), ones);
 }
+
+/// LevelOf for 0 ... 254 where levels do not fall: a byte each, and from which place on a ninth bit is set.
+class RisingLevels {
+public:
+    explicit RisingLevels(const std::uint8_t* halves) {
+        for (std::size_t i = 0; i < 128; ++i) {
+            bytes[2 * i] = static_cast<std::uint8_t>(2 * halves[i]);
+            bytes[2 * i + 1] = static_cast<std::uint8_t>(halves[i] + halves[i + 1]);
+        }
+        // The first half that makes an even level of nine bits; the odd one before it may be one, too.
+        const std::uint8_t* const end = halves + 129;
+        const std::uint8_t* const first = std::upper_bound(halves, end, 127);
+        const auto evens = static_cast<std::size_t>(first - halves);
+        const std::size_t last = 2 * evens - (first != end && first[-1] + first[0] < 256 ? 1 : 2);
+        lastOfBytes = static_cast<std::uint8_t>(std::min<std::size_t>(last, 255));
+    }
+
+    /// Whether levels are such.
+    static bool Rise(const std::uint8_t* halves) {
+        return halves[0] < 128 && std::is_sorted(halves, halves + 129);
+    }
+
+    HWY_INLINE HWY_ATTR void operator()(const ColourConstants& constants, VI16* x) const {
+        const DU8 d;
+        const DU16 d16;
+        const VU8 sign = InEveryBlock(constants.sign);
+        const VU8 v = PackToBytes(x[0], x[1]);
+        const VU16 v16 = hn::BitCast(d16, v);
+        const RowPlaces places(hn::And(v, InEveryBlock(constants.lowHalf)),
+                               hn::BitCast(d, hn::ShiftLeft<3>(v16)), hn::BitCast(d, hn::ShiftLeft<2>(v16)),
+                               hn::Add(v, v), sign);
+        const auto quarter = [&](std::size_t i) HWY_ATTR {
+            const std::uint8_t* const row = bytes + 16 * i;
+            const VU8 rows[4] = {InEveryBlock(row), InEveryBlock(row + 16), InEveryBlock(row + 32),
+                                 InEveryBlock(row + 48)};
+            return places.Quarter(rows);
+        };
+        const VU8 half[2] = {places.Joined(quarter(0), quarter(4)), places.Joined(quarter(8), quarter(12))};
+        const VU8 low = RowPlaces::Select(half[0], half[1], v);
+        const VU8 high = hn::Min(hn::SaturatedSub(v, hn::Set(d, lastOfBytes)), InEveryBlock(constants.one));
+        x[0] = hn::BitCast(DI16(), hn::InterleaveLower(d, low, high));
+        x[1] = hn::BitCast(DI16(), hn::InterleaveUpper(d, low, high));
+    }
+
+private:
+    alignas(16) std::uint8_t bytes[256];
+    std::uint8_t lastOfBytes;
+};
 
 #else
 
@@ -445,7 +495,7 @@ private:
     }
 };
 
-/// `kAlone`: all three colours have levels, and nothing goes before them.
+/// `kAlone`: all three colours have levels, which do not fall, and nothing goes before them.
 template <class Table, bool kAlone>
 struct CorrectingColours : CorrectingPairs {
     static constexpr bool kStaysInCache = true;
@@ -455,15 +505,18 @@ struct CorrectingColours : CorrectingPairs {
     CorrectingColours(const CorrectionSettings& settings, const std::uint8_t* unchanged)
         : CorrectingPairs(settings),
           luma(settings.luma != nullptr ? settings.luma : unchanged),
-          levels{Table(settings.colours[0] != nullptr ? settings.colours[0] : unchanged),
-                 Table(settings.colours[1] != nullptr ? settings.colours[1] : unchanged),
-                 Table(settings.colours[2] != nullptr ? settings.colours[2] : unchanged)},
+          levels{Table(HalvesOf(0, unchanged)), Table(HalvesOf(1, unchanged)), Table(HalvesOf(2, unchanged))},
+#if HWY_TARGET == HWY_AVX2
+          rising{Rising(HalvesOf(0, unchanged)), Rising(HalvesOf(1, unchanged)),
+                 Rising(HalvesOf(2, unchanged))},
+#endif
           factors(settings),
           limits(settings),
           hasLuma(settings.luma != nullptr),
           hasChroma(settings.rotation != nullptr || settings.gain != nullptr),
           hasLevels{settings.colours[0] != nullptr, settings.colours[1] != nullptr,
-                    settings.colours[2] != nullptr} {}
+                    settings.colours[2] != nullptr} {
+    }
 
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
@@ -486,6 +539,10 @@ struct CorrectingColours : CorrectingPairs {
     }
 
 private:
+    const std::uint8_t* HalvesOf(std::size_t colour, const std::uint8_t* unchanged) const {
+        return set.colours[colour] != nullptr ? set.colours[colour] : unchanged;
+    }
+
     /// Red, green and blue of a vector of pairs.
     HWY_INLINE HWY_ATTR void Divide(VU8 in, VI16* colours) const {
         const DI16 d;
@@ -510,6 +567,12 @@ private:
 
     template <std::size_t kColour>
     HWY_INLINE HWY_ATTR void LevelUsualOf(VI16* colours) const {
+#if HWY_TARGET == HWY_AVX2
+        if constexpr (kAlone) {
+            rising[kColour](constants, colours + kColour * kVectors);
+            return;
+        }
+#endif
         if (kAlone || hasLevels[kColour]) {
             LevelUsual(levels[kColour], set.colours[kColour], constants, colours + kColour * kVectors);
         }
@@ -563,6 +626,10 @@ private:
 
     Table luma;
     Table levels[3];
+#if HWY_TARGET == HWY_AVX2
+    using Rising = std::conditional_t<kAlone, RisingLevels, NoTable>;
+    Rising rising[3];
+#endif
     ColourConstants constants;
     ChromaFactors factors;
     PairLimits limits;
@@ -574,8 +641,11 @@ void RunCorrectColours(const simd::Job<1, 1>& job, const CorrectionSettings& set
     for (std::size_t i = 0; i < 256; ++i) {
         unchanged[i] = static_cast<std::uint8_t>(i);
     }
-    const bool areAlone = set.luma == nullptr && set.rotation == nullptr && set.gain == nullptr &&
-                          std::count(set.colours, set.colours + 3, nullptr) == 0;
+    bool areAlone = set.luma == nullptr && set.rotation == nullptr && set.gain == nullptr &&
+                    std::count(set.colours, set.colours + 3, nullptr) == 0;
+#if HWY_TARGET == HWY_AVX2
+    areAlone = areAlone && std::all_of(set.colours, set.colours + 3, RisingLevels::Rise);
+#endif
     WithByteTables([&]<class Table>() HWY_ATTR {
         if (areAlone) {
             Walk(CorrectingColours<Table, true>(set, unchanged), job);
