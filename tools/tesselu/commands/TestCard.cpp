@@ -7,6 +7,7 @@
 #include "Commands.h"
 #include "cli/Arguments.h"
 #include "run/Effect.h"
+#include "run/RunOptions.h"
 
 namespace tool {
 namespace {
@@ -104,6 +105,23 @@ private:
     bool isZonePlate;
 };
 
+std::vector<Option> Options() {
+    std::vector<Option> options = {{.name = "kind",
+                                    .kind = ValueKind::kInteger,
+                                    .value = "N",
+                                    .help = "1 colour bars, 2 zone plate",
+                                    .initial = "1",
+                                    .least = 1,
+                                    .most = 2}};
+    // There is no input that would tell these.
+    AddCommonOptions(
+        options, {{"length", "frames of the whole run [50]"},
+                  {"size", "size of the pictures [1280x720]"},
+                  {"scan", "tff (upper field first), bff (lower field first) or progressive [progressive]"},
+                  {"rate", "frames a second"}});
+    return options;
+}
+
 }  // namespace
 
 const Command kTestCardCommand = {
@@ -112,13 +130,7 @@ const Command kTestCardCommand = {
     .description =
         "Makes colour bars with a moving square, or a zone plate whose rings move outwards. In "
         "interlaced video every field moves on.",
-    .options = {{.name = "kind",
-                 .kind = ValueKind::kInteger,
-                 .value = "N",
-                 .help = "1 colour bars, 2 zone plate",
-                 .initial = "1",
-                 .least = 1,
-                 .most = 2}},
+    .options = Options(),
     .examples = {{"tesselu testcard -o bars.mkv --size 1920x1080", "two seconds of colour bars"},
                  {"tesselu testcard -o - --kind 2 --scan tff --length 250 | ffplay -",
                   "ten seconds of a zone plate, interlaced, to look at"}},

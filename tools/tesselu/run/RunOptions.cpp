@@ -37,7 +37,8 @@ const std::vector<Option>& CommonRunOptions() {
         {.name = "to",
          .kind = ValueKind::kText,
          .value = "KIND",
-         .help = "kind of the output where its name does not say it: mkv, mp4, y4m, or raw frames in a pixel "
+         .help = "kind of the output where its name does not say it: mkv, mov, mp4, y4m, png, or raw frames "
+                 "in a pixel "
                  "format such as uyvy422, yuv422p or rgba"},
         {.name = "frames",
          .kind = ValueKind::kInterval,
