@@ -187,6 +187,9 @@ TEST(BlendModel, CompositeTwoSrcAndAlpha) {
             layout.key = 2;
             Scene scene = MakeScene({format, format, Format::Grey(0, 0), format}, layout);
             Polarise(scene.pictures[2]->ColourMemory());
+            if (OneIn(2)) {
+                PutRuns(scene.pictures[2]->ColourMemory());
+            }
             ExpectTwoSrcAndAlpha(compositor, machine, style, scene, MaybeInPlace(2));
         });
     });

@@ -31,6 +31,13 @@ Layout AnyLayout(int width) {
     return layout;
 }
 
+// Some keys have long ends, where one source alone counts.
+void VaryKey(Scene& scene) {
+    if (OneIn(2)) {
+        PutRuns(scene.pictures[2]->ColourMemory());
+    }
+}
+
 // Some alpha planes go, some are called opaque.
 void VaryAlpha(Scene& scene) {
     for (const std::size_t i : {0U, 1U, 3U}) {
@@ -78,6 +85,7 @@ TEST(WipeModel, SoftOnWords) {
     OnEveryPath([](Zan::ZanCompositor& compositor, const Machine& machine, int style) {
         ForWidths([&](int width) {
             Scene scene = MakeScene({Words(), Words(), Key(), Words()}, AnyLayout(width));
+            VaryKey(scene);
             ExpectSoftWipe(compositor, machine, style, scene, OneIn(8) ? RandomFrom<int>(0, 1) : -1);
         });
     });
@@ -89,6 +97,7 @@ TEST(WipeModel, SoftOnPairs) {
             Scene scene = MakeScene({Pairs(), Pairs(), Key(), Pairs()}, AnyLayout(width));
             VaryAlpha(scene);
             Polarise(scene.pictures[2]->ColourMemory());
+            VaryKey(scene);
             ExpectSoftWipe(compositor, machine, style, scene, OneIn(8) ? RandomFrom<int>(0, 1) : -1);
         });
     });
@@ -125,6 +134,7 @@ TEST(WipeModel, BorderOnWords) {
     OnEveryPath([](Zan::ZanCompositor& compositor, const Machine&, int style) {
         ForWidths([&](int width) {
             Scene scene = MakeScene({Words(), Words(), Key(), Words()}, AnyLayout(width));
+            VaryKey(scene);
             ExpectBorderWipe(compositor, style, scene, AnyBorder(), OneIn(8) ? RandomFrom<int>(0, 1) : -1);
         });
     });
@@ -135,6 +145,7 @@ TEST(WipeModel, BorderOnPairs) {
         ForWidths([&](int width) {
             Scene scene = MakeScene({Pairs(), Pairs(), Key(), Pairs()}, AnyLayout(width));
             VaryAlpha(scene);
+            VaryKey(scene);
             ExpectBorderWipe(compositor, style, scene, AnyBorder(), OneIn(8) ? RandomFrom<int>(0, 1) : -1);
         });
     });
@@ -306,10 +317,12 @@ TEST(WipeModel, WideRowsAroundTheCache) {
                 const int width = 300 + RandomFrom<int>(0, 400);
                 SCOPED_TRACE(::testing::Message() << "style " << style << ", width " << width);
                 Scene words = MakeScene({Words(), Words(), Key(), Words()}, AnyLayout(width));
+                VaryKey(words);
                 ExpectSoftWipe(compositor, machine, style, words, -1);
                 ExpectBorderWipe(compositor, style, words, AnyBorder());
                 Scene pairs = MakeScene({Pairs(), Pairs(), Key(), Pairs()}, AnyLayout(width));
                 VaryAlpha(pairs);
+                VaryKey(pairs);
                 ExpectSoftWipe(compositor, machine, style, pairs, -1);
                 ExpectBorderWipe(compositor, style, pairs, AnyBorder());
                 Scene wordKey = MakeScene({Pairs(), Pairs(), Key(Zan::k16Bits), Pairs()}, AnyLayout(width));

@@ -61,6 +61,19 @@ Plane::Plane(Random& random, std::size_t rowBytes, std::size_t rows, std::size_t
     Reset();
 }
 
+void Plane::PutRuns(Random& random) {
+    for (std::size_t i = 0; i < noise.size();) {
+        const std::size_t run = std::min(Pick(random, 1, 300), noise.size() - i);
+        const std::size_t kind = Pick(random, 0, 3);
+        if (kind < 2) {
+            std::fill_n(noise.begin() + static_cast<std::ptrdiff_t>(i), run,
+                        static_cast<std::uint8_t>(kind == 0 ? 0 : 255));
+        }
+        i += run;
+    }
+    Reset();
+}
+
 void Plane::Reset() const {
     if (!noise.empty())
         std::memcpy(pages->begin(), noise.data(), noise.size());

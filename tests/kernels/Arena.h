@@ -50,6 +50,9 @@ public:
     std::ptrdiff_t pitch() const { return step; }
     std::size_t rowBytes() const { return bytes; }
 
+    /// Makes half of the noise runs of 0 and of 255, as keys of wipes have them.
+    void PutRuns(Random& random);
+
     void Reset() const;                          ///< back to the noise
     std::vector<std::uint8_t> Contents() const;  ///< all of the memory
     const std::vector<std::uint8_t>& Noise() const { return noise; }

@@ -25,6 +25,14 @@ Plane& Destination(Case& c, Plane& source) {
     return Pick(c.random, 0, 3) == 0 ? source : c.Add(4 * c.width, c.height, 4);
 }
 
+/// A plane of keys, noise all over or in places.
+Plane& Keys(Case& c, std::size_t rowBytes, std::size_t rows, Plane::Kind kind = Plane::Kind::kMemory) {
+    Plane& keys = c.Add(rowBytes, rows, 1, 0, kind);
+    if (Pick(c.random, 0, 1) != 0)
+        keys.PutRuns(c.random);
+    return keys;
+}
+
 double Fraction(Random& random) {
     static constexpr double kSpecial[] = {0,         1,           0.5,       -0.5,       1.5,
                                           1.0 / 255, 254.0 / 255, 1.0 / 256, 255.0 / 256};
@@ -65,7 +73,7 @@ Operation Alpha(CPUinstructionSetEnum set, unsigned path) {
     return {"CompositeTwoSrcAndAlpha, path " + std::to_string(path),
             [path](Case& c) -> Operation::Run {
                 Plane &a = c.Add(4 * c.width, c.height, 4), &b = c.Add(4 * c.width, c.height, 4);
-                Plane& key = c.Add(c.width, c.height);
+                Plane& key = Keys(c, c.width, c.height);
                 Plane& out = Destination(c, b);
                 return [=, &a, &b, &key, &out, w = Size(c.width), h = Size(c.height)] {
                     ZanCompositor compositor;
@@ -81,7 +89,7 @@ Operation Gradient(CPUinstructionSetEnum set, unsigned path) {
     return {"CompositeTwoSrcAndAlphaGradient, path " + std::to_string(path),
             [path](Case& c) -> Operation::Run {
                 Plane &a = c.Add(4 * c.width, c.height, 4), &b = c.Add(4 * c.width, c.height, 4);
-                Plane& key = c.Add(c.width, c.height);
+                Plane& key = Keys(c, c.width, c.height);
                 Plane& out = Destination(c, a);
                 // Thresholds and gains beyond the nominal range wrap in 16 bits, alike on every target.
                 const double threshold = Fraction(c.random) * (Pick(c.random, 0, 4) == 0 ? -300 : 1);
@@ -187,7 +195,7 @@ Operation AlphaOfViews(ProcessingStyleEnum style) {
     return {"CompositeTwoSrcAndAlpha of views, style " + std::to_string(style),
             [=](Case& c) -> Operation::Run {
                 const ThreeViews views(c, k4444, kRGB);
-                auto key = ImageOn({&c.Add(c.width, c.height, 1, 0, Plane::Kind::kImage)}, kAlphaOnly, k4444,
+                auto key = ImageOn({&Keys(c, c.width, c.height, Plane::Kind::kImage)}, kAlphaOnly, k4444,
                                    c.width, c.height);
                 return [=, region = views.a.GetRegionOfInterest()] {
                     ImageView keys(key.get(), region, kFrame);
@@ -242,7 +250,7 @@ Operation Border(AggregateChannelSamplingEnum sampling, std::size_t keyBytes) {
                 const ImageDescriptor format(Size(EvenWidth(c)), Size(rows), kAlphaOnly, k4444, kBGRA,
                                              kPacked, kProgressive, kNoFields, kTopLeft,
                                              keyBytes == 2 ? k16Bits : k8Bits, 1.0F, kUnshaped);
-                const Plane& plane = c.Add(keyBytes * EvenWidth(c), rows, 1, 0, Plane::Kind::kImage);
+                const Plane& plane = Keys(c, keyBytes * EvenWidth(c), rows, Plane::Kind::kImage);
                 auto key =
                     std::make_shared<Image>(plane.row(), static_cast<ULong32>(plane.pitch()), format, 1U, 1U);
                 const double position = Fraction(c.random);
@@ -264,7 +272,7 @@ Operation Converting() {
     return {"CompositeTwoSrcCSCAndAlphaGradient", [](Case& c) -> Operation::Run {
                 const std::size_t even = EvenWidth(c);
                 Plane &a = c.Add(2 * even, c.height, 4), &b = c.Add(2 * even, c.height, 4);
-                Plane &key = c.Add(c.width, c.height), &out = c.Add(4 * c.width, c.height, 4);
+                Plane &key = Keys(c, c.width, c.height), &out = c.Add(4 * c.width, c.height, 4);
                 const double threshold = Fraction(c.random) * (Pick(c.random, 0, 4) == 0 ? -300 : 1);
                 const double gain = Fraction(c.random) * (Pick(c.random, 0, 4) == 0 ? 20 : 1);
                 return [=, &a, &b, &key, &out, w = Size(c.width), h = Size(c.height)] {
@@ -393,7 +401,7 @@ Operation Wipe(ProcessingStyleEnum style, AggregateChannelSamplingEnum sampling)
                         planes.push_back(&c.Add(even, c.height, 1, 0, Plane::Kind::kImage));
                     image = ImageOn(planes, pairs ? kYCrCb : kRGB, sampling, even, c.height);
                 }
-                Plane& keyPlane = c.Add(even, c.height, 1, 0, Plane::Kind::kImage);
+                Plane& keyPlane = Keys(c, even, c.height, Plane::Kind::kImage);
                 auto key = ImageOn({&keyPlane}, kAlphaOnly, k4444, even, c.height);
                 const double position = Fraction(c.random), softness = Fraction(c.random) * 300;
                 return [=, w = static_cast<Long32>(c.width), h = static_cast<Long32>(c.height)] {

@@ -1,8 +1,10 @@
 #ifndef TESSELU_TESTS_SUPPORT_CHOICES_H
 #define TESSELU_TESTS_SUPPORT_CHOICES_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <initializer_list>
 
 #include "support/FencedMemory.h"
@@ -37,6 +39,18 @@ inline void Polarise(FencedMemory& memory) {
         } else if ((bytes[i] & 0x11) == 0x01) {
             bytes[i] = 0;
         }
+    }
+}
+
+/// Half of the bytes become runs of 0 and of 255, as keys of wipes have them.
+inline void PutRuns(FencedMemory& memory) {
+    for (std::size_t i = 0; i < memory.Length();) {
+        const std::size_t run = std::min<std::size_t>(RandomFrom<std::size_t>(1, 300), memory.Length() - i);
+        const int kind = RandomFrom<int>(0, 3);
+        if (kind < 2) {
+            std::memset(memory.Data() + i, kind == 0 ? 0 : 255, run);
+        }
+        i += run;
     }
 }
 

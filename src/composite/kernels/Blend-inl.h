@@ -8,7 +8,7 @@
 #endif
 
 #include "simd/Extra-inl.h"
-#include "simd/Job.h"
+#include "simd/Walk-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Zan {
@@ -29,17 +29,26 @@ constexpr PlaneUse PairPlane(std::size_t index) {
 
 #if HWY_TARGET != HWY_SCALAR
 
+/// The constants of BlendBytes. A kernel that blends in a branch of its step holds them as a member:
+/// compilers make constants in a branch anew each time.
+struct BlendConstants {
+    VU8 middle;
+    VU16 high, reciprocal;
+
+    HWY_INLINE HWY_ATTR BlendConstants()
+        : middle(hn::Set(DU8(), 0x80)), high(hn::Set(DU16(), 0x8000)), reciprocal(hn::Set(DU16(), 257)) {}
+};
+
 /// x ^ 0x80: a byte as a signed number around 128, which the signed operand of a multiply-add can hold.
-HWY_INLINE HWY_ATTR VI8 Centred(VU8 v) {
-    return hn::BitCast(DI8(), hn::Xor(v, hn::Set(DU8(), 0x80)));
+HWY_INLINE HWY_ATTR VI8 Centred(VU8 v, const BlendConstants& constants = BlendConstants()) {
+    return hn::BitCast(DI8(), hn::Xor(v, constants.middle));
 }
 
 /// Div255Round for t - 32640, t being (255 - alpha) * a + alpha * b. With u = t + 128,
 /// (u + (u >> 8)) >> 8 is (u * 257) >> 16.
-HWY_INLINE HWY_ATTR VI16 Div255RoundCentred(VI16 v) {
-    const DU16 d;
-    const VU16 u = hn::Xor(hn::BitCast(d, v), hn::Set(d, 0x8000));
-    return hn::BitCast(DI16(), hn::MulHigh(u, hn::Set(d, 257)));
+HWY_INLINE HWY_ATTR VI16 Div255RoundCentred(VI16 v, const BlendConstants& constants = BlendConstants()) {
+    const VU16 u = hn::Xor(hn::BitCast(DU16(), v), constants.high);
+    return hn::BitCast(DI16(), hn::MulHigh(u, constants.reciprocal));
 }
 
 /// The weights of the two sources for bytes that InterleaveLower and InterleaveUpper bring together: 255 less
@@ -55,18 +64,28 @@ HWY_INLINE HWY_ATTR Weights WeightsOf(VU8 alpha) {
 }
 
 /// BlendByAlpha on every byte.
-HWY_INLINE HWY_ATTR VU8 BlendBytes(VU8 a, VU8 b, const Weights& weights) {
+HWY_INLINE HWY_ATTR VU8 BlendBytes(VU8 a, VU8 b, const Weights& weights,
+                                   const BlendConstants& constants = BlendConstants()) {
     const DI8 di;
-    const VI8 ca = Centred(a), cb = Centred(b);
+    const VI8 ca = Centred(a, constants), cb = Centred(b, constants);
     const VI16 low = MulAddPairs(weights.lower, hn::InterleaveLower(di, ca, cb));
     const VI16 high = MulAddPairs(weights.upper, hn::InterleaveUpper(di, ca, cb));
-    return PackToBytes(Div255RoundCentred(low), Div255RoundCentred(high));
+    return PackToBytes(Div255RoundCentred(low, constants), Div255RoundCentred(high, constants));
 }
 
 /// Weights of a vector of words out of keys: `words` holds 255 less alpha and alpha of each key as one 16-bit
-/// lane, `first` is the lane of the vector's first key in every block.
+/// lane.
+struct WeightSpread {
+    VU8 toLower, toUpper;
+
+    HWY_INLINE HWY_ATTR Weights operator()(VU8 words) const {
+        return {hn::TableLookupBytes(words, toLower), hn::TableLookupBytes(words, toUpper)};
+    }
+};
+
+/// `first` is the lane of the vector's first key in every block.
 template <std::size_t first>
-HWY_INLINE HWY_ATTR Weights WeightsOfPixels(VU8 words) {
+HWY_INLINE HWY_ATTR WeightSpread SpreadToPixels() {
     // Each lane for the four bytes of a pixel.
     constexpr std::uint8_t f = 2 * first;
     alignas(16) static constexpr std::uint8_t kLower[16] = {
@@ -75,18 +94,19 @@ HWY_INLINE HWY_ATTR Weights WeightsOfPixels(VU8 words) {
     alignas(16) static constexpr std::uint8_t kUpper[16] = {
         f + 4, f + 5, f + 4, f + 5, f + 4, f + 5, f + 4, f + 5,  // pixel 2
         f + 6, f + 7, f + 6, f + 7, f + 6, f + 7, f + 6, f + 7};
-    return {hn::TableLookupBytes(words, InEveryBlock(kLower)),
-            hn::TableLookupBytes(words, InEveryBlock(kUpper))};
+    return {InEveryBlock(kLower), InEveryBlock(kUpper)};
 }
 
-/// The same for pairs of 4:2:2 pixels, whose eight keys are all lanes of a block: the first key of a pair is
-/// for three bytes, the second for the last.
-HWY_INLINE HWY_ATTR Weights WeightsOfPairs(VU8 words) {
+/// For pairs of 4:2:2 pixels, whose eight keys are all lanes of a block: the first key of a pair is for three
+/// bytes, the second for the last.
+HWY_INLINE HWY_ATTR WeightSpread SpreadToPairs() {
     alignas(16) static constexpr std::uint8_t kLower[16] = {0, 1, 0, 1, 0, 1, 2, 3, 4, 5, 4, 5, 4, 5, 6, 7};
     alignas(16) static constexpr std::uint8_t kUpper[16] = {8,  9,  8,  9,  8,  9,  10, 11,
                                                             12, 13, 12, 13, 12, 13, 14, 15};
-    return {hn::TableLookupBytes(words, InEveryBlock(kLower)),
-            hn::TableLookupBytes(words, InEveryBlock(kUpper))};
+    return {InEveryBlock(kLower), InEveryBlock(kUpper)};
+}
+HWY_INLINE HWY_ATTR Weights WeightsOfPairs(VU8 words) {
+    return SpreadToPairs()(words);
 }
 
 /// The bytes of `v` by their places in every block.
@@ -104,6 +124,63 @@ HWY_INLINE HWY_ATTR VU8 Dealt(InOrder, VU8 v) {
 template <class D>
 HWY_INLINE HWY_ATTR VU8 Dealt(D d, VU8 v) {
     return hn::BitCast(DU8(), DealToBlocks(d, hn::BitCast(d, v)));
+}
+
+/// True when all are 0 or 255. A kernel holds it for its constants.
+struct ExtremeTest {
+    VU8 all, limit;
+
+#if HWY_TARGET == HWY_SSSE3
+    static constexpr std::uint8_t kLimit = 126;
+#else
+    static constexpr std::uint8_t kLimit = 0xFE;
+#endif
+    HWY_INLINE HWY_ATTR ExtremeTest() : all(hn::Set(DU8(), 255)), limit(hn::Set(DU8(), kLimit)) {}
+
+    HWY_INLINE HWY_ATTR bool operator()(VU8 v) const {
+        // 255 and 0 become 0 and 1.
+        const VU8 next = hn::Sub(v, all);
+#if HWY_TARGET == HWY_AVX3
+        return _mm512_test_epi8_mask(next.raw, limit.raw) == 0;
+#elif HWY_TARGET == HWY_AVX2
+        return _mm256_testz_si256(next.raw, limit.raw) != 0;
+#elif HWY_TARGET == HWY_SSSE3
+        return _mm_movemask_epi8(hn::SaturatedAdd(next, limit).raw) == 0;
+#else
+        return hn::AllTrue(DU8(), hn::Eq(hn::And(next, limit), hn::Zero(DU8())));
+#endif
+    }
+};
+
+HWY_INLINE HWY_ATTR bool AreZero(VU8 v) {
+#if HWY_TARGET == HWY_AVX3
+    return _mm512_test_epi8_mask(v.raw, v.raw) == 0;
+#elif HWY_TARGET == HWY_AVX2
+    return _mm256_testz_si256(v.raw, v.raw) != 0;
+#else
+    return hn::AllTrue(DU8(), hn::Eq(v, hn::Zero(DU8())));
+#endif
+}
+
+/// The source that alone counts where all of its bytes are alike: index 0 where they are 0, 1 where they are
+/// 255, else 2.
+HWY_INLINE HWY_ATTR std::size_t OnlySource(VU8 isB) {
+    const DI8 d;
+    const auto b = hn::Lt(hn::BitCast(d, isB), hn::Zero(d));
+    return hn::AllFalse(d, b) ? 0 : hn::AllTrue(d, b) ? 1 : 2;
+}
+
+/// Passes on vectors of one source, of which the other has no part.
+template <std::size_t vectors, class Put>
+HWY_INLINE HWY_ATTR void PassOn(const std::uint8_t* from, std::uint8_t* to, Put put) {
+    const DU8 d;
+    VU8 taken[vectors];
+    for (std::size_t i = 0; i < vectors; ++i) {
+        taken[i] = hn::LoadU(d, from + i * kVectorBytes);
+    }
+    for (std::size_t i = 0; i < vectors; ++i) {
+        put(d, taken[i], to + i * kVectorBytes);
+    }
 }
 
 /// Entries of a table with `rows` rows, the first of which begins at key `first`.

@@ -7,7 +7,6 @@
 #include "simd/Foreach.h"
 // After it: these are compiled once per target.
 #include "composite/kernels/Blend-inl.h"
-#include "simd/Walk-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Zan {
@@ -149,20 +148,28 @@ struct ByKeyOfPixel {
 
 #if HWY_TARGET != HWY_SCALAR
     static constexpr std::size_t kStep = kVectorBytes;
+    ExtremeTest areExtreme;
+    BlendConstants constants;
+    WeightSpread first = SpreadToPixels<0>(), second = SpreadToPixels<4>();
 
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
         const DU8 d;
         const DU32 d32;
-        const VU8 alphas = hn::BitCast(d, DealToBlocks(d32, hn::BitCast(d32, key.Vector(at.in[2][0] + x))));
-        const Weights words = WeightsOf(alphas);
+        const VU8 alphas = key.Vector(at.in[2][0] + x);
+        if (areExtreme(alphas)) {
+            if (const std::size_t only = OnlySource(alphas); only < 2) {
+                PassOn<4>(at.in[only][0] + 4 * x, at.out[0][0] + 4 * x, put);
+                return;
+            }
+        }
+        const Weights words = WeightsOf(hn::BitCast(d, DealToBlocks(d32, hn::BitCast(d32, alphas))));
         const auto blend = [&](std::size_t i, const Weights& weights) HWY_ATTR {
             return BlendBytes(hn::LoadU(d, at.in[0][0] + 4 * x + i * kVectorBytes),
-                              hn::LoadU(d, at.in[1][0] + 4 * x + i * kVectorBytes), weights);
+                              hn::LoadU(d, at.in[1][0] + 4 * x + i * kVectorBytes), weights, constants);
         };
-        const VU8 made[4] = {
-            blend(0, WeightsOfPixels<0>(words.lower)), blend(1, WeightsOfPixels<4>(words.lower)),
-            blend(2, WeightsOfPixels<0>(words.upper)), blend(3, WeightsOfPixels<4>(words.upper))};
+        const VU8 made[4] = {blend(0, first(words.lower)), blend(1, second(words.lower)),
+                             blend(2, first(words.upper)), blend(3, second(words.upper))};
         for (std::size_t i = 0; i < 4; ++i) {
             put(d, made[i], at.out[0][0] + 4 * x + i * kVectorBytes);
         }
@@ -197,17 +204,27 @@ struct ByKeysOfPair {
 #if HWY_TARGET != HWY_SCALAR
     static constexpr std::size_t kStep = kVectorBytes;
 
+    ExtremeTest areExtreme;
+    BlendConstants constants;
+    WeightSpread spread = SpreadToPairs();
+
     /// `alphas` in the order of the pixels.
     template <class At, class Put>
-    static HWY_INLINE HWY_ATTR void Pairs(const At& at, std::size_t x, VU8 alphas, Put put) {
+    HWY_INLINE HWY_ATTR void Pairs(const At& at, std::size_t x, VU8 alphas, Put put) const {
         const DU8 d;
         const DU64 d64;
+        if (areExtreme(alphas)) {
+            if (const std::size_t only = OnlySource(alphas); only < 2) {
+                PassOn<2>(at.in[only][0] + 2 * x, at.out[0][0] + 2 * x, put);
+                return;
+            }
+        }
         const Weights words = WeightsOf(hn::BitCast(d, DealToBlocks(d64, hn::BitCast(d64, alphas))));
         const auto blend = [&](std::size_t i, const Weights& weights) HWY_ATTR {
             return BlendBytes(hn::LoadU(d, at.in[0][0] + 2 * x + i * kVectorBytes),
-                              hn::LoadU(d, at.in[1][0] + 2 * x + i * kVectorBytes), weights);
+                              hn::LoadU(d, at.in[1][0] + 2 * x + i * kVectorBytes), weights, constants);
         };
-        const VU8 made[2] = {blend(0, WeightsOfPairs(words.lower)), blend(1, WeightsOfPairs(words.upper))};
+        const VU8 made[2] = {blend(0, spread(words.lower)), blend(1, spread(words.upper))};
         for (std::size_t i = 0; i < 2; ++i) {
             put(d, made[i], at.out[0][0] + 2 * x + i * kVectorBytes);
         }
@@ -231,7 +248,9 @@ struct ByKeysOfPairAndAlpha {
                                             {.index = kAlphaB, .mayBeMissing = true}};
     static constexpr PlaneUse kDestinations[] = {PairPlane(0), {.index = kAlphaOut}};
     static constexpr std::size_t kUnit = 2;
-    Key key;
+    ByKeysOfPair<Key> colour;
+
+    explicit ByKeysOfPairAndAlpha(Key key) : colour{key} {}
 
     void Alpha(const Place& at, std::size_t x, std::uint8_t alpha) const {
         const std::uint8_t *a = at.in[kAlphaA][0], *b = at.in[kAlphaB][0];
@@ -239,14 +258,14 @@ struct ByKeysOfPairAndAlpha {
     }
 
     void Unit(const Place& at, std::size_t x) const {
-        const std::uint8_t first = key(at.in[2][0][x]), second = key(at.in[2][0][x + 1]);
+        const std::uint8_t first = colour.key(at.in[2][0][x]), second = colour.key(at.in[2][0][x + 1]);
         ByKeysOfPair<Key>::Pair(at, x, first, second);
         Alpha(at, x, first);
         Alpha(at, x + 1, second);
     }
 
     /// An odd last pixel has no pair: its colour stays as it was.
-    void Tail(const Place& at, std::size_t x, std::size_t) const { Alpha(at, x, key(at.in[2][0][x])); }
+    void Tail(const Place& at, std::size_t x, std::size_t) const { Alpha(at, x, colour.key(at.in[2][0][x])); }
 
 #if HWY_TARGET != HWY_SCALAR
     static constexpr std::size_t kStep = kVectorBytes;
@@ -254,12 +273,12 @@ struct ByKeysOfPairAndAlpha {
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
         const DU8 d;
-        const VU8 alphas = key.Vector(at.in[2][0] + x);
+        const VU8 alphas = colour.key.Vector(at.in[2][0] + x);
         const VU8 full = hn::Set(d, 255);
         const VU8 a = at.in[kAlphaA][0] != nullptr ? hn::LoadU(d, at.in[kAlphaA][0] + x) : full;
         const VU8 b = at.in[kAlphaB][0] != nullptr ? hn::LoadU(d, at.in[kAlphaB][0] + x) : full;
-        const VU8 blended = BlendBytes(a, b, WeightsOf(alphas));
-        ByKeysOfPair<Key>::Pairs(at, x, alphas, put);
+        const VU8 blended = BlendBytes(a, b, WeightsOf(alphas), colour.constants);
+        colour.Pairs(at, x, alphas, put);
         put(d, blended, at.out[kAlphaOut][0] + x);
     }
 #endif
@@ -275,11 +294,11 @@ template <template <class> class Kernel, class Job>
 void WalkByTable(const Job& job, const KeyTable& table) {
     switch (table.rows) {
         case 4:
-            return Walk(Kernel<TableKey<4>>{{table}}, job);
+            return Walk(Kernel<TableKey<4>>{TableKey<4>{table}}, job);
         case 8:
-            return Walk(Kernel<TableKey<8>>{{table}}, job);
+            return Walk(Kernel<TableKey<8>>{TableKey<8>{table}}, job);
         default:
-            return Walk(Kernel<TableKey<16>>{{table}}, job);
+            return Walk(Kernel<TableKey<16>>{TableKey<16>{table}}, job);
     }
 }
 
@@ -290,19 +309,19 @@ void RunByPlane(const KeyedJob& job, const BlendSettings&) {
     Walk(ByKeyOfPixel<RawKey>{}, job);
 }
 void RunPixels16(const KeyedJob& job, const BlendSettings& set) {
-    Walk(ByKeyOfPixel<Key16>{{set.map16}}, job);
+    Walk(ByKeyOfPixel<Key16>{Key16{set.map16}}, job);
 }
 void RunPixelsTable(const KeyedJob& job, const BlendSettings& set) {
     WalkByTable<ByKeyOfPixel>(job, *set.table);
 }
 void RunPairs32(const KeyedJob& job, const BlendSettings& set) {
-    Walk(ByKeysOfPair<Key32>{{set.map32}}, job);
+    Walk(ByKeysOfPair<Key32>{Key32{set.map32}}, job);
 }
 void RunPairsTable(const KeyedJob& job, const BlendSettings& set) {
     WalkByTable<ByKeysOfPair>(job, *set.table);
 }
 void RunPairsAndAlpha32(const KeyedAlphaJob& job, const BlendSettings& set) {
-    Walk(ByKeysOfPairAndAlpha<Key32>{{set.map32}}, job);
+    Walk(ByKeysOfPairAndAlpha<Key32>{Key32{set.map32}}, job);
 }
 void RunPairsAndAlphaTable(const KeyedAlphaJob& job, const BlendSettings& set) {
     WalkByTable<ByKeysOfPairAndAlpha>(job, *set.table);

@@ -7,7 +7,6 @@
 #include "simd/Foreach.h"
 // After it: these are compiled once per target.
 #include "composite/kernels/Blend-inl.h"
-#include "simd/Walk-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Zan {
@@ -53,41 +52,74 @@ struct ShareLanes {
     }
 };
 
-/// Lanes by their places in every block.
+/// Bytes by their places in every block. Kernels hold these: see BlendConstants.
+struct Places {
+    VU8 from;
+
+    HWY_INLINE HWY_ATTR VU8 operator()(VU8 v) const { return hn::TableLookupBytes(v, from); }
+    HWY_INLINE HWY_ATTR VI16 operator()(VI16 v) const {
+        return hn::BitCast(DI16(), (*this)(hn::BitCast(DU8(), v)));
+    }
+};
 template <std::size_t... from>
-HWY_INLINE HWY_ATTR VI16 SpreadLanes(VI16 v) {
+HWY_INLINE HWY_ATTR Places PlacesFrom() {
     alignas(16) static constexpr std::uint8_t kFrom[16] = {from...};
-    return hn::BitCast(DI16(), hn::TableLookupBytes(hn::BitCast(DU8(), v), InEveryBlock(kFrom)));
+    return {InEveryBlock(kFrom)};
 }
 
 /// Lanes `first` and the one after it, each four times over.
 template <std::size_t first>
-HWY_INLINE HWY_ATTR VI16 LanesOfPixels(VI16 v) {
+HWY_INLINE HWY_ATTR Places LanesOfPixels() {
     constexpr std::size_t f = 2 * first;
-    return SpreadLanes<f, f + 1, f, f + 1, f, f + 1, f, f + 1, f + 2, f + 3, f + 2, f + 3, f + 2, f + 3,
-                       f + 2, f + 3>(v);
+    return PlacesFrom<f, f + 1, f, f + 1, f, f + 1, f, f + 1, f + 2, f + 3, f + 2, f + 3, f + 2, f + 3, f + 2,
+                      f + 3>();
 }
 
 /// Lanes `first` to `first` + 3: of each two the first three times over, the second once.
 template <std::size_t first>
-HWY_INLINE HWY_ATTR VI16 LanesOfPairs(VI16 v) {
+HWY_INLINE HWY_ATTR Places LanesOfPairs() {
     constexpr std::size_t f = 2 * first;
-    return SpreadLanes<f, f + 1, f, f + 1, f, f + 1, f + 2, f + 3, f + 4, f + 5, f + 4, f + 5, f + 4, f + 5,
-                       f + 6, f + 7>(v);
+    return PlacesFrom<f, f + 1, f, f + 1, f, f + 1, f + 2, f + 3, f + 4, f + 5, f + 4, f + 5, f + 4, f + 5,
+                      f + 6, f + 7>();
 }
 
 /// Bytes `f` to `f` + 3, each four times over.
 template <std::size_t f>
-HWY_INLINE HWY_ATTR VU8 BytesOfPixels(VU8 v) {
-    return Spread<f, f, f, f, f + 1, f + 1, f + 1, f + 1, f + 2, f + 2, f + 2, f + 2, f + 3, f + 3, f + 3,
-                  f + 3>(v);
+HWY_INLINE HWY_ATTR Places BytesOfPixels() {
+    return PlacesFrom<f, f, f, f, f + 1, f + 1, f + 1, f + 1, f + 2, f + 2, f + 2, f + 2, f + 3, f + 3, f + 3,
+                      f + 3>();
 }
 
 /// Bytes `f` to `f` + 7: of each two the first three times over, the second once.
 template <std::size_t f>
-HWY_INLINE HWY_ATTR VU8 BytesOfPairs(VU8 v) {
-    return Spread<f, f, f, f + 1, f + 2, f + 2, f + 2, f + 3, f + 4, f + 4, f + 4, f + 5, f + 6, f + 6, f + 6,
-                  f + 7>(v);
+HWY_INLINE HWY_ATTR Places BytesOfPairs() {
+    return PlacesFrom<f, f, f, f + 1, f + 2, f + 2, f + 2, f + 3, f + 4, f + 4, f + 4, f + 5, f + 6, f + 6,
+                      f + 6, f + 7>();
+}
+
+/// True where nothing mixes and one of the three counts alone: passes it on in `vectors` vectors.
+template <std::size_t vectors, class At, class Put>
+HWY_INLINE HWY_ATTR bool PassOnAlone(const Shares& shares, VI16 colour, const At& at, std::size_t byte,
+                                     Put put) {
+    const DU8 d;
+    std::uint8_t* const out = at.out[0][0] + byte;
+    // No share of the border, or all of it: its low byte is 0 in either case.
+    if (!AreZero(shares.low)) {
+        return false;
+    }
+    if (AreZero(shares.high)) {
+        const VU8 border = PackToBytes(colour, colour);
+        for (std::size_t i = 0; i < vectors; ++i) {
+            put(d, border, out + i * kVectorBytes);
+        }
+        return true;
+    }
+    const std::size_t only = OnlySource(shares.isB);
+    if (only == 2 || !hn::AllTrue(d, hn::Eq(shares.high, hn::Set(d, 1)))) {
+        return false;
+    }
+    PassOn<vectors>(at.in[only][0] + byte, out, put);
+    return true;
 }
 
 /// Source B where the mask says so, else source A.
@@ -219,26 +251,30 @@ struct BorderPixels {
 
 #if HWY_TARGET != HWY_SCALAR
     static constexpr std::size_t kStep = kVectorBytes;
+    Places quarter[4] = {BytesOfPixels<0>(), BytesOfPixels<4>(), BytesOfPixels<8>(), BytesOfPixels<12>()};
+    Places pixels[4] = {LanesOfPixels<0>(), LanesOfPixels<2>(), LanesOfPixels<4>(), LanesOfPixels<6>()};
 
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
         const DU8 d;
         const Shares shares = keys.Vector(at.in[2][0] + x, DU32());
+        const VI16 border = LanesOf(colour);
+        if (PassOnAlone<4>(shares, border, at, 4 * x, put)) {
+            return;
+        }
         const ShareLanes lanes(shares);
         const VU8 isB = shares.isB;
-        const VI16 border = LanesOf(colour);
         const auto blend = [&](std::size_t i, VU8 chooseB, VI16 lower, VI16 upper) HWY_ATTR {
             const VU8 source = Choose(chooseB, hn::LoadU(d, at.in[0][0] + 4 * x + i * kVectorBytes),
                                       hn::LoadU(d, at.in[1][0] + 4 * x + i * kVectorBytes));
             return UnderBorder(source, border, lower, upper);
         };
-        const VU8 pixels[4] = {
-            blend(0, BytesOfPixels<0>(isB), LanesOfPixels<0>(lanes.lower), LanesOfPixels<2>(lanes.lower)),
-            blend(1, BytesOfPixels<4>(isB), LanesOfPixels<4>(lanes.lower), LanesOfPixels<6>(lanes.lower)),
-            blend(2, BytesOfPixels<8>(isB), LanesOfPixels<0>(lanes.upper), LanesOfPixels<2>(lanes.upper)),
-            blend(3, BytesOfPixels<12>(isB), LanesOfPixels<4>(lanes.upper), LanesOfPixels<6>(lanes.upper))};
+        const VU8 made[4] = {blend(0, quarter[0](isB), pixels[0](lanes.lower), pixels[1](lanes.lower)),
+                             blend(1, quarter[1](isB), pixels[2](lanes.lower), pixels[3](lanes.lower)),
+                             blend(2, quarter[2](isB), pixels[0](lanes.upper), pixels[1](lanes.upper)),
+                             blend(3, quarter[3](isB), pixels[2](lanes.upper), pixels[3](lanes.upper))};
         for (std::size_t i = 0; i < 4; ++i) {
-            put(d, pixels[i], at.out[0][0] + 4 * x + i * kVectorBytes);
+            put(d, made[i], at.out[0][0] + 4 * x + i * kVectorBytes);
         }
     }
 #endif
@@ -268,23 +304,27 @@ struct BorderPairs {
 
 #if HWY_TARGET != HWY_SCALAR
     static constexpr std::size_t kStep = kVectorBytes;
+    Places half[2] = {BytesOfPairs<0>(), BytesOfPairs<8>()};
+    Places pairs[2] = {LanesOfPairs<0>(), LanesOfPairs<4>()};
 
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
         const DU8 d;
         const Shares shares = keys.Vector(at.in[2][0] + Keys::kUse.Bytes(x), DU64());
+        const VI16 border = LanesOf(colour);
+        if (PassOnAlone<2>(shares, border, at, 2 * x, put)) {
+            return;
+        }
         const ShareLanes lanes(shares);
         const VU8 isB = shares.isB;
-        const VI16 border = LanesOf(colour);
         const auto blend = [&](std::size_t i, VU8 chooseB, VI16 v) HWY_ATTR {
             const VU8 source = Choose(chooseB, hn::LoadU(d, at.in[0][0] + 2 * x + i * kVectorBytes),
                                       hn::LoadU(d, at.in[1][0] + 2 * x + i * kVectorBytes));
-            return UnderBorder(source, border, LanesOfPairs<0>(v), LanesOfPairs<4>(v));
+            return UnderBorder(source, border, pairs[0](v), pairs[1](v));
         };
-        const VU8 pairs[2] = {blend(0, BytesOfPairs<0>(isB), lanes.lower),
-                              blend(1, BytesOfPairs<8>(isB), lanes.upper)};
+        const VU8 made[2] = {blend(0, half[0](isB), lanes.lower), blend(1, half[1](isB), lanes.upper)};
         for (std::size_t i = 0; i < 2; ++i) {
-            put(d, pairs[i], at.out[0][0] + 2 * x + i * kVectorBytes);
+            put(d, made[i], at.out[0][0] + 2 * x + i * kVectorBytes);
         }
     }
 #endif

@@ -9,7 +9,6 @@
 #include "simd/Foreach.h"
 // After it: these are compiled once per target.
 #include "composite/kernels/Blend-inl.h"
-#include "simd/Walk-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Zan {
@@ -94,12 +93,17 @@ struct ConvertingWipe {
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
         const DU8 d;
         const DU16 d16;
-        const Weights weights = WeightsOf(Alphas(at.in[2][0] + x));
-        const Halves a = Convert(at.in[0][0] + 2 * x), b = Convert(at.in[1][0] + 2 * x);
-        const VU8 blueRed = BlendBytes(a.blueRed, b.blueRed, weights);
-        const VU8 greenAlpha = BlendBytes(a.greenAlpha, b.greenAlpha, weights);
-        const VU16 blueGreen = hn::BitCast(d16, hn::InterleaveLower(d, blueRed, greenAlpha));
-        const VU16 redAlpha = hn::BitCast(d16, hn::InterleaveUpper(d, blueRed, greenAlpha));
+        const VU8 alphas = Alphas(at.in[2][0] + x);
+        const std::size_t only = ExtremeTest()(alphas) ? OnlySource(alphas) : 2;
+        Halves made = Convert(at.in[only % 2][0] + 2 * x);
+        if (only == 2) {
+            const Weights weights = WeightsOf(alphas);
+            const Halves b = Convert(at.in[1][0] + 2 * x);
+            made.blueRed = BlendBytes(made.blueRed, b.blueRed, weights);
+            made.greenAlpha = BlendBytes(made.greenAlpha, b.greenAlpha, weights);
+        }
+        const VU16 blueGreen = hn::BitCast(d16, hn::InterleaveLower(d, made.blueRed, made.greenAlpha));
+        const VU16 redAlpha = hn::BitCast(d16, hn::InterleaveUpper(d, made.blueRed, made.greenAlpha));
         put(d, hn::BitCast(d, hn::InterleaveLower(d16, blueGreen, redAlpha)), at.out[0][0] + 4 * x);
         put(d, hn::BitCast(d, hn::InterleaveUpper(d16, blueGreen, redAlpha)),
             at.out[0][0] + 4 * x + kVectorBytes);

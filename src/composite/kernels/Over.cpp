@@ -7,7 +7,6 @@
 #include "simd/Foreach.h"
 // After it: these are compiled once per target.
 #include "composite/kernels/Blend-inl.h"
-#include "simd/Walk-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Zan {
