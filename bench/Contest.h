@@ -67,6 +67,11 @@ enum class Operation : std::size_t {
     kWipePairsAndAlpha,
     kBorderPixels,
     kBorderPairs,
+    // The same with keys that rise along the lines, as those of wipes do; keys are noise elsewhere.
+    kWipeEdgePixels,
+    kWipeEdgePairs,
+    kBorderEdgePixels,
+    kBorderEdgePairs,
     kDissolveViewPixels,
     kDissolveViewPairs,
     // A, of unshaped pixels, over B: as it is, or multiplied by its alpha first.

@@ -53,28 +53,33 @@ void EnterBlends(Contests& contests, const Pictures& p) {
         return compositor.SumOfAbsDiffs(a, b, sums, w, h, pitch, pitch, pitchOfBytes, 2);
     });
 
-    const Picture keyView = Key(size, p.key);
-    const auto enterWipe = [&](Operation operation, const Picture& from, const Picture& to,
-                               const Picture& result) {
+    const Picture noise = Key(size, p.key), edge = Key(size, p.edgeKey);
+    const auto enterWipe = [&](Operation operation, const Picture& keyView, const Picture& from,
+                               const Picture& to, const Picture& result) {
         EnterCompositor(contests[operation], [=](ZanCompositor& compositor) {
             return compositor.CompositeTwoSrcAndAlphaGradient(
                 from->view, to->view, keyView->view, result->view, kPosition, kSoftness, kInt_MMXorSIMD);
         });
     };
-    enterWipe(Operation::kWipePixels, Pixels(size, p.a), Pixels(size, p.b), Pixels(size, p.out));
-    enterWipe(Operation::kWipePairs, Pairs(size, p.a), Pairs(size, p.b), Pairs(size, p.out));
-    enterWipe(Operation::kWipePairsAndAlpha, PairsAndAlpha(size, p.a), PairsAndAlpha(size, p.b),
+    enterWipe(Operation::kWipePixels, noise, Pixels(size, p.a), Pixels(size, p.b), Pixels(size, p.out));
+    enterWipe(Operation::kWipeEdgePixels, edge, Pixels(size, p.a), Pixels(size, p.b), Pixels(size, p.out));
+    enterWipe(Operation::kWipePairs, noise, Pairs(size, p.a), Pairs(size, p.b), Pairs(size, p.out));
+    enterWipe(Operation::kWipeEdgePairs, edge, Pairs(size, p.a), Pairs(size, p.b), Pairs(size, p.out));
+    enterWipe(Operation::kWipePairsAndAlpha, noise, PairsAndAlpha(size, p.a), PairsAndAlpha(size, p.b),
               PairsAndAlpha(size, p.out));
-    const auto enterBorder = [&](Operation operation, const Picture& from, const Picture& to,
-                                 const Picture& result) {
+    const auto enterBorder = [&](Operation operation, const Picture& keyView, const Picture& from,
+                                 const Picture& to, const Picture& result) {
         EnterCompositor(contests[operation], [=](ZanCompositor& compositor) {
             return compositor.CompositeTwoSrcAndAlphaGradientWithBorder(
                 from->view, to->view, keyView->view, result->view, kPosition, kBorderSoftness, kBorderWidth,
                 kBorderSoftness, kBorderColour, kInt_MMXorSIMD);
         });
     };
-    enterBorder(Operation::kBorderPixels, Pixels(size, p.a), Pixels(size, p.b), Pixels(size, p.out));
-    enterBorder(Operation::kBorderPairs, Pairs(size, p.a), Pairs(size, p.b), Pairs(size, p.out));
+    enterBorder(Operation::kBorderPixels, noise, Pixels(size, p.a), Pixels(size, p.b), Pixels(size, p.out));
+    enterBorder(Operation::kBorderEdgePixels, edge, Pixels(size, p.a), Pixels(size, p.b),
+                Pixels(size, p.out));
+    enterBorder(Operation::kBorderPairs, noise, Pairs(size, p.a), Pairs(size, p.b), Pairs(size, p.out));
+    enterBorder(Operation::kBorderEdgePairs, edge, Pairs(size, p.a), Pairs(size, p.b), Pairs(size, p.out));
     const auto enterDissolve = [&](Operation operation, const Picture& from, const Picture& to,
                                    const Picture& result) {
         EnterCompositor(contests[operation], [=](ZanCompositor& compositor) {

@@ -24,10 +24,14 @@ Pictures::Pictures(const Size& pictureSize, const std::string& photoFile)
       photo(Allocate(4 * size.pixels())),
       ramp(Allocate(4 * size.pixels())),
       photoPairs(Allocate(3 * size.pixels())),
-      photoYcc(Allocate(4 * size.pixels())) {
+      photoYcc(Allocate(4 * size.pixels())),
+      edgeKey(Allocate(size.pixels())) {
     for (std::size_t i = 0; i < 4 * size.pixels(); ++i) {
         const std::uint8_t alpha = shaped[i | 3];
         shaped[i] = static_cast<std::uint8_t>(i % 4 == 3 ? alpha : shaped[i] * alpha / 255);
+    }
+    for (std::size_t i = 0; i < size.pixels(); ++i) {
+        edgeKey[i] = static_cast<std::uint8_t>(i % size.width * 255 / size.width);
     }
     hasPhoto = !photoFile.empty();
     if (!hasPhoto) {

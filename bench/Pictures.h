@@ -34,6 +34,7 @@ public:
     std::uint8_t* const ramp;        ///< BGRA: colours rise along the lines, with a little noise
     std::uint8_t* const photoPairs;  ///< the photograph as UYVY, and alpha behind it
     std::uint8_t* const photoYcc;    ///< the photograph as Cb, Y, Cr, A
+    std::uint8_t* const edgeKey;     ///< 1 byte a pixel: rises along the lines
 
     bool hasPhoto = false;
 

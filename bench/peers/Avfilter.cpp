@@ -145,8 +145,12 @@ void EnterTransitions(Contests& contests, const Pictures& p) {
     // There is no 4:2:2 in it: three planes of full size come nearest.
     enter(Operation::kDissolveViewPixels, "xfade fade, GBRAP", "fade", kGbrap);
     enter(Operation::kDissolveViewPairs, "xfade fade, 4:4:4", "fade", k444);
-    enter(Operation::kWipePixels, "xfade smoothleft, GBRAP", "smoothleft", kGbrap);
-    enter(Operation::kWipePairs, "xfade smoothleft, 4:4:4", "smoothleft", k444);
+    for (const Operation wipe : {Operation::kWipePixels, Operation::kWipeEdgePixels}) {
+        enter(wipe, "xfade smoothleft, GBRAP", "smoothleft", kGbrap);
+    }
+    for (const Operation wipe : {Operation::kWipePairs, Operation::kWipeEdgePairs}) {
+        enter(wipe, "xfade smoothleft, 4:4:4", "smoothleft", k444);
+    }
 }
 
 /// The look as a file, for as long as filters that read it are made.

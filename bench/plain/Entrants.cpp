@@ -329,8 +329,12 @@ void EnterPlain(Contests& contests, const Pictures& p, Level level) {
     for (const Operation wipe : {Operation::kWipePixelsRaw, Operation::kWipePixels}) {
         enter(wipe, [=, &blends] { blends.WipePixels(a, b, key, out, pixels, ramp); });
     }
+    const std::uint8_t* edge = p.edgeKey;
+    enter(Operation::kWipeEdgePixels, [=, &blends] { blends.WipePixels(a, b, edge, out, pixels, ramp); });
     const plain::Ramp rampOfPairs = {static_cast<int>(kThreshold * 65280), static_cast<int>(kGain * 65280)};
     enter(Operation::kWipePairs, [=, &blends] { blends.WipePairs(a, b, key, out, pixels, rampOfPairs); });
+    enter(Operation::kWipeEdgePairs,
+          [=, &blends] { blends.WipePairs(a, b, edge, out, pixels, rampOfPairs); });
     enter(Operation::kWipePairsAndAlpha, [=, &blends] {
         blends.WipePairs(a, b, key, out, pixels, rampOfPairs);
         blends.WipeBytes(a8 + 2 * pixels, b8 + 2 * pixels, key, out8 + 2 * pixels, pixels, rampOfPairs);
@@ -341,6 +345,10 @@ void EnterPlain(Contests& contests, const Pictures& p, Level level) {
     enter(Operation::kBorderPixels, [=, &blends] { blends.BorderPixels(a, b, key, out, pixels, *border); });
     enter(Operation::kBorderPairs,
           [=, &blends] { blends.BorderPairs(a, b, key, out, pixels, *borderOfPairs); });
+    enter(Operation::kBorderEdgePixels,
+          [=, &blends] { blends.BorderPixels(a, b, edge, out, pixels, *border); });
+    enter(Operation::kBorderEdgePairs,
+          [=, &blends] { blends.BorderPairs(a, b, edge, out, pixels, *borderOfPairs); });
     enter(Operation::kDissolveViewPixels,
           [=, &blends] { blends.Dissolve(a8, b8, out8, 4 * pixels, kFadeOf256); });
     enter(Operation::kDissolveViewPairs,

@@ -56,11 +56,11 @@ void CornerBox(const GradientMap& map) noexcept {
 }
 
 void FourCorners(const GradientMap& map) noexcept {
-    map.Draw(Axis<DistanceFromCentre>(map.Width()), Axis<DistanceFromCentre>(map.Height()), kSmaller);
+    map.FoldY().Draw(Axis<DistanceFromCentre>(map.Width()), Axis<DistanceFromCentre>(map.Height()), kSmaller);
 }
 
 void FourBoxes(const GradientMap& map) noexcept {
-    map.Draw(Axis<TwoTents>(map.Width()), Axis<TwoTents>(map.Height()), kSmaller);
+    map.FoldY().Draw(Axis<TwoTents>(map.Width()), Axis<TwoTents>(map.Height()), kSmaller);
 }
 
 void VerticalBarnDoor(const GradientMap& map) noexcept {
@@ -76,7 +76,7 @@ void TopEdgeBox(const GradientMap& map) noexcept {
 }
 
 void RightEdgeBox(const GradientMap& map) noexcept {
-    map.Draw(Axis<RisingToOne>(map.Width()), Axis<SteppedTent>(map.Height()), kSmaller);
+    map.FoldY().Draw(Axis<RisingToOne>(map.Width()), Axis<SteppedTent>(map.Height()), kSmaller);
 }
 
 void Diagonal(const GradientMap& map) noexcept {
@@ -85,11 +85,11 @@ void Diagonal(const GradientMap& map) noexcept {
 }
 
 void VerticalBowTie(const GradientMap& map) noexcept {
-    map.Draw(Axis<CentredTent>(map.Width()), Axis<DistanceFromCentre>(map.Height()), kMean);
+    map.FoldY().Draw(Axis<CentredTent>(map.Width()), Axis<DistanceFromCentre>(map.Height()), kMean);
 }
 
 void HorizontalBowTie(const GradientMap& map) noexcept {
-    map.Draw(Axis<DistanceFromCentre>(map.Width()), Axis<CentredTent>(map.Height()), kMean);
+    map.FoldY().Draw(Axis<DistanceFromCentre>(map.Width()), Axis<CentredTent>(map.Height()), kMean);
 }
 
 void RisingDiagonalBarnDoor(const GradientMap& map) noexcept {
@@ -101,11 +101,12 @@ void FallingDiagonalBarnDoor(const GradientMap& map) noexcept {
 }
 
 void DiagonalCross(const GradientMap& map) noexcept {
-    map.Draw(Axis<DistanceFromCentre>(map.Width()), Axis<DistanceFromCentre>(map.Height()), kRidge);
+    map.FoldY().Draw(Axis<DistanceFromCentre>(map.Width()), Axis<DistanceFromCentre>(map.Height()), kRidge);
 }
 
 void DiagonalDiamond(const GradientMap& map) noexcept {
-    map.Draw(Axis<DistanceFromCentre>(map.Width()), Axis<DistanceFromCentre>(map.Height()), kRidgeOfSum);
+    map.FoldY().Draw(Axis<DistanceFromCentre>(map.Width()), Axis<DistanceFromCentre>(map.Height()),
+                     kRidgeOfSum);
 }
 
 void VeeDown(const GradientMap& map) noexcept {
@@ -114,7 +115,7 @@ void VeeDown(const GradientMap& map) noexcept {
 }
 
 void VeeLeft(const GradientMap& map) noexcept {
-    map.Draw(Axis<Along>(map.Width()), Axis<CentredTent>(map.Height()), kMean);
+    map.FoldY().Draw(Axis<Along>(map.Width()), Axis<CentredTent>(map.Height()), kMean);
 }
 
 void BarnVeeDown(const GradientMap& map) noexcept {
@@ -126,8 +127,8 @@ void BarnVeeDown(const GradientMap& map) noexcept {
 
 void BarnVeeLeft(const GradientMap& map) noexcept {
     const ULong32 width = map.Width();
-    map.Draw([width](ULong32 x) { return (1.0 + Centred(x, width)) / 2.0; },
-             Axis<DistanceFromCentre>(map.Height()), kRidge);
+    map.FoldY().Draw([width](ULong32 x) { return (1.0 + Centred(x, width)) / 2.0; },
+                     Axis<DistanceFromCentre>(map.Height()), kRidge);
 }
 
 }  // namespace GradientGenerator

@@ -66,7 +66,11 @@ HWY_INLINE HWY_ATTR VU8 MapKeys(const KeyMap32& map, VU8 keys) {
 
 // ---- How a key byte becomes alpha -------------------------------------------------------------------------
 
+/// `kHasEnds`: worth a look for vectors where one source alone counts. Without a mapping the blend is as fast
+/// as memory is.
 struct RawKey {
+    static constexpr bool kHasEnds = false;
+
     std::uint8_t operator()(std::uint8_t key) const { return key; }
 #if HWY_TARGET != HWY_SCALAR
     HWY_INLINE HWY_ATTR VU8 Vector(const std::uint8_t* keys) const {
@@ -77,6 +81,7 @@ struct RawKey {
 
 template <class Map>
 struct MappedKey {
+    static constexpr bool kHasEnds = true;
     Map map;
 
     std::uint8_t operator()(std::uint8_t key) const { return map(key); }
@@ -89,6 +94,7 @@ struct MappedKey {
 
 template <std::size_t rows>
 struct TableKey {
+    static constexpr bool kHasEnds = true;
     const KeyTable& table;
     std::uint8_t first = table.first;
 
@@ -157,11 +163,9 @@ struct ByKeyOfPixel {
         const DU8 d;
         const DU32 d32;
         const VU8 alphas = key.Vector(at.in[2][0] + x);
-        if (areExtreme(alphas)) {
-            if (const std::size_t only = OnlySource(alphas); only < 2) {
-                PassOn<4>(at.in[only][0] + 4 * x, at.out[0][0] + 4 * x, put);
-                return;
-            }
+        if (Key::kHasEnds && areExtreme(alphas) && AreAlike(alphas)) {
+            PassOn<4>(at, 4 * x, alphas, put);
+            return;
         }
         const Weights words = WeightsOf(hn::BitCast(d, DealToBlocks(d32, hn::BitCast(d32, alphas))));
         const auto blend = [&](std::size_t i, const Weights& weights) HWY_ATTR {
@@ -213,11 +217,9 @@ struct ByKeysOfPair {
     HWY_INLINE HWY_ATTR void Pairs(const At& at, std::size_t x, VU8 alphas, Put put) const {
         const DU8 d;
         const DU64 d64;
-        if (areExtreme(alphas)) {
-            if (const std::size_t only = OnlySource(alphas); only < 2) {
-                PassOn<2>(at.in[only][0] + 2 * x, at.out[0][0] + 2 * x, put);
-                return;
-            }
+        if (Key::kHasEnds && areExtreme(alphas) && AreAlike(alphas)) {
+            PassOn<2>(at, 2 * x, alphas, put);
+            return;
         }
         const Weights words = WeightsOf(hn::BitCast(d, DealToBlocks(d64, hn::BitCast(d64, alphas))));
         const auto blend = [&](std::size_t i, const Weights& weights) HWY_ATTR {

@@ -97,29 +97,9 @@ HWY_INLINE HWY_ATTR Places BytesOfPairs() {
                       f + 6, f + 7>();
 }
 
-/// True where nothing mixes and one of the three counts alone: passes it on in `vectors` vectors.
-template <std::size_t vectors, class At, class Put>
-HWY_INLINE HWY_ATTR bool PassOnAlone(const Shares& shares, VI16 colour, const At& at, std::size_t byte,
-                                     Put put) {
-    const DU8 d;
-    std::uint8_t* const out = at.out[0][0] + byte;
-    // No share of the border, or all of it: its low byte is 0 in either case.
-    if (!AreZero(shares.low)) {
-        return false;
-    }
-    if (AreZero(shares.high)) {
-        const VU8 border = PackToBytes(colour, colour);
-        for (std::size_t i = 0; i < vectors; ++i) {
-            put(d, border, out + i * kVectorBytes);
-        }
-        return true;
-    }
-    const std::size_t only = OnlySource(shares.isB);
-    if (only == 2 || !hn::AllTrue(d, hn::Eq(shares.high, hn::Set(d, 1)))) {
-        return false;
-    }
-    PassOn<vectors>(at.in[only][0] + byte, out, put);
-    return true;
+/// True when one source alone counts.
+HWY_INLINE HWY_ATTR bool HaveOneSource(const Shares& shares) {
+    return AreZero(shares.low) && AreZero(hn::Sub(shares.high, hn::Set(DU8(), 1))) && AreAlike(shares.isB);
 }
 
 /// Source B where the mask says so, else source A.
@@ -259,7 +239,8 @@ struct BorderPixels {
         const DU8 d;
         const Shares shares = keys.Vector(at.in[2][0] + x, DU32());
         const VI16 border = LanesOf(colour);
-        if (PassOnAlone<4>(shares, border, at, 4 * x, put)) {
+        if (HaveOneSource(shares)) {
+            PassOn<4>(at, 4 * x, shares.isB, put);
             return;
         }
         const ShareLanes lanes(shares);
@@ -312,7 +293,8 @@ struct BorderPairs {
         const DU8 d;
         const Shares shares = keys.Vector(at.in[2][0] + Keys::kUse.Bytes(x), DU64());
         const VI16 border = LanesOf(colour);
-        if (PassOnAlone<2>(shares, border, at, 2 * x, put)) {
+        if (HaveOneSource(shares)) {
+            PassOn<2>(at, 2 * x, shares.isB, put);
             return;
         }
         const ShareLanes lanes(shares);

@@ -94,9 +94,9 @@ struct ConvertingWipe {
         const DU8 d;
         const DU16 d16;
         const VU8 alphas = Alphas(at.in[2][0] + x);
-        const std::size_t only = ExtremeTest()(alphas) ? OnlySource(alphas) : 2;
-        Halves made = Convert(at.in[only % 2][0] + 2 * x);
-        if (only == 2) {
+        const bool isMixed = !ExtremeTest()(alphas) || !AreAlike(alphas);
+        Halves made = Convert(at.in[isMixed || AreZero(alphas) ? 0 : 1][0] + 2 * x);
+        if (isMixed) {
             const Weights weights = WeightsOf(alphas);
             const Halves b = Convert(at.in[1][0] + 2 * x);
             made.blueRed = BlendBytes(made.blueRed, b.blueRed, weights);
