@@ -69,10 +69,10 @@ HWY_INLINE HWY_ATTR VU8 MapKeys(const KeyMap32& map, VU8 keys) {
 /// `kHasEnds`: worth a look for vectors where one source alone counts. Without a mapping the blend is as fast
 /// as memory is.
 struct RawKey {
-    static constexpr bool kHasEnds = false;
-
     std::uint8_t operator()(std::uint8_t key) const { return key; }
 #if HWY_TARGET != HWY_SCALAR
+    static constexpr bool kHasEnds = false;
+
     HWY_INLINE HWY_ATTR VU8 Vector(const std::uint8_t* keys) const {
         return hn::LoadU(DU8(), keys);
     }
@@ -81,11 +81,12 @@ struct RawKey {
 
 template <class Map>
 struct MappedKey {
-    static constexpr bool kHasEnds = true;
     Map map;
 
     std::uint8_t operator()(std::uint8_t key) const { return map(key); }
 #if HWY_TARGET != HWY_SCALAR
+    static constexpr bool kHasEnds = true;
+
     HWY_INLINE HWY_ATTR VU8 Vector(const std::uint8_t* keys) const {
         return MapKeys(map, hn::LoadU(DU8(), keys));
     }
@@ -94,12 +95,13 @@ struct MappedKey {
 
 template <std::size_t rows>
 struct TableKey {
-    static constexpr bool kHasEnds = true;
     const KeyTable& table;
     std::uint8_t first = table.first;
 
     std::uint8_t operator()(std::uint8_t key) const { return table.entry[key]; }
 #if HWY_TARGET != HWY_SCALAR
+    static constexpr bool kHasEnds = true;
+
     HWY_INLINE HWY_ATTR VU8 Vector(const std::uint8_t* keys) const {
         return LookUp<rows>(table.row, first, hn::LoadU(DU8(), keys));
     }
