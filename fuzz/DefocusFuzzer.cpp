@@ -79,6 +79,13 @@ Long32 Blur(Filter& filter, ImageView& source, ImageView& destination, const Arg
                      a.style);
 }
 
+/// Whether the rows of a view lie apart. Where they do not, the row that is written last is seen, which with
+/// bands at the same time is any.
+bool HasRowsApart(const ImageView& view) {
+    return view.GetHeight() < 2 ||
+           std::abs(std::int64_t{view.GetPitch(0)}) >= 4 * std::int64_t{view.GetWidth()};
+}
+
 /// Fronts of some numbers of workers and bits, whose threads live as long as the program.
 DeepDefocusMT& AnyFront(fuzz::Input& input, ULong32& bits) {
     static const std::array<ULong32, 4> kBits = {8, 8, 1, 16};
@@ -114,8 +121,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             std::abort();
         }
         // Once more: the same bytes, so that nothing changes.
-        if (front != nullptr &&
-            (Blur(*front, source, destination, arguments) != status || to.Sum() != after)) {
+        if (front != nullptr && (Blur(*front, source, destination, arguments) != status ||
+                                 (to.Sum() != after && HasRowsApart(destination)))) {
             std::abort();
         }
     } while (!input.Empty());
