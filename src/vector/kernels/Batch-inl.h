@@ -46,37 +46,46 @@ std::size_t UntilAligned(const Output& output, std::size_t n) {
     return n;
 }
 
+/// What was begun waits here while one step is made.
+template <class S>
+struct Waiting {
+    static constexpr std::size_t kDepth = 1;
+
+    HWY_INLINE HWY_ATTR S Push(const S& next) {
+        const S out = state;
+        state = next;
+        return out;
+    }
+
+    S state;
+};
+
 /// Makes whole steps of the vectors from `i` on, and returns the first that is left.
 template <bool Around, class K>
 std::size_t Steps(const K kernel, std::size_t i, std::size_t n) {
     constexpr std::size_t kLanes = hn::MaxLanes(DF());
     if constexpr (requires { kernel.Begin(i); }) {
-        // The next vectors are begun before these are finished: a processor does not look ahead far enough.
-        using Begun = decltype(kernel.Begin(i));
-        constexpr std::size_t kAtOnce = sizeof(Begun) == sizeof(VF) ? 2 : 1;
-        constexpr std::size_t kVectors = kAtOnce * kLanes;
-        if (n - i >= 2 * kVectors) {
-            Begun begun[kAtOnce];
-            for (std::size_t k = 0; k < kAtOnce; ++k) {
-                begun[k] = kernel.Begin(i + k * kLanes);
+        // Each stage works on other vectors: a processor does not look ahead as far as one's whole way.
+        using Line = typename K::Line;
+        constexpr std::size_t kVectors = 2 * kLanes;
+        constexpr std::size_t kAhead = Line::kDepth * kVectors;
+        if (n - i >= kAhead + kVectors) {
+            Line even = {}, odd = {};
+            for (std::size_t at = i; at < i + kAhead; at += kVectors) {
+                even.Push(kernel.Begin(at));
+                odd.Push(kernel.Begin(at + kLanes));
             }
-            for (; n - i >= 2 * kVectors; i += kVectors) {
-                Begun next[kAtOnce];
-                for (std::size_t k = 0; k < kAtOnce; ++k) {
-                    next[k] = kernel.Begin(i + kVectors + k * kLanes);
-                }
-                for (std::size_t k = 0; k < kAtOnce; ++k) {
-                    kernel.template Finish<Around>(i + k * kLanes, begun[k]);
-                    begun[k] = next[k];
-                }
+            for (; n - i >= kAhead + kVectors; i += kVectors) {
+                kernel.template Finish<Around>(i, even.Push(kernel.Begin(i + kAhead)));
+                kernel.template Finish<Around>(i + kLanes, odd.Push(kernel.Begin(i + kAhead + kLanes)));
             }
-            for (std::size_t k = 0; k < kAtOnce; ++k) {
-                kernel.template Finish<Around>(i + k * kLanes, begun[k]);
-            }
-            i += kVectors;
         }
         for (; n - i >= kLanes; i += kLanes) {
-            kernel.template Finish<Around>(i, kernel.Begin(i));
+            Line line = {};
+            for (std::size_t stage = 0; stage < Line::kDepth; ++stage) {
+                line.Push(kernel.Begin(i));
+            }
+            kernel.template Finish<Around>(i, line.Push(kernel.Begin(i)));
         }
     } else {
         if constexpr (requires { K::kStepsTogether; }) {
@@ -99,7 +108,7 @@ std::size_t Steps(const K kernel, std::size_t i, std::size_t n) {
 
 /// Runs a kernel over n vectors, or floats where all are treated alike: Unit(i) makes one, Step(i) as many as
 /// there are lanes, both reading all of their operands before they write. Some have two halves in place of
-/// Step: Begin(i) writes nothing.
+/// Step: Begin(i), which writes nothing, and Finish(i, what comes out of the kernel's Line for it).
 template <class K>
 void Batch(const K& kernel, std::size_t n) {
     std::size_t i = 0;

@@ -1,5 +1,4 @@
-// Lengths and normals of batches of 3D vectors. What Max makes of numbers that are none differs by target:
-// limits compare.
+// Lengths and normals of batches of 3D vectors.
 
 #include "simd/Job.h"
 #include "vector/kernels/Vectors.h"
@@ -19,8 +18,13 @@ namespace {
 
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE HWY_ATTR V AboveLimit(D d, V v) {
+    // What Max makes of numbers that are none differs by target; here it gives its second operand.
     const V least = hn::Set(d, kLeastLength);
+#if HWY_ARCH_X86 && HWY_TARGET != HWY_EMU128
+    return hn::Max(v, least);
+#else
     return hn::IfThenElse(hn::Gt(v, least), v, least);
+#endif
 }
 HWY_INLINE HWY_ATTR VF Limited(VF v) {
     return AboveLimit(DF(), v);
@@ -29,21 +33,34 @@ HWY_INLINE HWY_ATTR Doubles Limited(const Doubles& v) {
     return {AboveLimit(DD(), v.low), AboveLimit(DD(), v.high)};
 }
 
-/// `value`, and 0 where `of` is infinite.
-HWY_INLINE HWY_ATTR VF ZeroIfInfinite(VF of, VF value) {
-    return hn::IfThenElseZero(hn::Lt(of, hn::Set(DF(), std::numeric_limits<float>::infinity())), value);
+HWY_INLINE HWY_ATTR hn::Mask<DF> BelowInfinity(VF v) {
+    return hn::Lt(v, hn::Set(DF(), std::numeric_limits<float>::infinity()));
 }
 
-HWY_INLINE HWY_ATTR VF ReciprocalRoot(VF square) {
-    const DF d;
-    const hn::RebindToUnsigned<DF> du;
-    const VF y =
-        hn::BitCast(d, hn::Sub(hn::Set(du, 0x5F375580U), hn::ShiftRight<1>(hn::BitCast(du, square))));
-    const VF t = hn::Mul(hn::Mul(square, y), y);
-    const VF inner = hn::Sub(hn::Set(d, 1.25F), hn::Mul(hn::Set(d, 0.375F), t));
-    const VF root = hn::Mul(y, hn::Sub(hn::Set(d, 1.875F), hn::Mul(t, inner)));
-    return ZeroIfInfinite(square, root);
-}
+/// Squares go in; 1 / sqrt(square) comes out three steps later.
+struct RootLine {
+    static constexpr std::size_t kDepth = 3;
+
+    HWY_INLINE HWY_ATTR VF Push(VF next) {
+        const DF d;
+        const hn::RebindToUnsigned<DF> du;
+        const VF out = root;
+        const VF inner = hn::Sub(hn::Set(d, 1.25F), hn::Mul(hn::Set(d, 0.375F), t));
+        root = hn::IfThenElseZero(isFinite, hn::Mul(lateY, hn::Sub(hn::Set(d, 1.875F), hn::Mul(t, inner))));
+        t = hn::Mul(hn::Mul(square, y), y);
+        lateY = y;
+        isFinite = BelowInfinity(square);
+        square = next;
+        const auto half = hn::ShiftRight<1>(hn::BitCast(du, next));
+        y = hn::BitCast(d, hn::Sub(hn::Set(du, 0x5F375580U), half));
+        return out;
+    }
+
+    VF square, y;
+    VF t, lateY;
+    hn::Mask<DF> isFinite;
+    VF root;
+};
 
 HWY_INLINE HWY_ATTR VF Reciprocal(VF length) {
     const DF d;
@@ -51,8 +68,23 @@ HWY_INLINE HWY_ATTR VF Reciprocal(VF length) {
     const VF one = hn::Set(d, 1.0F);
     const VF y = hn::BitCast(d, hn::Sub(hn::Set(du, 0x7EF31100U), hn::BitCast(du, length)));
     const VF e = hn::Sub(one, hn::Mul(length, y));
-    return ZeroIfInfinite(length, hn::Mul(y, hn::Add(one, hn::Add(e, hn::Mul(e, e)))));
+    return hn::IfThenElseZero(BelowInfinity(length), hn::Mul(y, hn::Add(one, hn::Add(e, hn::Mul(e, e)))));
 }
+
+/// Lengths go in; 1 / length comes out two steps later.
+struct ReciprocalLine {
+    static constexpr std::size_t kDepth = 2;
+
+    HWY_INLINE HWY_ATTR VF Push(VF next) {
+        const VF out = reciprocal;
+        reciprocal = Reciprocal(length);
+        length = next;
+        return out;
+    }
+
+    VF length;
+    VF reciprocal;
+};
 
 HWY_INLINE HWY_ATTR DoubleTriples NormalsOf(const DoubleTriples& v) {
     const Doubles scale = Inverse(Limited(Root(SumOfProducts(v, v))));
@@ -118,13 +150,13 @@ struct Normals {
 struct SingleNormals {
     void Unit(std::size_t i) const { Put(NormalByLength(At(src, i)), dst, i); }
 #if HWY_TARGET != HWY_SCALAR
+    using Line = ReciprocalLine;
     VF Begin(std::size_t i) const {
         const Triples t = LoadTriples(src + 3 * i);
-        return hn::Sqrt(SumOfSquares(t.x, t.y, t.z));
+        return Limited(hn::Sqrt(SumOfSquares(t.x, t.y, t.z)));
     }
     template <bool Around>
-    void Finish(std::size_t i, VF length) const {
-        const VF scale = Reciprocal(Limited(length));
+    void Finish(std::size_t i, VF scale) const {
 #if TESSELU_BLENDED_TRIPLES
         constexpr std::size_t kLanes = hn::MaxLanes(DF());
         Scale<Around>(3 * i, Owners<0>(scale));
@@ -192,14 +224,15 @@ struct SingleArrayNormals {
         dst.z[i] = normal.z;
     }
 #if HWY_TARGET != HWY_SCALAR
+    using Line = RootLine;
     VF Begin(std::size_t i) const {
         const DF d;
-        return SumOfSquares(hn::LoadU(d, src.x + i), hn::LoadU(d, src.y + i), hn::LoadU(d, src.z + i));
+        return Limited(
+            SumOfSquares(hn::LoadU(d, src.x + i), hn::LoadU(d, src.y + i), hn::LoadU(d, src.z + i)));
     }
     template <bool Around>
-    void Finish(std::size_t i, VF square) const {
+    void Finish(std::size_t i, VF scale) const {
         const DF d;
-        const VF scale = ReciprocalRoot(Limited(square));
         const VF x = hn::LoadU(d, src.x + i), y = hn::LoadU(d, src.y + i), z = hn::LoadU(d, src.z + i);
         Store<Around>(hn::Mul(x, scale), dst.x + i);
         Store<Around>(hn::Mul(y, scale), dst.y + i);
@@ -224,17 +257,17 @@ struct BlockNormals {
         dst[at + 8] = normal.z;
     }
 #if HWY_TARGET != HWY_SCALAR
+    using Line = RootLine;
     VF Begin(std::size_t i) const {
         const DF d;
         constexpr std::size_t kLanes = hn::MaxLanes(d);
         const float* from = src + 3 * i;
-        return SquaresOfBlocks(hn::LoadU(d, from), hn::LoadU(d, from + kLanes),
-                               hn::LoadU(d, from + 2 * kLanes));
+        return Limited(SquaresOfBlocks(hn::LoadU(d, from), hn::LoadU(d, from + kLanes),
+                                       hn::LoadU(d, from + 2 * kLanes)));
     }
     template <bool Around>
-    void Finish(std::size_t i, VF square) const {
+    void Finish(std::size_t i, VF scale) const {
         constexpr std::size_t kLanes = hn::MaxLanes(DF());
-        const VF scale = ReciprocalRoot(Limited(square));
         Scale<Around>(3 * i, BlockOwners<0>(scale));
         Scale<Around>(3 * i + kLanes, BlockOwners<1>(scale));
         Scale<Around>(3 * i + 2 * kLanes, BlockOwners<2>(scale));

@@ -83,6 +83,7 @@ struct Transformed {
 struct SingleTransformed {
     void Unit(std::size_t i) const { Put(SingleLinearPoint(matrix, At(src, i)), dst, i); }
 #if HWY_TARGET != HWY_SCALAR
+    using Line = Waiting<Triples>;
     Triples Begin(std::size_t i) const {
         return LoadTriples(src + 3 * i);
     }
