@@ -46,6 +46,26 @@ protected:
     }
 };
 
+TEST_F(DenoiseTest, ThreadsMakeTheSamePictures) {
+    // 107 lines, and fields of 54: strips of unequal heights, and windows that reach over their edges.
+    for (const char* scan : {"Ip", "It"}) {
+        WriteNoisy("a.y4m", 4, 12, 7, scan, 66, scan == std::string("Ip") ? 107 : 108);
+        for (const char* options : {"--window 3x3x3", "--window 1x15x1", "--window 5x9x1 --limit --level 9,5",
+                                    "--window 1x1x9", "--method temporal", "--follow"}) {
+            SCOPED_TRACE(std::string(scan) + " " + options);
+            ASSERT_EQ(Run(std::string("denoise a.y4m -o one.y4m --threads 1 ") + options).status, 0);
+            const std::string whole = Contents(In("one.y4m"));
+            EXPECT_NE(whole, Contents(In("a.y4m")));
+            for (const char* threads : {"2", "3", "64"}) {
+                ASSERT_EQ(
+                    Run(std::string("denoise a.y4m -o b.y4m --threads ") + threads + " " + options).status,
+                    0);
+                EXPECT_EQ(Contents(In("b.y4m")), whole) << threads;
+            }
+        }
+    }
+}
+
 /// Everything looks like noise to so high a level: what comes out is the mean of the window.
 TEST_F(DenoiseTest, TheWindowHasItsColumnsLinesAndPictures) {
     const struct {

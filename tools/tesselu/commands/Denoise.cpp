@@ -9,12 +9,15 @@
 #include <cstring>
 #include <numbers>
 #include <optional>
+#include <thread>
 
 #include "Commands.h"
 #include "Errors.h"
 #include "cli/Arguments.h"
 #include "commands/NoiseEstimate.h"
+#include "foundation/Worker.h"
 #include "run/Effect.h"
+#include "run/Stopwatch.h"
 
 namespace tool {
 namespace {
@@ -22,6 +25,7 @@ namespace {
 constexpr unsigned kMostSide = 15, kMostSamples = 257;
 constexpr unsigned kLevelsKept = 3;  ///< the class means over so many pictures
 constexpr long kPicturesLookedAt = 5;
+constexpr unsigned kLeastRows = 16;  ///< of a strip
 
 const std::vector<std::string> kMethods = {"adaptive", "temporal"};
 const std::vector<std::string> kStrengths = {"light", "medium", "strong"};
@@ -49,6 +53,75 @@ WindowSize WindowOf(const Arguments& arguments) {
     return size;
 }
 
+/// Frames of packed 4:2:2, with the one to be cleaned in the middle, or a field of each.
+struct Scene {
+    std::array<Zan::ULong32*, kMostSide> frames{};
+    Zan::ULong32 width = 0, height = 0, pitch = 0;
+};
+
+/// Rows of a plane, of `pitch` bytes each.
+Zan::ULong32* Row(Zan::ULong32* first, Zan::ULong32 pitch, Zan::ULong32 row) {
+    return reinterpret_cast<Zan::ULong32*>(reinterpret_cast<unsigned char*>(first) +
+                                           std::size_t{pitch} * row);
+}
+
+/// How pictures are cleaned.
+struct Cleaning {
+    bool isTemporal = false, limits = false;
+    WindowSize window;
+    unsigned char low = 0, high = 0;  ///< thresholds of motion
+    double weights[3] = {1, 1, 1};    ///< of the channels' motion
+
+    Zan::Long32 Do(Zan::NoiseReduction& filter, Scene scene, Zan::ULong32* to, Zan::ULong32 pitch) const {
+        double motion[3] = {weights[0], weights[1], weights[2]};
+        if (isTemporal) {
+            return filter.DoFilterSAT(scene.frames[0], scene.frames[1], scene.frames[2], to, scene.width,
+                                      scene.height, scene.pitch, pitch, low, high, nullptr, motion, 0);
+        }
+        constexpr double kDetail = 1;
+        constexpr Zan::ULong32 kPairs = 2, kForRealTime = 3;
+        return filter.DoFilterSSF(scene.frames.data(), to, scene.width, scene.height, scene.pitch, pitch,
+                                  nullptr, window.width, window.height, window.frames,
+                                  static_cast<Zan::NoiseReduction::AlphaControlEnum>(3), limits, kDetail,
+                                  kPairs, kForRealTime);
+    }
+};
+
+/// A strip of a picture, for a thread of its own. The rows that its windows reach are filtered with it, into
+/// memory of its own: what is there beyond the strip's edges is not what the whole picture has there.
+struct CleanedStrip {
+    Zan::NoiseReduction filter;
+    const Cleaning* cleaning = nullptr;
+    Scene scene;
+    Zan::ULong32* to = nullptr;
+    Zan::ULong32 pitch = 0;
+    Zan::Strip strip;
+    std::vector<Zan::ULong32> rows;
+    double seconds = 0;
+
+    Zan::Long32 Run() noexcept {
+        const Stopwatch running(seconds);
+        const Zan::ULong32 reach = cleaning->isTemporal ? 0 : cleaning->window.height / 2;
+        const Zan::ULong32 above = std::min(strip.first, reach);
+        const Zan::ULong32 below = std::min(scene.height - strip.first - strip.rows, reach);
+        Scene part = scene;
+        for (Zan::ULong32*& frame : part.frames) {
+            frame = frame == nullptr ? nullptr : Row(frame, scene.pitch, strip.first - above);
+        }
+        part.height = above + strip.rows + below;
+        if (reach == 0) {
+            return cleaning->Do(filter, part, Row(to, pitch, strip.first), pitch);
+        }
+        const std::size_t words = (std::size_t{scene.width} + 1) / 2;
+        const auto bytes = static_cast<Zan::ULong32>(words * sizeof(Zan::ULong32));
+        const Zan::Long32 status = cleaning->Do(filter, part, rows.data(), bytes);
+        for (Zan::ULong32 y = 0; y < strip.rows; ++y) {
+            std::memcpy(Row(to, pitch, strip.first + y), rows.data() + words * (above + y), bytes);
+        }
+        return status;
+    }
+};
+
 /// Takes noise out of 4:2:2 samples, each field by those of its parity around it. Alpha is divided out of the
 /// colours before and multiplied into them again behind it.
 class Denoise : public Effect {
@@ -66,6 +139,9 @@ public:
                              " is for --method adaptive");
         }
         window = isTemporal ? WindowSize{1, 1, 3} : WindowOf(arguments);
+        const auto threads = static_cast<unsigned>(arguments.Integer("threads"));
+        // What a picture measures, which the level follows, is of the whole of it.
+        workers = follows ? 1 : Zan::WorkersFor(threads != 0 ? threads : std::thread::hardware_concurrency());
         if (arguments.Text("level") == "auto") {
             return;
         }
@@ -86,6 +162,13 @@ public:
         return {reach + (follows ? kLevelsKept : 0), reach};
     }
     long PicturesOfStills() const override { return 1; }
+    double SecondsElsewhere() const override {
+        double sum = 0;
+        for (unsigned i = 0; strips && i < strips->Count(); ++i) {
+            sum += (*strips)[i].seconds;
+        }
+        return sum;
+    }
 
     PictureFormat InputFormat(const Reader& input, const PictureFormat& run) override {
         inputFormat = run;
@@ -98,6 +181,14 @@ public:
         PictureFormat format = inputFormat;
         if (follows) {
             scratch = NewPicture(format);
+        }
+        const unsigned rows = format.IsInterlaced() ? format.height / 2 : format.height;
+        if (const unsigned count = std::min(workers, rows / kLeastRows); count > 1) {
+            strips.emplace(count, [] { return CleanedStrip(); });
+            const std::size_t words = (std::size_t{format.width} + 1) / 2;
+            for (unsigned i = 0; i < count; ++i) {
+                (*strips)[i].rows.resize(words * (rows / count + count + window.height));
+            }
         }
         if (!hasAlpha) {
             return;
@@ -116,15 +207,30 @@ public:
             level = Estimated(*inputs[0]);
             isEstimated = true;
         }
-        for (Zan::NoiseReduction& each : reduction) {
+        const auto prepare = [&](Zan::NoiseReduction& filter) {
             // Of the mean absolute difference from the mean, which the class compares it with.
             const double part = strength * std::sqrt(2 / std::numbers::pi);
             float levels[3] = {static_cast<float>(level->chroma * part),
                                static_cast<float>(level->luma * part),
                                static_cast<float>(level->chroma * part)};
-            each.SetBaseNoiseLevel(levels);
-            each.AutomaticNoiseLevelAdjustment(follows);
+            filter.SetBaseNoiseLevel(levels);
+            filter.AutomaticNoiseLevelAdjustment(follows);
+        };
+        std::for_each(reduction.begin(), reduction.end(), prepare);
+        for (unsigned i = 0; strips && i < strips->Count(); ++i) {
+            prepare((*strips)[i].filter);
         }
+        cleaning = {isTemporal, limits, window};
+        // The largest of six differences, each of the noise of two pictures, stays below the first threshold
+        // all but always.
+        const double deviation = std::max(level->luma, 0.1) * strength;
+        const auto threshold = [](double value) {
+            return static_cast<unsigned char>(std::clamp(std::lround(value), 0L, 255L));
+        };
+        cleaning.low = threshold(4 * deviation);
+        cleaning.high = threshold(8 * deviation);
+        cleaning.weights[0] = cleaning.weights[2] =
+            std::clamp(level->luma / std::max(level->chroma, 0.1), 0.25, 4.0);
     }
 
     std::string Found() const override {
@@ -212,33 +318,27 @@ private:
 
     void Filter(Zan::NoiseReduction& filter, std::span<Zan::ImageView> frames, Zan::ImageView& output) {
         const Lines to(output);
-        std::array<Zan::ULong32*, kMostSide> from{};
-        Zan::ULong32 pitch = 0;
+        Scene scene;
         for (std::size_t i = 0; i < frames.size(); ++i) {
             const Lines lines(frames[i]);
-            from[i] = lines.first;
-            pitch = lines.pitch;
+            scene.frames[i] = lines.first;
+            scene.pitch = lines.pitch;
         }
-        const Zan::ULong32 width = output.GetImage()->GetWidth();
-        if (!isTemporal) {
-            constexpr double kDetail = 1;
-            constexpr Zan::ULong32 kPairs = 2, kForRealTime = 3;
-            Check(filter.DoFilterSSF(from.data(), to.first, width, to.height, pitch, to.pitch, nullptr,
-                                     window.width, window.height, window.frames,
-                                     static_cast<Zan::NoiseReduction::AlphaControlEnum>(3), limits, kDetail,
-                                     kPairs, kForRealTime));
+        scene.width = output.GetImage()->GetWidth();
+        scene.height = to.height;
+        if (!strips) {
+            Check(cleaning.Do(filter, scene, to.first, to.pitch));
             return;
         }
-        // The largest of six differences, each of the noise of two pictures, stays below the first threshold
-        // all but always.
-        const double deviation = std::max(level->luma, 0.1) * strength;
-        const auto threshold = [](double value) {
-            return static_cast<unsigned char>(std::clamp(std::lround(value), 0L, 255L));
-        };
-        const double chroma = std::clamp(level->luma / std::max(level->chroma, 0.1), 0.25, 4.0);
-        double weights[3] = {chroma, 1, chroma};
-        Check(filter.DoFilterSAT(from[0], from[1], from[2], to.first, width, to.height, pitch, to.pitch,
-                                 threshold(4 * deviation), threshold(8 * deviation), nullptr, weights, 0));
+        for (unsigned i = 0; i < strips->Count(); ++i) {
+            CleanedStrip& strip = (*strips)[i];
+            strip.cleaning = &cleaning;
+            strip.scene = scene;
+            strip.to = to.first;
+            strip.pitch = to.pitch;
+            strip.strip = Zan::StripOf(scene.height, strips->Count(), i);
+        }
+        Check(strips->RunAll());
     }
 
     /// The mean of the first pictures, whatever part of the run is made.
@@ -273,6 +373,9 @@ private:
     bool isTemporal, limits, follows;
     double strength;
     WindowSize window;
+    Cleaning cleaning;
+    unsigned workers = 1;
+    std::optional<Zan::StripWorkers<CleanedStrip>> strips;  ///< none: one thread
     std::optional<NoiseEstimate> level;
     bool isEstimated = false;
     PictureFormat inputFormat;
@@ -311,7 +414,17 @@ std::vector<Option> Options() {
          .initial = "medium",
          .choices = kStrengths},
         {.name = "limit", .help = "move no sample further than the noise reaches"},
-        {.name = "follow", .help = "let the level follow the noise from picture to picture"},
+        {.name = "follow",
+         .help =
+             "let the level follow the noise from picture to picture, which are cleaned on one thread then"},
+        {.name = "threads",
+         .kind = ValueKind::kInteger,
+         .value = "N",
+         .help = "threads that a picture is cleaned on, and of the decoder and the encoder; 0: as many as "
+                 "there are processors",
+         .initial = "0",
+         .least = 0,
+         .most = Zan::kMostWorkers},
         {.name = "length",
          .kind = ValueKind::kInteger,
          .value = "N",
