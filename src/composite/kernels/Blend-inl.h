@@ -7,6 +7,8 @@
 #define TESSELU_SRC_COMPOSITE_KERNELS_BLEND_INL_H
 #endif
 
+#include <type_traits>
+
 #include "simd/Extra-inl.h"
 #include "simd/Walk-inl.h"
 
@@ -167,6 +169,22 @@ HWY_INLINE HWY_ATTR bool AreAlike(VU8 v) {
     const DI8 d;
     const auto full = hn::Lt(hn::BitCast(d, v), hn::Zero(d));
     return hn::AllFalse(d, full) || hn::AllTrue(d, full);
+}
+
+/// Fetches the next stretch of a row of one byte a column, of which a vector is about to be read. Where
+/// pictures come from memory and go around the cache, its lines asked for one by one, between those of wider
+/// planes, cost a fifth to a third of the time: 8 at once save that. Within the cache there is nothing to
+/// save.
+template <class Put>
+HWY_INLINE HWY_ATTR void FetchStretch(const std::uint8_t* bytes, Put) {
+    if constexpr (std::is_same_v<Put, PutAroundCache>) {
+        constexpr std::size_t kStretch = 512, kCacheLine = 64;
+        if (reinterpret_cast<std::uintptr_t>(bytes) % kStretch < kVectorBytes) {
+            for (std::size_t i = 0; i < kStretch; i += kCacheLine) {
+                hwy::Prefetch(bytes + i);
+            }
+        }
+    }
 }
 
 /// Passes on vectors of source B where all bytes of `isB` are 255, of source A where they are 0. Both are

@@ -164,6 +164,7 @@ struct ByKeyOfPixel {
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
         const DU8 d;
         const DU32 d32;
+        FetchStretch(at.in[2][0] + x, put);
         const VU8 alphas = key.Vector(at.in[2][0] + x);
         if (Key::kHasEnds && areExtreme(alphas) && AreAlike(alphas)) {
             PassOn<4>(at, 4 * x, alphas, put);
@@ -236,6 +237,7 @@ struct ByKeysOfPair {
 
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
+        FetchStretch(at.in[2][0] + x, put);
         Pairs(at, x, key.Vector(at.in[2][0] + x), put);
     }
 #endif
@@ -277,6 +279,11 @@ struct ByKeysOfPairAndAlpha {
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
         const DU8 d;
+        for (const std::size_t i : {std::size_t{2}, kAlphaA, kAlphaB}) {
+            if (at.in[i][0] != nullptr) {
+                FetchStretch(at.in[i][0] + x, put);
+            }
+        }
         const VU8 alphas = colour.key.Vector(at.in[2][0] + x);
         const VU8 full = hn::Set(d, 255);
         const VU8 a = at.in[kAlphaA][0] != nullptr ? hn::LoadU(d, at.in[kAlphaA][0] + x) : full;

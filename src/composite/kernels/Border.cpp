@@ -237,6 +237,7 @@ struct BorderPixels {
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
         const DU8 d;
+        FetchStretch(at.in[2][0] + x, put);
         const Shares shares = keys.Vector(at.in[2][0] + x, DU32());
         const VI16 border = LanesOf(colour);
         if (HaveOneSource(shares)) {
@@ -291,6 +292,7 @@ struct BorderPairs {
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
         const DU8 d;
+        FetchStretch(at.in[2][0] + Keys::kUse.Bytes(x), put);
         const Shares shares = keys.Vector(at.in[2][0] + Keys::kUse.Bytes(x), DU64());
         const VI16 border = LanesOf(colour);
         if (HaveOneSource(shares)) {
