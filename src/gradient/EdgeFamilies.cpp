@@ -6,6 +6,7 @@
 
 namespace GradientGenerator {
 
+using Zan::Mix;
 using Zan::ULong32;
 
 namespace {
@@ -35,12 +36,6 @@ double TwoTents(ULong32 i, ULong32 n) noexcept {
     return SteppedTent(i < half ? i : n - 1 - i, half);
 }
 
-// What a pixel makes of its column and its row.
-constexpr auto kSmaller = [](double column, double row) { return Smaller(column, row); };
-constexpr auto kMean = [](double column, double row) { return (column + row) / 2.0; };
-constexpr auto kRidge = [](double column, double row) { return 1.0 - std::fabs(column - row); };
-constexpr auto kRidgeOfSum = [](double column, double row) { return 1.0 - std::fabs(column + row - 1.0); };
-
 }  // namespace
 
 void HorizontalBar(const GradientMap& map) noexcept {
@@ -52,15 +47,16 @@ void VerticalBar(const GradientMap& map) noexcept {
 }
 
 void CornerBox(const GradientMap& map) noexcept {
-    map.Draw(Axis<FallingFromOne>(map.Width()), Axis<FallingFromOne>(map.Height()), kSmaller);
+    map.Draw(Axis<FallingFromOne>(map.Width()), Axis<FallingFromOne>(map.Height()), Mix::kSmaller);
 }
 
 void FourCorners(const GradientMap& map) noexcept {
-    map.FoldY().Draw(Axis<DistanceFromCentre>(map.Width()), Axis<DistanceFromCentre>(map.Height()), kSmaller);
+    map.FoldY().Draw(Axis<DistanceFromCentre>(map.Width()), Axis<DistanceFromCentre>(map.Height()),
+                     Mix::kSmaller);
 }
 
 void FourBoxes(const GradientMap& map) noexcept {
-    map.FoldY().Draw(Axis<TwoTents>(map.Width()), Axis<TwoTents>(map.Height()), kSmaller);
+    map.FoldY().Draw(Axis<TwoTents>(map.Width()), Axis<TwoTents>(map.Height()), Mix::kSmaller);
 }
 
 void VerticalBarnDoor(const GradientMap& map) noexcept {
@@ -72,63 +68,62 @@ void HorizontalBarnDoor(const GradientMap& map) noexcept {
 }
 
 void TopEdgeBox(const GradientMap& map) noexcept {
-    map.Draw(Axis<SteppedTent>(map.Width()), Axis<FallingFromOne>(map.Height()), kSmaller);
+    map.Draw(Axis<SteppedTent>(map.Width()), Axis<FallingFromOne>(map.Height()), Mix::kSmaller);
 }
 
 void RightEdgeBox(const GradientMap& map) noexcept {
-    map.FoldY().Draw(Axis<RisingToOne>(map.Width()), Axis<SteppedTent>(map.Height()), kSmaller);
+    map.FoldY().Draw(Axis<RisingToOne>(map.Width()), Axis<SteppedTent>(map.Height()), Mix::kSmaller);
 }
 
 void Diagonal(const GradientMap& map) noexcept {
-    map.Draw(Axis<Along>(map.Width()), Axis<Along>(map.Height()),
-             [](double column, double row) { return 1.0 - (column + row) / 2.0; });
+    map.Draw(Axis<Along>(map.Width()), Axis<Along>(map.Height()), Mix::kFallingMean);
 }
 
 void VerticalBowTie(const GradientMap& map) noexcept {
-    map.FoldY().Draw(Axis<CentredTent>(map.Width()), Axis<DistanceFromCentre>(map.Height()), kMean);
+    map.FoldY().Draw(Axis<CentredTent>(map.Width()), Axis<DistanceFromCentre>(map.Height()), Mix::kMean);
 }
 
 void HorizontalBowTie(const GradientMap& map) noexcept {
-    map.FoldY().Draw(Axis<DistanceFromCentre>(map.Width()), Axis<CentredTent>(map.Height()), kMean);
+    map.FoldY().Draw(Axis<DistanceFromCentre>(map.Width()), Axis<CentredTent>(map.Height()), Mix::kMean);
 }
 
 void RisingDiagonalBarnDoor(const GradientMap& map) noexcept {
-    map.Draw(Axis<Along>(map.Width()), Axis<Along>(map.Height()), kRidgeOfSum);
+    map.Draw(Axis<Along>(map.Width()), Axis<Along>(map.Height()), Mix::kRidgeOfSum);
 }
 
 void FallingDiagonalBarnDoor(const GradientMap& map) noexcept {
-    map.Draw(Axis<Along>(map.Width()), Axis<Along>(map.Height()), kRidge);
+    map.Draw(Axis<Along>(map.Width()), Axis<Along>(map.Height()), Mix::kRidge);
 }
 
 void DiagonalCross(const GradientMap& map) noexcept {
-    map.FoldY().Draw(Axis<DistanceFromCentre>(map.Width()), Axis<DistanceFromCentre>(map.Height()), kRidge);
+    map.FoldY().Draw(Axis<DistanceFromCentre>(map.Width()), Axis<DistanceFromCentre>(map.Height()),
+                     Mix::kRidge);
 }
 
 void DiagonalDiamond(const GradientMap& map) noexcept {
     map.FoldY().Draw(Axis<DistanceFromCentre>(map.Width()), Axis<DistanceFromCentre>(map.Height()),
-                     kRidgeOfSum);
+                     Mix::kRidgeOfSum);
 }
 
 void VeeDown(const GradientMap& map) noexcept {
-    map.Draw(Axis<CentredTent>(map.Width()), Axis<Along>(map.Height()),
-             [](double column, double row) { return (column + 1.0 - row) / 2.0; });
+    map.Draw(Axis<CentredTent>(map.Width()), Axis<Along>(map.Height()), Mix::kVee);
 }
 
 void VeeLeft(const GradientMap& map) noexcept {
-    map.FoldY().Draw(Axis<Along>(map.Width()), Axis<CentredTent>(map.Height()), kMean);
+    map.FoldY().Draw(Axis<Along>(map.Width()), Axis<CentredTent>(map.Height()), Mix::kMean);
 }
 
 void BarnVeeDown(const GradientMap& map) noexcept {
     const ULong32 height = map.Height();
     map.Draw(
         Axis<DistanceFromCentre>(map.Width()),
-        [height](ULong32 y) { return (1.0 - Centred(y, height)) / 2.0; }, kRidge);
+        [height](ULong32 y) { return (1.0 - Centred(y, height)) / 2.0; }, Mix::kRidge);
 }
 
 void BarnVeeLeft(const GradientMap& map) noexcept {
     const ULong32 width = map.Width();
     map.FoldY().Draw([width](ULong32 x) { return (1.0 + Centred(x, width)) / 2.0; },
-                     Axis<DistanceFromCentre>(map.Height()), kRidge);
+                     Axis<DistanceFromCentre>(map.Height()), Mix::kRidge);
 }
 
 }  // namespace GradientGenerator

@@ -4,6 +4,7 @@
 #include <TesselU/gradient/GradientGenerator.h>
 
 #include "gradient/CellAxis.h"
+#include "gradient/kernels/Mixes.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -68,7 +69,14 @@ public:
         });
     }
 
-    /// The same on a part of the picture, for fractions of up to `bound` in magnitude.
+    /// Fraction `MixOf(mix, column(x), row(y))`.
+    template <class Column, class Row>
+    void Draw(Column column, Row row, Zan::Mix mix) const noexcept {
+        Draw([&](auto sample) { SampleMix<decltype(sample)>(column, row, mix); });
+    }
+
+    /// Fraction `combine(column(x), row(y))` on a part of the picture, for fractions of up to `bound` in
+    /// magnitude.
     template <class Column, class Row, class Combine>
     void DrawPart(Span columns, Span rows, double bound, Column column, Row row,
                   Combine combine) const noexcept {
@@ -183,6 +191,21 @@ private:
                 const double down = row(y);
                 for (Zan::ULong32 i = 0; i < count; ++i)
                     line[i] = ToSample<Sample, Integer>(combine(across[i], down), peak);
+                Put(x, y, line, count);
+            }
+        });
+    }
+
+    template <class Sample, class Column, class Row>
+    void SampleMix(Column& column, Row& row, Zan::Mix mix) const noexcept {
+        Sample line[kChunk];
+        const Span rows = AllRows();
+        EachChunk({0, Width()}, column, [&](Zan::ULong32 x, const double* across, Zan::ULong32 count) {
+            for (Zan::ULong32 y = rows.begin; y < rows.end; ++y) {
+                if constexpr (sizeof(Sample) == 1)
+                    Zan::kMixSamples8(mix, across, row(y), Peak(), line, count);
+                else
+                    Zan::kMixSamples16(mix, across, row(y), Peak(), line, count);
                 Put(x, y, line, count);
             }
         });
