@@ -47,6 +47,7 @@ void CopyRows(CPUfeatures& features, const Plane& from, const Plane& to, std::si
         return;
     }
     const bool isLong = simd::LongRunsPay(2 * rowBytes * rows) && !Overlaps(from, to, rowBytes, rows);
+    const bool aroundCache = simd::ExceedsCache(2 * rowBytes * rows);
     const auto joined = static_cast<std::ptrdiff_t>(rowBytes);
     if (from.pitch == joined && to.pitch == joined) {
         rowBytes *= rows;
@@ -54,7 +55,7 @@ void CopyRows(CPUfeatures& features, const Plane& from, const Plane& to, std::si
     }
     for (std::size_t row = 0; row < rows; ++row) {
         if (isLong) {
-            simd::CopyLongRun(to.Row(row), from.Row(row), rowBytes);
+            simd::CopyLongRun(to.Row(row), from.Row(row), rowBytes, aroundCache);
         } else {
             CopyRun(features, to.Row(row), from.Row(row), rowBytes);
         }

@@ -1,11 +1,15 @@
 #include "simd/LongRuns.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "simd/Targets.h"
 
 #if defined(__x86_64__) || defined(__i386__)
 #include <cpuid.h>
+#endif
+#ifdef __SSE2__
+#include <emmintrin.h>
 #endif
 
 namespace Zan::simd {
@@ -24,6 +28,24 @@ bool HasFastStrings() noexcept {
 #endif
 }
 
+#ifdef __SSE2__
+void CopyAroundCache(std::uint8_t* to, const std::uint8_t* from, std::size_t bytes) noexcept {
+    constexpr std::size_t kLine = 64, kVector = sizeof(__m128i), kVectors = kLine / kVector;
+    const std::size_t head = std::min(bytes, -reinterpret_cast<std::uintptr_t>(to) % kLine);
+    std::memcpy(to, from, head);
+    std::size_t done = head;
+    for (; done + kLine <= bytes; done += kLine) {
+        __m128i line[kVectors];
+        for (std::size_t i = 0; i < kVectors; ++i)
+            line[i] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + done + i * kVector));
+        for (std::size_t i = 0; i < kVectors; ++i)
+            _mm_stream_si128(reinterpret_cast<__m128i*>(to + done + i * kVector), line[i]);
+    }
+    _mm_sfence();
+    std::memcpy(to + done, from + done, bytes - done);
+}
+#endif
+
 }  // namespace
 
 bool LongRunsPay(std::size_t bytes) noexcept {
@@ -31,7 +53,14 @@ bool LongRunsPay(std::size_t bytes) noexcept {
     return fast && bytes >= kLeastPicture && CurrentTarget() != kPortable;
 }
 
-void CopyLongRun(std::uint8_t* to, const std::uint8_t* from, std::size_t bytes) noexcept {
+void CopyLongRun(std::uint8_t* to, const std::uint8_t* from, std::size_t bytes,
+                 [[maybe_unused]] bool aroundCache) noexcept {
+#ifdef __SSE2__
+    if (aroundCache) {
+        CopyAroundCache(to, from, bytes);
+        return;
+    }
+#endif
 #if defined(__x86_64__) || defined(__i386__)
     __asm__ volatile("rep movsb" : "+D"(to), "+S"(from), "+c"(bytes) : : "memory");
 #else

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "simd/Targets.h"
+#include "support/Streaming.h"
 
 namespace Zan {
 namespace {
@@ -34,18 +35,21 @@ TEST(LongRuns, FillEveryLengthAtEveryAddress) {
 }
 
 TEST(LongRuns, CopyEveryLengthAtEveryAddress) {
-    std::vector<std::uint8_t> source(128);
+    std::vector<std::uint8_t> source(320);
     for (std::size_t i = 0; i < source.size(); ++i) {
         source[i] = static_cast<std::uint8_t>(3 * i + 1);
     }
-    for (std::size_t offset = 0; offset < 9; ++offset) {
-        for (std::size_t bytes = 0; bytes < 70; ++bytes) {
-            std::vector<std::uint8_t> memory(96, kGuard);
-            simd::CopyLongRun(memory.data() + offset, source.data() + 2 * offset, bytes);
-            for (std::size_t i = 0; i < memory.size(); ++i) {
-                const bool inside = i >= offset && i < offset + bytes;
-                ASSERT_EQ(memory[i], inside ? source[i + offset] : kGuard)
-                    << "offset " << offset << ", " << bytes << " bytes, byte " << i;
+    for (const bool aroundCache : {false, true}) {
+        for (std::size_t offset = 0; offset < 9; ++offset) {
+            for (std::size_t bytes = 0; bytes < 270; ++bytes) {
+                std::vector<std::uint8_t> memory(296, kGuard);
+                simd::CopyLongRun(memory.data() + offset, source.data() + 2 * offset, bytes, aroundCache);
+                for (std::size_t i = 0; i < memory.size(); ++i) {
+                    const bool inside = i >= offset && i < offset + bytes;
+                    ASSERT_EQ(memory[i], inside ? source[i + offset] : kGuard)
+                        << "offset " << offset << ", " << bytes << " bytes, byte " << i
+                        << (aroundCache ? ", around the cache" : "");
+                }
             }
         }
     }
@@ -68,7 +72,7 @@ struct LargeImage {
     ImageView view;
 };
 
-TEST(LongRuns, LargeFillKeepsThePadding) {
+void LargeFillKeepsThePadding() {
     LargeImage large;
     ZanCompositor compositor;
     ASSERT_EQ(compositor.Fill(large.view, 0x44332211U, 0xFFFFFFFFU, kBestAvailable), 0);
@@ -81,7 +85,7 @@ TEST(LongRuns, LargeFillKeepsThePadding) {
     }
 }
 
-TEST(LongRuns, LargeCopyKeepsThePadding) {
+void LargeCopyKeepsThePadding() {
     LargeImage source, destination;
     for (std::size_t i = 0; i < source.memory.size(); ++i) {
         source.memory[i] = static_cast<std::uint8_t>(i * 7 + i / 251);
@@ -95,6 +99,17 @@ TEST(LongRuns, LargeCopyKeepsThePadding) {
                 << "line " << y << ", byte " << x;
         }
     }
+}
+
+TEST(LongRuns, LargePicturesKeepTheirPadding) {
+    LargeFillKeepsThePadding();
+    LargeCopyKeepsThePadding();
+}
+
+TEST(LongRuns, LargePicturesKeepTheirPaddingAroundTheCache) {
+    const test_support::ScopedStreaming around(true);
+    LargeFillKeepsThePadding();
+    LargeCopyKeepsThePadding();
 }
 
 TEST(LongRuns, LargeCopyOntoItselfChangesNothing) {

@@ -119,7 +119,9 @@ struct FillingPairs {
 
 template <std::size_t Bytes>
 void RunFill(const FillJob& job, const FillSettings& set) {
-    Walk(Filling<Bytes>{set.pattern, simd::LongRunsPay(job.width * Bytes * job.height)}, job);
+    const std::size_t bytes = job.width * Bytes * job.height;
+    // Strings write through the cache, however much it is.
+    Walk(Filling<Bytes>{set.pattern, simd::LongRunsPay(bytes) && !simd::ExceedsCache(bytes)}, job);
 }
 template <std::size_t Bytes>
 void RunFillUnderMask(const FillJob& job, const FillSettings& set) {

@@ -31,6 +31,7 @@ struct Copy {
     static constexpr auto kDestinations = Planes;
     static constexpr std::size_t kUnit = Planes[0].columns;
     bool longRuns;
+    bool aroundCache;
     bool dropsRest;
     std::uint8_t alphaFill;
 
@@ -62,7 +63,7 @@ private:
         constexpr std::size_t kLeast = 1024;
         const auto apart = reinterpret_cast<std::uintptr_t>(to) - reinterpret_cast<std::uintptr_t>(from);
         if (longRuns && bytes >= kLeast && apart >= bytes && std::uintptr_t{0} - apart >= bytes) {
-            simd::CopyLongRun(to, from, bytes);
+            simd::CopyLongRun(to, from, bytes, aroundCache);
         } else {
             std::memmove(to, from, bytes);
         }
@@ -72,7 +73,9 @@ private:
 template <const auto& Planes, bool FillAlpha = false>
 void RunCopy(const ConversionJob& job) {
     const std::size_t bytes = Planes[0].Bytes(job.planes.width) * job.planes.height;
-    Walk(Copy<Planes, FillAlpha>{simd::LongRunsPay(bytes), job.inDoubles, job.alphaFill}, job.planes);
+    Walk(Copy<Planes, FillAlpha>{simd::LongRunsPay(bytes), simd::ExceedsCache(2 * bytes), job.inDoubles,
+                                 job.alphaFill},
+         job.planes);
 }
 
 void CopyPixels32(const ConversionJob& job) {
