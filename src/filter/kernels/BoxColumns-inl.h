@@ -44,8 +44,14 @@ public:
             PutAt(sums, slots + (at + mask + 1) * kBytes);
         }
     }
-    HWY_INLINE HWY_ATTR void Copy(std::size_t from, std::size_t to) const {
-        Put(hn::BitCast(DU16(), hn::Load(DU8(), Slots(from))), to);
+
+    /// Repeats the columns before `from`, one after the other to the left, from `to` to below `end`.
+    HWY_NOINLINE HWY_ATTR void Mirror(std::size_t from, std::size_t to, std::size_t end) const {
+        const Ring ring = *this;
+        for (; to < end; ++to) {
+            --from;
+            ring.Put(hn::BitCast(DU16(), hn::Load(DU8(), ring.Slots(from))), to);
+        }
     }
 
     /// Repeats columns 1 to `reach`, where 0 is the first, before it.
@@ -133,14 +139,18 @@ public:
             const Halves one = AddBytes<false>(LoadPixels(row, x, job.width), hn::Zero(DU8()));
             Put({hn::Sub(one.lower, none), hn::Sub(one.upper, none)}, At(x));
         }
-        for (std::size_t i = 1; i < job.boxHeight; i += 2) {
-            const std::uint8_t *const upper = rowAt(i), *const lower = rowAt(i + 1);
-            for (std::size_t x = first; x < end; x += kPixels) {
-                const Halves two =
-                    AddBytes<false>(LoadPixels(upper, x, job.width), LoadPixels(lower, x, job.width));
-                const Halves before = Get(At(x));
-                Put({hn::Add(before.lower, two.lower), hn::Add(before.upper, two.upper)}, At(x));
+        constexpr std::size_t kMost = 8;
+        const std::uint8_t* rows[kMost];
+        std::size_t i = 1;
+        for (; i + kMost <= job.boxHeight; i += kMost) {
+            for (std::size_t k = 0; k < kMost; ++k) {
+                rows[k] = rowAt(i + k);
             }
+            AddRows(rows, end, job.width);
+        }
+        for (; i < job.boxHeight; i += 2) {
+            const std::uint8_t* const two[] = {rowAt(i), rowAt(i + 1)};
+            AddRows(two, end, job.width);
         }
     }
 
@@ -176,6 +186,28 @@ public:
     }
 
 private:
+    /// Adds an even number of rows.
+    template <std::size_t kCount>
+    HWY_ATTR void AddRows(const std::uint8_t* const (&rows)[kCount], std::size_t end,
+                          std::size_t width) const {
+        const auto add = [&](std::size_t x, std::size_t last) HWY_ATTR {
+            Halves sum = Get(At(x));
+            for (std::size_t i = 0; i < kCount; i += 2) {
+                const Halves two =
+                    AddBytes<false>(LoadPixels(rows[i], x, last), LoadPixels(rows[i + 1], x, last));
+                sum = {hn::Add(sum.lower, two.lower), hn::Add(sum.upper, two.upper)};
+            }
+            Put(sum, At(x));
+        };
+        std::size_t x = first;
+        for (; x < end && x + kPixels <= width; x += kPixels) {
+            add(x, x + kPixels);
+        }
+        if (x < end) {
+            add(x, width);
+        }
+    }
+
     template <std::size_t I, class Between>
     static HWY_INLINE HWY_ATTR void MakeRow(const Block& block, std::size_t x, std::size_t width, Halves& sum,
                                             VU16 (&lower)[kRows], VU16 (&upper)[kRows], Between& between) {

@@ -16,7 +16,8 @@ namespace {
 
 #if HWY_TARGET != HWY_SCALAR
 
-// `Mean` of either gives the bytes of one pixel of each row, in 16-bit lanes.
+// `Sums` are those of one pixel of each row; `Means` of two pixels are their bytes, as `PackToBytes` puts
+// them.
 
 /// Sums of at most 65535: a multiplication and a shift round them by what they start with. The shift, 1 or
 /// more, is a multiplication as well, for which processors have other units than for all the shuffles around.
@@ -38,11 +39,15 @@ public:
     static HWY_INLINE HWY_ATTR void Move(Sums& sums, VU16 entering, VU16 leaving) {
         sums.all = hn::Add(sums.all, hn::Sub(entering, leaving));
     }
+    HWY_INLINE HWY_ATTR VU8 Means(const Sums& one, const Sums& other) const {
+        return PackToBytes(Mean(one), Mean(other));
+    }
+
+private:
     HWY_INLINE HWY_ATTR VI16 Mean(const Sums& sums) const {
         return hn::BitCast(DI16(), hn::MulHigh(hn::MulHigh(sums.all, multiplier), last));
     }
 
-private:
     unsigned first;
     VU16 multiplier, last;
 };
@@ -102,7 +107,13 @@ public:
             }
         }
     }
-    HWY_INLINE HWY_ATTR VI16 Mean(const Sums& sums) const { return toBytes(sums.even, sums.odd); }
+    HWY_INLINE HWY_ATTR VU8 Means(const Sums& one, const Sums& other) const {
+        if constexpr (requires { toBytes.OfTwo(one.even, one.odd, other.even, other.odd); }) {
+            return toBytes.OfTwo(one.even, one.odd, other.even, other.odd);
+        } else {
+            return PackToBytes(toBytes(one.even, one.odd), toBytes(other.even, other.odd));
+        }
+    }
 
 private:
     ToBytes toBytes;
@@ -113,11 +124,6 @@ private:
 HWY_INLINE HWY_ATTR VI16 MergeWords(VI32 even, VI32 odd) {
     return hn::BitCast(DI16(), hn::Or(even, hn::ShiftLeft<16>(odd)));
 }
-/// The same, whatever is above.
-HWY_INLINE HWY_ATTR VI16 MergeLowHalves(VI32 even, VI32 odd) {
-    return MergeEvenOdd(hn::BitCast(DI16(), even), hn::BitCast(DI16(), hn::ShiftLeft<16>(odd)));
-}
-
 // Where Highway is known to fuse.
 constexpr bool kFuses = HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX2;
 
@@ -125,21 +131,25 @@ constexpr bool kFuses = HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX2;
 class FusedSingle {
 public:
     explicit FusedSingle(const FusedRounding& newRounding)
-        : rounding(newRounding),
-          factor(hn::Set(DF32(), rounding.factor)),
-          last(hn::Set(DF32(), rounding.last)) {}
+        : added(newRounding.added),
+          factor(hn::Set(DF32(), -newRounding.factor)),
+          last(hn::Set(DF32(), -newRounding.last)) {}
 
-    std::uint32_t Added() const { return rounding.added; }
-    HWY_INLINE HWY_ATTR VI16 operator()(VI32 even, VI32 odd) const {
-        return MergeLowHalves(Mean(even), Mean(odd));
+    std::uint32_t Added() const { return added; }
+    /// Of negative floats, whose upper halves become 0 when they are packed with saturation.
+    HWY_INLINE HWY_ATTR VU8 OfTwo(VI32 firstEven, VI32 firstOdd, VI32 secondEven, VI32 secondOdd) const {
+        const DU16 d;
+        const VU16 even = hn::BitCast(d, PackToBytes(Mean(firstEven), Mean(secondEven))),
+                   odd = hn::BitCast(d, PackToBytes(Mean(firstOdd), Mean(secondOdd)));
+        return hn::BitCast(DU8(), hn::Or(even, hn::ShiftLeft<8>(odd)));
     }
 
 private:
-    HWY_INLINE HWY_ATTR VI32 Mean(VI32 sum) const {
-        return hn::BitCast(DI32(), hn::MulAdd(hn::BitCast(DF32(), sum), factor, last));
+    HWY_INLINE HWY_ATTR VI16 Mean(VI32 sum) const {
+        return hn::BitCast(DI16(), hn::MulAdd(hn::BitCast(DF32(), sum), factor, last));
     }
 
-    FusedRounding rounding;
+    std::uint32_t added;
     VF32 factor, last;
 };
 

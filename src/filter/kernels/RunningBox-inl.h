@@ -47,8 +47,8 @@ public:
     HWY_INLINE HWY_ATTR void Move() {
         constexpr std::size_t kFirst = Part * kPixels / kRows, kSecond = kFirst + 1;
         static_assert(kPixels == 2 * kRows);
-        const VI16 first = Next(kFirst), second = Next(kSecond);
-        pairs[kFirst % 4 / 2] = PackToBytes(first, second);
+        const Sums first = Next(kFirst), second = Next(kSecond);
+        pairs[kFirst % 4 / 2] = summing.Means(first, second);
         if constexpr (kSecond % 4 == 3) {
             const VU32 low = hn::BitCast(DU32(), pairs[0]), high = hn::BitCast(DU32(), pairs[1]);
             even[kSecond / 4] = hn::BitCast(DU8(), EvenLanes(low, high));
@@ -84,13 +84,13 @@ public:
     }
 
 private:
-    /// The means of column `i`.
-    HWY_INLINE HWY_ATTR VI16 Next(std::size_t i) {
+    /// The boxes of column `i`.
+    HWY_INLINE HWY_ATTR Sums Next(std::size_t i) {
         Summing::Move(sums, Slot(entering + i * kBytes), Slot(leaving + i * kBytes));
         if constexpr (Summing::kTall) {
-            return summing.Mean(Summing::Plus(sums, above + 4 * i));
+            return Summing::Plus(sums, above + 4 * i);
         } else {
-            return summing.Mean(sums);
+            return sums;
         }
     }
 
@@ -137,8 +137,9 @@ HWY_ATTR void BlurBlock(const BoxJob& job, const Block& rows, const Summing& the
             columns.Make(block, made, width, columns.At(made), ring.Slots(made), none);
             ring.From(made).RepeatFirst();
         }
-        for (; mirrored < std::min(column, right + reach); ++mirrored) {
-            ring.Copy(2 * width - 2 - mirrored, mirrored);
+        if (const std::size_t last = std::min(column, right + reach); mirrored < last) {
+            ring.Mirror(2 * width - 1 - mirrored, mirrored, last);
+            mirrored = last;
         }
     };
     // A vector ahead of what the first boxes need: the loop below then makes columns for its next round, and
