@@ -8,6 +8,7 @@
 #endif
 
 #include "convert/kernels/Conversion-inl.h"
+#include "simd/Whole-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Zan {
@@ -85,20 +86,6 @@ inline constexpr std::array<float, 256> kFloatReciprocals = [] {
     return table;
 }();
 
-/// Truncated, as far as 32 bits reach. Highway's conversion takes care of what lies beyond, which nobody here
-/// looks at.
-HWY_INLINE HWY_ATTR VU32 Truncated(VF32 v) {
-#if HWY_TARGET == HWY_AVX3
-    return VU32{_mm512_cvttps_epi32(v.raw)};
-#elif HWY_TARGET == HWY_AVX2
-    return VU32{_mm256_cvttps_epi32(v.raw)};
-#elif HWY_TARGET == HWY_SSSE3
-    return VU32{_mm_cvttps_epi32(v.raw)};
-#else
-    return hn::BitCast(DU32(), hn::ConvertTo(DI32(), v));
-#endif
-}
-
 HWY_INLINE HWY_ATTR VF32 ReciprocalsOf(VU32 alpha) {
     return hn::GatherIndex(DF32(), kFloatReciprocals.data(), hn::BitCast(DI32(), alpha));
 }
@@ -117,8 +104,9 @@ HWY_INLINE HWY_ATTR VU32 UnshapedPixels(VU32 pixels) {
     const DU32 d;
     const DF32 df;
     const VF32 alpha = hn::ConvertTo(df, hn::BitCast(DI32(), hn::ShiftRight<24>(pixels)));
+    // Nobody looks at what an alpha of 0 gives.
     const VF32 exact = hn::Div(hn::Set(df, 66846720.0F), alpha);
-    const VU8 reciprocal = hn::BitCast(DU8(), Truncated(hn::Add(exact, hn::Set(df, 0.5F))));
+    const VU8 reciprocal = hn::BitCast(DU8(), WholePart(hn::Add(exact, hn::Set(df, 0.5F))));
     const VU16 low = hn::BitCast(d16, hn::TableLookupBytes(reciprocal, InEveryBlock(kLowTwice)));
     const VU16 high = hn::BitCast(d16, hn::TableLookupBytes(reciprocal, InEveryBlock(kHighTwice)));
     const auto unshaped = [&](VU16 samples, std::uint16_t half) HWY_ATTR {
@@ -145,7 +133,7 @@ HWY_INLINE HWY_ATTR PairLanes UnshapedPairs(const PairLanes& in) {
         const VF32 difference = hn::Sub(hn::ConvertTo(df, hn::BitCast(DI32(), samples)), point);
         const VF32 value = hn::Add(hn::Floor(hn::Mul(difference, reciprocal)), point);
         const VF32 limited = hn::Min(hn::Max(value, hn::Zero(df)), hn::Set(df, 255.0F));
-        return Truncated(limited);
+        return hn::BitCast(DU32(), WholePart(limited));
     };
     const auto pair = [&](VU32 low, VU32 high)
                           HWY_ATTR { return hn::BitCast(d, hn::Or(low, hn::ShiftLeft<16>(high))); };

@@ -8,6 +8,7 @@
 #endif
 
 #include "simd/Extra-inl.h"
+#include "simd/Whole-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Zan {
@@ -42,17 +43,7 @@ struct Reals<float> {
     HWY_INLINE HWY_ATTR static Reals Load(const float* from) { return {hn::Load(D(), from)}; }
     HWY_INLINE HWY_ATTR static Reals From(VI32 whole) { return {hn::ConvertTo(D(), whole)}; }
     /// Truncated; below 2^31 either way. What is not a number becomes 0 or negative.
-    HWY_INLINE HWY_ATTR VI32 Whole() const {
-#if HWY_TARGET == HWY_AVX3
-        return VI32{_mm512_cvttps_epi32(v.raw)};
-#elif HWY_TARGET == HWY_AVX2
-        return VI32{_mm256_cvttps_epi32(v.raw)};
-#elif HWY_TARGET == HWY_SSSE3
-        return VI32{_mm_cvttps_epi32(v.raw)};
-#else
-        return hn::ConvertTo(DI32(), v);
-#endif
-    }
+    HWY_INLINE HWY_ATTR VI32 Whole() const { return WholePart(v); }
 };
 
 template <>

@@ -10,6 +10,7 @@
 #include "key/kernels/ChromaKeyFormulas.h"
 #include "simd/Extra-inl.h"
 #include "simd/Walk-inl.h"
+#include "simd/Whole-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Zan {
@@ -42,19 +43,6 @@ HWY_INLINE HWY_ATTR VU8 WordsOf(VI16 chroma, VI16 luma) {
 HWY_INLINE HWY_ATTR VI16 InTurn(int first, int second) {
     return hn::BitCast(DI16(), hn::Set(DU32(), static_cast<std::uint32_t>(second) << 16 |
                                                    (static_cast<std::uint32_t>(first) & 0xFFFFU)));
-}
-
-/// Toward zero, of what fits.
-HWY_INLINE HWY_ATTR VI32 Truncated(VF32 v) {
-#if HWY_TARGET == HWY_AVX3
-    return VI32{_mm512_cvttps_epi32(v.raw)};
-#elif HWY_TARGET == HWY_AVX2
-    return VI32{_mm256_cvttps_epi32(v.raw)};
-#elif HWY_TARGET == HWY_SSSE3
-    return VI32{_mm_cvttps_epi32(v.raw)};
-#else
-    return hn::ConvertTo(DI32(), v);
-#endif
 }
 
 /// Lanes of two vectors that PackToShorts has brought together, each twice.
@@ -125,7 +113,7 @@ public:
     HWY_INLINE HWY_ATTR void Weigh(const K (&k)[2], M (&m)[2]) const {
         VI32 keys[2];
         for (std::size_t i = 0; i < 2; ++i) {
-            keys[i] = Truncated(hn::Add(hn::Mul(k[i].k, minusGain), minusOffset));
+            keys[i] = WholePart(hn::Add(hn::Mul(k[i].k, minusGain), minusOffset));
         }
         const Doubled doubled(hn::Min(PackToShorts(keys[0], keys[1]), hn::Zero(DI16())));
         m[0].minus = doubled.of[0];
@@ -139,7 +127,7 @@ public:
         for (std::size_t i = 0; i < 2; ++i) {
             const VF32 cb = hn::Add(hn::Sub(k[i].b, hn::Mul(spillCb, k[i].k)), half);
             const VF32 cr = hn::Add(hn::Sub(k[i].r, hn::Mul(spillCr, k[i].k)), half);
-            cleaned[i] = PackToShorts(Truncated(cb), Truncated(cr));
+            cleaned[i] = PackToShorts(WholePart(cb), WholePart(cr));
         }
         Interleave(PackToBytes(cleaned[0], cleaned[1]), chroma);
     }
@@ -366,8 +354,8 @@ public:
         VI32 lower[2], upper[2];
         for (std::size_t i = 0; i < 2; ++i) {
             const VF32 gained = hn::Mul(k[i].k, minusGain);
-            lower[i] = Truncated(hn::Add(gained, minusLeast));
-            upper[i] = Truncated(hn::Add(gained, minusMost));
+            lower[i] = WholePart(hn::Add(gained, minusLeast));
+            upper[i] = WholePart(hn::Add(gained, minusMost));
         }
         const VI16 none = hn::Zero(DI16());
         const Doubled least(hn::Min(PackToShorts(lower[0], lower[1]), none));
@@ -384,8 +372,8 @@ public:
         for (std::size_t i = 0; i < 2; ++i) {
             const VF32 cb = hn::Sub(k[i].b, hn::Mul(spillCb, k[i].k));
             const VF32 cr = hn::Sub(k[i].r, hn::Mul(spillCr, k[i].k));
-            lower[i] = PackToShorts(Truncated(hn::Add(cb, leastCb)), Truncated(hn::Add(cr, leastCr)));
-            upper[i] = PackToShorts(Truncated(hn::Add(cb, mostCb)), Truncated(hn::Add(cr, mostCr)));
+            lower[i] = PackToShorts(WholePart(hn::Add(cb, leastCb)), WholePart(hn::Add(cr, leastCr)));
+            upper[i] = PackToShorts(WholePart(hn::Add(cb, mostCb)), WholePart(hn::Add(cr, mostCr)));
         }
         VI16 both[2], other[2];
         Interleave(PackToBytes(lower[0], lower[1]), both);

@@ -16,6 +16,7 @@
 #include "simd/ByteTable-inl.h"
 #include "simd/Extra-inl.h"
 #include "simd/Walk-inl.h"
+#include "simd/Whole-inl.h"
 #include "tone/kernels/ColourLevels-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -230,29 +231,16 @@ void RunCorrect(const simd::Job<1, 1>& job, const CorrectionSettings& set) {
 using DF32 = hn::ScalableTag<float>;
 using VF32 = hn::Vec<DF32>;
 
-/// The whole part of numbers that fit.
-HWY_INLINE HWY_ATTR VI32 Truncated(VF32 v) {
-#if HWY_TARGET == HWY_AVX3
-    return VI32{_mm512_cvttps_epi32(v.raw)};
-#elif HWY_TARGET == HWY_AVX2
-    return VI32{_mm256_cvttps_epi32(v.raw)};
-#elif HWY_TARGET == HWY_SSSE3
-    return VI32{_mm_cvttps_epi32(v.raw)};
-#else
-    return hn::ConvertTo(DI32(), v);
-#endif
-}
-
 // The largest float below one half: added, it takes halves away from zero and nothing else with them.
 constexpr float kAlmostHalf = 0.49999997F;
 
 /// To the nearest whole number, halves away from zero; what is below 0 to 0 or below.
 HWY_INLINE HWY_ATTR VI32 RoundedUpwards(VF32 v) {
-    return Truncated(hn::Add(v, hn::Set(DF32(), kAlmostHalf)));
+    return WholePart(hn::Add(v, hn::Set(DF32(), kAlmostHalf)));
 }
 /// The same for either sign.
 HWY_INLINE HWY_ATTR VI32 RoundedAway(VF32 v) {
-    return Truncated(hn::Add(v, hn::CopySignToAbs(hn::Set(DF32(), kAlmostHalf), v)));
+    return WholePart(hn::Add(v, hn::CopySignToAbs(hn::Set(DF32(), kAlmostHalf), v)));
 }
 
 /// A colour's share of chroma, rounded, in both lanes of a pair. For every Cb and Cr, fused or not, the
