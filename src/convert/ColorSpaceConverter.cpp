@@ -70,6 +70,10 @@ void DerivePlanes(ConverterFormat code, std::size_t width, std::size_t height,
 constinit CPUcapabilities& ColorSpaceConverter::CPUinstructionSet =
     classCapabilities[kOwnerColorSpaceConverter];
 
+inline RememberedCall& ColorSpaceConverter::Remembered() noexcept {
+    return *std::launder(reinterpret_cast<RememberedCall*>(&remembered));
+}
+
 ColorSpaceConverter::ColorSpaceConverter() noexcept {
     static_assert(sizeof(RememberedCall) <= sizeof remembered &&
                   std::is_trivially_destructible_v<RememberedCall>);
@@ -93,10 +97,6 @@ ColorSpaceConverter& ColorSpaceConverter::operator=(const ColorSpaceConverter& o
     alphaFill = other.alphaFill;
     Remembered().Forget();
     return *this;
-}
-
-RememberedCall& ColorSpaceConverter::Remembered() noexcept {
-    return *std::launder(reinterpret_cast<RememberedCall*>(&remembered));
 }
 
 void ColorSpaceConverter::GetMatrixCoef(double* out) const noexcept {

@@ -4,12 +4,12 @@
 #include <TesselU/image/Image.h>
 #include <TesselU/image/ImageView.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
-#include <utility>
 
 #include "convert/ConversionPlan.h"
 #include "image/ViewPlane.h"
@@ -28,41 +28,67 @@ public:
         if (count > of.size()) {
             return false;
         }
-        region = view.GetRegionOfInterest();
+        const Rectangle selected = view.GetRegionOfInterest();
+        Note(region, &selected, 0);
         field = view.GetFieldOfInterest();
-        Note(format, &descriptor);
+        for (std::size_t i = 0; i < format.size(); ++i) {
+            Note(format[i], &descriptor, FormatOffset(i));
+        }
+        const AlignedMemoryBuffer* previous = nullptr;
         for (std::size_t i = 0; i < count; ++i) {
             const ChannelDescriptor& record = descriptor.channels[i];
             if (planes[i].first < planes[i].begin || planes[i].first >= planes[i].end) {
                 return false;
             }
-            Note(of[i].description, &record.width);
-            of[i].pitch = record.memory->GetPitch();
-            of[i].bytes = record.memory->GetPixelBytes();
-            of[i].base = AddressOf(record);
+            for (std::size_t k = 0; k < kChannelBlocks; ++k) {
+                Note(descriptions[i][k], &record.width, k * sizeof(Block));
+            }
+            const AlignedMemoryBuffer* const memory = record.memory.get();
+            of[i] = {LastWord(record), memory->GetPitch(), memory->GetPixelBytes(), memory == previous,
+                     AddressOf(*memory)};
+            previous = memory;
         }
         return true;
     }
 
     /// Whether a view selects the same of a picture that is described alike, in memory that is laid out
-    /// alike.
-    bool Fit(const ImageView& view) const noexcept {
+    /// alike. `moved` gets bits where that memory lies elsewhere.
+    bool Fit(const ImageView& view, std::uintptr_t& moved) const noexcept {
         const Image* const image = view.GetImage();
         const ImageDescriptor* const descriptor = image != nullptr ? image->GetImageDescriptor() : nullptr;
-        if (descriptor == nullptr || descriptor->channels.size() != count || !Selects(view) ||
-            !AreSame(format, descriptor)) {
+        if (descriptor == nullptr || descriptor->channels.size() != count ||
+            view.GetFieldOfInterest() != field) {
             return false;
         }
+        // Asked by every call: all differences first, then one branch.
+        const Rectangle selected = view.GetRegionOfInterest();
+        Block differences{};
+        Compare(region, &selected, 0, differences);
+        for (std::size_t i = 0; i < format.size(); ++i) {
+            Compare(format[i], descriptor, FormatOffset(i), differences);
+        }
+        std::uint32_t otherDifferences = 0;
+        const AlignedMemoryBuffer* previous = nullptr;
+        const ChannelDescriptor* const channels = descriptor->channels.data();
         for (std::size_t i = 0; i < count; ++i) {
-            const ChannelDescriptor& record = descriptor->channels[i];
+            const ChannelDescriptor& record = channels[i];
+            for (std::size_t k = 0; k < kChannelBlocks; ++k) {
+                Compare(descriptions[i][k], &record.width, k * sizeof(Block), differences);
+            }
+            otherDifferences |= LastWord(record) ^ of[i].lastWord;
+            // Channels of packed formats share their memory.
             const AlignedMemoryBuffer* const memory = record.memory.get();
-            if (memory == nullptr || memory->GetAlignedPointer() == nullptr ||
-                memory->GetPitch() != of[i].pitch || memory->GetPixelBytes() != of[i].bytes ||
-                !AreSame(of[i].description, &record.width)) {
-                return false;
+            if (memory != previous || !of[i].sharesMemory) {
+                if (memory == nullptr || memory->GetAlignedPointer() == nullptr) {
+                    return false;
+                }
+                otherDifferences |=
+                    (memory->GetPitch() ^ of[i].pitch) | (memory->GetPixelBytes() ^ of[i].bytes);
+                moved |= AddressOf(*memory) ^ of[i].base;
+                previous = memory;
             }
         }
-        return true;
+        return (differences[0] | differences[1] | otherDifferences) == 0;
     }
 
     /// Calls `move(channel, bytes)` for each channel of a picture that fits whose memory lies elsewhere than
@@ -71,7 +97,7 @@ public:
     void Follow(const ImageView& view, Move move) noexcept {
         const auto& channels = view.GetImage()->GetImageDescriptor()->channels;
         for (std::size_t i = 0; i < count; ++i) {
-            const std::uintptr_t base = AddressOf(channels[i]);
+            const std::uintptr_t base = AddressOf(*channels[i].memory);
             if (base != of[i].base) {
                 move(i, static_cast<std::ptrdiff_t>(base - of[i].base));
                 of[i].base = base;
@@ -80,61 +106,57 @@ public:
     }
 
 private:
-    static std::uintptr_t AddressOf(const ChannelDescriptor& record) noexcept {
-        return reinterpret_cast<std::uintptr_t>(record.memory->GetAlignedPointer());
+    using Block = std::uint64_t __attribute__((vector_size(16)));
+
+    static void Note(Block& block, const void* record, std::size_t byte) noexcept {
+        std::memcpy(&block, static_cast<const unsigned char*>(record) + byte, sizeof block);
+    }
+    static void Compare(const Block& noted, const void* record, std::size_t byte,
+                        Block& differences) noexcept {
+        Block now;
+        Note(now, record, byte);
+        differences |= now ^ noted;
     }
 
-    bool Selects(const ImageView& view) const noexcept {
-        const Rectangle other = view.GetRegionOfInterest();
-        return other.getLeft() == region.getLeft() && other.getTop() == region.getTop() &&
-               other.getWidth() == region.getWidth() && other.getHeight() == region.getHeight() &&
-               view.GetFieldOfInterest() == field;
+    static std::uintptr_t AddressOf(const AlignedMemoryBuffer& memory) noexcept {
+        return reinterpret_cast<std::uintptr_t>(memory.GetAlignedPointer());
     }
 
-    template <std::size_t Bytes>
-    static void Note(std::array<unsigned char, Bytes>& notes, const void* now) noexcept {
-        std::memcpy(notes.data(), now, Bytes);
-    }
-
-    /// Asked a dozen times by every call: one piece of code without a branch.
-    template <std::size_t Bytes>
-    static bool AreSame(const std::array<unsigned char, Bytes>& notes, const void* now) noexcept {
-        constexpr std::size_t kWords = Bytes / sizeof(std::uint64_t);
-        static_assert(Bytes % sizeof(std::uint64_t) == 0 || Bytes % sizeof(std::uint64_t) == 4);
-        const auto differ = [&](auto word, std::size_t byte) {
-            auto noted = word;
-            std::memcpy(&noted, notes.data() + byte, sizeof noted);
-            std::memcpy(&word, static_cast<const unsigned char*>(now) + byte, sizeof word);
-            return std::uint64_t{noted ^ word};
-        };
-        const std::uint64_t last =
-            Bytes % sizeof(std::uint64_t) != 0 ? differ(std::uint32_t{}, Bytes - sizeof(std::uint32_t)) : 0;
-        return [&]<std::size_t... I>(std::index_sequence<I...>) {
-            return (last | ... | differ(std::uint64_t{}, I * sizeof(std::uint64_t))) == 0;
-        }
-        (std::make_index_sequence<kWords>());
-    }
-
-    // The fields of either record in one piece: before its channels, and behind its memory.
+    // The fields of either record in one piece: before its channels, of which the last block overlaps the one
+    // before it, and behind its memory, whose last word is by itself.
     static_assert(std::is_standard_layout_v<ImageDescriptor> && std::is_standard_layout_v<ChannelDescriptor>);
     static constexpr std::size_t kFormatBytes = 15 * sizeof(ULong32), kChannelBytes = 13 * sizeof(ULong32);
+    static constexpr std::size_t kChannelBlocks = kChannelBytes / sizeof(Block);
     static_assert(offsetof(ImageDescriptor, aggregateBits) + sizeof(ULong32) == kFormatBytes &&
                   sizeof(AggregateBitsPerChannelEnum) == sizeof(ULong32));
     static_assert(offsetof(ChannelDescriptor, clampHighLevel) + sizeof(float) -
-                      offsetof(ChannelDescriptor, width) ==
-                  kChannelBytes);
+                          offsetof(ChannelDescriptor, width) ==
+                      kChannelBytes &&
+                  kChannelBytes == kChannelBlocks * sizeof(Block) + sizeof(float));
+    static_assert(sizeof(Rectangle) == sizeof(Block) && std::is_trivially_copyable_v<Rectangle>);
+
+    static constexpr std::size_t FormatOffset(std::size_t i) noexcept {
+        return std::min(i * sizeof(Block), kFormatBytes - sizeof(Block));
+    }
+    static std::uint32_t LastWord(const ChannelDescriptor& record) noexcept {
+        std::uint32_t word = 0;
+        std::memcpy(&word, &record.clampHighLevel, sizeof word);
+        return word;
+    }
 
     struct Channel {
-        std::array<unsigned char, kChannelBytes> description;
-        ULong32 pitch, bytes;
-        std::uintptr_t base;
+        std::uint32_t lastWord = 0;
+        ULong32 pitch = 0, bytes = 0;
+        bool sharesMemory = false;  ///< with the channel before it
+        std::uintptr_t base = 0;
     };
 
-    Rectangle region;
+    Block region{};
+    std::array<Block, 4> format{};
+    std::array<std::array<Block, kChannelBlocks>, 4> descriptions{};
+    std::array<Channel, 4> of;
     WhichFieldEnum field = kFrame;
     std::size_t count = 0;
-    std::array<unsigned char, kFormatBytes> format;
-    std::array<Channel, 4> of;
 };
 
 /// The plan of a converter's last call with views. Hosts convert the same formats all day: the next call on
@@ -174,9 +196,13 @@ public:
     ConversionPlan* Recall(const ImageView& newSource, const ImageView& newDestination,
                            const Settings& newSettings, MoveSource moveSource,
                            MoveDestination moveDestination) noexcept {
-        if (!isKept || settings != newSettings || !source.Fit(newSource) ||
-            !destination.Fit(newDestination)) {
+        std::uintptr_t moved = 0;
+        if (!isKept || settings != newSettings || !source.Fit(newSource, moved) ||
+            !destination.Fit(newDestination, moved)) {
             return nullptr;
+        }
+        if (moved == 0) {
+            return &plan;
         }
         const auto follow = [](PictureNotes& notes, const ImageView& view, std::array<Plane, 4>& planes,
                                auto move) {
