@@ -24,6 +24,26 @@ namespace {
 /// Which taps lie a column before.
 using TapsBefore = std::array<bool, kMostTaps>;
 
+#if HWY_TARGET != HWY_SCALAR
+/// A vector of each line.
+template <std::size_t lines>
+struct LineVectors {
+    HWY_INLINE HWY_ATTR LineVectors Under(const LineVectors& f) const {
+        LineVectors made;
+        for (std::size_t i = 0; i < lines; ++i) {
+            made.line[i] = OverPixels(line[i], f.line[i]);
+        }
+        return made;
+    }
+    HWY_INLINE HWY_ATTR void Store(std::uint8_t* const (&out)[lines], std::size_t byte) const {
+        for (std::size_t i = 0; i < lines; ++i) {
+            hn::StoreU(line[i], DU8(), out[i] + byte);
+        }
+    }
+    VU8 line[lines];
+};
+#endif
+
 template <std::size_t taps, std::size_t lines = 1>
 struct OverMoved {
     using Place = simd::Place<kMostTaps + 1, 1, lines>;
@@ -68,52 +88,53 @@ struct OverMoved {
             in[t] = Load(at, t, 0, byte);
         }
     }
+    static HWY_INLINE HWY_ATTR LineVectors<lines> Behind(const Place& at, std::size_t byte) {
+        LineVectors<lines> behind;
+        for (std::size_t i = 0; i < lines; ++i) {
+            behind.line[i] = Load(at, kBehindTaps, i, byte);
+        }
+        return behind;
+    }
 #endif
 };
 
 #if HWY_TARGET != HWY_SCALAR
-/// A vector of each line.
-template <std::size_t lines>
-struct LineVectors {
-    HWY_INLINE HWY_ATTR void Store(std::uint8_t* const (&out)[lines], std::size_t byte) const {
-        for (std::size_t i = 0; i < lines; ++i) {
-            hn::StoreU(line[i], DU8(), out[i] + byte);
-        }
-    }
-    VU8 line[lines];
-};
-
-/// Vectors at an end, apart from the loop so that this exists once.
+/// Lines with a vector at either end that may overlap its neighbour, which takes less than steps there. What
+/// such a one reads is read before the loop writes there. The foreground of a vector is made while the one
+/// before it goes over the background: either alone leaves gaps between its instructions.
 template <class K>
-HWY_NOINLINE HWY_ATTR auto EdgeVectors(const K& kernel, const typename K::Place& at, std::size_t byte) {
-    return kernel.Make(at, byte);
-}
-
-/// Lines between a vector at either end, which takes less than steps there. Both are made before the loop
-/// writes where they read, and put after it. False where lines are too short or overlap with a shift.
-template <class K>
-HWY_NOINLINE HWY_ATTR bool RowOfPixels(const K& kernel, const typename K::Place& place, std::size_t columns) {
-    const typename K::Place at = place;
+HWY_NOINLINE HWY_ATTR void LinesOfPixels(const K& kernel, const MovedJob& job) {
     constexpr std::size_t kLanes = kVectorBytes / 4;
-    const auto behind = reinterpret_cast<std::uintptr_t>(at.in[kBehindTaps][0]);
-    const std::uintptr_t distance = behind - reinterpret_cast<std::uintptr_t>(at.out[0][0]);
-    if (columns < 2 * kLanes || (distance != 0 && distance + 4 * columns < 8 * columns)) {
+    const K local = kernel;
+    const std::size_t columns = job.width, last = columns - kLanes;
+    const std::size_t bands = simd::HWY_NAMESPACE::LinesOf<K>::Bands(job.height);
+    for (std::size_t band = 0; band < bands; ++band) {
+        const typename K::Place at = simd::HWY_NAMESPACE::PlaceOf<K, false>(job, band);
+        const auto first = local.Finish(local.Behind(at, 0), local.Begin(at, 0));
+        const auto lastBehind = local.Behind(at, 4 * last);
+        const std::size_t head = ColumnsToBoundary<K>(at.out[0][0]);
+        std::size_t x = head == 0 ? kLanes : std::min(head, kLanes);
+        auto begun = local.Begin(at, 4 * x);
+        for (; x + 2 * kLanes <= columns; x += kLanes) {
+            const auto next = local.Begin(at, 4 * (x + kLanes));
+            local.Finish(local.Behind(at, 4 * x), begun).Store(at.out[0], 4 * x);
+            begun = next;
+        }
+        local.Finish(local.Behind(at, 4 * x), begun).Store(at.out[0], 4 * x);
+        if (x != last) {
+            local.Finish(lastBehind, local.Begin(at, 4 * last)).Store(at.out[0], 4 * last);
+        }
+        first.Store(at.out[0], 0);
+    }
+}
+/// False where lines are too short, or not what LinesOfPixels can do.
+template <class K>
+HWY_ATTR bool WalkLinesOfPixels(const K& kernel, const MovedJob& job) {
+    if (job.width < 2 * (kVectorBytes / 4) || job.height == 0 || OverlapOf<K>(job) == Overlap::kShifted ||
+        !LiesInside<K>(job)) {
         return false;
     }
-    const K local = kernel;
-    const std::size_t last = 4 * (columns - kLanes);
-    const auto before = EdgeVectors(kernel, place, 0), after = EdgeVectors(kernel, place, last);
-    std::size_t x = std::min(ColumnsToBoundary<K>(at.out[0][0]), kLanes);
-    for (; x + K::kStep <= columns; x += K::kStep) {
-        local.Step(at, x, PutInCache{});
-    }
-    if constexpr (K::kStep != kLanes) {
-        for (; x + kLanes <= columns; x += kLanes) {
-            local.Make(at, 4 * x).Store(at.out[0], 4 * x);
-        }
-    }
-    before.Store(at.out[0], 0);
-    after.Store(at.out[0], last);
+    LinesOfPixels(kernel, job);
     return true;
 }
 /// Rows that touch, around the cache but for the ends of all. `Step` makes the first pixel of each of them
@@ -167,6 +188,7 @@ struct MovedPremultiplied32 : OverMoved<taps> {
     using Base = OverMoved<taps>;
     using typename Base::Place;
     static constexpr bool kStaysInCache = !joined;
+    [[maybe_unused]] static constexpr bool kInLines = !joined;
 
     void Unit(const Place& at, std::size_t x) const { Base::PremultipliedUnit(at, 0, x); }
 
@@ -174,31 +196,31 @@ struct MovedPremultiplied32 : OverMoved<taps> {
     static constexpr std::size_t kVectors = 2;  // more do not find registers
     static constexpr std::size_t kStep = kVectors * kVectorBytes / 4;
 
-    HWY_INLINE HWY_ATTR LineVectors<1> Make(const Place& at, std::size_t byte) const {
-        VU8 in[taps], f;
+    HWY_INLINE HWY_ATTR LineVectors<1> Begin(const Place& at, std::size_t byte) const {
+        VU8 in[taps];
         Base::Load(at, byte, in);
         if constexpr (coarse) {
-            f = MixCoarsely<taps>(in, Base::shares);
+            return {{MixCoarsely<taps>(in, Base::shares)}};
         } else {
-            f = MixBytesOf<taps>(in, Base::shares);
+            return {{MixBytesOf<taps>(in, Base::shares)}};
         }
-        return {{OverPixels(Base::Load(at, kBehindTaps, 0, byte), f)}};
+    }
+    HWY_INLINE HWY_ATTR LineVectors<1> Finish(const LineVectors<1>& behind, const LineVectors<1>& f) const {
+        return behind.Under(f);
     }
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
         VU8 made[kVectors];
         for (std::size_t i = 0; i < kVectors; ++i) {
-            made[i] = Make(at, 4 * x + i * kVectorBytes).line[0];
+            const std::size_t byte = 4 * x + i * kVectorBytes;
+            made[i] = Finish(Base::Behind(at, byte), Begin(at, byte)).line[0];
         }
         for (std::size_t i = 0; i < kVectors; ++i) {
             put(DU8(), made[i], at.out[0][0] + 4 * x + i * kVectorBytes);
         }
     }
     HWY_ATTR bool Row(const Place& at, std::size_t columns) const {
-        if (joined) {
-            return false;
-        }
-        return Base::shares.joined != 0 ? StreamedRows(*this, at, columns) : RowOfPixels(*this, at, columns);
+        return !joined && Base::shares.joined != 0 && StreamedRows(*this, at, columns);
     }
 #endif
 };
@@ -207,7 +229,7 @@ struct MovedPremultiplied32 : OverMoved<taps> {
 /// the first one has in hand.
 struct MovedLines32 : OverMoved<4, 2> {
     using Lines = simd::LinePairs;
-    [[maybe_unused]] static constexpr bool kStaysInCache = true;
+    [[maybe_unused]] static constexpr bool kStaysInCache = true, kInLines = true;
 
     void Unit(const Place& at, std::size_t x) const {
         PremultipliedUnit(at, 0, x);
@@ -217,25 +239,22 @@ struct MovedLines32 : OverMoved<4, 2> {
 #if HWY_TARGET != HWY_SCALAR
     static constexpr std::size_t kStep = kVectorBytes / 4;
 
-    HWY_INLINE HWY_ATTR LineVectors<2> Make(const Place& at, std::size_t byte) const {
+    HWY_INLINE HWY_ATTR LineVectors<2> Begin(const Place& at, std::size_t byte) const {
         const auto sums = [&](std::size_t tap, std::size_t line) HWY_ATTR {
             return CoarseSums(Load(at, tap, line, byte), Load(at, tap + 1, line, byte), shares);
         };
         const CoarseSums between = sums(0, 0);
-        const VU8 first = between.Towards(sums(2, 0), shares).Mean();
-        const VU8 second = sums(0, 1).Towards(between, shares).Mean();
-        return {{OverPixels(Load(at, kBehindTaps, 0, byte), first),
-                 OverPixels(Load(at, kBehindTaps, 1, byte), second)}};
+        return {{between.Towards(sums(2, 0), shares).Mean(), sums(0, 1).Towards(between, shares).Mean()}};
+    }
+    HWY_INLINE HWY_ATTR LineVectors<2> Finish(const LineVectors<2>& behind, const LineVectors<2>& f) const {
+        return behind.Under(f);
     }
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
-        const auto made = Make(at, 4 * x);
+        const LineVectors<2> made = Finish(Behind(at, 4 * x), Begin(at, 4 * x));
         for (std::size_t i = 0; i < 2; ++i) {
             put(DU8(), made.line[i], at.out[0][i] + 4 * x);
         }
-    }
-    HWY_ATTR bool Row(const Place& at, std::size_t columns) const {
-        return RowOfPixels(*this, at, columns);
     }
 #endif
 };
@@ -244,7 +263,7 @@ template <std::size_t taps, bool coarse>
 struct MovedStraight32 : OverMoved<taps> {
     using Base = OverMoved<taps>;
     using typename Base::Place;
-    static constexpr bool kStaysInCache = true;
+    [[maybe_unused]] static constexpr bool kStaysInCache = true, kInLines = true;
 
     void Unit(const Place& at, std::size_t x) const {
         std::uint8_t f[4];
@@ -255,11 +274,19 @@ struct MovedStraight32 : OverMoved<taps> {
 #if HWY_TARGET != HWY_SCALAR
     static constexpr std::size_t kStep = kVectorBytes / 4;
 
-    HWY_INLINE HWY_ATTR LineVectors<1> Make(const Place& at, std::size_t byte) const {
-        const DU8 d;
+    /// The taps; what follows depends on them.
+    struct Taps {
         VU8 in[taps];
-        Base::Load(at, byte, in);
-        const VU8 b = Base::Load(at, kBehindTaps, 0, byte);
+    };
+    HWY_INLINE HWY_ATTR Taps Begin(const Place& at, std::size_t byte) const {
+        Taps begun;
+        Base::Load(at, byte, begun.in);
+        return begun;
+    }
+    HWY_INLINE HWY_ATTR LineVectors<1> Finish(const LineVectors<1>& behind, const Taps& begun) const {
+        const DU8 d;
+        const auto& in = begun.in;
+        const VU8 b = behind.line[0];
         const StraightPixels<taps, coarse> f(in, Base::shares);
         if (f.IsFlat()) {
             const VI32 isOpaque = hn::VecFromMask(DI32(), f.IsOpaque());
@@ -270,10 +297,7 @@ struct MovedStraight32 : OverMoved<taps> {
     }
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
-        put(DU8(), Make(at, 4 * x).line[0], at.out[0][0] + 4 * x);
-    }
-    HWY_ATTR bool Row(const Place& at, std::size_t columns) const {
-        return RowOfPixels(*this, at, columns);
+        put(DU8(), Finish(Base::Behind(at, 4 * x), Begin(at, 4 * x)).line[0], at.out[0][0] + 4 * x);
     }
 #endif
 };
@@ -283,6 +307,13 @@ void WalkMoved(const MovedJob& job, const MixShares& shares, const TapsBefore& b
     Moved moved;
     moved.shares = shares;
     moved.before = before;
+#if HWY_TARGET != HWY_SCALAR
+    if constexpr (Moved::kInLines) {
+        if (shares.joined == 0 && WalkLinesOfPixels(moved, job)) {
+            return;
+        }
+    }
+#endif
     Walk(moved, job);
 }
 
