@@ -42,6 +42,8 @@ struct LineVectors {
     }
     VU8 line[lines];
 };
+/// SSSE3 copies registers where others have a third operand.
+constexpr bool kMixesAhead = HWY_TARGET != HWY_SSSE3;
 #endif
 
 template <std::size_t taps, std::size_t lines = 1>
@@ -100,8 +102,8 @@ struct OverMoved {
 
 #if HWY_TARGET != HWY_SCALAR
 /// Lines with a vector at either end that may overlap its neighbour, which takes less than steps there. What
-/// such a one reads is read before the loop writes there. The foreground of a vector is made while the one
-/// before it goes over the background: either alone leaves gaps between its instructions.
+/// such a one reads is read before the loop writes there. With `kAhead` the foreground of a vector is made
+/// while the one before it goes over the background: either alone leaves gaps between its instructions.
 template <class K>
 HWY_NOINLINE HWY_ATTR void LinesOfPixels(const K& kernel, const MovedJob& job) {
     constexpr std::size_t kLanes = kVectorBytes / 4;
@@ -114,14 +116,21 @@ HWY_NOINLINE HWY_ATTR void LinesOfPixels(const K& kernel, const MovedJob& job) {
         const auto lastBehind = local.Behind(at, 4 * last);
         const std::size_t head = ColumnsToBoundary<K>(at.out[0][0]);
         std::size_t x = head == 0 ? kLanes : std::min(head, kLanes);
-        auto begun = local.Begin(at, 4 * x);
-        for (; x + 2 * kLanes <= columns; x += kLanes) {
-            const auto next = local.Begin(at, 4 * (x + kLanes));
+        if constexpr (K::kAhead) {
+            auto begun = local.Begin(at, 4 * x);
+            for (; x + 2 * kLanes <= columns; x += kLanes) {
+                const auto next = local.Begin(at, 4 * (x + kLanes));
+                local.Finish(local.Behind(at, 4 * x), begun).Store(at.out[0], 4 * x);
+                begun = next;
+            }
             local.Finish(local.Behind(at, 4 * x), begun).Store(at.out[0], 4 * x);
-            begun = next;
+            x += kLanes;
+        } else {
+            for (; x + kLanes <= columns; x += kLanes) {
+                local.Finish(local.Behind(at, 4 * x), local.Begin(at, 4 * x)).Store(at.out[0], 4 * x);
+            }
         }
-        local.Finish(local.Behind(at, 4 * x), begun).Store(at.out[0], 4 * x);
-        if (x != last) {
+        if (x != columns) {
             local.Finish(lastBehind, local.Begin(at, 4 * last)).Store(at.out[0], 4 * last);
         }
         first.Store(at.out[0], 0);
@@ -193,6 +202,7 @@ struct MovedPremultiplied32 : OverMoved<taps> {
     void Unit(const Place& at, std::size_t x) const { Base::PremultipliedUnit(at, 0, x); }
 
 #if HWY_TARGET != HWY_SCALAR
+    static constexpr bool kAhead = kMixesAhead && (taps == 2 || coarse);
     static constexpr std::size_t kVectors = 2;  // more do not find registers
     static constexpr std::size_t kStep = kVectors * kVectorBytes / 4;
 
@@ -237,6 +247,7 @@ struct MovedLines32 : OverMoved<4, 2> {
     }
 
 #if HWY_TARGET != HWY_SCALAR
+    static constexpr bool kAhead = kMixesAhead;
     static constexpr std::size_t kStep = kVectorBytes / 4;
 
     HWY_INLINE HWY_ATTR LineVectors<2> Begin(const Place& at, std::size_t byte) const {
@@ -272,6 +283,7 @@ struct MovedStraight32 : OverMoved<taps> {
     }
 
 #if HWY_TARGET != HWY_SCALAR
+    static constexpr bool kAhead = false;
     static constexpr std::size_t kStep = kVectorBytes / 4;
 
     /// The taps; what follows depends on them.
