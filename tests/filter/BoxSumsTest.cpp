@@ -232,9 +232,12 @@ TEST(DeepDefocus, WritesAroundTheCacheTheSameBytes) {
         ASSERT_NO_FATAL_FAILURE(Compare({67, 11, 5, 3}, {padding}));
         ASSERT_NO_FATAL_FAILURE(Compare({67, 21, 15, 19}, {padding}));
     }
-    // Lines of whole vectors.
-    ASSERT_NO_FATAL_FAILURE(Compare({128, 16, 5, 3}));
-    ASSERT_NO_FATAL_FAILURE(Compare({144, 37, 31, 19}, {64}));
+    // Lines of the cache: whole rows of them, and rows that end in one.
+    for (unsigned width = 112; width <= 144; width += 4) {
+        const std::size_t padding = 64 + (64 - 4 * width % 64) % 64;
+        ASSERT_NO_FATAL_FAILURE(Compare({width, 16, 5, 3}, {padding})) << width;
+        ASSERT_NO_FATAL_FAILURE(Compare({width, 37, 31, 19}, {padding})) << width;
+    }
 }
 
 }  // namespace

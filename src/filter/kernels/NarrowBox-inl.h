@@ -259,11 +259,14 @@ private:
             }
         };
         // Lines of the cache in parts, and of several rows in turn, would be slow.
-        const bool streams = kBytes == 64 && job.streams &&
+        constexpr std::size_t kLine = 64;
+        const bool streams = 2 * kBytes >= kLine && job.streams &&
                              ((reinterpret_cast<std::uintptr_t>(rows.out[0]) |
                                static_cast<std::uintptr_t>(job.destination.pitch)) %
-                              kBytes) == 0;
-        if (streams) {
+                              kLine) == 0;
+        if (streams && kBytes < kLine) {
+            StreamHalves(rows, boxes, toBytes);
+        } else if (streams) {
             run([d](VU8 pixels, std::uint8_t* to) HWY_ATTR { hn::Stream(pixels, d, to); });
         } else {
             run([d](VU8 pixels, std::uint8_t* to) HWY_ATTR { hn::StoreU(pixels, d, to); });
@@ -279,6 +282,37 @@ private:
                     hn::Store(toBytes(sum), d, some);
                     std::memcpy(rows.out[row] + at, some, bytes);
                 });
+        }
+    }
+
+    /// Writes the vectors that are not at an edge around the cache, where two of them are a line: one part
+    /// follows the other at once.
+    template <std::size_t kCount, class ToBytes>
+    HWY_INLINE HWY_ATTR void StreamHalves(const NarrowRows<kCount>& rows,
+                                          NarrowBoxes<kReach> (&boxes)[kCount], ToBytes toBytes) const {
+        const DU8 d;
+        const std::size_t column = 4 * (job.left + kReach);
+        VU8 halves[kCount];
+        const auto step = [&](std::size_t at, auto put) HWY_ATTR {
+            Step(
+                rows, sums + 2 * at, boxes,
+                [at = at + column, d](const std::uint8_t* row) HWY_ATTR { return hn::LoadU(d, row + at); },
+                [toBytes, put](std::size_t row, Halves sum) HWY_ATTR { put(row, toBytes(sum)); });
+        };
+        for (std::size_t i = 0; i < plain; i += 2) {
+            const std::size_t at = i * kBytes;
+            FetchAhead(rows.entering, column + at, 2 * kBytes);
+            step(at, [&halves](std::size_t row, VU8 pixels) HWY_ATTR { halves[row] = pixels; });
+            if (i + 1 == plain) {
+                for (std::size_t row = 0; row < kCount; ++row) {
+                    hn::Store(halves[row], d, rows.out[row] + at);
+                }
+                break;
+            }
+            step(at + kBytes, [&rows, &halves, at, d](std::size_t row, VU8 pixels) HWY_ATTR {
+                hn::Stream(halves[row], d, rows.out[row] + at);
+                hn::Stream(pixels, d, rows.out[row] + at + kBytes);
+            });
         }
     }
 

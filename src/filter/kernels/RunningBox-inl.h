@@ -33,6 +33,8 @@ HWY_INLINE HWY_ATTR VU16 Slot(const std::uint8_t* slot) {
     return hn::BitCast(DU16(), hn::Load(DU8(), slot));
 }
 
+constexpr std::size_t kLine = 64;  ///< of the cache
+
 /// Boxes on their way along `kPixels` columns, in as many parts as a block has rows.
 template <class Summing>
 class Boxes {
@@ -73,11 +75,18 @@ public:
         Turned(even, put(0));
         Turned(odd, put(1));
     }
-    /// The same around the cache, to whole vectors.
-    HWY_INLINE HWY_ATTR void Stream(std::uint8_t* const (&rows)[kRows], std::size_t x) const {
-        const auto put = [&rows, x](std::size_t odds) {
-            return [&rows, x, odds](VU8 pixels, std::size_t i)
-                       HWY_ATTR { hn::Stream(pixels, DU8(), rows[2 * i + odds] + 4 * x); };
+    /// The same around the cache, to whole lines: `halves` is what goes before, if anything does.
+    HWY_INLINE HWY_ATTR void Stream(std::uint8_t* const (&rows)[kRows], std::size_t x,
+                                    const std::uint8_t* halves) const {
+        const auto put = [&rows, x, halves](std::size_t odds) {
+            return [&rows, x, halves, odds](VU8 pixels, std::size_t i) HWY_ATTR {
+                const DU8 d;
+                std::uint8_t* const to = rows[2 * i + odds] + 4 * x;
+                if constexpr (kBytes < kLine) {
+                    hn::Stream(hn::Load(d, halves + (2 * i + odds) * kBytes), d, to - kBytes);
+                }
+                hn::Stream(pixels, d, to);
+            };
         };
         Turned(even, put(0));
         Turned(odd, put(1));
@@ -124,9 +133,9 @@ HWY_ATTR void BlurBlock(const BoxJob& job, const Block& rows, const Summing& the
     const std::size_t width = job.width, left = job.left, right = job.right, reach = job.boxWidth / 2;
     const std::size_t end = EndColumn(job);
     const auto address = reinterpret_cast<std::uintptr_t>(block.out[0] + 4 * left);
-    // Lines of the cache in parts, and of several rows in turn, would be slow.
-    const bool streams = kBytes == 64 && job.streams &&
-                         (address | static_cast<std::uintptr_t>(job.destination.pitch)) % kBytes == 0;
+    // Lines of the cache in parts, and of several rows in turn, would be slow: a half waits for the other.
+    const bool streams = 2 * kBytes >= kLine && job.streams &&
+                         (address | static_cast<std::uintptr_t>(job.destination.pitch)) % kLine == 0;
 
     NoBoxes none;
     std::size_t made = FirstColumn(job);
@@ -164,14 +173,23 @@ HWY_ATTR void BlurBlock(const BoxJob& job, const Block& rows, const Summing& the
         Ring::Walk entering = ring.From(x + reach), leaving = ring.From(x - reach - 1),
                    next = ring.From(made);
         std::uint8_t* ofColumns = columns.At(made);
+        alignas(kBytes) std::uint8_t halves[kRows][kBytes];
+        std::uint8_t* halfRows[kRows];
+        for (std::size_t i = 0; i < kRows; ++i) {
+            halfRows[i] = halves[i];
+        }
         for (const std::size_t after = x + vectors * kPixels; x != after; x += kPixels, made += kPixels) {
             Boxes<Summing> boxes(summing, sums, entering.Slots(), leaving.Slots(), AboveAt(above, x - left));
             columns.Make(block, made, made + kPixels, ofColumns, next.Slots(), boxes);
             sums = boxes.Last();
-            if (streams) {
-                boxes.Stream(block.out, x);
-            } else {
+            if (!streams) {
                 boxes.Write(block.out, x);
+            } else if (kBytes < kLine && (x - left) % (2 * kPixels) == 0 && x + kPixels != after) {
+                boxes.Write(halfRows, 0);
+            } else if (kBytes < kLine && (x - left) % (2 * kPixels) == 0) {
+                boxes.Write(block.out, x);
+            } else {
+                boxes.Stream(block.out, x, halves[0]);
             }
             next.RepeatFirst();
             ofColumns += 2 * kBytes;
