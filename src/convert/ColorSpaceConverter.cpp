@@ -148,18 +148,21 @@ Long32 ColorSpaceConverter::PlanOfViews(const ImageView& source, const ImageView
                                         ProcessingStyleEnum callStyle, const double* callMatrix,
                                         const double* callOffset, ConversionPlan& plan) noexcept {
     ConversionRequest request;
-    const std::size_t sources = TakePlanes(source, plan.job.planes.source, request.sourceSelection);
-    const std::size_t destinations =
-        TakePlanes(destination, plan.job.planes.destination, request.destinationSelection);
-    if (sources == 0 || destinations == 0) {
+    // Also planes that are read before one is found to be missing are known from then on. A channel that an
+    // image does not have leaves what was known of it.
+    const auto take = [](const ImageView& view, std::array<Plane, 4>& planes, Selection& selection,
+                         KnownPlane(&known)[4]) {
+        const std::size_t channels = TakePlanes(view, planes, selection);
+        for (std::size_t i = 0; i < 4; ++i) {
+            if (planes[i].first != nullptr) {
+                known[i] = {planes[i].first, planes[i].pitch};
+            }
+        }
+        return channels != 0;
+    };
+    if (!take(source, plan.job.planes.source, request.sourceSelection, knownSource) ||
+        !take(destination, plan.job.planes.destination, request.destinationSelection, knownDestination)) {
         return kStatusNullPointer;
-    }
-    // A channel that an image does not have leaves what was known of it.
-    for (std::size_t i = 0; i < sources; ++i) {
-        knownSource[i] = {plan.job.planes.source[i].first, plan.job.planes.source[i].pitch};
-    }
-    for (std::size_t i = 0; i < destinations; ++i) {
-        knownDestination[i] = {plan.job.planes.destination[i].first, plan.job.planes.destination[i].pitch};
     }
     const FormatPair formats = ClassifyPair(*source.GetImage(), *destination.GetImage());
     request.source = formats.source;
