@@ -223,6 +223,17 @@ TEST(ConverterAfterCalls, RefusalsAreToldEachTimeAndLeaveNothingBehind) {
         98);
 }
 
+TEST(ConverterAfterCalls, TheProcessorCountsFromTheNextCallOn) {
+    Whole from(kFmtRGB32, 20, 4), to(kFmtCbYCrA, 20, 4);
+    ColorSpaceConverter converter;
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_EQ(Do(converter, from, to, kFlp_SIMD), 0);
+        ASSERT_EQ(Do(converter, from, to, kFlp_SIMD), 0);
+        const ScopedInstructionSet without(kMMX);
+        ASSERT_EQ(Do(converter, from, to, kFlp_SIMD), 5);
+    }
+}
+
 TEST(ConverterAfterCalls, SettersCountFromTheNextCallOn) {
     Whole uyvy(kFmtCbYCrY, 33, 2), rgb(kFmtRGB32, 33, 2);
     ColorSpaceConverter converter;
@@ -314,6 +325,9 @@ TEST(ConverterAfterCalls, PlainMemoryTakesThePlanesOfTheLastCallOnViews) {
         ASSERT_EQ(Do(converter, first, rgb), 0);
         EXPECT_EQ(alphaOfRaw(1), 10);
         // Described like the one before, in other memory.
+        ASSERT_EQ(Do(converter, second, rgb), 0);
+        EXPECT_EQ(alphaOfRaw(1), 20);
+        ASSERT_EQ(Do(converter, first, rgb), 0);
         ASSERT_EQ(Do(converter, second, rgb), 0);
         EXPECT_EQ(alphaOfRaw(1), 20);
         // Calls on plain memory leave the planes alone.
