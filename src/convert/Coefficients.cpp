@@ -14,7 +14,7 @@ constexpr std::int16_t RoundToWord(double value) noexcept {
     return TruncateToWord(value < 0 ? value - 0.5 : value + 0.5);
 }
 
-constexpr void Fill(FixedPointCoefficients& block, const CoefficientForm& form) noexcept {
+constexpr void Fill(PreparedCoefficients& block, const CoefficientForm& form) noexcept {
     for (std::size_t i = 0; i < 4; ++i) {
         for (std::size_t j = 0; j < 4; ++j) {
             const std::size_t row = form.isTransposed ? j : i;
@@ -32,19 +32,30 @@ constexpr void Fill(FixedPointCoefficients& block, const CoefficientForm& form) 
             block.offsetFixed[row][column] = fixed;
             block.offsetPaired[row][column] = fixed;
             block.offsetPaired[row][column + 4] = fixed;
+            block.wholeOffsets[row][column] = TruncateToWord(block.offset[row][column]);
         }
     }
+    for (std::size_t i = 0; i < 3; ++i) {
+        std::int64_t offsets = std::int64_t{block.offsetFixed[1][i]} * 65536;
+        for (std::size_t j = 0; j < 4; ++j) {
+            offsets += std::int32_t{block.matrixFixed[i][j]} * block.offsetFixed[0][j];
+        }
+        block.sevenBitOffsets[i] = static_cast<std::int32_t>(offsets >> 7);
+    }
+    const auto& before = block.wholeOffsets[0];
+    block.hasNeutralGrey =
+        before[0] == 0 && before[1] == 0 && before[2] == 0 && before[3] == 0 && EightBitGreyIsNeutral(block);
 }
 
 constexpr std::array kForms = {kOffsetsIn16ths, kWholeOffsets, kTransposed};
 
-using BlocksOfKind = std::array<FixedPointCoefficients, kForms.size()>;
+using BlocksOfKind = std::array<PreparedCoefficients, kForms.size()>;
 
 constexpr std::array<BlocksOfKind, kDefaultMatrices.size()> kDefaults = [] {
     std::array<BlocksOfKind, kDefaultMatrices.size()> all{};
     for (std::size_t kind = 0; kind < all.size(); ++kind) {
         for (std::size_t form = 0; form < kForms.size(); ++form) {
-            FixedPointCoefficients& block = all[kind][form];
+            PreparedCoefficients& block = all[kind][form];
             for (std::size_t i = 0; i < 4; ++i) {
                 for (std::size_t j = 0; j < 4; ++j) {
                     block.matrix[i][j] = kDefaultMatrices[kind].matrix[i][j];
@@ -62,7 +73,7 @@ constexpr std::array<BlocksOfKind, kDefaultMatrices.size()> kDefaults = [] {
 static_assert([] {
     for (std::size_t kind = 0; kind < kDefaults.size(); ++kind) {
         const bool toYCrCb = kind == kKindStudioRGBToYCrCb || kind == kKindFullRGBToYCrCb;
-        for (const FixedPointCoefficients& block : kDefaults[kind]) {
+        for (const PreparedCoefficients& block : kDefaults[kind]) {
             if (toYCrCb && !EightBitSumsFit(block, EightBitOffsets(block))) {
                 return false;
             }
@@ -76,7 +87,7 @@ static_assert([] {
 
 }  // namespace
 
-const FixedPointCoefficients& DefaultCoefficients(ConversionKind kind, const CoefficientForm& form) noexcept {
+const PreparedCoefficients& DefaultCoefficients(ConversionKind kind, const CoefficientForm& form) noexcept {
     std::size_t index = 0;
     while (index + 1 < kForms.size() && !(kForms[index] == form)) {
         ++index;
@@ -85,7 +96,7 @@ const FixedPointCoefficients& DefaultCoefficients(ConversionKind kind, const Coe
 }
 
 void MakeCoefficients(const double* matrix, const double* offset, const CoefficientForm& form,
-                      bool alphaTakesPart, FixedPointCoefficients& block) noexcept {
+                      bool alphaTakesPart, PreparedCoefficients& block) noexcept {
     for (std::size_t i = 0; i < 4; ++i) {
         for (std::size_t j = 0; j < 4; ++j) {
             block.matrix[i][j] = matrix[4 * i + j];

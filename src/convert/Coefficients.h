@@ -44,13 +44,22 @@ struct alignas(16) FixedPointCoefficients {
 };
 static_assert(sizeof(FixedPointCoefficients) == 336);
 
+/// A block, and what kernels make of it before the first pixel.
+struct PreparedCoefficients : FixedPointCoefficients {
+    /// Both offsets of a row for input times 128, as they meet the sum of products, in 8192ths.
+    std::int32_t sevenBitOffsets[3];
+    std::int16_t wholeOffsets[2][4];  ///< `offset`, truncated
+    /// No offsets before the matrix, and `EightBitGreyIsNeutral`.
+    bool hasNeutralGrey;
+};
+
 /// The coefficients of a default matrix: the same for all calls.
-const FixedPointCoefficients& DefaultCoefficients(ConversionKind kind, const CoefficientForm& form) noexcept;
+const PreparedCoefficients& DefaultCoefficients(ConversionKind kind, const CoefficientForm& form) noexcept;
 
 /// The coefficients of a caller's matrix and offsets: 16 and 8 doubles. Where alpha takes no part in colour
 /// its column is 0.
 void MakeCoefficients(const double* matrix, const double* offset, const CoefficientForm& form,
-                      bool alphaTakesPart, FixedPointCoefficients& block) noexcept;
+                      bool alphaTakesPart, PreparedCoefficients& block) noexcept;
 
 }  // namespace Zan
 

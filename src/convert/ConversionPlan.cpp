@@ -87,7 +87,7 @@ Long32 TakePlanes(const ConversionRequest& request, const PairRecord* pair, Pitc
 
 void TakeCoefficients(const ConversionRequest& request, ConversionKind kind, const CoefficientForm& form,
                       bool alphaTakesPart, ConversionPlan& plan) noexcept {
-    const FixedPointCoefficients& defaults = DefaultCoefficients(kind, form);
+    const PreparedCoefficients& defaults = DefaultCoefficients(kind, form);
     plan.job.coefficients = &defaults;
     plan.job.hasDefaults = request.matrix == nullptr && request.offset == nullptr;
     if (!plan.job.hasDefaults) {

@@ -35,9 +35,9 @@ struct ConversionPlan {
 
     const ConversionKernel* kernel = nullptr;
     PairPaths path = kOnGeneral;
-    bool isTransposed = false;               ///< the coefficients of the kernel
-    ConversionJob job;                       ///< its planes, by channel, are the caller's to fill in first
-    FixedPointCoefficients ownCoefficients;  ///< of a caller's matrix or offsets; not set else
+    bool isTransposed = false;             ///< the coefficients of the kernel
+    ConversionJob job;                     ///< its planes, by channel, are the caller's to fill in first
+    PreparedCoefficients ownCoefficients;  ///< of a caller's matrix or offsets; not set else
 };
 
 /// Tests a request and prepares its run. Returns 0, or the status that the path of the style refuses with;

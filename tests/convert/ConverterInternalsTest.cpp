@@ -40,7 +40,7 @@ FixedPointCoefficients CoefficientsOf(ULong32 source, ULong32 destination, const
     if (matrix == nullptr && offset == nullptr) {
         return defaults;
     }
-    FixedPointCoefficients block;
+    PreparedCoefficients block;
     MakeCoefficients(matrix != nullptr ? matrix : &defaults.matrix[0][0],
                      offset != nullptr ? offset : &defaults.offset[0][0], pair.form, true, block);
     return block;

@@ -50,8 +50,8 @@ protected:
 #if HWY_TARGET == HWY_SCALAR
 
 template <class Run>
-void Columnwise::WithForm(const ConversionJob& job, const Run& run) {
-    run(Columnwise(job));
+void Columnwise::WithForm(const ConversionJob&, const Run& run) {
+    run(std::type_identity<Columnwise>());
 }
 
 #else
@@ -126,9 +126,9 @@ template <class Run>
 void Columnwise::WithForm(const ConversionJob& job, const Run& run) {
     const auto& m = job.coefficients->matrixFixed;
     if (m[1][0] == m[1][1] && m[1][0] == m[1][2] && m[0][2] == 0 && m[2][0] == 0 && m[1][0] != -32768) {
-        run(VectorColumnwise<true>(job));
+        run(std::type_identity<VectorColumnwise<true> >());
     } else {
-        run(VectorColumnwise<false>(job));
+        run(std::type_identity<VectorColumnwise<false> >());
     }
 }
 

@@ -5,7 +5,7 @@
 //
 //     void Formula(Block&) const;    // what the vectors must be equal to: whole groups of columns
 //     void Doubles(Block&) const;                // the same in double precision: what is left, or everything
-//     static void WithForm(job, run);            // run(arithmetic or the vector form of it)
+//     static void WithForm(job, run);            // run(type of the arithmetic or of the vector form of it)
 //
 // and a vector form, which is an arithmetic whose results are those of the formula for the coefficients of
 // the call,
@@ -25,6 +25,7 @@
 #include <algorithm>
 #include <concepts>
 #include <cstring>
+#include <type_traits>
 
 #include "convert/Layouts.h"
 #include "convert/kernels/ConversionFormulas.h"
@@ -40,8 +41,14 @@ namespace {
 using namespace simd::HWY_NAMESPACE;
 using simd::PlaneUse;
 
-/// The rows of up to four planes on either side, by channel.
-using Rows = simd::Place<4, 4, 2>;
+/// The rows of up to four planes on either side, by channel. Those of planes that a conversion does not use
+/// are not set: to clear them takes as long as some steps.
+struct Rows {
+    static constexpr std::size_t kSources = 4, kDestinations = 4, kLines = 2, kRows = 2;
+
+    const std::uint8_t* in[kSources][kRows];
+    std::uint8_t* out[kDestinations][kLines];
+};
 
 template <class R>
 concept ReadsPixels = requires(const R reader, const Rows& at, std::size_t x) {
@@ -218,12 +225,38 @@ private:
     }
 };
 
+/// The planes of a job that a kernel uses, and no others: a copy of them all takes longer than a short row.
+template <class K>
+auto JobOf(const simd::Job<4, 4>& all) {
+    constexpr auto count = [](const auto& planes) {
+        std::size_t highest = 0;
+        for (const PlaneUse& use : planes) {
+            highest = std::max(highest, use.index);
+        }
+        return highest + 1;
+    };
+    simd::Job<count(K::kSources), count(K::kDestinations)> job;
+    std::copy_n(all.source.begin(), job.source.size(), job.source.begin());
+    std::copy_n(all.destination.begin(), job.destination.size(), job.destination.begin());
+    job.width = all.width;
+    job.height = all.height;
+    job.whole = all.whole;
+    job.isInside = all.isInside;
+    return job;
+}
+
 /// Runs a conversion.
 template <class Reader, class Arithmetic, class Writer, class Lines = simd::SingleLines>
 void Convert(const ConversionJob& job) {
-    Arithmetic::WithForm(job, [&](const auto& arithmetic) {
-        using Form = std::remove_cvref_t<decltype(arithmetic)>;
-        Walk(Conversion<Reader, Form, Writer, Lines>{arithmetic, job.alphaFill}, job.planes);
+    Arithmetic::WithForm(job, [&](auto type) {
+        using Form = typename decltype(type)::type;
+        using Kernel = Conversion<Reader, Form, Writer, Lines>;
+        // Made in place, since a copy takes as long.
+        if constexpr (std::is_constructible_v<Form, const ConversionJob&>) {
+            Walk(Kernel{Form(job), job.alphaFill}, JobOf<Kernel>(job.planes));
+        } else {
+            Walk(Kernel{Form(), job.alphaFill}, JobOf<Kernel>(job.planes));
+        }
     });
 }
 

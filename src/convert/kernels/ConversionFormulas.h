@@ -197,15 +197,15 @@ constexpr bool SevenBitSumsFit(const FixedPointCoefficients& c) noexcept {
 
 // ---- Eight-bit input: whole offsets, of which chroma takes only those after the matrix --------------------
 
-/// The offsets as the kernels take them, out of the doubles.
+/// The offsets as the kernels take them, truncated.
 struct EightBitOffsets {
     std::int16_t before[4];
     std::int16_t after[4];
 
-    explicit constexpr EightBitOffsets(const FixedPointCoefficients& c) noexcept : before{}, after{} {
+    explicit constexpr EightBitOffsets(const PreparedCoefficients& c) noexcept : before{}, after{} {
         for (std::size_t i = 0; i < 4; ++i) {
-            before[i] = TruncateToWord(c.offset[0][i]);
-            after[i] = TruncateToWord(c.offset[1][i]);
+            before[i] = c.wholeOffsets[0][i];
+            after[i] = c.wholeOffsets[1][i];
         }
     }
 };

@@ -8,7 +8,7 @@
 
 namespace Zan {
 
-struct FixedPointCoefficients;
+struct PreparedCoefficients;
 
 /// One run of a kernel, from planes to planes by channel.
 ///
@@ -17,7 +17,7 @@ struct FixedPointCoefficients;
 /// alpha or luma plane. The columns beyond `planes.whole` are made in double precision.
 struct ConversionJob {
     simd::Job<4, 4> planes;
-    const FixedPointCoefficients* coefficients;  ///< null for a pair that has no matrix
+    const PreparedCoefficients* coefficients;  ///< null for a pair that has no matrix
     ConverterFormat source, destination;
     bool hasDefaults;  ///< the coefficients are those of a default matrix, of which kernels know more
     bool inDoubles;    ///< for the floating-point path

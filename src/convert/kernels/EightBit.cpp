@@ -72,8 +72,8 @@ protected:
 
 template <Shaping Kind, int Shift>
 template <class Run>
-void EightBit<Kind, Shift>::WithForm(const ConversionJob& job, const Run& run) {
-    run(EightBit(job));
+void EightBit<Kind, Shift>::WithForm(const ConversionJob&, const Run& run) {
+    run(std::type_identity<EightBit>());
 }
 
 #else
@@ -374,20 +374,17 @@ private:
 template <Shaping Kind, int Shift>
 template <class Run>
 void EightBit<Kind, Shift>::WithForm(const ConversionJob& job, const Run& run) {
-    const FixedPointCoefficients& c = *job.coefficients;
-    const EightBitOffsets offsets(c);
-    const bool hasOffsets =
-        std::any_of(offsets.before, offsets.before + 4, [](int offset) { return offset != 0; });
-    if (!job.hasDefaults && !EightBitSumsFit(c, offsets)) {
-        run(LiteralEightBit<Kind, Shift>(job));
-    } else if (hasOffsets || !EightBitGreyIsNeutral(c)) {
-        run(FoldedEightBit<Kind, Shift>(job));
+    const PreparedCoefficients& c = *job.coefficients;
+    if (!job.hasDefaults && !EightBitSumsFit(c, EightBitOffsets(c))) {
+        run(std::type_identity<LiteralEightBit<Kind, Shift> >());
+    } else if (!c.hasNeutralGrey) {
+        run(std::type_identity<FoldedEightBit<Kind, Shift> >());
 #if HWY_TARGET == HWY_AVX3
     } else if (simd::CurrentTarget() == simd::kAVX512DL) {
-        run(NeutralEightBit<Kind, Shift, true>(job));
+        run(std::type_identity<NeutralEightBit<Kind, Shift, true> >());
 #endif
     } else {
-        run(NeutralEightBit<Kind, Shift>(job));
+        run(std::type_identity<NeutralEightBit<Kind, Shift> >());
     }
 }
 

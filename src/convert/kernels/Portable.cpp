@@ -19,8 +19,8 @@ namespace {
 template <class Arithmetic>
 struct PortableForm {
     template <class Run>
-    static void WithForm(const ConversionJob& job, const Run& run) {
-        run(Arithmetic(job));
+    static void WithForm(const ConversionJob&, const Run& run) {
+        run(std::type_identity<Arithmetic>());
     }
 };
 

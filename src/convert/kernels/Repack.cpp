@@ -21,8 +21,8 @@ public:
     void Doubles(Block&) const {}
 
     template <class Run>
-    static void WithForm(const ConversionJob& job, const Run& run) {
-        run(Repack(job));
+    static void WithForm(const ConversionJob&, const Run& run) {
+        run(std::type_identity<Repack>());
     }
 
 #if HWY_TARGET == HWY_SCALAR
@@ -85,8 +85,8 @@ public:
     void Doubles(Block&) const {}
 
     template <class Run>
-    static void WithForm(const ConversionJob& job, const Run& run) {
-        run(RepackPixels(job));
+    static void WithForm(const ConversionJob&, const Run& run) {
+        run(std::type_identity<RepackPixels>());
     }
 
 #if HWY_TARGET == HWY_SCALAR
@@ -130,7 +130,7 @@ public:
 
     template <class Run>
     static void WithForm(const ConversionJob&, const Run& run) {
-        run(RepackBytes());
+        run(std::type_identity<RepackBytes>());
     }
 
 #if HWY_TARGET != HWY_SCALAR

@@ -53,8 +53,8 @@ protected:
 
 template <Shaping Kind>
 template <class Run>
-void SevenBit<Kind>::WithForm(const ConversionJob& job, const Run& run) {
-    run(SevenBit(job));
+void SevenBit<Kind>::WithForm(const ConversionJob&, const Run& run) {
+    run(std::type_identity<SevenBit>());
 }
 
 #else
@@ -96,11 +96,7 @@ public:
 
     HWY_INLINE HWY_ATTR explicit FoldedSevenBit(const ConversionJob& job) : SevenBit<Kind>(job) {
         for (std::size_t i = 0; i < 3; ++i) {
-            std::int64_t offsets = std::int64_t{c.offsetFixed[1][i]} * 65536;
-            for (std::size_t j = 0; j < 4; ++j) {
-                offsets += std::int32_t{c.matrixFixed[i][j]} * c.offsetFixed[0][j];
-            }
-            start[i] = hn::Set(DI32(), static_cast<std::int32_t>((offsets >> 7) * 8));
+            start[i] = hn::Set(DI32(), job.coefficients->sevenBitOffsets[i] * 8);
             chromaWeights[i] = WordPairs(c.matrixFixed[i][0], c.matrixFixed[i][2]);
         }
         for (std::size_t i = 0; i < kLumaRows; ++i) {
@@ -223,15 +219,15 @@ void SevenBit<Kind>::WithForm(const ConversionJob& job, const Run& run) {
     const bool sharedLuma =
         c.matrixFixed[0][1] == c.matrixFixed[1][1] && c.matrixFixed[0][1] == c.matrixFixed[2][1];
     if (!job.hasDefaults && !SevenBitSumsFit(c)) {
-        run(LiteralSevenBit<Kind>(job));
+        run(std::type_identity<LiteralSevenBit<Kind> >());
 #if HWY_TARGET == HWY_AVX3
     } else if (sharedLuma && simd::CurrentTarget() == simd::kAVX512DL) {
-        run(FoldedSevenBit<Kind, true, true>(job));
+        run(std::type_identity<FoldedSevenBit<Kind, true, true> >());
 #endif
     } else if (sharedLuma) {
-        run(FoldedSevenBit<Kind, true>(job));
+        run(std::type_identity<FoldedSevenBit<Kind, true> >());
     } else {
-        run(FoldedSevenBit<Kind, false>(job));
+        run(std::type_identity<FoldedSevenBit<Kind, false> >());
     }
 }
 

@@ -64,8 +64,8 @@ protected:
 
 template <bool Plus>
 template <class Run>
-void SevenBitPixels<Plus>::WithForm(const ConversionJob& job, const Run& run) {
-    run(SevenBitPixels(job));
+void SevenBitPixels<Plus>::WithForm(const ConversionJob&, const Run& run) {
+    run(std::type_identity<SevenBitPixels>());
 }
 
 #else
@@ -180,11 +180,7 @@ public:
     HWY_INLINE HWY_ATTR explicit FoldedSevenBitPixels(const ConversionJob& job) : Base(job) {
         for (std::size_t i = 0; i < 3; ++i) {
             const auto& row = c.matrixFixed[i];
-            std::int64_t offsets = std::int64_t{c.offsetFixed[1][i]} * 65536;
-            for (std::size_t j = 0; j < 4; ++j) {
-                offsets += std::int32_t{row[j]} * c.offsetFixed[0][j];
-            }
-            start[i] = hn::Set(DI32(), static_cast<std::int32_t>(offsets >> 7));
+            start[i] = hn::Set(DI32(), job.coefficients->sevenBitOffsets[i]);
             weights02[i] = WordPairs(row[0], row[2]);
             weights13[i] = WordPairs(row[1], row[3]);
         }
@@ -295,13 +291,13 @@ void SevenBitPixels<Plus>::WithForm(const ConversionJob& job, const Run& run) {
     if (job.hasDefaults || (SevenBitSumsFit(c) && FoldedSevenBitPixels<Plus>::AlphaFits(c))) {
 #if HWY_TARGET == HWY_AVX3
         if (simd::CurrentTarget() == simd::kAVX512DL) {
-            run(FoldedSevenBitPixels<Plus, true>(job));
+            run(std::type_identity<FoldedSevenBitPixels<Plus, true> >());
             return;
         }
 #endif
-        run(FoldedSevenBitPixels<Plus>(job));
+        run(std::type_identity<FoldedSevenBitPixels<Plus> >());
     } else {
-        run(LiteralSevenBitPixels<Plus>(job));
+        run(std::type_identity<LiteralSevenBitPixels<Plus> >());
     }
 }
 

@@ -21,7 +21,7 @@ struct ShapePixels {
     void Doubles(Block& block) const { Operation::Formula(block); }
     template <class Run>
     static void WithForm(const ConversionJob&, const Run& run) {
-        run(ShapePixels());
+        run(std::type_identity<ShapePixels>());
     }
 
 #if HWY_TARGET != HWY_SCALAR
@@ -46,7 +46,7 @@ struct ShapeLanes {
     void Doubles(Block& block) const { Operation::Formula(block); }
     template <class Run>
     static void WithForm(const ConversionJob&, const Run& run) {
-        run(ShapeLanes());
+        run(std::type_identity<ShapeLanes>());
     }
 
 #if HWY_TARGET != HWY_SCALAR
