@@ -93,31 +93,63 @@ HWY_INLINE HWY_ATTR VF32 ReciprocalsOf(VU32 alpha) {
 /// Pixels of 32 bits, alpha on top. The quotient in single precision rounds to the reciprocal of the formula
 /// or next to it, which gives the same for every sample and alpha. Of a sample's product with it, in 2^-18,
 /// bits 18 to 25 are asked for, which are bits 2 to 9 of what is left without the lower 16: the product with
-/// the upper half in 16 bits that may wrap, and the upper half of that with the lower. Alpha 0 ends in 2^31,
-/// or 1 less, none of whose products reaches these bits.
+/// the upper half in 16 bits that may wrap, and the upper half of that with the lower; green alone may as
+/// well wrap in 32 bits. Alpha 0 ends in 2^31, or 1 less, none of whose products reaches these bits.
+struct PixelUnshaper {
+    HWY_INLINE HWY_ATTR PixelUnshaper() {
+        alignas(16) static constexpr std::uint8_t kLowTwice[16] = {0, 1, 0, 1, 4,  5,  4,  5,
+                                                                   8, 9, 8, 9, 12, 13, 12, 13};
+        alignas(16) static constexpr std::uint8_t kHighTwice[16] = {2,  3,  2,  3,  6,  7,  6,  7,
+                                                                    10, 11, 10, 11, 14, 15, 14, 15};
+        alignas(16) static constexpr std::uint8_t kGreen[16] = {1, 0x80, 0x80, 0x80, 5,  0x80, 0x80, 0x80,
+                                                                9, 0x80, 0x80, 0x80, 13, 0x80, 0x80, 0x80};
+        one = hn::Set(DF32(), 66846720.0F);
+        roundingHalf = hn::Set(DF32(), 0.5F);
+        lowTwice = InEveryBlock(kLowTwice);
+        highTwice = InEveryBlock(kHighTwice);
+        greenAlone = InEveryBlock(kGreen);
+        lowBytes = hn::Set(DU16(), 0xFF);
+        half = hn::Set(DU16(), 2);
+        greenHalf = hn::Set(DU32(), 0x20000);
+    }
+
+    HWY_INLINE HWY_ATTR VU32 operator()(VU32 pixels) const {
+        const DU8 d8;
+        const DU16 d16;
+        const DU32 d;
+        const VF32 alpha = hn::ConvertTo(DF32(), hn::BitCast(DI32(), hn::ShiftRight<24>(pixels)));
+        // Nobody looks at what an alpha of 0 gives. Halves go up: to even numbers would be wrong at 158.
+        const VU32 reciprocal = hn::BitCast(d, WholePart(hn::Add(hn::Div(one, alpha), roundingHalf)));
+        const VU8 bytes = hn::BitCast(d8, reciprocal);
+        const VU16 low = hn::BitCast(d16, hn::TableLookupBytes(bytes, lowTwice));
+        const VU16 high = hn::BitCast(d16, hn::TableLookupBytes(bytes, highTwice));
+        const VU16 v = hn::BitCast(d16, pixels);
+        const auto product = [&](VU16 samples) HWY_ATTR {
+            return hn::Add(hn::Mul(samples, high), hn::MulHigh(samples, low));
+        };
+        const VU16 of02 = hn::ShiftRight<2>(hn::Add(product(hn::And(v, lowBytes)), half));
+#if HWY_TARGET == HWY_SSSE3
+        // Times 64, so that the bits asked for are the upper ones.
+        const VU16 green = hn::And(hn::ShiftRight<2>(v), hn::Set(d16, 0x3FC0));
+        const VU16 of1 = hn::Add(product(green), hn::Set(d16, 128));
+#else
+        const VU32 green = hn::BitCast(d, hn::TableLookupBytesOr0(hn::BitCast(d8, pixels), greenAlone));
+        const VU32 of1In32 = hn::ShiftRight<10>(hn::Add(hn::Mul(green, reciprocal), greenHalf));
+        const VU16 of1 = hn::BitCast(d16, of1In32);
+#endif
+        const VU16 of13 = hn::OddEven(v, of1);
+        return hn::IfVecThenElse(hn::Set(d, 0xFF00FF00), hn::BitCast(d, of13), hn::BitCast(d, of02));
+    }
+
+private:
+    VF32 one, roundingHalf;
+    VU8 lowTwice, highTwice, greenAlone;
+    VU16 lowBytes, half;
+    VU32 greenHalf;
+};
+
 HWY_INLINE HWY_ATTR VU32 UnshapedPixels(VU32 pixels) {
-    alignas(16) static constexpr std::uint8_t kLowTwice[16] = {0, 1, 0, 1, 4,  5,  4,  5,
-                                                               8, 9, 8, 9, 12, 13, 12, 13};
-    alignas(16) static constexpr std::uint8_t kHighTwice[16] = {2,  3,  2,  3,  6,  7,  6,  7,
-                                                                10, 11, 10, 11, 14, 15, 14, 15};
-    const DU16 d16;
-    const DU32 d;
-    const DF32 df;
-    const VF32 alpha = hn::ConvertTo(df, hn::BitCast(DI32(), hn::ShiftRight<24>(pixels)));
-    // Nobody looks at what an alpha of 0 gives.
-    const VF32 exact = hn::Div(hn::Set(df, 66846720.0F), alpha);
-    const VU8 reciprocal = hn::BitCast(DU8(), WholePart(hn::Add(exact, hn::Set(df, 0.5F))));
-    const VU16 low = hn::BitCast(d16, hn::TableLookupBytes(reciprocal, InEveryBlock(kLowTwice)));
-    const VU16 high = hn::BitCast(d16, hn::TableLookupBytes(reciprocal, InEveryBlock(kHighTwice)));
-    const auto unshaped = [&](VU16 samples, std::uint16_t half) HWY_ATTR {
-        return hn::Add(hn::Add(hn::Mul(samples, high), hn::MulHigh(samples, low)), hn::Set(d16, half));
-    };
-    const VU16 v = hn::BitCast(d16, pixels);
-    const VU16 of02 = hn::ShiftRight<2>(unshaped(hn::And(v, hn::Set(d16, 0xFF)), 2));
-    // Times 64, so that the bits asked for are the upper ones.
-    const VU16 of1 = unshaped(hn::And(hn::ShiftRight<2>(v), hn::Set(d16, 0x3FC0)), 128);
-    const VU16 of13 = hn::OddEven(v, of1);
-    return hn::IfVecThenElse(hn::Set(d, 0xFF00FF00), hn::BitCast(d, of13), hn::BitCast(d, of02));
+    return PixelUnshaper()(pixels);
 }
 
 /// Samples of 0...255 unshaped.

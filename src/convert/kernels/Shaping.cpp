@@ -17,6 +17,7 @@ namespace {
 /// `Operation` on pixels: Formula(block), and Vector(v) on vectors of them.
 template <class Operation>
 struct ShapePixels {
+    HWY_INLINE HWY_ATTR ShapePixels() {}
     void Formula(Block& block) const { Operation::Formula(block); }
     void Doubles(Block& block) const { Operation::Formula(block); }
     template <class Run>
@@ -33,9 +34,12 @@ struct ShapePixels {
                                   Store store) const {
         VU32 pixels[2];
         reader.LoadPixels(at, 0, x, pixels);
-        const VU32 made[2] = {Operation::Vector(pixels[0]), Operation::Vector(pixels[1])};
+        const VU32 made[2] = {operation.Vector(pixels[0]), operation.Vector(pixels[1])};
         writer.PutPixels(at, 0, x, made, store);
     }
+
+private:
+    Operation operation;
 #endif
 };
 
@@ -80,9 +84,13 @@ struct ShapeRgb {
 struct UnshapeRgb {
     static void Formula(Block& block) { ForEachPixel(block, UnshapeRgbPixel); }
 #if HWY_TARGET != HWY_SCALAR
-    static HWY_INLINE HWY_ATTR VU32 Vector(VU32 pixels) {
-        return UnshapedPixels(pixels);
+    HWY_INLINE HWY_ATTR UnshapeRgb() {}
+    HWY_INLINE HWY_ATTR VU32 Vector(VU32 pixels) const {
+        return unshaped(pixels);
     }
+
+private:
+    PixelUnshaper unshaped;
 #endif
 };
 struct ShapeYCrCb {
