@@ -232,6 +232,84 @@ private:
     VI32 start[3], wideAlphaOffset;
 };
 
+/// The same as (sum of c * 8 x + start) >> 16, so that results are the high halves, where alpha stays as it
+/// is. `SharedLuma`: component 1 weighs alike in all rows, and component 3 nothing. Holds where
+/// `SevenBitSumsFit`. `Fused` as in AddMulAddPairs.
+template <bool SharedLuma, bool Fused = false>
+class HighSevenBitPixels : public SevenBitPixels<false> {
+    using SevenBitPixels<false>::c;
+
+public:
+    template <class Reader, class Writer>
+    static constexpr std::size_t kStep = kVectorPixels;
+
+    HWY_INLINE HWY_ATTR explicit HighSevenBitPixels(const ConversionJob& job) : SevenBitPixels<false>(job) {
+        // In each block components 0 and 2 of four pixels in turn, then component 1 in every other byte.
+        alignas(16) static constexpr std::uint8_t kInPixels[16] = {0, 8,  1, 9,  2, 10, 3, 11,
+                                                                   4, 12, 5, 13, 6, 14, 7, 15};
+        for (std::size_t i = 0; i < 3; ++i) {
+            const auto& row = c.matrixFixed[i];
+            start[i] = hn::Set(DI32(), job.coefficients->sevenBitOffsets[i] * 8);
+            weights02[i] = WordPairs(row[0], row[2]);
+            weights13[i] = WordPairs(row[1], row[3]);
+        }
+        eightTimes02 = hn::BitCast(DI8(), hn::Set(DU16(), 0x0008));
+        eightTimes13 = hn::BitCast(DI8(), hn::Set(DU16(), 0x0800));
+        inPixels = InEveryBlock(kInPixels);
+    }
+
+    /// Whether the offsets of alpha come to nothing.
+    static bool AlphaStays(const FixedPointCoefficients& c) {
+        return FoldedSevenBitPixels<false>::AlphaFits(c) &&
+               ((c.offsetFixed[0][3] >> 3) + c.offsetFixed[1][3]) >> 4 == 0;
+    }
+    static bool LumaIsShared(const FixedPointCoefficients& c) {
+        const auto& m = c.matrixFixed;
+        return m[0][1] == m[1][1] && m[0][1] == m[2][1] && (m[0][3] | m[1][3] | m[2][3]) == 0;
+    }
+
+    template <class Reader, class Writer, class Store>
+    HWY_INLINE HWY_ATTR void Step(const Reader& reader, const Writer& writer, const Rows& at, std::size_t x,
+                                  Store store) const {
+        VU32 pixels[2];
+        reader.LoadPixels(at, 0, x, pixels);
+        const VU32 made[2] = {Converted(pixels[0]), Converted(pixels[1])};
+        writer.PutPixels(at, 0, x, made, store);
+    }
+
+private:
+    HWY_INLINE HWY_ATTR VU32 Converted(VU32 pixels) const {
+#if HWY_ARCH_X86
+        const VU8 bytes = hn::BitCast(DU8(), pixels);
+        const VI16 of02 = MulAddPairs(bytes, eightTimes02), of13 = MulAddPairs(bytes, eightTimes13);
+#else
+        const SplitVector split(pixels);
+        const VI16 of02 = hn::ShiftLeft<3>(split.of02), of13 = hn::ShiftLeft<3>(split.of13);
+#endif
+        VI32 luma = hn::Zero(DI32());
+        if constexpr (SharedLuma && !Fused) {
+            luma = MulAddPairs(of13, weights13[0]);
+        }
+        const auto row = [&](std::size_t i) HWY_ATTR {
+            const VI32 chroma = AddMulAddPairs<Fused>(start[i], of02, weights02[i]);
+            if constexpr (SharedLuma && !Fused) {
+                return hn::Add(chroma, luma);
+            } else {
+                return AddMulAddPairs<Fused>(chroma, of13, weights13[i]);
+            }
+        };
+        const VI16 made02 = HighHalves(row(0), row(2));
+        const VI16 made1 = hn::BitCast(DI16(), hn::ShiftRight<16>(row(1)));
+        const VU8 made = hn::TableLookupBytes(PackToBytes(made02, made1), inPixels);
+        return hn::IfVecThenElse(hn::Set(DU32(), 0xFF000000U), pixels, hn::BitCast(DU32(), made));
+    }
+
+    VI16 weights02[3], weights13[3];
+    VI32 start[3];
+    VI8 eightTimes02, eightTimes13;
+    VU8 inPixels;
+};
+
 /// The formula to the letter, with the wraps and saturations of 16 bits: for coefficients that fit no other.
 template <bool Plus>
 class LiteralSevenBitPixels : public VectorPixels<Plus, LiteralSevenBitPixels<Plus> > {
@@ -288,6 +366,23 @@ template <bool Plus>
 template <class Run>
 void SevenBitPixels<Plus>::WithForm(const ConversionJob& job, const Run& run) {
     const FixedPointCoefficients& c = *job.coefficients;
+    if constexpr (!Plus) {
+        using High = HighSevenBitPixels<false>;
+        if (High::AlphaStays(c) && (job.hasDefaults || SevenBitSumsFit(c))) {
+#if HWY_TARGET == HWY_AVX3
+            if (simd::CurrentTarget() == simd::kAVX512DL) {
+                run(std::type_identity<HighSevenBitPixels<false, true> >());
+                return;
+            }
+#endif
+            if (High::LumaIsShared(c)) {
+                run(std::type_identity<HighSevenBitPixels<true> >());
+            } else {
+                run(std::type_identity<High>());
+            }
+            return;
+        }
+    }
     if (job.hasDefaults || (SevenBitSumsFit(c) && FoldedSevenBitPixels<Plus>::AlphaFits(c))) {
 #if HWY_TARGET == HWY_AVX3
         if (simd::CurrentTarget() == simd::kAVX512DL) {
