@@ -103,6 +103,9 @@ public:
         kind = !IsRounded(c.style) && c.style != kFlp && c.style != kFP ? Kind::kReference
                : IsRounded(c.style) && c.set >= kSIMD                   ? Kind::kSingle
                                                                         : Kind::kInteger;
+        if (area == 0) {
+            return;  // refused before anything is scaled
+        }
         for (double most = area * 255; most > 65535 && preShift < 32; most /= 2) {
             ++preShift;
         }
