@@ -81,11 +81,12 @@ std::size_t Steps(const K kernel, std::size_t i, std::size_t n) {
             }
         }
         for (; n - i >= kLanes; i += kLanes) {
+            const auto begun = kernel.Begin(i);
             Line line = {};
             for (std::size_t stage = 0; stage < Line::kDepth; ++stage) {
-                line.Push(kernel.Begin(i));
+                line.Push(begun);
             }
-            kernel.template Finish<Around>(i, line.Push(kernel.Begin(i)));
+            kernel.template Finish<Around>(i, line.Push(begun));
         }
     } else {
         if constexpr (requires { K::kStepsTogether; }) {
