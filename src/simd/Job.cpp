@@ -1,32 +1,32 @@
 #include "simd/Job.h"
 
-#include <atomic>
-
 #include "platform/Platform.h"
 
 namespace Zan::simd {
 namespace {
 
-std::atomic<int> forced{-1};
+constexpr std::size_t kAlwaysFits = std::size_t{1} << 18;
+std::atomic<bool> forced{false};
 
 }  // namespace
 
-bool ExceedsCache(std::size_t bytes) noexcept {
-    const int mode = forced.load(std::memory_order_relaxed);
-    if (mode >= 0) [[unlikely]] {
-        return mode != 0;
-    }
-    // Smaller than every last-level cache: spares the question.
-    constexpr std::size_t kAlwaysFits = std::size_t{1} << 18;
-    if (bytes <= kAlwaysFits) {
-        return false;
+namespace detail {
+
+constinit std::atomic<std::size_t> alwaysFits{kAlwaysFits};
+
+bool ExceedsLastLevelCache(std::size_t bytes) noexcept {
+    if (forced.load(std::memory_order_relaxed)) [[unlikely]] {
+        return true;
     }
     static const std::size_t cache = LastLevelCacheBytes();
     return cache != 0 && bytes > cache / 2;
 }
 
+}  // namespace detail
+
 void ForceStreaming(int mode) noexcept {
-    forced.store(mode, std::memory_order_relaxed);
+    forced.store(mode == 1, std::memory_order_relaxed);
+    detail::alwaysFits.store(mode == 1 ? 0 : mode == 0 ? SIZE_MAX : kAlwaysFits, std::memory_order_relaxed);
 }
 
 }  // namespace Zan::simd

@@ -2,6 +2,7 @@
 #define TESSELU_SRC_SIMD_JOB_H
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -64,10 +65,18 @@ struct Job {
     bool isInside = false;  ///< known: every row lies in its memory, so that the walk need not look
 };
 
+namespace detail {
+/// Calls that move no more are not asked about: smaller than every last-level cache, or as tests have it.
+extern std::atomic<std::size_t> alwaysFits;
+bool ExceedsLastLevelCache(std::size_t bytes) noexcept;
+}  // namespace detail
+
 /// True when a call that moves `bytes` in all should write around the cache. Up to half of the last-level
 /// cache the next operation still finds there what this one wrote, and loses a third of its time if not;
 /// beyond that the lines are gone by then, and fetching them only to overwrite them is wasted.
-bool ExceedsCache(std::size_t bytes) noexcept;
+inline bool ExceedsCache(std::size_t bytes) noexcept {
+    return bytes > detail::alwaysFits.load(std::memory_order_relaxed) && detail::ExceedsLastLevelCache(bytes);
+}
 
 /// Overrides the answer of `ExceedsCache` (tests): 0 never, 1 always, -1 by size.
 void ForceStreaming(int mode) noexcept;

@@ -144,9 +144,10 @@ HWY_INLINE std::size_t WindowRow(const PlaneUse& use, const Plane& plane, std::s
     return row;
 }
 
-/// The rows in hand. `Clamp` is false where the memory is known to hold them all.
+/// The rows in hand of a picture of `height` lines. `Clamp` is false where the memory is known to hold them
+/// all.
 template <class K, bool Clamp, class J>
-HWY_INLINE typename K::Place PlaceOf(const J& job, std::size_t band) {
+HWY_INLINE typename K::Place PlaceOf(const J& job, std::size_t height, std::size_t band) {
     typename K::Place place;
     ForEachSource<K>([&](auto use) {
         constexpr const PlaneUse& kUse = decltype(use)::kUse;
@@ -155,8 +156,8 @@ HWY_INLINE typename K::Place PlaceOf(const J& job, std::size_t band) {
         for (std::size_t i = 0; i < kRows; ++i) {
             if (!kUse.mayBeMissing || plane.first != nullptr) {
                 const std::size_t row = Clamp || kRows != LinesOf<K>::kLines
-                                            ? WindowRow<K>(kUse, plane, band, i, job.height)
-                                            : RowOf<K>(kUse, band, i, job.height);
+                                            ? WindowRow<K>(kUse, plane, band, i, height)
+                                            : RowOf<K>(kUse, band, i, height);
                 place.in[kUse.index][i] = plane.Row(row);
             }
         }
@@ -164,7 +165,7 @@ HWY_INLINE typename K::Place PlaceOf(const J& job, std::size_t band) {
     ForEachDestination<K>([&](auto use) {
         constexpr const PlaneUse& kUse = decltype(use)::kUse;
         for (std::size_t i = 0; i < LinesOf<K>::kLines; ++i) {
-            place.out[kUse.index][i] = job.destination[kUse.index].Row(RowOf<K>(kUse, band, i, job.height));
+            place.out[kUse.index][i] = job.destination[kUse.index].Row(RowOf<K>(kUse, band, i, height));
         }
     });
     return place;
@@ -241,26 +242,28 @@ Overlap OverlapOf(const J& job) {
     return overlap;
 }
 
-/// When every row ends where the next one starts, all rows are one. Where source and destination overlap
-/// with a shift, rows stay apart: line after line is what a caller sees.
+/// How much of a job's picture is walked, and in how many rows.
+struct Extent {
+    std::size_t width, height;
+    std::size_t whole;  ///< of the width; see `Job`
+};
+
+/// The picture of a job; as a single row when every row ends where the next one starts. Where source and
+/// destination overlap with a shift, rows stay apart: line after line is what a caller sees.
 template <class K, class J>
-HWY_INLINE void JoinRows(J& job, Overlap overlap) {
+HWY_INLINE Extent JoinedRows(const J& job, std::size_t whole, Overlap overlap) {
     if constexpr (LinesOf<K>::kLines == 1 && !kIsWindow<K> && kRowsJoin<K>) {
-        if (job.height < 2 || job.whole != job.width || overlap == Overlap::kShifted) {
-            return;
-        }
-        bool joined = true;
+        bool joined = job.height > 1 && whole == job.width && overlap != Overlap::kShifted;
         ForEachPlane<K>(job, [&](auto use, const Plane& plane) {
             constexpr const PlaneUse& kUse = decltype(use)::kUse;
             joined =
                 joined && plane.pitch > 0 && static_cast<std::size_t>(plane.pitch) == kUse.Bytes(job.width);
         });
         if (joined) {
-            job.width *= job.height;
-            job.whole = job.width;
-            job.height = 1;
+            return {job.width * job.height, 1, job.width * job.height};
         }
     }
+    return {job.width, job.height, whole};
 }
 
 template <class K, class J>

@@ -29,6 +29,7 @@
 #endif
 
 #include <algorithm>
+#include <type_traits>
 
 #include "simd/Staging-inl.h"
 
@@ -140,8 +141,8 @@ HWY_INLINE std::size_t ColumnsToBoundary(const std::uint8_t* row) {
 /// True when every store of whole steps is aligned, as those around the cache must be: every row starts at,
 /// or is brought by a head of whole columns to, an address that is a multiple of the vectors that it gets.
 template <class K, class J>
-bool CanStream(const J& job) {
-    if (job.whole < 4 * K::kStep) {
+bool CanStream(const J& job, const Extent& extent) {
+    if (extent.whole < 4 * K::kStep) {
         return false;
     }
     const std::size_t head = ColumnsToBoundary<K>(job.destination[K::kDestinations[0].index].first);
@@ -156,7 +157,7 @@ bool CanStream(const J& job) {
         const Plane& plane = job.destination[kUse.index];
         aligned = aligned && kUse.Bytes(K::kStep) % kChunk == 0 &&
                   (reinterpret_cast<std::uintptr_t>(plane.first) + kUse.Bytes(head)) % kChunk == 0 &&
-                  (job.height == 1 || plane.pitch % kPitch == 0);
+                  (extent.height == 1 || plane.pitch % kPitch == 0);
     });
     return aligned;
 }
@@ -183,13 +184,15 @@ template <class K, class Put>
 HWY_INLINE HWY_ATTR void StepColumns(const K& kernel, const K& local, const typename K::Place& place,
                                      std::size_t whole, std::size_t width, bool apart, Put put) {
     constexpr std::size_t kStep = K::kStep;
+    // Stores that straddle cache lines cost twice, which pays for a head in longer rows alone; those around
+    // the cache are not possible at all.
+    constexpr std::size_t kLeastSteps = std::is_same_v<Put, PutInCache> ? 8 : 4;
     static_assert(kStep % kGranularity<K> == 0);
     std::size_t x = 0;
     if constexpr (LeftOf<K>() != 0) {
         x = std::min(kStep, whole);
         PartialStep(kernel, place, 0, x, width);
-    } else if (whole >= 4 * kStep) {
-        // Stores that straddle cache lines cost twice; those around the cache are not possible at all.
+    } else if (whole >= kLeastSteps * kStep) {
         const std::size_t head = ColumnsToBoundary<K>(place.out[K::kDestinations[0].index][0]);
         if (head != 0 && head <= kStep) {
             if (apart) {
@@ -245,24 +248,27 @@ HWY_INLINE HWY_ATTR void WalkBand(const K& kernel, [[maybe_unused]] const K& loc
 // ---- All bands ----------------------------------------------------------------------------------------
 
 template <class K, class J, class Put>
-HWY_ATTR void WalkBands(const K& kernel, const J& job, bool apart, Put put) {
+HWY_NOINLINE HWY_ATTR void WalkBands(const K& kernel, const J& job, const Extent& extent, bool apart,
+                                     Put put) {
     const K local = kernel;
-    const std::size_t bands = LinesOf<K>::Bands(job.height);
+    const std::size_t bands = LinesOf<K>::Bands(extent.height);
     for (std::size_t band = 0; band < bands; ++band) {
-        WalkBand(kernel, local, PlaceOf<K, false>(job, band), job.whole, job.width, apart, put);
+        WalkBand(kernel, local, PlaceOf<K, false>(job, extent.height, band), extent.whole, extent.width,
+                 apart, put);
     }
 }
 
 /// Bands of which the memory does not hold every row in full. A column is made in all planes or in none,
 /// clamped planes excepted.
 template <class K, class J, class Put>
-HWY_NOINLINE HWY_ATTR void WalkClipped(const K& kernel, const J& job, bool apart, Put put) {
+HWY_NOINLINE HWY_ATTR void WalkClipped(const K& kernel, const J& job, std::size_t jobWhole, bool apart,
+                                       Put put) {
     constexpr std::size_t kUnit = UnitOf<K>();
     const std::size_t bands = LinesOf<K>::Bands(job.height);
     for (std::size_t band = 0; band < bands; ++band) {
         std::size_t wanted = job.width;
-        if constexpr (requires { kernel.Columns(PlaceOf<K, true>(job, band), wanted); }) {
-            wanted = kernel.Columns(PlaceOf<K, true>(job, band), wanted);
+        if constexpr (requires { kernel.Columns(PlaceOf<K, true>(job, job.height, band), wanted); }) {
+            wanted = kernel.Columns(PlaceOf<K, true>(job, job.height, band), wanted);
         }
         std::size_t width = wanted;
         bool complete = true;
@@ -298,16 +304,16 @@ HWY_NOINLINE HWY_ATTR void WalkClipped(const K& kernel, const J& job, bool apart
             continue;
         }
         const std::size_t whole =
-            width == job.width ? job.whole : std::min(job.whole, width) / kGranularity<K> * kGranularity<K>;
+            width == job.width ? jobWhole : std::min(jobWhole, width) / kGranularity<K> * kGranularity<K>;
         if (complete) {
             if constexpr (requires { &K::Columns; }) {
-                UnitColumns(kernel, PlaceOf<K, true>(job, band), 0, width, width);
+                UnitColumns(kernel, PlaceOf<K, true>(job, job.height, band), 0, width, width);
             } else {
-                WalkBand(kernel, kernel, PlaceOf<K, true>(job, band), whole, width, apart, put);
+                WalkBand(kernel, kernel, PlaceOf<K, true>(job, job.height, band), whole, width, apart, put);
             }
             continue;
         }
-        const typename K::Place rows = PlaceOf<K, true>(job, band);
+        const typename K::Place rows = PlaceOf<K, true>(job, job.height, band);
         const PartlyInside<K, J> inside{job, band};
         for (std::size_t x = 0; x < width; x += kGranularity<K>) {
             const std::size_t columns = std::min(kGranularity<K>, width - x);
@@ -327,12 +333,12 @@ HWY_NOINLINE HWY_ATTR void WalkClipped(const K& kernel, const J& job, bool apart
 
 /// Runs a kernel that writes.
 template <class K, class J>
-HWY_ATTR void Walk(const K& kernel, J job) {
+HWY_ATTR void Walk(const K& kernel, const J& job) {
     static_assert(!kReduces<K>);
     if (job.width == 0 || job.height == 0) {
         return;
     }
-    job.whole = std::min(job.whole, job.width) / kGranularity<K> * kGranularity<K>;
+    const std::size_t whole = std::min(job.whole, job.width) / kGranularity<K> * kGranularity<K>;
     const Overlap overlap = OverlapOf<K>(job);
     const bool apart = overlap == Overlap::kNone;
 #if HWY_TARGET == HWY_SCALAR
@@ -345,39 +351,38 @@ HWY_ATTR void Walk(const K& kernel, J job) {
         inside = false;
     }
     if (!inside) {
-        WalkClipped(kernel, job, apart, put);
+        WalkClipped(kernel, job, whole, apart, put);
         return;
     }
-    JoinRows<K>(job, overlap);
+    const Extent extent = JoinedRows<K>(job, whole, overlap);
 #if HWY_TARGET != HWY_SCALAR
     if constexpr (kHasStep<K> && !requires { requires K::kStaysInCache; }) {
-        if (apart && simd::ExceedsCache(BytesMoved<K>(job)) && CanStream<K>(job)) {
-            WalkBands(kernel, job, apart, PutAroundCache{});
+        if (apart && simd::ExceedsCache(BytesMoved<K>(job)) && CanStream<K>(job, extent)) {
+            WalkBands(kernel, job, extent, apart, PutAroundCache{});
             hwy::FlushStream();
             return;
         }
     }
 #endif
-    WalkBands(kernel, job, apart, put);
+    WalkBands(kernel, job, extent, apart, put);
 }
 
 /// Runs a kernel that reads and sums up, over all units of the job that lie inside.
 template <class K, class J>
-HWY_ATTR void Reduce(K& kernel, J job) {
+HWY_ATTR void Reduce(K& kernel, const J& job) {
     static_assert(kReduces<K>);
     if (job.width == 0 || job.height == 0) {
         return;
     }
     constexpr std::size_t kUnit = UnitOf<K>();
-    job.whole = job.width / kGranularity<K> * kGranularity<K>;
+    const std::size_t whole = job.width / kGranularity<K> * kGranularity<K>;
     const bool inside = LiesInside<K>(job);
-    if (inside) {
-        JoinRows<K>(job, Overlap::kNone);
-    }
+    const Extent extent =
+        inside ? JoinedRows<K>(job, whole, Overlap::kNone) : Extent{job.width, job.height, whole};
     K local = kernel;
-    const std::size_t bands = LinesOf<K>::Bands(job.height);
+    const std::size_t bands = LinesOf<K>::Bands(extent.height);
     for (std::size_t band = 0; band < bands; ++band) {
-        std::size_t columns = job.whole;
+        std::size_t columns = extent.whole;
         if (!inside) {
             ForEachPlane<K>(job, [&](auto use, const Plane& plane) {
                 constexpr const PlaneUse& kUse = decltype(use)::kUse;
@@ -389,7 +394,7 @@ HWY_ATTR void Reduce(K& kernel, J job) {
                 continue;
             }
         }
-        const typename K::Place place = PlaceOf<K, false>(job, band);
+        const typename K::Place place = PlaceOf<K, false>(job, extent.height, band);
         std::size_t x = 0;
 #if HWY_TARGET != HWY_SCALAR
         if constexpr (kHasStep<K>) {

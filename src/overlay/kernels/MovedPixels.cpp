@@ -111,7 +111,7 @@ HWY_NOINLINE HWY_ATTR void LinesOfPixels(const K& kernel, const MovedJob& job) {
     const std::size_t columns = job.width, last = columns - kLanes;
     const std::size_t bands = simd::HWY_NAMESPACE::LinesOf<K>::Bands(job.height);
     for (std::size_t band = 0; band < bands; ++band) {
-        const typename K::Place at = simd::HWY_NAMESPACE::PlaceOf<K, false>(job, band);
+        const typename K::Place at = simd::HWY_NAMESPACE::PlaceOf<K, false>(job, job.height, band);
         const auto first = local.Finish(local.Behind(at, 0), local.Begin(at, 0));
         const auto lastBehind = local.Behind(at, 4 * last);
         const std::size_t head = ColumnsToBoundary<K>(at.out[0][0]);
