@@ -135,7 +135,7 @@ void PairsToRgb(const Planes& in, std::uint8_t* out, std::size_t width) {
         const std::uint8_t* const pair = in[0] + x / 2 * 4;
         const std::size_t y = yFirst ? 0 : 1, c = yFirst ? 1 : 0;
         const std::uint8_t pixel[3] = {pair[c], pair[y + x % 2 * 2], pair[c + 2]};
-        for (int i = 0; i < 3; ++i) {
+        for (std::size_t i = 0; i < 3; ++i) {
             out[bytes * x + i] = (x < width / 16 * 16 ? InSixteenths : Exactly)(kToRgb[i], pixel, true, 0);
         }
         if (bytes == 4) {
