@@ -15,11 +15,12 @@ struct Size {
     unsigned width, height;
 };
 
-/// Every width from the least one on with some heights, and every height with some widths.
+/// Every width from the least one on with some heights, and every height with some widths; of larger ones
+/// some, odd and even.
 const std::vector<Size>& NarrowSizes() {
     static const std::vector<Size> sizes = [] {
         std::vector<Size> made;
-        for (unsigned length = 8; length <= 70; length += test_support::kSanitized ? 7 : 1) {
+        for (unsigned length = 8; length <= 70; length += length < 24 && !test_support::kSanitized ? 1 : 7) {
             for (const unsigned other : {8U, 9U, 13U, 20U}) {
                 made.push_back({length, other});
                 made.push_back({other, length});
@@ -30,7 +31,7 @@ const std::vector<Size>& NarrowSizes() {
     return sizes;
 }
 
-constexpr Size kLargeSizes[] = {{721, 486}, {720, 487}, {4097, 9}, {8, 4099}};
+constexpr Size kLargeSizes[] = {{721, 86}, {320, 487}, {4097, 9}, {8, 2099}};
 
 struct Mirror {
     unsigned first, second;
@@ -96,7 +97,7 @@ TEST(EdgePatternSizes, LargePicturesAreSymmetricToTheLastCodeValue) {
     for (const Size& size : kLargeSizes) {
         ASSERT_NO_FATAL_FAILURE(ExpectMirrors(size, 8, 255));
     }
-    ASSERT_NO_FATAL_FAILURE(ExpectMirrors({1919, 181}, 16, 65535));
+    ASSERT_NO_FATAL_FAILURE(ExpectMirrors({1919, 31}, 16, 65535));
 }
 
 // ---- Values
