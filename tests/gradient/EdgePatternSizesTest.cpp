@@ -100,8 +100,7 @@ TEST(EdgePatternSizes, LargePicturesAreSymmetricToTheLastCodeValue) {
     ASSERT_NO_FATAL_FAILURE(ExpectMirrors({1919, 31}, 16, 65535));
 }
 
-// ---- Values
-// ------------------------------------------------------------------------------------------------
+// ---- Values -------------------------------------------------------------------------------------------
 
 /// Half of the length, rounded up, in steps up to 1 and down again.
 double Steps(unsigned i, unsigned length) {
@@ -213,8 +212,7 @@ TEST(EdgePatternSizes, LargePicturesAreTheirFormulas) {
     ExpectValues({37, 1081}, 16, 65535);
 }
 
-// ---- Ranges
-// ------------------------------------------------------------------------------------------------
+// ---- Ranges -------------------------------------------------------------------------------------------
 
 // Four boxes reach the peak in every quarter, and end one step above 0.
 TEST(EdgePatternSizes, FourBoxesHaveTheirPeakInEveryQuarter) {

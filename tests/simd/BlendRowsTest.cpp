@@ -22,8 +22,7 @@ std::uint8_t Blended(unsigned alpha, unsigned a, unsigned b) {
     return static_cast<std::uint8_t>((2 * ((255 - alpha) * a + alpha * b) / 255 + 1) / 2);
 }
 
-// ---- Cross dissolves
-// ---------------------------------------------------------------------------------------
+// ---- Cross dissolves ----------------------------------------------------------------------------------
 
 constexpr double kFade = 0.37;
 
@@ -56,8 +55,7 @@ void DissolveIn255ths(const Planes& in, std::uint8_t* out, std::size_t width) {
     }
 }
 
-// ---- By alpha
-// ----------------------------------------------------------------------------------------------
+// ---- By alpha -----------------------------------------------------------------------------------------
 
 Long32 RunTwoSources(const Planes& p, const Pitches& pitch, ULong32 width, ULong32 height) {
     return Zan::ZanCompositor().CompositeTwoSources(Words(p[0]), Words(p[1]), Words(p[2]), width, height,
@@ -119,8 +117,7 @@ void GradientInWords(const Planes& in, std::uint8_t* out, std::size_t width) {
     }
 }
 
-// ---- Differences and shifts
-// --------------------------------------------------------------------------------
+// ---- Differences and shifts ---------------------------------------------------------------------------
 
 template <unsigned path>
 Long32 RunDifferences(const Planes& p, const Pitches& pitch, ULong32 width, ULong32 height) {

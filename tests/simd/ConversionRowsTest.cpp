@@ -26,8 +26,7 @@ Long32 Run(const Planes& p, const Pitches& pitch, ULong32 width, ULong32 height)
                         pitch[0], pitch[1], from, to, style, nullptr, nullptr);
 }
 
-// ---- Without a matrix
-// --------------------------------------------------------------------------------------
+// ---- Without a matrix ---------------------------------------------------------------------------------
 
 /// Left to right, as a copy onto itself would go.
 template <std::size_t bytes>
@@ -81,8 +80,7 @@ void SwapPairs(const Planes& in, std::uint8_t* out, std::size_t width) {
     }
 }
 
-// ---- With the default matrices
-// -----------------------------------------------------------------------------
+// ---- With the default matrices ------------------------------------------------------------------------
 
 /// In 4096ths, by rows: from YCrCb at video levels to full RGB, and back.
 constexpr int kToRgb[3][3] = {{8263, 4769, 0}, {-1605, 4769, -3330}, {0, 4769, 6537}};
