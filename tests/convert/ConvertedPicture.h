@@ -107,6 +107,41 @@ inline std::vector<PlaneShape> PlanesOf(const FormatShape& shape, std::size_t wi
     }
 }
 
+/// What an image of a format has for so many columns and lines: whole pairs, whole groups of four, pairs of
+/// lines.
+struct WholeSize {
+    WholeSize(const FormatShape& shape, std::size_t columns, std::size_t lines) {
+        const std::size_t across = shape.sampling == Zan::k411 ? 4 : shape.sampling >= Zan::k422 ? 2 : 1;
+        const std::size_t down = shape.sampling == Zan::k420 ? 2 : 1;
+        width = (columns + across - 1) / across * across;
+        height = (lines + down - 1) / down * down;
+    }
+
+    std::size_t width, height;
+};
+
+inline void SetLevels(Zan::Image& image, FormatShape::Levels levels) {
+    using Levels = FormatShape::Levels;
+    for (Zan::ULong32 channel = 0; channel < 3 && levels != Levels::kAsMade; ++channel) {
+        const bool full = levels == Levels::kNarrowClamp, open = levels == Levels::kStudioOpen;
+        image.SetBlackAndWhiteLevel(full ? 0.0F : 16.0F / 255, full ? 1.0F : 235.0F / 255, channel);
+        image.SetClampLowAndHighLevel(open ? 0.0F : 0.05F, open ? 1.0F : 0.95F, channel);
+    }
+}
+
+/// An image of a format on the memory of a test.
+inline Zan::Image ImageOf(const FormatShape& shape, WholeSize size, Zan::OriginEnum origin,
+                          std::vector<unsigned char*> addresses, std::vector<Zan::ULong32> pitches) {
+    const Zan::ImageDescriptor descriptor(static_cast<Zan::ULong32>(size.width),
+                                          static_cast<Zan::ULong32>(size.height), shape.space, shape.sampling,
+                                          shape.order, shape.packing, shape.scan, Zan::kInterleavedFields,
+                                          origin, 1.0F, shape.shaped);
+    Zan::Image image(addresses.data(), pitches.data(), descriptor, 1U, 1U);
+    image.SetColor(shape.color);
+    SetLevels(image, shape.levels);
+    return image;
+}
+
 /// How the memory of a picture lies.
 struct Placement {
     unsigned padding = 0;  ///< bytes of a line beyond its samples
@@ -118,20 +153,14 @@ struct Placement {
 /// before the planes, between their lines and behind them.
 class ConvertedPicture {
 public:
-    /// The image is as much larger as its sampling wants: whole pairs, whole groups of four, pairs of lines.
+    /// The image is as much larger as its sampling wants.
     ConvertedPicture(Zan::ConverterFormat format, std::size_t width, std::size_t height,
                      Placement placement = {})
         : shape(ShapeOf(format)) {
-        const std::size_t across = shape.sampling == Zan::k411   ? 4
-                                   : shape.space != Zan::kYCrCb  ? 1
-                                   : shape.sampling >= Zan::k422 ? 2
-                                                                 : 1;
-        const std::size_t down = shape.sampling == Zan::k420 ? 2 : 1;
-        const std::size_t wide = (width + across - 1) / across * across;
-        const std::size_t high = (height + down - 1) / down * down;
+        const WholeSize size(shape, width, height);
         std::vector<unsigned char*> addresses;
         std::vector<Zan::ULong32> pitches;
-        for (const PlaneShape& plane : PlanesOf(shape, wide, high)) {
+        for (const PlaneShape& plane : PlanesOf(shape, size.width, size.height)) {
             const std::size_t pitch = plane.rowBytes + placement.padding;
             auto memory = std::make_unique<FencedMemory>(pitch * plane.rows + placement.slack);
             addresses.push_back(memory->Data());
@@ -141,13 +170,8 @@ public:
             planes.push_back({std::move(memory), placement.bottomUp ? last : 0,
                               placement.bottomUp ? -step : step, pitch, plane});
         }
-        const Zan::ImageDescriptor descriptor(
-            static_cast<Zan::ULong32>(wide), static_cast<Zan::ULong32>(high), shape.space, shape.sampling,
-            shape.order, shape.packing, shape.scan, Zan::kInterleavedFields,
-            placement.bottomUp ? Zan::kBottomLeft : Zan::kTopLeft, 1.0F, shape.shaped);
-        image = std::make_unique<Zan::Image>(addresses.data(), pitches.data(), descriptor, 1U, 1U);
-        image->SetColor(shape.color);
-        SetLevels();
+        image = std::make_unique<Zan::Image>(
+            ImageOf(shape, size, placement.bottomUp ? Zan::kBottomLeft : Zan::kTopLeft, addresses, pitches));
     }
 
     const FormatShape& Shape() const { return shape; }
@@ -194,18 +218,6 @@ private:
     std::ptrdiff_t FromStart(std::size_t plane, std::size_t offset, std::size_t row) const {
         const Plane& p = planes[plane];
         return p.first + static_cast<std::ptrdiff_t>(row) * p.step + static_cast<std::ptrdiff_t>(offset);
-    }
-
-    void SetLevels() {
-        using Levels = FormatShape::Levels;
-        for (Zan::ULong32 channel = 0; channel < 3 && shape.levels != Levels::kAsMade; ++channel) {
-            if (shape.levels != Levels::kNarrowClamp) {
-                image->SetBlackAndWhiteLevel(16.0F / 255, 235.0F / 255, channel);
-            }
-            if (shape.levels != Levels::kStudioOpen) {
-                image->SetClampLowAndHighLevel(0.05F, 0.95F, channel);
-            }
-        }
     }
 
     FormatShape shape;

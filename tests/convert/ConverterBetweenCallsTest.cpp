@@ -8,18 +8,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
-#include <cstring>
 #include <iterator>
 #include <limits>
-#include <map>
-#include <memory>
 #include <string>
 #include <type_traits>
 #include <utility>
-#include <vector>
 
-#include "convert/ConvertedPicture.h"
+#include "convert/LivedConverter.h"
+#include "convert/PictureBank.h"
 #include "foundation/CapabilitySeam.h"
 #include "simd/Targets.h"
 #include "support/Choices.h"
@@ -29,9 +25,6 @@ namespace {
 
 using namespace Zan;
 using namespace convert_test;
-
-constexpr std::size_t kBytesOfPlane = 4096;  // a whole page: fences on both sides
-constexpr int kPictures = 4;
 
 /// Formats whose pictures have the same bytes in the same places: converted in place, too.
 ConverterFormat PartnerOf(ConverterFormat format) {
@@ -59,110 +52,9 @@ ConverterFormat PartnerOf(ConverterFormat format) {
     }
 }
 
-/// How an image is made.
-struct Setup {
-    ConverterFormat format = kFmtRGB32;
-    unsigned width = 0, height = 0;
-    unsigned padding = 0;
-    unsigned slack = 0;
-    bool atFence = true;  ///< the planes end `slack` bytes before the fence, or begin as many behind one
-    OriginEnum origin = kTopLeft;
-};
-
-/// One image, a view on it, and the memory of its planes.
-struct Picture {
-    Setup setup;
-    std::size_t bank = 0;
-    std::unique_ptr<Image> image;
-    ImageView view;
-};
-
-std::string NameOf(const Picture& picture) {
-    const Setup& s = picture.setup;
-    const Rectangle region = picture.view.GetRegionOfInterest();
-    std::string text = "format ";
-    text += std::to_string(s.format) + ", " + std::to_string(s.width) + "x" + std::to_string(s.height) +
-            ", padding " + std::to_string(s.padding) + ", slack " + std::to_string(s.slack) +
-            (s.atFence ? " before" : " behind") + " a fence, origin " + std::to_string(s.origin) +
-            ", region " + std::to_string(region.getLeft()) + "," + std::to_string(region.getTop()) + " " +
-            std::to_string(region.getWidth()) + "x" + std::to_string(region.getHeight()) + ", field " +
-            std::to_string(picture.view.GetFieldOfInterest());
-    return text;
-}
-
-/// What a call is given besides its pictures.
-struct Given {
-    int style = kBestAvailable;
-    bool hasMatrix = false, hasOffset = false;
-    std::array<double, 16> matrix = {};
-    std::array<double, 8> offset = {};
-
-    ProcessingStyleEnum Style() const { return static_cast<ProcessingStyleEnum>(style); }
-    double* Matrix() { return hasMatrix ? matrix.data() : nullptr; }
-    double* Offset() { return hasOffset ? offset.data() : nullptr; }
-};
-
-struct Settings {
-    unsigned char alphaFill = 255;
-    ULong32 plusFunction = 0;
-    bool mmxOnly = false;
-
-    template <class Converter>
-    void Apply(Converter& converter) const {
-        converter.SetAlphaChannel(alphaFill);
-        converter.SetPlusFunction(plusFunction);
-        converter.SetMMXonlyStyle(mmxOnly);
-    }
-};
-
-/// The coefficients that a converter shows, bit by bit.
-struct Shown {
-    std::array<double, 16> matrix;
-    std::array<double, 8> offset;
-
-    template <class Converter>
-    explicit Shown(const Converter& converter) {
-        converter.GetMatrixCoef(matrix.data());
-        converter.GetOffset(offset.data());
-    }
-    bool operator==(const Shown& other) const {
-        return std::memcmp(matrix.data(), other.matrix.data(), sizeof matrix) == 0 &&
-               std::memcmp(offset.data(), other.offset.data(), sizeof offset) == 0;
-    }
-};
-
-/// A converter with nothing behind it but the coefficients of another: a pair that the path lacks is refused
-/// after they were taken over.
-template <class Converter>
-void GiveCoefficients(Converter& converter, Shown shown) {
-    Image dot(ImageDescriptor(1, 1, kRGB, k444, kBGRA, kPacked, kProgressive, kInterleavedFields, kTopLeft,
-                              1.0F, kUnshaped),
-              64);
-    ImageView view(&dot);
-    ASSERT_EQ(converter.Do(view, view, kFP, shown.matrix.data(), shown.offset.data()), 4);
-}
-
-template <class Converter>
-std::unique_ptr<Converter> NewConverter() {
-    return std::make_unique<Converter>();
-}
-template <>
-std::unique_ptr<ColorSpaceConverterMT> NewConverter<ColorSpaceConverterMT>() {
-    return std::make_unique<ColorSpaceConverterMT>(3U);
-}
-
 template <class Converter>
 class Walk {
 public:
-    Walk() {
-        for (std::size_t i = 0; i < 3 * kPictures; ++i) {
-            memory.push_back(std::make_unique<FencedMemory>(kBytesOfPlane));
-        }
-        for (std::size_t i = 0; i < kPictures; ++i) {
-            pictures[i].bank = i;
-        }
-    }
-
     /// Two new pictures, and `steps` calls on what becomes of them.
     void Go(int steps) {
         Pair(RandomFrom<std::size_t>(0, kPictures - 1), RandomFrom<std::size_t>(0, kPictures - 1));
@@ -172,91 +64,27 @@ public:
         for (int step = 0; step < steps && !testing::Test::HasFailure(); ++step) {
             // The same pictures again, or nearly.
             const std::string changes = step == 0 || OneIn(6) ? "nothing" : Change();
-            Refill();
+            bank.Refill(From());
             const ScopedInstructionSet believed(believedSet);
             const simd::ScopedTarget limited(target);
             const ScopedStreaming around(aroundCache);
             SCOPED_TRACE("step " + std::to_string(step) + ", changed: " + changes + "\nfrom " +
                          NameOf(From()) + "\nto " + NameOf(To()) + "\nstyle " + std::to_string(given.style));
-            Compare([&](Converter& converter) {
-                return converter.Do(From().view, To().view, given.Style(), given.Matrix(), given.Offset());
-            });
+            CompareConversion();
         }
     }
 
-    std::map<Long32, int> statuses;
-    int callsThatWrote = 0;
+    LivedConverter<Converter>& Lived() { return lived; }
 
 private:
     static constexpr bool kOnThreads = std::is_same_v<Converter, ColorSpaceConverterMT>;
+    static constexpr int kPictures = static_cast<int>(PictureBank::kPictures);
 
-    Picture& From() { return pictures[from]; }
-    Picture& To() { return pictures[to]; }
-
-    // ---- Memory ----
-
-    FencedMemory& PlaneOf(const Picture& picture, std::size_t plane) {
-        return *memory[3 * picture.bank + plane];
-    }
-    std::vector<Bytes> AllBytes() const {
-        std::vector<Bytes> all;
-        for (const auto& block : memory) {
-            all.push_back(block->Snapshot());
-        }
-        return all;
-    }
-    void PutBack(const std::vector<Bytes>& all) {
-        for (std::size_t i = 0; i < memory.size(); ++i) {
-            std::memcpy(memory[i]->Data(), all[i].data(), kBytesOfPlane);
-        }
-    }
-    void Refill() {
-        for (std::size_t plane = 0; plane < 3; ++plane) {
-            FillRandom(PlaneOf(From(), plane).Data(), kBytesOfPlane);
-        }
-    }
-
-    // ---- One call ----
-
-    template <class Call>
-    void Compare(Call call) {
-        const std::vector<Bytes> before = AllBytes();
-        const Shown shown(*lived);
-        const Long32 status = call(*lived);
-        const std::vector<Bytes> written = AllBytes();
-        PutBack(before);
-
-        const std::unique_ptr<Converter> fresh = NewConverter<Converter>();
-        GiveCoefficients(*fresh, shown);
-        settings.Apply(*fresh);
-        ASSERT_EQ(status, call(*fresh));
-        const std::vector<Bytes> expected = AllBytes();
-        for (std::size_t i = 0; i < memory.size(); ++i) {
-            ASSERT_EQ(FirstDifference(written[i], expected[i]), "")
-                << "bank " << i / 3 << ", plane " << i % 3;
-        }
-        ASSERT_TRUE(Shown(*lived) == Shown(*fresh)) << "the coefficients";
-        ++statuses[status];
-        callsThatWrote += written != before;
-    }
-
-    static std::string FirstDifference(const Bytes& got, const Bytes& wanted) {
-        for (std::size_t i = 0; i < got.size(); ++i) {
-            if (got[i] != wanted[i]) {
-                std::string text = "byte ";
-                text += std::to_string(i) + " is " + std::to_string(got[i]) + " instead of " +
-                        std::to_string(wanted[i]);
-                return text;
-            }
-        }
-        return {};
-    }
+    Picture& From() { return bank[from]; }
+    Picture& To() { return bank[to]; }
 
     // ---- Pictures ----
 
-    static ConverterFormat AnyFormat() {
-        return AllFormats()[RandomFrom<std::size_t>(0, static_cast<int>(AllFormats().size()) - 1)].code;
-    }
     static Setup AnySetup() {
         return {AnyOf({kFmtRGB32, kFmtRGB32, kFmtCbYCrY, kFmtCbYCrY4, kFmtPlanar420, AnyFormat(), AnyFormat(),
                        AnyFormat(), AnyFormat()}),
@@ -271,109 +99,48 @@ private:
     /// Which conversions there are is a matter of luck; with this one in three calls writes.
     void Pair(std::size_t source, std::size_t destination) {
         from = source;
-        to = destination == source ? (source + 1) % kPictures : destination;
+        to = destination == source ? (source + 1) % PictureBank::kPictures : destination;
         From().setup = AnySetup();
         To().setup = AnySetup();
         To().setup.width = From().setup.width;
         To().setup.height = From().setup.height;
-        Make(From());
-        Make(To());
-        Select(From());
-        Select(To());
-    }
-
-    static void Select(Picture& picture) { picture.view.Set(picture.image.get()); }
-
-    void Make(Picture& picture) {
-        const Setup& s = picture.setup;
-        const FormatShape& shape = ShapeOf(s.format);
-        const unsigned across = shape.sampling == k411 ? 4 : shape.sampling >= k422 ? 2 : 1;
-        const unsigned down = shape.sampling == k420 ? 2 : 1;
-        const unsigned wide = (s.width + across - 1) / across * across;
-        const unsigned high = (s.height + down - 1) / down * down;
-        std::vector<unsigned char*> addresses;
-        std::vector<ULong32> pitches;
-        for (const PlaneShape& plane : PlanesOf(shape, wide, high)) {
-            std::size_t pitch = plane.rowBytes + s.padding;
-            if (kOnThreads) {
-                // Lines that touch others, by groups of chroma that are not whole or by a pitch that is cut
-                // to words, may touch those of another strip.
-                pitch = (pitch + 15) / 16 * 16;
-            }
-            unsigned char* const data = PlaneOf(picture, addresses.size()).Data();
-            addresses.push_back(data + (s.atFence ? kBytesOfPlane - pitch * plane.rows - s.slack : s.slack));
-            pitches.push_back(static_cast<ULong32>(pitch));
-        }
-        Image made(addresses.data(), pitches.data(),
-                   ImageDescriptor(wide, high, shape.space, shape.sampling, shape.order, shape.packing,
-                                   shape.scan, kInterleavedFields, s.origin, 1.0F, shape.shaped),
-                   1U, 1U);
-        made.SetColor(shape.color);
-        SetLevels(made, shape.levels);
-        // The same object, or another, maybe where the one before was.
-        if (picture.image && !OneIn(3)) {
-            *picture.image = std::move(made);
-        } else {
-            picture.image = std::make_unique<Image>(std::move(made));
-            Select(picture);
-        }
-    }
-
-    static void SetLevels(Image& image, FormatShape::Levels levels) {
-        using Levels = FormatShape::Levels;
-        for (ULong32 channel = 0; channel < 3 && levels != Levels::kAsMade; ++channel) {
-            const bool full = levels == Levels::kNarrowClamp, open = levels == Levels::kStudioOpen;
-            image.SetBlackAndWhiteLevel(full ? 0.0F : 16.0F / 255, full ? 1.0F : 235.0F / 255, channel);
-            image.SetClampLowAndHighLevel(open ? 0.0F : 0.05F, open ? 1.0F : 0.95F, channel);
-        }
-    }
-
-    /// Made anew; the view keeps its region, which may leave the new image, or shows all.
-    void MakeAnew(Picture& picture) {
-        Make(picture);
-        if (OneIn(2)) {
-            Select(picture);
-        }
+        bank.Make(From());
+        bank.Make(To());
+        bank.Select(From());
+        bank.Select(To());
     }
 
     // ---- What may change between two calls ----
+
+    template <class Edit>
+    std::string MakeAnew(Picture& one, const char* what, Edit edit) {
+        bank.MakeAnew(one, edit);
+        return what;
+    }
 
     std::string Change() {
         Picture& one = OneIn(2) ? From() : To();
         Image& image = *one.image;
         switch (RandomFrom<int>(0, 27)) {
             case 0:
-                one.setup.slack = RandomFrom<unsigned>(0, 20);
-                MakeAnew(one);
-                return "addresses";
+                return MakeAnew(one, "addresses", [](Setup& s) { s.slack = RandomFrom<unsigned>(0, 20); });
             case 1:
-                one.setup.atFence = !one.setup.atFence;
-                MakeAnew(one);
-                return "the end of the memory";
+                return MakeAnew(one, "the end of the memory", [](Setup& s) { s.atFence = !s.atFence; });
             case 2:
-                one.setup.width = RandomFrom<unsigned>(1, 48);
-                MakeAnew(one);
-                return "width";
+                return MakeAnew(one, "width", [](Setup& s) { s.width = RandomFrom<unsigned>(1, 48); });
             case 3:
-                one.setup.height = RandomFrom<unsigned>(1, 12);
-                MakeAnew(one);
-                return "height";
-            case 4: {
-                // The pitch stays, the width does not.
-                const auto bytes = [&] {
-                    return static_cast<unsigned>(
-                        PlanesOf(ShapeOf(one.setup.format), one.setup.width, 1)[0].rowBytes);
-                };
-                const unsigned before = bytes();
-                one.setup.width = RandomFrom<unsigned>(1, static_cast<int>(one.setup.width));
-                one.setup.padding = std::min(one.setup.padding + before - bytes(), 80U);
-                MakeAnew(one);
-                return "width in the same pitch";
-            }
+                return MakeAnew(one, "height", [](Setup& s) { s.height = RandomFrom<unsigned>(1, 12); });
+            case 4:
+                return MakeAnew(one, "width in the same pitch", [](Setup& s) {
+                    const auto bytes = [&s] {
+                        return static_cast<unsigned>(PlanesOf(ShapeOf(s.format), s.width, 1)[0].rowBytes);
+                    };
+                    const unsigned before = bytes();
+                    s.width = RandomFrom<unsigned>(1, static_cast<int>(s.width));
+                    s.padding = std::min(s.padding + before - bytes(), 80U);
+                });
             case 5:
-                one.setup.padding = RandomFrom<unsigned>(0, 12);
-                MakeAnew(one);
-                return "pitch";
+                return MakeAnew(one, "pitch", [](Setup& s) { s.padding = RandomFrom<unsigned>(0, 12); });
             case 6:
             case 7: {
                 const auto width = static_cast<int>(image.GetWidth()),
@@ -421,21 +188,14 @@ private:
                 return "scan style";
             }
             case 17:
-                one.setup.format = AnyOf({AnyFormat(), PartnerOf(one.setup.format)});
-                MakeAnew(one);
-                return "format";
+                return MakeAnew(one, "format", [](Setup& s) {
+                    s.format = AnyOf({AnyFormat(), PartnerOf(s.format)});
+                });
             case 18:
                 given.style = AnyOf({-1, 0, 1, 2, 3, 4, 5, 5, 6, 7});
                 return "style";
             case 19:
-                if (OneIn(2)) {
-                    settings.alphaFill = RandomByte();
-                } else if (OneIn(2)) {
-                    settings.mmxOnly = !settings.mmxOnly;
-                } else {
-                    settings.plusFunction = RandomFrom<ULong32>(0, 7);
-                }
-                settings.Apply(*lived);
+                ChangeSettings();
                 return "settings";
             case 20:
             case 21:
@@ -449,21 +209,8 @@ private:
             case 23:
                 std::swap(from, to);
                 return "direction";
-            case 24: {
-                // Another picture of the same description.
-                const std::size_t other = RandomFrom<std::size_t>(0, kPictures - 1);
-                if (other == from || other == to) {
-                    return "nothing";
-                }
-                Setup& like = pictures[other].setup;
-                (&one == &From() ? from : to) = other;
-                like = one.setup;
-                like.slack = AnyOf({like.slack, 0U, 16U});
-                Make(pictures[other]);
-                pictures[other].view.Set(pictures[other].image.get(), one.view.GetRegionOfInterest(),
-                                         one.view.GetFieldOfInterest());
-                return "picture";
-            }
+            case 24:
+                return AnotherPicture(one);
             case 25:
                 ConvertInPlace();
                 return "back from in place";
@@ -483,26 +230,20 @@ private:
                 } else if (one.image->GetChannelSampling() == k422) {
                     alpha.SetAlpha(0.0F, one.image->GetWidth(), one.image->GetHeight(), kProgressive,
                                    kInterleavedFields, 8);
-                    one.image->AddChannel(PlaneOf(one, 1).Data() + 16, 64, alpha, 1U, 1U);
+                    one.image->AddChannel(bank.PlaneOf(one, 1).Data() + 16, 64, alpha, 1U, 1U);
                 }
                 return "a channel of alpha";
             case 1:
-                Select(one);
+                bank.Select(one);
                 return "whole view";
             case 2:
                 one.view.Set(nullptr);
-                CompareDo();
-                Select(one);
+                CallBetween();
+                bank.Select(one);
                 return "back from no image";
             default:
                 if constexpr (!kOnThreads) {
-                    if (OneIn(2)) {
-                        lived = std::make_unique<ColorSpaceConverter>(*lived);
-                    } else {
-                        const ColorSpaceConverter copy(*lived);
-                        GiveCoefficients(*lived, Shown(ColorSpaceConverter()));
-                        *lived = copy;
-                    }
+                    lived.BecomeACopy();
                 }
                 return "the converter, for a copy";
         }
@@ -510,7 +251,7 @@ private:
 
     /// Into other memory, then with both images on one.
     void ConvertInPlace() {
-        const std::size_t bank = To().bank;
+        const std::size_t own = To().bank;
         const Setup saved = To().setup;
         To().setup = From().setup;
         To().setup.format = PartnerOf(From().setup.format);
@@ -518,24 +259,56 @@ private:
             if (inPlace && kOnThreads) {
                 break;  // strips may share lines of chroma
             }
-            To().bank = inPlace ? From().bank : bank;
-            Make(To());
+            To().bank = inPlace ? From().bank : own;
+            bank.Make(To());
             To().view.Set(To().image.get(), From().view.GetRegionOfInterest(),
                           From().view.GetFieldOfInterest());
-            CompareDo();
+            CallBetween();
         }
-        To().bank = bank;
+        To().bank = own;
         To().setup = saved;
-        Make(To());
-        Select(To());
+        bank.Make(To());
+        bank.Select(To());
     }
 
-    void CompareDo() {
-        Refill();
+    void CallBetween() {
+        bank.Refill(From());
         SCOPED_TRACE("a call in between, from " + NameOf(From()) + "\nto " + NameOf(To()));
-        Compare([&](Converter& converter) {
+        CompareConversion();
+    }
+
+    void CompareConversion() {
+        lived.Compare([&](Converter& converter) {
             return converter.Do(From().view, To().view, given.Style(), given.Matrix(), given.Offset());
         });
+    }
+
+    void ChangeSettings() {
+        Settings& settings = lived.settings;
+        if (OneIn(2)) {
+            settings.alphaFill = RandomByte();
+        } else if (OneIn(2)) {
+            settings.mmxOnly = !settings.mmxOnly;
+        } else {
+            settings.plusFunction = RandomFrom<ULong32>(0, 7);
+        }
+        lived.ApplySettings();
+    }
+
+    /// Another picture of the same description.
+    std::string AnotherPicture(Picture& one) {
+        const std::size_t other = RandomFrom<std::size_t>(0, kPictures - 1);
+        if (other == from || other == to) {
+            return "nothing";
+        }
+        Setup& like = bank[other].setup;
+        (&one == &From() ? from : to) = other;
+        like = one.setup;
+        like.slack = AnyOf({like.slack, 0U, 16U});
+        bank.Make(bank[other]);
+        bank[other].view.Set(bank[other].image.get(), one.view.GetRegionOfInterest(),
+                             one.view.GetFieldOfInterest());
+        return "picture";
     }
 
     void ChangeCoefficients() {
@@ -569,7 +342,7 @@ private:
         if (OneIn(2)) {
             const bool shape = OneIn(2);
             const ShapedEnum mark = one.image->GetPixelShaping();
-            Compare([&](Converter& converter) {
+            lived.Compare([&](Converter& converter) {
                 one.image->SetPixelShaping(mark);
                 return shape ? converter.Shape(one.view, given.Style())
                              : converter.Unshape(one.view, given.Style());
@@ -592,9 +365,9 @@ private:
                    toPitch = fromPitch + 4 * RandomFrom<Long32>(0, 3);
         const bool narrow = OneIn(10), lacks = OneIn(10);
         const ULong32 style = AnyOf<ULong32>({2, 4, 5});
-        auto* const source = lacks ? nullptr : reinterpret_cast<ULong32*>(PlaneOf(From(), 0).Data());
-        auto* const destination = reinterpret_cast<ULong32*>(PlaneOf(To(), 0).Data());
-        Compare([&](Converter& converter) {
+        auto* const source = lacks ? nullptr : reinterpret_cast<ULong32*>(bank.PlaneOf(From(), 0).Data());
+        auto* const destination = reinterpret_cast<ULong32*>(bank.PlaneOf(To(), 0).Data());
+        lived.Compare([&](Converter& converter) {
             return static_cast<ColorSpaceConverter&>(converter).Do(
                 source, destination, narrow ? 0x80000010U : width, height, fromPitch, toPitch, pair[0],
                 pair[1], pair[0] == kFmtUnknown ? ULong32{kInt_MMXorSIMD} : style, given.Matrix(),
@@ -602,15 +375,15 @@ private:
         });
     }
 
-    std::vector<std::unique_ptr<FencedMemory>> memory;
-    std::array<Picture, kPictures> pictures;
+    // Lines that touch others, by groups of chroma that are not whole or by a pitch that is cut to words, may
+    // touch those of another strip.
+    PictureBank bank{kOnThreads};
+    LivedConverter<Converter> lived{bank};
     std::size_t from = 0, to = 1;
     Given given;
-    Settings settings;
     CPUinstructionSetEnum believedSet = kSSE2;
     simd::Target target = simd::BestTarget();
     bool aroundCache = false;
-    std::unique_ptr<Converter> lived = NewConverter<Converter>();
 };
 
 TEST(ConverterBetweenCalls, NothingOfTheCallsBeforeShows) {
@@ -619,9 +392,9 @@ TEST(ConverterBetweenCalls, NothingOfTheCallsBeforeShows) {
         walk.Go(16);
     }
     for (const Long32 status : {0, 1, 2, 4, 98}) {
-        EXPECT_GT(walk.statuses[status], 20) << status;
+        EXPECT_GT(walk.Lived().statuses[status], 20) << status;
     }
-    EXPECT_GT(walk.callsThatWrote, 2500);
+    EXPECT_GT(walk.Lived().callsThatWrote, 2500);
 }
 
 TEST(ConverterBetweenCalls, NorOnThreads) {
@@ -629,7 +402,7 @@ TEST(ConverterBetweenCalls, NorOnThreads) {
     for (int i = 0; i < 60 && !HasFailure(); ++i) {
         walk.Go(16);
     }
-    EXPECT_GT(walk.callsThatWrote, 100);
+    EXPECT_GT(walk.Lived().callsThatWrote, 100);
 }
 
 }  // namespace
