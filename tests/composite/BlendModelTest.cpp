@@ -54,7 +54,7 @@ void ExpectDissolve(Zan::ZanCompositor& compositor, const Machine& machine, int 
 
 TEST(BlendModel, CrossDissolveOfWords) {
     OnEveryPath([](Zan::ZanCompositor& compositor, const Machine& machine, int style) {
-        ForWidths([&](int width) {
+        ForWidths(1, [&](int width) {
             Layout layout = AnyLayout(width);
             // Bytes beyond whole words are taken off, so rows slant; upwards they would leave the picture.
             layout.pitchUnit = OneIn(3) ? 1 : 4;
@@ -67,7 +67,7 @@ TEST(BlendModel, CrossDissolveOfWords) {
 
 TEST(BlendModel, CrossDissolveOfPairsWithAndWithoutAlpha) {
     OnEveryPath([](Zan::ZanCompositor& compositor, const Machine& machine, int style) {
-        ForWidths([&](int width) {
+        ForWidths(1, [&](int width) {
             std::vector<Format> formats;
             for (int i = 0; i < 3; ++i) {
                 formats.push_back(Pairs(kPairSamplings[RandomFrom<std::size_t>(0, 1)]));
@@ -142,7 +142,7 @@ Layout RoomyLayout(int width) {
 
 TEST(BlendModel, CompositeTwoSources) {
     OnEveryPath([](Zan::ZanCompositor& compositor, const Machine&, int style) {
-        ForWidths([&](int width) {
+        ForWidths(1, [&](int width) {
             const Format format = AnyFirst();
             Scene scene = MakeScene({format, format, format}, RoomyLayout(width));
             Polarise(scene.pictures[1]->ColourMemory());
@@ -154,7 +154,7 @@ TEST(BlendModel, CompositeTwoSources) {
 // A source of four bytes a pixel with others of two: rows of the others are as long as those of the first.
 TEST(BlendModel, CompositeTwoSourcesOfFormatsThatDiffer) {
     OnEveryPath([](Zan::ZanCompositor& compositor, const Machine&, int style) {
-        ForWidths([&](int width) {
+        ForWidths(1, [&](int width) {
             Scene scene =
                 MakeScene({AnyOf({Format::Rgb(0, 0), Pairs(Zan::k422), Pairs(Zan::k4224)}), Words(), Words()},
                           RoomyLayout(width));
@@ -179,7 +179,7 @@ void ExpectTwoSrcAndAlpha(Zan::ZanCompositor& compositor, const Machine& machine
 
 TEST(BlendModel, CompositeTwoSrcAndAlpha) {
     OnEveryPath([](Zan::ZanCompositor& compositor, const Machine& machine, int style) {
-        ForWidths([&](int width) {
+        ForWidths(1, [&](int width) {
             const Format format = AnyFirst();
             Layout layout = RoomyLayout(width);
             // The integer form takes whole words of a pitch, the others take it in bytes.
@@ -212,7 +212,7 @@ TEST(BlendModel, CompositeTwoSrcAndAlphaWithAnyKey) {
 // written later.
 TEST(BlendModel, RowsThatRunIntoEachOther) {
     OnEveryPath([](Zan::ZanCompositor& compositor, const Machine& machine, int style) {
-        ForWidths([&](int width) {
+        ForWidths(1, [&](int width) {
             Layout layout = AnyLayout(width);
             layout.spareLines = 4;
             layout.bottomLeft = false;  // where the first row lies at the end of its plane
@@ -245,7 +245,7 @@ void ExpectAoverB(Zan::ZanCompositor& compositor, int style, int width) {
 
 TEST(BlendModel, AoverB) {
     OnEveryPath([](Zan::ZanCompositor& compositor, const Machine&, int style) {
-        ForWidths([&](int width) { ExpectAoverB(compositor, style, width); });
+        ForWidths(1, [&](int width) { ExpectAoverB(compositor, style, width); });
     });
 }
 
@@ -274,7 +274,7 @@ void ExpectUnshapedAoverB(Zan::ZanCompositor& compositor, const Machine& machine
 
 TEST(BlendModel, UnshapedAoverBwithFadeOfA) {
     OnEveryPath([](Zan::ZanCompositor& compositor, const Machine& machine, int style) {
-        ForWidths([&](int width) { ExpectUnshapedAoverB(compositor, machine, style, width); });
+        ForWidths(1, [&](int width) { ExpectUnshapedAoverB(compositor, machine, style, width); });
     });
 }
 

@@ -9,6 +9,7 @@
 #include "composite/Pictures.h"
 #include "composite/model/Model.h"
 #include "support/Choices.h"
+#include "support/EveryTarget.h"
 
 // Pictures with views on them at random places, and the comparison of an operation with its model over all of
 // their memory.
@@ -235,21 +236,6 @@ void OnEveryPath(Body body) {
                     return;
                 }
             }
-        }
-    }
-}
-
-/// Widths 1 to 70, a few of them where a sanitizer makes everything slow.
-template <class Body>
-void ForWidths(Body body) {
-    for (int width = 1; width <= 70; ++width) {
-        if (kSanitized && !OneIn(12)) {
-            continue;
-        }
-        SCOPED_TRACE(::testing::Message() << "width " << width);
-        body(width);
-        if (::testing::Test::HasFatalFailure()) {
-            return;
         }
     }
 }

@@ -83,7 +83,7 @@ void ExpectSoftWipe(Zan::ZanCompositor& compositor, const Machine& machine, int 
 
 TEST(WipeModel, SoftOnWords) {
     OnEveryPath([](Zan::ZanCompositor& compositor, const Machine& machine, int style) {
-        ForWidths([&](int width) {
+        ForWidths(1, [&](int width) {
             Scene scene = MakeScene({Words(), Words(), Key(), Words()}, AnyLayout(width));
             VaryKey(scene);
             ExpectSoftWipe(compositor, machine, style, scene, OneIn(8) ? RandomFrom<int>(0, 1) : -1);
@@ -93,7 +93,7 @@ TEST(WipeModel, SoftOnWords) {
 
 TEST(WipeModel, SoftOnPairs) {
     OnEveryPath([](Zan::ZanCompositor& compositor, const Machine& machine, int style) {
-        ForWidths([&](int width) {
+        ForWidths(1, [&](int width) {
             Scene scene = MakeScene({Pairs(), Pairs(), Key(), Pairs()}, AnyLayout(width));
             VaryAlpha(scene);
             Polarise(scene.pictures[2]->ColourMemory());
@@ -132,7 +132,7 @@ void ExpectBorderWipe(Zan::ZanCompositor& compositor, int style, Scene& scene,
 
 TEST(WipeModel, BorderOnWords) {
     OnEveryPath([](Zan::ZanCompositor& compositor, const Machine&, int style) {
-        ForWidths([&](int width) {
+        ForWidths(1, [&](int width) {
             Scene scene = MakeScene({Words(), Words(), Key(), Words()}, AnyLayout(width));
             VaryKey(scene);
             ExpectBorderWipe(compositor, style, scene, AnyBorder(), OneIn(8) ? RandomFrom<int>(0, 1) : -1);
@@ -142,7 +142,7 @@ TEST(WipeModel, BorderOnWords) {
 
 TEST(WipeModel, BorderOnPairs) {
     OnEveryPath([](Zan::ZanCompositor& compositor, const Machine&, int style) {
-        ForWidths([&](int width) {
+        ForWidths(1, [&](int width) {
             Scene scene = MakeScene({Pairs(), Pairs(), Key(), Pairs()}, AnyLayout(width));
             VaryAlpha(scene);
             VaryKey(scene);
@@ -181,7 +181,7 @@ TEST(WipeModel, BorderUnderEveryKey) {
 // Rows of the key are taken two at a time, and run out before those of the picture where it has no more.
 TEST(WipeModel, BorderOnPairsByWordsOfTheKey) {
     OnEveryPath([](Zan::ZanCompositor& compositor, const Machine&, int style) {
-        ForWidths([&](int width) {
+        ForWidths(1, [&](int width) {
             Scene scene = MakeScene({Pairs(), Pairs(), Key(Zan::k16Bits), Pairs()}, AnyLayout(width));
             VaryAlpha(scene);
             ExpectBorderWipe(compositor, style, scene, AnyBorder());

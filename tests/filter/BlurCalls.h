@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "filter/BlurPicture.h"
-#include "simd/Targets.h"
+#include "support/EveryTarget.h"
 
 // What the tests of the blur have in common: its styles, a call, the targets to run it on.
 
@@ -47,16 +47,6 @@ inline Long32 Blur(ImageView from, ImageView to, double horizontal, double verti
     const DeepDefocus filter(bits);
     return filter.Do(from, to, horizontal, vertical, limits.xStart, limits.xEnd, limits.yStart, limits.yEnd,
                      style);
-}
-
-inline std::vector<simd::Target> Targets() {
-    std::vector<simd::Target> targets;
-    for (std::size_t t = 0; t < simd::kTargetCount; ++t) {
-        if (simd::IsTargetAvailable(static_cast<simd::Target>(t))) {
-            targets.push_back(static_cast<simd::Target>(t));
-        }
-    }
-    return targets;
 }
 
 /// A destination, and the same filled by the plain formula.

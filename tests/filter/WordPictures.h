@@ -8,10 +8,9 @@
 #include <cstdint>
 #include <string>
 
-#include "simd/Targets.h"
 #include "support/Choices.h"
+#include "support/EveryTarget.h"
 #include "support/FencedMemory.h"
-#include "support/Streaming.h"
 
 // Pictures in plain memory, as the filters and noises of raw pointers take them.
 
@@ -62,30 +61,6 @@ inline ::testing::AssertionResult SameBytes(const Bytes& expected, const WordPic
         }
     }
     return ::testing::AssertionFailure() << "sizes differ";
-}
-
-/// Runs `body()` on every target of this machine; on the best one with stores around the cache as well.
-template <class Body>
-void OnEveryTarget(Body body) {
-    for (std::size_t i = 0; i < Zan::simd::kTargetCount; ++i) {
-        const auto target = static_cast<Zan::simd::Target>(i);
-        if (!Zan::simd::IsTargetAvailable(target)) {
-            continue;
-        }
-        const Zan::simd::ScopedTarget limit(target);
-        for (const bool aroundCache : {false, true}) {
-            if (aroundCache && target != Zan::simd::BestTarget()) {
-                continue;
-            }
-            const ScopedStreaming streaming(aroundCache);
-            SCOPED_TRACE(std::string("on ") + Zan::simd::TargetName(target) +
-                         (aroundCache ? ", streaming" : ""));
-            body();
-            if (::testing::Test::HasFatalFailure()) {
-                return;
-            }
-        }
-    }
 }
 
 }  // namespace filter_test

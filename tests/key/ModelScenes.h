@@ -13,10 +13,8 @@ namespace key_test {
 using namespace test_support;
 using tone_test::AllStyles;
 using tone_test::Format;
-using tone_test::ForWidths;
 using tone_test::Grey;
 using tone_test::Layout;
-using tone_test::OnEveryTarget;
 using tone_test::Pairs;
 using tone_test::Picture;
 using tone_test::Planar;

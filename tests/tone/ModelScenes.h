@@ -12,10 +12,9 @@
 #include <vector>
 
 #include "foundation/CapabilitySeam.h"
-#include "simd/Targets.h"
 #include "support/Choices.h"
+#include "support/EveryTarget.h"
 #include "support/FencedMemory.h"
-#include "support/Streaming.h"
 #include "tone/model/Operand.h"
 
 // Random pictures with views on them at random places, and the comparison of an operation with its model over
@@ -303,30 +302,6 @@ inline void ExpectAsModel(Scene& scene, const Call& call, const ModelCall& model
     }
 }
 
-/// Runs `body()` on every target of this machine; on the best one with stores around the cache as well.
-template <class Body>
-void OnEveryTarget(Body body) {
-    for (std::size_t i = 0; i < Zan::simd::kTargetCount; ++i) {
-        const auto target = static_cast<Zan::simd::Target>(i);
-        if (!Zan::simd::IsTargetAvailable(target)) {
-            continue;
-        }
-        const Zan::simd::ScopedTarget limit(target);
-        for (const bool aroundCache : {false, true}) {
-            if (aroundCache && target != Zan::simd::BestTarget()) {
-                continue;
-            }
-            const ScopedStreaming streaming(aroundCache);
-            SCOPED_TRACE(std::string("on ") + Zan::simd::TargetName(target) +
-                         (aroundCache ? ", streaming" : ""));
-            body();
-            if (::testing::Test::HasFatalFailure()) {
-                return;
-            }
-        }
-    }
-}
-
 /// What a class believes the processor to be, and the object's flag.
 struct Machine {
     Zan::CPUinstructionSetEnum set;
@@ -344,21 +319,6 @@ void OnEveryMachine(Body body) {
             if (::testing::Test::HasFatalFailure()) {
                 return;
             }
-        }
-    }
-}
-
-/// Widths `least` to 70, a few of them where a sanitizer makes everything slow.
-template <class Body>
-void ForWidths(int least, Body body) {
-    for (int width = least; width <= 70; ++width) {
-        if (kSanitized && !OneIn(12)) {
-            continue;
-        }
-        SCOPED_TRACE(::testing::Message() << "width " << width);
-        body(width);
-        if (::testing::Test::HasFatalFailure()) {
-            return;
         }
     }
 }

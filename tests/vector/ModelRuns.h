@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "simd/Targets.h"
+#include "support/EveryTarget.h"
 #include "support/FencedMemory.h"
 #include "vector/model/Vectors.h"
 
@@ -24,6 +25,7 @@
 
 namespace vector_test {
 
+using test_support::Targets;
 using vector_model::Arithmetic;
 using Floats = std::vector<float>;
 
@@ -46,17 +48,6 @@ struct Operation {
 
 inline Zan::ProcessingStyleEnum Style(int number) {
     return static_cast<Zan::ProcessingStyleEnum>(number);
-}
-
-inline std::vector<Zan::simd::Target> Targets() {
-    std::vector<Zan::simd::Target> targets;
-    for (std::size_t i = 0; i < Zan::simd::kTargetCount; ++i) {
-        const auto target = static_cast<Zan::simd::Target>(i);
-        if (Zan::simd::IsTargetAvailable(target)) {
-            targets.push_back(target);
-        }
-    }
-    return targets;
 }
 
 // ---- Numbers to calculate with
