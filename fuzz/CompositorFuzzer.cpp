@@ -52,14 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (input.Flip()) {
         MakeAlike(input, pictures);
     }
-    const auto sum = [&pictures] {
-        std::uint64_t all = 0;
-        for (const fuzz::HostilePicture& picture : pictures) {
-            all = all * 31 + picture.Sum();
-        }
-        return all;
-    };
-    std::uint64_t before = sum();
+    std::uint64_t before = Sum(pictures);
     for (unsigned round = 0; round < fuzz::kMostRounds && !input.Empty(); ++round) {
         const fuzz::Levels levels(input);
         compositor.SetMMXonlyStyle(input.Flip());
@@ -130,7 +123,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             }
         }
         calls.Add();
-        const std::uint64_t after = sum();
+        const std::uint64_t after = Sum(pictures);
         if (status != 0 && (after != before || result != kUntouched)) {
             std::abort();
         }

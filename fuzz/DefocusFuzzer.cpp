@@ -1,6 +1,7 @@
 // Blurs of pictures and views of any kind by boxes of any size: what is refused writes nothing, a source
 // stays as it is, and the threaded front writes the same bytes with the same status.
 
+#include "Calls.h"
 #include "HostilePicture.h"
 #include "Input.h"
 #include "Levels.h"
@@ -10,7 +11,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <cstdlib>
 #include <memory>
 
@@ -18,10 +18,7 @@ namespace {
 
 using namespace Zan;
 
-struct Calls {
-    unsigned long long count = 0;
-    ~Calls() { std::fprintf(stderr, "stat::number_of_calls: %llu\n", count); }
-} calls;
+fuzz::Calls calls;
 
 /// Sizes near those that there are, near whole numbers and halves, and any at all.
 double AnySize(fuzz::Input& input, std::uint32_t size) {
@@ -74,7 +71,7 @@ Arguments AnyArguments(fuzz::Input& input, const ImageView& view) {
 
 template <class Filter>
 Long32 Blur(Filter& filter, ImageView& source, ImageView& destination, const Arguments& a) {
-    ++calls.count;
+    calls.Add();
     return filter.Do(source, destination, a.horizontal, a.vertical, a.xStart, a.xEnd, a.yStart, a.yEnd,
                      a.style);
 }

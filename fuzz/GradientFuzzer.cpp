@@ -7,8 +7,6 @@
 
 #include <TesselU/gradient/GradientGenerator.h>
 
-#include <cstdlib>
-
 using GradientGenerator::WgrGradientData;
 
 namespace {
@@ -41,33 +39,17 @@ Zan::ULong32 AnyPattern(fuzz::Input& input) {
 bool Draw(fuzz::Input& input) {
     const Zan::ULong32 pattern = AnyPattern(input);
     WgrGradientData record = AnyRecord(input);
-
-    if (!fuzz::IsTaken(record, kLeastStructSize)) {
-        // Any access ends the run.
-        record.pixels = reinterpret_cast<void*>(std::uintptr_t{16});
-        if (GradientGenerator::WgrGenerateGradient(input.Once(64) ? nullptr : &record, pattern) == 0) {
-            std::abort();
-        }
-        return true;
-    }
-    if (!fuzz::SampleBuffer<WgrGradientData>::IsSmall(record)) {
-        return false;
-    }
-    const fuzz::SampleBuffer<WgrGradientData> buffer(record);
-    calls.Add();
-    const int status = GradientGenerator::WgrGenerateGradient(&record, pattern);
-    buffer.Check(status == 0 && (record.flags & 1) == 0, pattern >= kFirstShape && pattern <= kLastPattern);
-    return true;
+    return fuzz::DrawRecord(
+        record, kLeastStructSize, input, calls,
+        [&](WgrGradientData* given) { return GradientGenerator::WgrGenerateGradient(given, pattern); },
+        [&](const auto& buffer, int status) {
+            buffer.Check(status == 0 && (record.flags & 1) == 0,
+                         pattern >= kFirstShape && pattern <= kLastPattern);
+        });
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    fuzz::Input input(data, size);
-    for (unsigned round = 0; round < fuzz::kMostRounds && !input.Empty(); ++round) {
-        if (!Draw(input)) {
-            return -1;
-        }
-    }
-    return 0;
+    return fuzz::DrawUntilEmpty(data, size, Draw);
 }

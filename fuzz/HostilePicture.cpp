@@ -226,6 +226,13 @@ void HostilePicture::FillAndGuard(unsigned char seed) {
     }
 }
 
+void HostilePicture::Suit(Zan::ColorSpaceEnum space, Zan::AggregateChannelSamplingEnum sampling) {
+    if (Zan::ImageDescriptor* record = image->GetImageDescriptor(); record != nullptr) {
+        record->colorSpace = space;
+        record->channelSampling = sampling;
+    }
+}
+
 std::uint64_t HostilePicture::Sum() const {
     std::uint64_t sum = 0xCBF29CE484222325U;
     const unsigned char* last = nullptr;

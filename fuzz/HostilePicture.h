@@ -29,6 +29,8 @@ public:
     Zan::ImageView View(Input& input);
 
     Zan::Image& GetImage() { return *image; }
+    /// Makes it one of a kind that an operation takes; any other is refused before a plane is touched.
+    void Suit(Zan::ColorSpaceEnum space, Zan::AggregateChannelSamplingEnum sampling);
 
     /// A sum over all bytes of the planes, by which a change shows.
     std::uint64_t Sum() const;
@@ -53,6 +55,16 @@ private:
     std::vector<std::unique_ptr<unsigned char[]>> hostMemory;
     std::unique_ptr<Zan::Image> image;
 };
+
+/// A sum over all of them.
+template <std::size_t kCount>
+std::uint64_t Sum(const HostilePicture (&pictures)[kCount]) {
+    std::uint64_t all = 0;
+    for (const HostilePicture& picture : pictures) {
+        all = all * 31 + picture.Sum();
+    }
+    return all;
+}
 
 }  // namespace fuzz
 

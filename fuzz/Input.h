@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 #include <initializer_list>
+#include <limits>
 
 namespace fuzz {
 
@@ -81,6 +82,13 @@ public:
             default:
                 return (Raw<std::int16_t>() + 8192) / 16384.0;
         }
+    }
+
+    /// Any number, of any kind, mostly about as large as `size`.
+    double AnyReal(double size = 1) noexcept {
+        using Limits = std::numeric_limits<double>;
+        return Once(16) ? Pick({Limits::quiet_NaN(), Limits::infinity(), -Limits::infinity()})
+                        : Real() * size;
     }
 
 private:

@@ -9,7 +9,6 @@
 #include <TesselU/key/ChromaKeyerYUV.h>
 
 #include <cstdlib>
-#include <limits>
 
 namespace {
 
@@ -17,37 +16,28 @@ using namespace Zan;
 
 fuzz::Calls calls;
 
-/// Any number, of any kind, mostly about as large as `size`.
-double AnyReal(fuzz::Input& input, double size) {
-    if (input.Once(16)) {
-        return input.Pick({std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
-                           -std::numeric_limits<double>::infinity()});
-    }
-    return input.Real() * size;
-}
-
 void Change(fuzz::Input& input, ChromaKeyerYUV& keyer) {
     switch (input.Below(11)) {
         case 0:
-            keyer.SetHueAngle(AnyReal(input, 360));
+            keyer.SetHueAngle(input.AnyReal(360));
             break;
         case 1:
-            keyer.SetAcceptanceAngle(AnyReal(input, 179));
+            keyer.SetAcceptanceAngle(input.AnyReal(179));
             break;
         case 2:
-            keyer.SetSaturationMinimum(AnyReal(input, 1));
+            keyer.SetSaturationMinimum(input.AnyReal(1));
             break;
         case 3:
-            keyer.SetSpillSuppressionAngle(AnyReal(input, 360));
+            keyer.SetSpillSuppressionAngle(input.AnyReal(360));
             break;
         case 4:
-            keyer.SetSpillSuppressionGain(AnyReal(input, input.Flip() ? 256 : 1));
+            keyer.SetSpillSuppressionGain(input.AnyReal(input.Flip() ? 256 : 1));
             break;
         case 5:
-            keyer.SetKeyOffset(AnyReal(input, 1));
+            keyer.SetKeyOffset(input.AnyReal(1));
             break;
         case 6:
-            keyer.SetKeyGain(AnyReal(input, input.Flip() ? 256 : 1));
+            keyer.SetKeyGain(input.AnyReal(input.Flip() ? 256 : 1));
             break;
         case 7:
             keyer.SetInvertKeyBeforePostProcessing(input.Flip());
@@ -64,15 +54,6 @@ void Change(fuzz::Input& input, ChromaKeyerYUV& keyer) {
     }
 }
 
-/// Makes a picture of a kind that the keyer takes; any other is refused before a plane is touched.
-void Suit(fuzz::HostilePicture& picture, ColorSpaceEnum space, AggregateChannelSamplingEnum sampling) {
-    ImageDescriptor* record = picture.GetImage().GetImageDescriptor();
-    if (record != nullptr) {
-        record->colorSpace = space;
-        record->channelSampling = sampling;
-    }
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -83,18 +64,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!input.Once(8)) {
         const bool isPairs = input.Flip();
         for (std::size_t i = 0; i < 3; ++i) {
-            Suit(pictures[i], kYCrCb, isPairs ? input.Pick({k422, k4224, k4224}) : k4444);
+            pictures[i].Suit(kYCrCb, isPairs ? input.Pick({k422, k4224, k4224}) : k4444);
         }
-        Suit(pictures[3], kAlphaOnly, k4444);
+        pictures[3].Suit(kAlphaOnly, k4444);
     }
-    const auto sum = [&pictures] {
-        std::uint64_t all = 0;
-        for (const fuzz::HostilePicture& picture : pictures) {
-            all = all * 31 + picture.Sum();
-        }
-        return all;
-    };
-    std::uint64_t before = sum();
+    std::uint64_t before = Sum(pictures);
     for (unsigned round = 0; round < fuzz::kMostRounds && !input.Empty(); ++round) {
         ImageView foreground = pictures[0].View(input), background = pictures[1].View(input);
         // The result may be either of them, or the key another of their views.
@@ -109,7 +83,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         calls.Add();
         const Long32 status = keyer.Do(foreground, hasBackground ? &background : nullptr, result,
                                        hasKey ? &key : nullptr, style);
-        const std::uint64_t after = sum();
+        const std::uint64_t after = Sum(pictures);
         // Whether a result lacks alpha is said when all else has been made.
         const bool mayLackAlpha =
             hasBackground && result.GetImage() != nullptr && result.GetMemoryPointer(3) == nullptr;

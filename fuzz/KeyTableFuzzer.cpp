@@ -11,21 +11,12 @@
 #include <TesselU/key/LumaKeyer.h>
 
 #include <cstdlib>
-#include <limits>
 
 namespace {
 
 using namespace Zan;
 
 fuzz::Calls calls;
-
-/// Any number, of any kind.
-double AnyReal(fuzz::Input& input) {
-    return input.Once(16) ? input.Pick({std::numeric_limits<double>::quiet_NaN(),
-                                        std::numeric_limits<double>::infinity(),
-                                        -std::numeric_limits<double>::infinity()})
-                          : input.Real();
-}
 
 template <class Keyer>
 void Change(fuzz::Input& input, Keyer& keyer) {
@@ -39,7 +30,7 @@ void Change(fuzz::Input& input, Keyer& keyer) {
     }
     double values[5] = {};
     for (double& value : values) {
-        value = AnyReal(input);
+        value = input.AnyReal();
     }
     Long32 expected = 0;
     for (int i = 0; i < 5; ++i) {
@@ -52,15 +43,6 @@ void Change(fuzz::Input& input, Keyer& keyer) {
     }
 }
 
-/// Makes a picture of a kind that the operations take; any other is refused before a plane is touched.
-void Suit(fuzz::HostilePicture& picture, ColorSpaceEnum space, AggregateChannelSamplingEnum sampling) {
-    ImageDescriptor* record = picture.GetImage().GetImageDescriptor();
-    if (record != nullptr) {
-        record->colorSpace = space;
-        record->channelSampling = sampling;
-    }
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -69,11 +51,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     LumaKeyer luma;
     fuzz::HostilePicture pictures[] = {fuzz::HostilePicture(input), fuzz::HostilePicture(input)};
     if (!input.Once(4)) {
-        Suit(pictures[0], kYCrCb, input.Pick({k4224, k4224, k422, k4444}));
-        Suit(pictures[1], kAlphaOnly, k4444);
+        pictures[0].Suit(kYCrCb, input.Pick({k4224, k4224, k422, k4444}));
+        pictures[1].Suit(kAlphaOnly, k4444);
     }
-    const auto sum = [&pictures] { return pictures[0].Sum() * 31 + pictures[1].Sum(); };
-    std::uint64_t before = sum();
+    std::uint64_t before = Sum(pictures);
     for (unsigned round = 0; round < fuzz::kMostRounds && !input.Empty(); ++round) {
         ImageView views[] = {pictures[0].View(input), pictures[input.Once(4) ? 0 : 1].View(input)};
         const fuzz::Levels ofCall(input);
@@ -95,7 +76,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 status = GenerateCrCbGradient(views[0]);
                 break;
         }
-        const std::uint64_t after = sum();
+        const std::uint64_t after = Sum(pictures);
         if (status != 0 && after != before) {
             std::abort();
         }

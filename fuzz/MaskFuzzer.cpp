@@ -7,8 +7,6 @@
 
 #include <TesselU/gradient/GradientGenerator.h>
 
-#include <cstdlib>
-
 using GradientGenerator::WgrMaskData;
 
 namespace {
@@ -44,33 +42,14 @@ WgrMaskData AnyRecord(fuzz::Input& input) {
 bool Draw(fuzz::Input& input) {
     const Zan::ULong32 type = input.Once(16) ? input.Raw<Zan::ULong32>() : 1 + input.Below(3);
     WgrMaskData record = AnyRecord(input);
-
-    if (!fuzz::IsTaken(record, kLeastStructSize)) {
-        // Any access ends the run.
-        record.pixels = reinterpret_cast<void*>(std::uintptr_t{16});
-        if (GradientGenerator::WgrGenerateMask(input.Once(64) ? nullptr : &record, type) == 0) {
-            std::abort();
-        }
-        return true;
-    }
-    if (!fuzz::SampleBuffer<WgrMaskData>::IsSmall(record)) {
-        return false;
-    }
-    const fuzz::SampleBuffer<WgrMaskData> buffer(record);
-    calls.Add();
-    const int status = GradientGenerator::WgrGenerateMask(&record, type);
-    buffer.Check(status == 0, true);
-    return true;
+    return fuzz::DrawRecord(
+        record, kLeastStructSize, input, calls,
+        [&](WgrMaskData* given) { return GradientGenerator::WgrGenerateMask(given, type); },
+        [](const auto& buffer, int status) { buffer.Check(status == 0, true); });
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    fuzz::Input input(data, size);
-    for (unsigned round = 0; round < fuzz::kMostRounds && !input.Empty(); ++round) {
-        if (!Draw(input)) {
-            return -1;
-        }
-    }
-    return 0;
+    return fuzz::DrawUntilEmpty(data, size, Draw);
 }

@@ -2,13 +2,13 @@
 // ends, with any setting, in place or not: nothing outside is touched, and instructions never show in a
 // result.
 
+#include "Calls.h"
 #include "Input.h"
 
 #include <TesselU/filter/NoiseReduction.h>
 #include <TesselU/filter/NoiseSource.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -21,10 +21,7 @@ namespace {
 
 using namespace Zan;
 
-struct Calls {
-    unsigned long long count = 0;
-    ~Calls() { std::fprintf(stderr, "stat::number_of_calls: %llu\n", count); }
-} calls;
+fuzz::Calls calls;
 
 /// Rows of words, and the bytes between them; the last row ends where the memory ends.
 class Picture {
@@ -217,7 +214,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             otherStatus = Run(settings, other, second);
         }
         simd::ForceStreaming(-1);
-        calls.count += 2;
+        calls.Add(2);
         if (status != otherStatus || !(first.frames == second.frames) || !(first.out == second.out) ||
             !AreSameLevels(filter, other)) {
             std::abort();

@@ -1,6 +1,7 @@
 #ifndef TESSELU_FUZZ_SAMPLEBUFFER_H
 #define TESSELU_FUZZ_SAMPLEBUFFER_H
 
+#include "Calls.h"
 #include "Input.h"
 
 #include <TesselU/foundation/Types.h>
@@ -112,6 +113,41 @@ private:
     std::size_t rowBytes;
     std::vector<unsigned char> bytes;
 };
+
+/// Draws by a record: one that is refused is not followed to its pixels, one that is taken gets a buffer.
+/// `draw(record)` returns the status, `check(buffer, status)` looks at what was drawn. False if the record is
+/// too large to be tried.
+template <class Record, class Draw, class Check>
+bool DrawRecord(Record& record, Zan::ULong32 leastStructSize, Input& input, Calls& calls, Draw draw,
+                Check check) {
+    if (!IsTaken(record, leastStructSize)) {
+        // Any access ends the run.
+        record.pixels = reinterpret_cast<void*>(std::uintptr_t{16});
+        if (draw(input.Once(64) ? nullptr : &record) == 0) {
+            std::abort();
+        }
+        return true;
+    }
+    if (!SampleBuffer<Record>::IsSmall(record)) {
+        return false;
+    }
+    const SampleBuffer<Record> buffer(record);
+    calls.Add();
+    check(buffer, draw(&record));
+    return true;
+}
+
+/// A run of `draw(input)`, which says whether the input is worth keeping.
+template <class Draw>
+int DrawUntilEmpty(const std::uint8_t* data, std::size_t size, Draw draw) {
+    Input input(data, size);
+    for (unsigned round = 0; round < kMostRounds && !input.Empty(); ++round) {
+        if (!draw(input)) {
+            return -1;
+        }
+    }
+    return 0;
+}
 
 }  // namespace fuzz
 
