@@ -1,27 +1,19 @@
 #include "run/Run.h"
 
 #include <algorithm>
-#include <array>
-#include <atomic>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
-#include <deque>
-#include <exception>
 #include <limits>
 #include <thread>
 
 #include "Errors.h"
-#include "media/ContactSheet.h"
 #include "media/FileNames.h"
-#include "media/Reader.h"
 #include "media/Samples.h"
-#include "media/Writer.h"
 #include "run/Console.h"
-#include "run/Effect.h"
+#include "run/Figures.h"
 #include "run/Overwriting.h"
+#include "run/Pipeline.h"
 #include "run/ProgressBar.h"
-#include "run/Queue.h"
 #include "run/RunOptions.h"
 #include "run/Stopwatch.h"
 
@@ -29,204 +21,6 @@ namespace tool {
 namespace {
 
 constexpr FrameSize kSizeWithoutInputs = {1280, 720};
-
-/// What an output picture shows of one input, field by field.
-using Fields = std::array<SharedPicture, 2>;
-/// One of each output.
-using Made = std::vector<SharedPicture>;
-
-struct Pipeline;
-
-struct InputStage {
-    InputStage(std::string newPath, const InputOptions& newOptions)
-        : path(std::move(newPath)), options(newOptions), reader(std::make_unique<Reader>(path, options)) {}
-
-    void SetTarget(const PictureFormat& newTarget, double newAspect) {
-        target = newTarget;
-        aspect = newAspect;
-        reader->SetTarget(target, aspect);
-    }
-    /// As that of the reader. An input with a period begins anew when it ends.
-    /// What is read of it, with the surroundings of what is made.
-    long First(const Pipeline& run) const;
-    std::optional<long> Last(const Pipeline& run) const;
-    SharedPicture PictureAt(long picture, int field) {
-        if (!period) {
-            return reader->PictureAt(picture, field);
-        }
-        const long now = picture / *period;
-        if (turn.value_or(now) != now) {
-            reader = std::make_unique<Reader>(path, options);
-            SetTarget(target, aspect);
-            reader->StayAtEnd();
-        }
-        turn = now;
-        return reader->PictureAt(picture % *period, field);
-    }
-
-    std::string path;
-    InputOptions options;
-    std::unique_ptr<Reader> reader;
-    PictureFormat target;
-    double aspect = 1;
-    Beyond beyond = Beyond::kNothing;
-    Surroundings around;
-    std::optional<long> period;  ///< pictures after which it begins anew
-    std::optional<long> turn;    ///< the last picture was of
-    std::optional<Queue<Fields>> queue;
-    std::atomic<double> busy = 0;  ///< seconds by the clock that it did not wait for room
-};
-
-/// What the threads of a run share. It lives as long as the last of them.
-struct Pipeline {
-    std::vector<std::unique_ptr<InputStage>> inputs;
-    PictureFormat format;             ///< of the run
-    std::vector<PictureFormat> made;  ///< of its outputs
-    long first = 0;
-    std::optional<long> whole;  ///< pictures of the whole run
-    std::optional<long> last;
-    bool endsWithInputs = false;  ///< the run ends where an input of unknown length does
-
-    std::vector<std::unique_ptr<Writer>> writers;
-    std::optional<ContactSheet> sheet;
-    std::optional<Queue<Made>> finished;
-    double encoding = 0;
-
-    std::mutex lock;
-    std::exception_ptr fault;
-
-    /// A stage cannot go on: the first one to say so is heard.
-    void Fail(std::exception_ptr what) {
-        {
-            const std::lock_guard guard(lock);
-            if (!fault) {
-                fault = std::move(what);
-            }
-        }
-        for (const auto& input : inputs) {
-            input->queue->Abandon();
-        }
-        finished->Abandon();
-    }
-    void ThrowFault() {
-        const std::lock_guard guard(lock);
-        if (fault) {
-            std::rethrow_exception(fault);
-        }
-    }
-    int FieldsPerPicture() const { return format.IsInterlaced() ? 2 : 1; }
-};
-
-long InputStage::First(const Pipeline& run) const {
-    return std::max(run.first - static_cast<long>(around.before), 0L);
-}
-
-std::optional<long> InputStage::Last(const Pipeline& run) const {
-    if (!run.last) {
-        return std::nullopt;
-    }
-    const long reach = *run.last + static_cast<long>(around.after);
-    return run.whole ? std::min(reach, *run.whole - 1) : reach;
-}
-
-/// The pictures of one input that an effect sees at once.
-class Window {
-public:
-    Window(InputStage& newInput, const Pipeline& run) : input(newInput), front(input.First(run)) {}
-
-    /// Takes what `picture` needs from the queue, each through `change`. False if the input has ended before
-    /// it.
-    template <typename Change>
-    bool Reach(long picture, const Change& change) {
-        while (!hasEnded && Back() < picture + static_cast<long>(input.around.after)) {
-            auto fields = input.queue->Pop();
-            if (fields) {
-                change(*fields);
-                held.push_back(std::move(*fields));
-            } else {
-                hasEnded = true;
-            }
-        }
-        while (front < picture - static_cast<long>(input.around.before) && !held.empty()) {
-            held.pop_front();
-            ++front;
-        }
-        return Back() >= picture;
-    }
-    /// The first or the last one beyond what is there.
-    const Fields& At(long picture) const {
-        return held[static_cast<std::size_t>(std::clamp(picture, front, Back()) - front)];
-    }
-    /// All that `Make` gets at `picture`.
-    void AddViews(long picture, int field, Zan::WhichFieldEnum which,
-                  std::vector<Zan::ImageView>& views) const {
-        const long before = input.around.before, after = input.around.after;
-        for (long each = picture - before; each <= picture + after; ++each) {
-            views.push_back(Whole(*At(each)[static_cast<std::size_t>(field)], which));
-        }
-    }
-
-private:
-    long Back() const { return front + static_cast<long>(held.size()) - 1; }
-
-    InputStage& input;
-    std::deque<Fields> held;
-    long front;
-    bool hasEnded = false;
-};
-
-void ReadInput(const std::shared_ptr<Pipeline>& run, InputStage& input) {
-    try {
-        const double start = WallClock::Now();
-        const std::optional<long> last = input.Last(*run);
-        for (long picture = input.First(*run); !last || picture <= *last; ++picture) {
-            if (run->endsWithInputs && input.beyond == Beyond::kNothing &&
-                input.reader->EndsBefore(picture)) {
-                break;
-            }
-            Fields fields;
-            for (int field = 0; field < run->FieldsPerPicture(); ++field) {
-                fields[static_cast<std::size_t>(field)] = input.PictureAt(picture, field);
-            }
-            input.busy = WallClock::Now() - start - input.queue->SecondsPushing();
-            if (!input.queue->Push(std::move(fields))) {
-                return;
-            }
-        }
-        input.queue->Close();
-    } catch (...) {
-        run->Fail(std::current_exception());
-    }
-}
-
-void WriteOutput(const std::shared_ptr<Pipeline>& run) {
-    try {
-        const double start = WallClock::Now();
-        while (const auto pictures = run->finished->Pop()) {
-            for (std::size_t i = 0; i < pictures->size(); ++i) {
-                run->writers[i]->Write(*(*pictures)[i]);
-            }
-            if (run->sheet) {
-                run->sheet->Look(*pictures->front());
-            }
-        }
-        {
-            const std::lock_guard guard(run->lock);
-            if (run->fault) {
-                return;
-            }
-        }
-        for (const auto& writer : run->writers) {
-            writer->Finish();
-        }
-        if (run->sheet) {
-            run->sheet->Finish();
-        }
-        run->encoding = WallClock::Now() - start - run->finished->SecondsPopping();
-    } catch (...) {
-        run->Fail(std::current_exception());
-    }
-}
 
 /// A side of the picture as 4:2:2 and fields need it.
 unsigned Even(unsigned side) {
@@ -387,51 +181,6 @@ std::size_t QueueLength(const PictureFormat& format) {
     constexpr std::size_t kBytes = 64U << 20;
     const std::size_t picture = std::size_t{2} * format.width * format.height;
     return std::clamp<std::size_t>(kBytes / picture, 1, 12);
-}
-
-struct Figures {
-    long pictures = 0;
-    double seconds = 0;   ///< of the whole run, by the clock
-    double effect = 0;    ///< processor time in the library
-    double toRgb = 0;     ///< the same, for outputs in RGB
-    double decoding = 0;  ///< by the clock, of the slowest input
-    double encoding = 0;
-};
-
-const char* NameOf(Zan::ScanStyleEnum scan) {
-    return scan == Zan::kUpperFieldFirst ? "tff" : scan == Zan::kLowerFieldFirst ? "bff" : "progressive";
-}
-
-/// `found`: options, without a character that JSON would have escaped.
-void PrintJson(std::FILE* to, const Command& command, const PictureFormat& format, const Figures& figures,
-               const std::string& found) {
-    const double each = 1e3 / static_cast<double>(figures.pictures);
-    std::fprintf(to,
-                 "{\"command\":\"%s\",\"frames\":%ld,\"width\":%u,\"height\":%u,\"scan\":\"%s\","
-                 "\"rate\":\"%d/%d\",\"alpha\":%s,\"seconds\":%.3f,\"library_ms\":%.4f,\"decode_ms\":%.4f,"
-                 "\"encode_ms\":%.4f%s%s%s}\n",
-                 command.name.c_str(), figures.pictures, format.width, format.height, NameOf(format.scan),
-                 format.rate.num, format.rate.den, HasAlpha(format.Samples()) ? "true" : "false",
-                 figures.seconds, (figures.effect + figures.toRgb) * each, figures.decoding * each,
-                 figures.encoding * each, found.empty() ? "" : ",\"options\":\"", found.c_str(),
-                 found.empty() ? "" : "\"");
-}
-
-void PrintSummary(std::FILE* to, const Command& command, const PictureFormat& format,
-                  const Figures& figures) {
-    const double each = 1e3 / static_cast<double>(figures.pictures);
-    const double library = figures.effect + figures.toRgb, rate = av_q2d(format.rate);
-    std::fprintf(to, "%ld frames of %ux%u%s at %.4g a second\n", figures.pictures, format.width,
-                 format.height, format.IsInterlaced() ? "i" : "p", rate);
-    std::fprintf(to, "library: %.3f ms of processor time a frame (%s %.3f", library * each,
-                 command.name.c_str(), figures.effect * each);
-    if (figures.toRgb > 0) {
-        std::fprintf(to, ", conversion to RGB %.3f", figures.toRgb * each);
-    }
-    std::fprintf(to, "), %.0f times real time\n",
-                 static_cast<double>(figures.pictures) / rate / std::max(library, 1e-9));
-    std::fprintf(to, "beside it: decoding %.3f ms, encoding %.3f ms a frame; %.2f s in all\n",
-                 figures.decoding * each, figures.encoding * each, figures.seconds);
 }
 
 }  // namespace
