@@ -207,7 +207,17 @@ enum class Overlap {
     kNone,  ///< no byte is shared
     kSame,  ///< what is shared starts at the same byte, row after row
     kShifted,
+    kAhead,  ///< a destination begins right of its source by less than a step, which would read too early
 };
+
+template <class K>
+constexpr std::size_t StepOf() {
+    if constexpr (requires { K::kStep; }) {
+        return K::kStep;
+    } else {
+        return 0;
+    }
+}
 
 template <class K, class J>
 Overlap OverlapOf(const J& job) {
@@ -233,9 +243,13 @@ Overlap OverlapOf(const J& job) {
             const Plane& to = job.destination[kTo.index];
             const Span b = span(kTo, to);
             if (a.low < b.high && b.low < a.high) {
-                const bool same = from.first == to.first && from.pitch == to.pitch &&
-                                  kFrom.bytesPer16 == kTo.bytesPer16 && !kIsWindow<K>;
-                overlap = same && overlap != Overlap::kShifted ? Overlap::kSame : Overlap::kShifted;
+                const bool alike = (from.pitch == to.pitch || job.height == 1) &&
+                                   kFrom.bytesPer16 == kTo.bytesPer16 && !kIsWindow<K>;
+                const std::uintptr_t ahead =
+                    reinterpret_cast<std::uintptr_t>(to.first) - reinterpret_cast<std::uintptr_t>(from.first);
+                overlap = std::max(overlap, alike && ahead == 0                         ? Overlap::kSame
+                                            : alike && ahead < kFrom.Bytes(StepOf<K>()) ? Overlap::kAhead
+                                                                                        : Overlap::kShifted);
             }
         });
     });
@@ -253,7 +267,7 @@ struct Extent {
 template <class K, class J>
 HWY_INLINE Extent JoinedRows(const J& job, std::size_t whole, Overlap overlap) {
     if constexpr (LinesOf<K>::kLines == 1 && !kIsWindow<K> && kRowsJoin<K>) {
-        bool joined = job.height > 1 && whole == job.width && overlap != Overlap::kShifted;
+        bool joined = job.height > 1 && whole == job.width && overlap <= Overlap::kSame;
         ForEachPlane<K>(job, [&](auto use, const Plane& plane) {
             constexpr const PlaneUse& kUse = decltype(use)::kUse;
             joined =

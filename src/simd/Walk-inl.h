@@ -182,12 +182,13 @@ HWY_NOINLINE HWY_ATTR void PartialStep(const K& kernel, const typename K::Place 
 /// in registers.
 template <class K, class Put>
 HWY_INLINE HWY_ATTR void StepColumns(const K& kernel, const K& local, const typename K::Place& place,
-                                     std::size_t whole, std::size_t width, bool apart, Put put) {
+                                     std::size_t whole, std::size_t width, Overlap overlap, Put put) {
     constexpr std::size_t kStep = K::kStep;
     // Stores that straddle cache lines cost twice, which pays for a head in longer rows alone; those around
     // the cache are not possible at all.
     constexpr std::size_t kLeastSteps = std::is_same_v<Put, PutInCache> ? 8 : 4;
     static_assert(kStep % kGranularity<K> == 0);
+    const bool apart = overlap == Overlap::kNone;
     std::size_t x = 0;
     if constexpr (LeftOf<K>() != 0) {
         x = std::min(kStep, whole);
@@ -223,7 +224,7 @@ HWY_INLINE HWY_ATTR void StepColumns(const K& kernel, const K& local, const type
 template <class K, class Put>
 HWY_INLINE HWY_ATTR void WalkBand(const K& kernel, [[maybe_unused]] const K& local,
                                   const typename K::Place& place, std::size_t whole, std::size_t width,
-                                  [[maybe_unused]] bool apart, [[maybe_unused]] Put put) {
+                                  [[maybe_unused]] Overlap overlap, [[maybe_unused]] Put put) {
     if constexpr (requires { kernel.Columns(place, width); }) {
         width = kernel.Columns(place, width);
         whole = width;
@@ -236,8 +237,8 @@ HWY_INLINE HWY_ATTR void WalkBand(const K& kernel, [[maybe_unused]] const K& loc
     std::size_t done = 0;
 #if HWY_TARGET != HWY_SCALAR
     if constexpr (kHasStep<K>) {
-        if (whole != 0) {
-            StepColumns(kernel, local, place, whole, width, apart, put);
+        if (whole != 0 && overlap != Overlap::kAhead) {
+            StepColumns(kernel, local, place, whole, width, overlap, put);
             done = whole;
         }
     }
@@ -248,20 +249,20 @@ HWY_INLINE HWY_ATTR void WalkBand(const K& kernel, [[maybe_unused]] const K& loc
 // ---- All bands ----------------------------------------------------------------------------------------
 
 template <class K, class J, class Put>
-HWY_NOINLINE HWY_ATTR void WalkBands(const K& kernel, const J& job, const Extent& extent, bool apart,
+HWY_NOINLINE HWY_ATTR void WalkBands(const K& kernel, const J& job, const Extent& extent, Overlap overlap,
                                      Put put) {
     const K local = kernel;
     const std::size_t bands = LinesOf<K>::Bands(extent.height);
     for (std::size_t band = 0; band < bands; ++band) {
         WalkBand(kernel, local, PlaceOf<K, false>(job, extent.height, band), extent.whole, extent.width,
-                 apart, put);
+                 overlap, put);
     }
 }
 
 /// Bands of which the memory does not hold every row in full. A column is made in all planes or in none,
 /// clamped planes excepted.
 template <class K, class J, class Put>
-HWY_NOINLINE HWY_ATTR void WalkClipped(const K& kernel, const J& job, std::size_t jobWhole, bool apart,
+HWY_NOINLINE HWY_ATTR void WalkClipped(const K& kernel, const J& job, std::size_t jobWhole, Overlap overlap,
                                        Put put) {
     constexpr std::size_t kUnit = UnitOf<K>();
     const std::size_t bands = LinesOf<K>::Bands(job.height);
@@ -309,7 +310,7 @@ HWY_NOINLINE HWY_ATTR void WalkClipped(const K& kernel, const J& job, std::size_
             if constexpr (requires { &K::Columns; }) {
                 UnitColumns(kernel, PlaceOf<K, true>(job, job.height, band), 0, width, width);
             } else {
-                WalkBand(kernel, kernel, PlaceOf<K, true>(job, job.height, band), whole, width, apart, put);
+                WalkBand(kernel, kernel, PlaceOf<K, true>(job, job.height, band), whole, width, overlap, put);
             }
             continue;
         }
@@ -340,7 +341,6 @@ HWY_ATTR void Walk(const K& kernel, const J& job) {
     }
     const std::size_t whole = std::min(job.whole, job.width) / kGranularity<K> * kGranularity<K>;
     const Overlap overlap = OverlapOf<K>(job);
-    const bool apart = overlap == Overlap::kNone;
 #if HWY_TARGET == HWY_SCALAR
     const int put = 0;
 #else
@@ -351,20 +351,21 @@ HWY_ATTR void Walk(const K& kernel, const J& job) {
         inside = false;
     }
     if (!inside) {
-        WalkClipped(kernel, job, whole, apart, put);
+        WalkClipped(kernel, job, whole, overlap, put);
         return;
     }
     const Extent extent = JoinedRows<K>(job, whole, overlap);
 #if HWY_TARGET != HWY_SCALAR
     if constexpr (kHasStep<K> && !requires { requires K::kStaysInCache; }) {
-        if (apart && simd::ExceedsCache(BytesMoved<K>(job)) && CanStream<K>(job, extent)) {
-            WalkBands(kernel, job, extent, apart, PutAroundCache{});
+        if (overlap == Overlap::kNone && simd::ExceedsCache(BytesMoved<K>(job)) &&
+            CanStream<K>(job, extent)) {
+            WalkBands(kernel, job, extent, overlap, PutAroundCache{});
             hwy::FlushStream();
             return;
         }
     }
 #endif
-    WalkBands(kernel, job, extent, apart, put);
+    WalkBands(kernel, job, extent, overlap, put);
 }
 
 /// Runs a kernel that reads and sums up, over all units of the job that lie inside.

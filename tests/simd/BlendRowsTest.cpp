@@ -286,9 +286,9 @@ TEST(BlendRows, LeftOfASource) {
     CheckOnSources({-1, -2, -3, -4, -7, -8, -15, -16, -17, -31, -33, -64, -100}, false);
 }
 
-// What a row has written it reads again further on, behind all that any target reads in one go.
-TEST(BlendRows, FarRightOfASource) {
-    CheckOnSources({64, 65, 100, 127, 200, 255}, false);
+// By a group or more: what a row has written it reads again further on.
+TEST(BlendRows, RightOfASource) {
+    CheckOnSources({16, 17, 23, 24, 31, 32, 33, 48, 63, 64, 65, 100, 127, 200, 255}, false);
 }
 
 }  // namespace

@@ -247,14 +247,14 @@ TEST(ConversionRows, RowsAboveOrBelowTheSource) {
     CheckOnSource({1, -1, 2, -2, 3}, true);
 }
 
-// By a group or more: less is not supported, nor is it to the right.
+// By a group or more: less is not supported.
 TEST(ConversionRows, LeftOfTheSource) {
     CheckOnSource({-16, -18, -24, -32, -34, -64, -100, -200}, false);
 }
 
-TEST(ConversionRows, FarRightOfTheSource) {
+TEST(ConversionRows, RightOfTheSource) {
     // Copies may take a row whole before they write it.
-    CheckOnSource({128, 130, 192, 200, 256}, false, false);
+    CheckOnSource({16, 18, 24, 30, 32, 34, 48, 62, 64, 66, 128, 130, 192, 200, 256}, false, false);
 }
 
 }  // namespace

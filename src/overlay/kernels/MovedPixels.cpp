@@ -139,7 +139,7 @@ HWY_NOINLINE HWY_ATTR void LinesOfPixels(const K& kernel, const MovedJob& job) {
 /// False where lines are too short, or not what LinesOfPixels can do.
 template <class K>
 HWY_ATTR bool WalkLinesOfPixels(const K& kernel, const MovedJob& job) {
-    if (job.width < 2 * (kVectorBytes / 4) || job.height == 0 || OverlapOf<K>(job) == Overlap::kShifted ||
+    if (job.width < 2 * (kVectorBytes / 4) || job.height == 0 || OverlapOf<K>(job) > Overlap::kSame ||
         !LiesInside<K>(job)) {
         return false;
     }
@@ -358,8 +358,7 @@ MovedJob UpsideDown(MovedJob job) {
 
 /// Lines in pairs where they share taps, and what is left of the job; its shares are coarse.
 MovedJob WalkLinePairs(MovedJob job, const MixShares& shares) {
-    if (job.height < 2 || OverlapOf<MovedLines32>(job) == Overlap::kShifted ||
-        !LiesInside<MovedLines32>(job)) {
+    if (job.height < 2 || OverlapOf<MovedLines32>(job) > Overlap::kSame || !LiesInside<MovedLines32>(job)) {
         return job;
     }
     // The row with the larger share comes first: with a share above a half lines go up.
