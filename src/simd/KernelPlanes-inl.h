@@ -243,13 +243,19 @@ Overlap OverlapOf(const J& job) {
             const Plane& to = job.destination[kTo.index];
             const Span b = span(kTo, to);
             if (a.low < b.high && b.low < a.high) {
-                const bool alike = (from.pitch == to.pitch || job.height == 1) &&
-                                   kFrom.bytesPer16 == kTo.bytesPer16 && !kIsWindow<K>;
+                const bool alike =
+                    (from.pitch == to.pitch || job.height == 1) && kFrom.bytesPer16 == kTo.bytesPer16;
                 const std::uintptr_t ahead =
                     reinterpret_cast<std::uintptr_t>(to.first) - reinterpret_cast<std::uintptr_t>(from.first);
-                overlap = std::max(overlap, alike && ahead == 0                         ? Overlap::kSame
-                                            : alike && ahead < kFrom.Bytes(StepOf<K>()) ? Overlap::kAhead
-                                                                                        : Overlap::kShifted);
+                if (!alike || (ahead == 0 && kIsWindow<K>)) {
+                    overlap = std::max(overlap, Overlap::kShifted);
+                } else if (ahead == 0) {
+                    overlap = std::max(overlap, Overlap::kSame);
+                } else {
+                    constexpr std::size_t kRead = StepOf<K>() == 0 ? 0 : StepOf<K>() + RightOf<K>();
+                    overlap =
+                        std::max(overlap, ahead < kFrom.Bytes(kRead) ? Overlap::kAhead : Overlap::kShifted);
+                }
             }
         });
     });
