@@ -19,7 +19,8 @@ class ImageView;
 /// code path is checked. `codePath` is 0 (`kFlp`), 1 (`kFP`) or 2 (`kInt_MMXorSIMD`); a path that the
 /// operation lacks returns 100 with no pixel touched. Pitches of image planes are taken in whole pixels
 /// unless an operation says otherwise. Paths may differ by one code value, and some leave the last pixels
-/// of a row, beyond their last whole block, unwritten; each operation says where.
+/// of a row, beyond their last whole block, unwritten; each operation says where. A destination may be a
+/// source, or lie beside it by 16 pixels or more: rows are made from the first on, each from left to right.
 ///
 /// View operations work on the smallest width and height among their views and never touch memory outside
 /// an image: a selection that leaves its plane returns 98.

@@ -33,7 +33,8 @@ public:
     ~ColorSpaceConverter() = default;
 
     /// Converts the picture of `source` to the format of `destination`, over the smaller of the two widths
-    /// and heights. Views on the same memory are converted in place without any check.
+    /// and heights. Views on the same memory are converted in place without any check; in rows that overlap
+    /// at a distance of less than 16 pixels any may come out.
     ///
     /// `callMatrix` is null or 16 doubles, row after row; `callOffset` is null or 8 doubles, first the row
     /// added before the matrix, then the row added after it, in code values. Samples are in memory order (B,
