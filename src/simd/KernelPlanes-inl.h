@@ -41,6 +41,16 @@ constexpr std::size_t UnitOf() {
     }
 }
 
+/// Columns of a vector step; 0 for kernels without.
+template <class K>
+constexpr std::size_t StepOf() {
+    if constexpr (requires { K::kStep; }) {
+        return K::kStep;
+    } else {
+        return 0;
+    }
+}
+
 /// A plane use as a type, so that loops over planes see constants.
 template <class K, std::size_t I>
 struct SourceUse {
@@ -209,15 +219,6 @@ enum class Overlap {
     kShifted,
     kAhead,  ///< a destination begins right of its source by less than a step, which would read too early
 };
-
-template <class K>
-constexpr std::size_t StepOf() {
-    if constexpr (requires { K::kStep; }) {
-        return K::kStep;
-    } else {
-        return 0;
-    }
-}
 
 template <class K, class J>
 Overlap OverlapOf(const J& job) {
