@@ -214,10 +214,10 @@ bool LiesInside(const J& job) {
 
 /// How the destinations of a job lie to its sources.
 enum class Overlap {
-    kNone,  ///< no byte is shared
-    kSame,  ///< what is shared starts at the same byte, row after row
-    kShifted,
-    kAhead,  ///< a destination begins right of its source by less than a step, which would read too early
+    kNone,     ///< no byte is shared
+    kSame,     ///< what is shared starts at the same byte, row after row
+    kShifted,  ///< nothing is written that the same step or a later one of the row still has to read
+    kAhead,    ///< something may be: made column after column
 };
 
 template <class K, class J>
@@ -230,6 +230,20 @@ Overlap OverlapOf(const J& job) {
         const auto first = reinterpret_cast<std::uintptr_t>(plane.first);
         const auto end = first + static_cast<std::uintptr_t>(last);
         return Span{std::min(first, end), std::max(first, end) + use.BytesUp(job.width)};
+    };
+    // How many bytes right of its source a destination lies, least and most: in the first and the last row,
+    // in the first and behind the last column.
+    const auto ahead = [&job](const PlaneUse& use, const Plane& from, const PlaneUse& toUse,
+                              const Plane& to) {
+        const auto rows = [&job](const PlaneUse& of, const Plane& plane) {
+            return static_cast<std::ptrdiff_t>(RowsOf<K>(of, job.height) - 1) * plane.pitch;
+        };
+        const auto first = static_cast<std::ptrdiff_t>(reinterpret_cast<std::uintptr_t>(to.first) -
+                                                       reinterpret_cast<std::uintptr_t>(from.first));
+        const std::ptrdiff_t down = rows(toUse, to) - rows(use, from);
+        const auto along = static_cast<std::ptrdiff_t>(toUse.BytesUp(job.width) - use.BytesUp(job.width));
+        return std::pair{first + std::min<std::ptrdiff_t>(down, 0) + std::min<std::ptrdiff_t>(along, 0),
+                         first + std::max<std::ptrdiff_t>(down, 0) + std::max<std::ptrdiff_t>(along, 0)};
     };
     Overlap overlap = Overlap::kNone;
     ForEachSource<K>([&](auto source) {
@@ -244,18 +258,16 @@ Overlap OverlapOf(const J& job) {
             const Plane& to = job.destination[kTo.index];
             const Span b = span(kTo, to);
             if (a.low < b.high && b.low < a.high) {
-                const bool alike =
-                    (from.pitch == to.pitch || job.height == 1) && kFrom.bytesPer16 == kTo.bytesPer16;
-                const std::uintptr_t ahead =
-                    reinterpret_cast<std::uintptr_t>(to.first) - reinterpret_cast<std::uintptr_t>(from.first);
-                if (!alike || (ahead == 0 && kIsWindow<K>)) {
-                    overlap = std::max(overlap, Overlap::kShifted);
-                } else if (ahead == 0) {
+                constexpr std::size_t kRead = StepOf<K>() == 0 ? 0 : StepOf<K>() + RightOf<K>();
+                const auto [least, most] = ahead(kFrom, from, kTo, to);
+                if (most == 0 && least == 0 && kFrom.bytesPer16 == kTo.bytesPer16 && !kIsWindow<K>) {
                     overlap = std::max(overlap, Overlap::kSame);
+                } else if (LinesOf<K>::kLines == 1 &&
+                           (most <= -static_cast<std::ptrdiff_t>(kFrom.Bytes(kFrom.left)) ||
+                            least >= static_cast<std::ptrdiff_t>(kFrom.Bytes(kRead)))) {
+                    overlap = std::max(overlap, Overlap::kShifted);
                 } else {
-                    constexpr std::size_t kRead = StepOf<K>() == 0 ? 0 : StepOf<K>() + RightOf<K>();
-                    overlap =
-                        std::max(overlap, ahead < kFrom.Bytes(kRead) ? Overlap::kAhead : Overlap::kShifted);
+                    overlap = Overlap::kAhead;
                 }
             }
         });

@@ -238,9 +238,9 @@ TEST(BlendRows, AnyWidthAtAnyAddressAndPitch) {
     }
 }
 
-/// A destination of the size of a source on the same memory: on it, rows above or below it, or as much
-/// beside it as `pixels` tells. Its rows are made one after the other, each from the left to the right.
-void CheckOnSources(const std::vector<std::ptrdiff_t>& pixels, bool byRows) {
+/// A destination of the size of a source on the same memory: on it, rows above or below it, or pixels
+/// beside it. Its rows are made one after the other, each from the left to the right.
+void CheckOnSources(const std::vector<Shift>& shifts) {
     const std::vector<unsigned>& widths = Widths();
     std::size_t number = RandomFrom<std::size_t>(0, 400);
     for (const Operation& blend : Blends()) {
@@ -249,9 +249,9 @@ void CheckOnSources(const std::vector<std::ptrdiff_t>& pixels, bool byRows) {
             continue;
         }
         for (unsigned run = 0; run < kRuns / 8; ++run) {
+            const Shift& shift = shifts[run % shifts.size()];
             Layout layout{std::max(blend.leastWidth, widths[++number % widths.size()]), 1 + run % 5, {}};
-            // No destination comes near another plane: three rows at most, of 1101 pixels and their padding.
-            const std::size_t room = byRows ? 3 * (4 * layout.width + 256) : 1024;
+            const std::size_t room = RoomFor(shift, std::size_t{4} * layout.width);
             for (std::size_t i = 0; i <= last; ++i) {
                 const std::size_t rowBytes = blend.RowBytes(i, layout.width);
                 std::ptrdiff_t pitch = AnyPitch(rowBytes, blend.steps[i]);
@@ -261,34 +261,33 @@ void CheckOnSources(const std::vector<std::ptrdiff_t>& pixels, bool byRows) {
                 layout.Add(rowBytes, pitch, (run * 5 + 7 * i) % 64, room);
             }
             for (std::size_t source = 0; source < last; ++source) {
-                if (blend.bytesPerPair[source] != 8) {
-                    continue;
+                if (blend.bytesPerPair[source] == 8) {
+                    ASSERT_NO_FATAL_FAILURE(CheckShifted(blend, source, layout, shift));
                 }
-                const std::ptrdiff_t pitch = layout.planes[source].pitch;
-                const std::ptrdiff_t shift = pixels[run % pixels.size()];
-                SCOPED_TRACE(::testing::Message() << "over source " << source << ", shift " << shift);
-                ASSERT_NO_FATAL_FAILURE(
-                    CheckShifted(blend, source, layout, byRows ? shift * pitch : 4 * shift));
             }
         }
     }
 }
 
 TEST(BlendRows, OnASource) {
-    CheckOnSources({0}, false);
+    CheckOnSources({Shift{}});
 }
 
 TEST(BlendRows, RowsAboveOrBelowASource) {
-    CheckOnSources({1, -1, 2, -2, 3}, true);
+    CheckOnSources(ByRows({1, -1, 2, -2, 3}));
 }
 
 TEST(BlendRows, LeftOfASource) {
-    CheckOnSources({-1, -2, -3, -4, -7, -8, -15, -16, -17, -31, -33, -64, -100}, false);
+    CheckOnSources(ByPixels({-1, -2, -3, -4, -7, -8, -15, -16, -17, -31, -33, -64, -100}));
 }
 
 // By a group or more: what a row has written it reads again further on.
 TEST(BlendRows, RightOfASource) {
-    CheckOnSources({16, 17, 23, 24, 31, 32, 33, 48, 63, 64, 65, 100, 127, 200, 255}, false);
+    CheckOnSources(ByPixels({16, 17, 23, 24, 31, 32, 33, 48, 63, 64, 65, 100, 127, 200, 255}));
+}
+
+TEST(BlendRows, FurtherLeftOrRightWithEveryRow) {
+    CheckOnSources({{0, 0, -1}, {0, -100, -34}, {0, 16, 1}, {0, 17, 16}, {0, 200, -46}, {0, 20, 64}});
 }
 
 }  // namespace

@@ -213,7 +213,7 @@ TEST(ConversionRows, AnyWidthAtAnyAddressAndPitch) {
 }
 
 /// Conversions between pixels of one size, on their source or so far beside it.
-void CheckOnSource(const std::vector<std::ptrdiff_t>& pixels, bool byRows, bool copiesToo = true) {
+void CheckOnSource(const std::vector<Shift>& shifts, bool copiesToo = true) {
     const std::vector<unsigned>& widths = Widths();
     std::size_t number = RandomFrom<std::size_t>(0, 400);
     for (const Operation& conversion : Conversions()) {
@@ -222,39 +222,41 @@ void CheckOnSource(const std::vector<std::ptrdiff_t>& pixels, bool byRows, bool 
             continue;
         }
         for (unsigned run = 0; run < kRuns / 4; ++run) {
+            const Shift& shift = shifts[run % shifts.size()];
             Layout layout{widths[++number % widths.size()], 1 + run % 5, {}};
             const std::size_t rowBytes = conversion.RowBytes(0, layout.width);
-            const std::size_t room = byRows ? 3 * (rowBytes + 256) : 1024;
+            const std::size_t room = RoomFor(shift, rowBytes);
             std::ptrdiff_t pitch = AnyPitch(rowBytes, conversion.steps[0]);
             if (conversion.steps[0] == kWords) {
                 pitch = pitch / 4 * 4;
             }
             layout.Add(rowBytes, pitch, run * 5 % 64, room);
             layout.Add(0, pitch, 0, 0);
-            const std::ptrdiff_t shift = pixels[run % pixels.size()];
-            SCOPED_TRACE(::testing::Message() << "shift " << shift);
-            ASSERT_NO_FATAL_FAILURE(CheckShifted(
-                conversion, 0, layout, shift * (byRows ? pitch : static_cast<std::ptrdiff_t>(pair) / 2)));
+            ASSERT_NO_FATAL_FAILURE(CheckShifted(conversion, 0, layout, shift));
         }
     }
 }
 
 TEST(ConversionRows, OnTheSource) {
-    CheckOnSource({0}, false);
+    CheckOnSource({Shift{}});
 }
 
 TEST(ConversionRows, RowsAboveOrBelowTheSource) {
-    CheckOnSource({1, -1, 2, -2, 3}, true);
+    CheckOnSource(ByRows({1, -1, 2, -2, 3}));
 }
 
 // By a group or more: less is not supported.
 TEST(ConversionRows, LeftOfTheSource) {
-    CheckOnSource({-16, -18, -24, -32, -34, -64, -100, -200}, false);
+    CheckOnSource(ByPixels({-16, -18, -24, -32, -34, -64, -100, -200}));
 }
 
 TEST(ConversionRows, RightOfTheSource) {
     // Copies may take a row whole before they write it.
-    CheckOnSource({16, 18, 24, 30, 32, 34, 48, 62, 64, 66, 128, 130, 192, 200, 256}, false, false);
+    CheckOnSource(ByPixels({16, 18, 24, 30, 32, 34, 48, 62, 64, 66, 128, 130, 192, 200, 256}), false);
+}
+
+TEST(ConversionRows, FurtherLeftOrRightWithEveryRow) {
+    CheckOnSource({{0, -16, -2}, {0, -100, -34}, {0, 16, 2}, {0, 16, 16}, {0, 200, -46}, {0, 20, 64}}, false);
 }
 
 }  // namespace

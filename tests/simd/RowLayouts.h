@@ -215,13 +215,45 @@ inline void CheckApart(const Operation& operation, unsigned runs) {
     }
 }
 
-/// The destination `shift` bytes behind a source, or before it, on the same memory. Other planes must lie
-/// further away than that.
-inline void CheckShifted(const Operation& operation, std::size_t source, Layout layout,
-                         std::ptrdiff_t shift) {
+/// How far a destination lies from a source on the same memory, which has pixels of the same size.
+struct Shift {
+    std::ptrdiff_t rows = 0;
+    std::ptrdiff_t pixels = 0;
+    std::ptrdiff_t pixelsARow = 0;  ///< so many more with every row: the pitches differ
+};
+
+inline std::vector<Shift> ByPixels(const std::vector<std::ptrdiff_t>& pixels) {
+    std::vector<Shift> shifts;
+    for (const std::ptrdiff_t count : pixels) {
+        shifts.push_back({0, count, 0});
+    }
+    return shifts;
+}
+
+inline std::vector<Shift> ByRows(const std::vector<std::ptrdiff_t>& rows) {
+    std::vector<Shift> shifts;
+    for (const std::ptrdiff_t count : rows) {
+        shifts.push_back({count, 0, 0});
+    }
+    return shifts;
+}
+
+/// Bytes around a source of `rowBytes` and a padding of up to 255 which no destination of up to five rows
+/// leaves.
+inline std::size_t RoomFor(const Shift& shift, std::size_t rowBytes) {
+    return static_cast<std::size_t>(std::abs(shift.rows)) * (rowBytes + 256) + 1024 +
+           16 * static_cast<std::size_t>(std::abs(shift.pixelsARow));
+}
+
+/// The destination that far from a source. Other planes must lie further away.
+inline void CheckShifted(const Operation& operation, std::size_t source, Layout layout, const Shift& shift) {
+    SCOPED_TRACE(::testing::Message() << "over source " << source << ", by rows " << shift.rows << ", pixels "
+                                      << shift.pixels << ", a row " << shift.pixelsARow);
     const PlaneAt& under = layout.planes[source];
-    layout.planes.back() = {static_cast<std::size_t>(static_cast<std::ptrdiff_t>(under.first) + shift),
-                            under.pitch};
+    const std::ptrdiff_t pixelBytes = static_cast<std::ptrdiff_t>(operation.bytesPerPair[source]) / 2;
+    const std::ptrdiff_t bytes = shift.rows * under.pitch + shift.pixels * pixelBytes;
+    layout.planes.back() = {static_cast<std::size_t>(static_cast<std::ptrdiff_t>(under.first) + bytes),
+                            under.pitch + shift.pixelsARow * pixelBytes};
     ASSERT_NO_FATAL_FAILURE(Check(operation, layout));
 }
 
