@@ -187,13 +187,15 @@ HWY_INLINE HWY_ATTR void StepColumns(const K& kernel, const K& local, const type
     // Stores that straddle cache lines cost twice, which pays for a head in longer rows alone; those around
     // the cache are not possible at all.
     constexpr std::size_t kLeastSteps = std::is_same_v<Put, PutInCache> ? 8 : 4;
+    // A head of its own length, which nothing is made of twice, costs as much as some 20 such stores.
+    constexpr std::size_t kLeastStepsOnSource = 32;
     static_assert(kStep % kGranularity<K> == 0);
     const bool apart = overlap == Overlap::kNone;
     std::size_t x = 0;
     if constexpr (LeftOf<K>() != 0) {
         x = std::min(kStep, whole);
         PartialStep(kernel, place, 0, x, width);
-    } else if (whole >= kLeastSteps * kStep) {
+    } else if (whole >= (apart ? kLeastSteps : kLeastStepsOnSource) * kStep) {
         const std::size_t head = ColumnsToBoundary<K>(place.out[K::kDestinations[0].index][0]);
         if (head != 0 && head <= kStep) {
             if (apart) {

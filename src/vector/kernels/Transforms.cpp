@@ -1,5 +1,7 @@
 // Transforms of batches of points.
 
+#include <algorithm>
+
 #include "simd/Job.h"
 #include "vector/kernels/Vectors.h"
 
@@ -80,9 +82,68 @@ struct Transformed {
     float* dst;
 };
 
+#if HWY_TARGET == HWY_AVX3
+
+/// Where the factors of a register's floats stand in the matrix, by register and column.
+struct FactorPlaces {
+    constexpr FactorPlaces() {
+        for (int part = 0; part < 3; ++part) {
+            for (int column = 0; column < 3; ++column) {
+                for (int i = 0; i < kFloatLanes; ++i) {
+                    of[part][column].lane[i] = (part * kFloatLanes + i) % 3 * 3 + column;
+                }
+            }
+        }
+    }
+    LaneOrder of[3][3] = {};
+};
+
+/// A matrix for points as they lie in three registers: every float is made where it stays.
+class LyingMatrix {
+public:
+    HWY_INLINE HWY_ATTR explicit LyingMatrix(const SingleMatrix& matrix) {
+        alignas(64) float m[kFloatLanes] = {};
+        std::copy_n(matrix.m, 9, m);
+        static constexpr FactorPlaces kPlaces;
+        const VF values = hn::Load(DF(), m);
+        for (int part = 0; part < 3; ++part) {
+            for (int column = 0; column < 3; ++column) {
+                factors[part][column] = Reordered(values, kPlaces.of[part][column]);
+            }
+        }
+    }
+
+    template <int Part>
+    HWY_INLINE HWY_ATTR VF Row(VF a, VF b, VF c) const {
+        const auto& row = factors[Part];
+        return hn::Add(hn::Add(hn::Mul(row[0], ComponentOfOwners<Part, 0>(a, b, c)),
+                               hn::Mul(row[1], ComponentOfOwners<Part, 1>(a, b, c))),
+                       hn::Mul(row[2], ComponentOfOwners<Part, 2>(a, b, c)));
+    }
+
+private:
+    VF factors[3][3];
+};
+
+#endif
+
 struct SingleTransformed {
+    SingleTransformed(const TransformMatrix& all, const float* from, float* to)
+        : matrix(all), src(from), dst(to) {}
     void Unit(std::size_t i) const { Put(SingleLinearPoint(matrix, At(src, i)), dst, i); }
-#if HWY_TARGET != HWY_SCALAR
+#if HWY_TARGET == HWY_AVX3
+    template <bool Around>
+    HWY_INLINE HWY_ATTR void Step(std::size_t i) const {
+        const DF d;
+        const float* from = src + 3 * i;
+        float* to = dst + 3 * i;
+        const VF a = hn::LoadU(d, from), b = hn::LoadU(d, from + kFloatLanes),
+                 c = hn::LoadU(d, from + 2 * kFloatLanes);
+        Store<Around>(lying.Row<0>(a, b, c), to);
+        Store<Around>(lying.Row<1>(a, b, c), to + kFloatLanes);
+        Store<Around>(lying.Row<2>(a, b, c), to + 2 * kFloatLanes);
+    }
+#elif HWY_TARGET != HWY_SCALAR
     using Line = Waiting<Triples>;
     Triples Begin(std::size_t i) const {
         return LoadTriples(src + 3 * i);
@@ -97,12 +158,17 @@ struct SingleTransformed {
         return hn::Add(hn::Add(hn::Mul(hn::Set(d, row[0]), p.x), hn::Mul(hn::Set(d, row[1]), p.y)),
                        hn::Mul(hn::Set(d, row[2]), p.z));
     }
+#endif
+#if HWY_TARGET != HWY_SCALAR
     Output Destination() const {
         return {{dst}, 1, 3, 1, 24, src == dst};
     }
 #endif
 
     SingleMatrix matrix;
+#if HWY_TARGET == HWY_AVX3
+    LyingMatrix lying{matrix};
+#endif
     const float* src;
     float* dst;
 };
@@ -119,7 +185,7 @@ void RunProjective(const TransformMatrix& matrix, const float* src, float* dst, 
     Batch(Transformed<Projective>{matrix, src, dst}, n);
 }
 void RunSingleLinear(const TransformMatrix& matrix, const float* src, float* dst, std::size_t n) {
-    Batch(SingleTransformed{SingleMatrix(matrix), src, dst}, n);
+    Batch(SingleTransformed(matrix, src, dst), n);
 }
 
 }  // namespace

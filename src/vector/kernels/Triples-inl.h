@@ -150,6 +150,40 @@ HWY_INLINE HWY_ATTR VF Owners(VF v) {
     return Reordered(v, kOrder);
 }
 
+#if HWY_TARGET == HWY_AVX3
+
+/// Of the floats in three registers: the component of the vector that each float of register `part` belongs
+/// to, counted from the first register that has one of them.
+struct OwnersComponent {
+    constexpr OwnersComponent(int part, int component) {
+        for (int i = 0; i < kFloatLanes; ++i) {
+            const int at = (part * kFloatLanes + i) / 3 * 3 + component;
+            if (i == 0) {
+                first = at / kFloatLanes;
+            }
+            order.lane[i] = at - first * kFloatLanes;
+        }
+        isInOne = order.lane[kFloatLanes - 1] < kFloatLanes;
+    }
+
+    LaneOrder order{};
+    int first = 0;
+    bool isInOne = false;
+};
+template <int Part, int Component>
+HWY_INLINE HWY_ATTR VF ComponentOfOwners(VF a, VF b, VF c) {
+    static constexpr OwnersComponent kWanted(Part, Component);
+    const VF low = kWanted.first == 0 ? a : kWanted.first == 1 ? b : c;
+    if constexpr (kWanted.isInOne) {
+        return Reordered(low, kWanted.order);
+    } else {
+        const VF high = kWanted.first == 0 ? b : c;
+        return VF{_mm512_permutex2var_ps(low.raw, _mm512_load_si512(kWanted.order.lane), high.raw)};
+    }
+}
+
+#endif
+
 #else
 
 HWY_INLINE HWY_ATTR Triples LoadTriples(const float* from) {
