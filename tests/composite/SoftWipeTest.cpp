@@ -109,11 +109,10 @@ TEST(SoftWipe, SoftnessOf254RisesOneStepPerKeyValue) {
             }
             std::fill_n(wipe.a.ColourMemory().Data(), 1024, std::uint8_t{0});
             std::fill_n(wipe.b.ColourMemory().Data(), 1024, std::uint8_t{255});
-            // Threshold (-254 + 509 * 254/509)/255 is 0: the key itself, but for the last bit of the
-            // threshold.
+            // Threshold (-254 + 509 * 254/509)/255 is 0 and the gain 1/255, 128 of 32640: the key itself.
             ASSERT_EQ(wipe.Run(compositor, 254.0 / 509.0, 254.0, style), 0);
             for (int i = 0; i < 256; ++i) {
-                ASSERT_NEAR(wipe.dst.ColourMemory().Data()[4 * i], i, 1) << style;
+                ASSERT_EQ(wipe.dst.ColourMemory().Data()[4 * i], i) << style;
             }
         }
     });

@@ -71,15 +71,12 @@ TEST(WipeEdgeCases, OneStepPerKeyValueAtSoftness254) {
         Four wipe(kPairsAlpha);
         Paint(wipe.a.AlphaMemory(), 0);
         Paint(wipe.b.AlphaMemory(), 255);
-        // At position 254/509 the ramp runs over the whole key.
+        // At position 254/509 the ramp runs over the whole key: the threshold is 0, the gain 1/255, which is
+        // 256 of 65280.
         ASSERT_EQ(wipe.Soft(compositor, 254.0 / 509, 254, style), 0);
-        int before = -1;
         for (std::size_t x = 0; x < 256; ++x) {
-            const int step = wipe.OutAlpha(x) - before;
-            ASSERT_TRUE(step == 1 || (step == 0 && style != 0)) << x;
-            before = wipe.OutAlpha(x);
+            ASSERT_EQ(wipe.OutAlpha(x), static_cast<int>(x));
         }
-        EXPECT_GE(before, 254);
     });
 }
 
@@ -159,6 +156,58 @@ TEST(WipeEdgeCases, BorderOfNoWidths) {
                 ASSERT_EQ(wipe.Out(x, i), (x < 128 ? wipe.a : wipe.b).ColourMemory().Data()[4 * x + i]) << x;
             }
         }
+    });
+}
+
+/// What a border of black becomes under a key of one value, 255 times the threshold being `edge`, where it
+/// holds `share` of 256 and the rest is of the first source or the second.
+void ExpectShare(ZanCompositor& compositor, int style, int key, double edge, double width, bool ofA,
+                 int share) {
+    SCOPED_TRACE(::testing::Message() << "key " << key << ", edge " << edge << ", width " << width);
+    // edge = -S + (255 + S) * position, and S the width alone.
+    const double position = (edge + width) / (255 + width);
+    for (const Format& format : {Format::Rgb(32, 1), Format::YCrCb(32, 1, Zan::k422)}) {
+        Four wipe(format, format, Format::Grey(32, 1), format);
+        Paint(wipe.key.ColourMemory(), key);
+        ASSERT_EQ(wipe.Bordered(compositor, position, 0, width, 0, 0, style), 0);
+        const bool pairs = format.sampling == Zan::k422;
+        const std::uint8_t* const source = (ofA ? wipe.a : wipe.b).ColourMemory().Data();
+        for (std::size_t i = 0; i < wipe.dst.ColourMemory().Length(); ++i) {
+            const int black = !pairs ? 0 : i % 2 == 0 ? 128 : 16;
+            ASSERT_EQ(wipe.dst.ColourMemory().Data()[i],
+                      ((256 - share) * source[i] + share * black + 128) >> 8)
+                << i;
+        }
+    }
+}
+
+// No softness is a 255th of a key value: a threshold that lies 100 parts of 255 of that below a key leaves
+// the key in a zone, 255 d / e1 being 100. total is 51 + 2/255, where the other end has its zone.
+TEST(WipeEdgeCases, EdgesWithoutSoftnessAreA255thWide) {
+    constexpr double kPart = 100.0 / (255 * 255), kTotal = 51 + 2.0 / 255;
+    OnEveryPath([](ZanCompositor& compositor, const Machine&, int style) {
+        ExpectShare(compositor, style, 99, 100 - kPart, 51, true, 0);
+        ExpectShare(compositor, style, 100, 100 - kPart, 51, true, 100);
+        ExpectShare(compositor, style, 101, 100 - kPart, 51, true, 256);
+        ExpectShare(compositor, style, 199, 200 - kTotal + kPart, 51, false, 256);
+        ExpectShare(compositor, style, 200, 200 - kTotal + kPart, 51, false, 100);
+        ExpectShare(compositor, style, 201, 200 - kTotal + kPart, 51, false, 0);
+    });
+}
+
+// Without any width two such zones meet in the middle: total is 2/255, e1 = e2 = 127.5. `above` 255ths over
+// the edge d is 127.5 * above, and the shares are 255 * above and 510 - 255 * above.
+TEST(WipeEdgeCases, EdgesOfABorderOfNoWidthsMeetInTheMiddle) {
+    OnEveryPath([](ZanCompositor& compositor, const Machine&, int style) {
+        const auto expect = [&](double above, bool ofA, int share) {
+            ExpectShare(compositor, style, 100, 100 - above / 255, 0, ofA, share);
+        };
+        expect(100.0 / 255, true, 100);
+        expect(252.0 / 255, true, 252);
+        expect(258.0 / 255, false, 252);
+        expect(410.0 / 255, false, 100);
+        expect(2.01, false, 0);
+        expect(-0.01, true, 0);
     });
 }
 
