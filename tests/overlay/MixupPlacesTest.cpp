@@ -148,6 +148,7 @@ TEST(MixupPlaces, AnOddMiddleKeepsItsLastPixel) {
     Picture b(Kind::kPairsAlpha, 6, 2, Bytes(24, 50), Bytes(12, 60)), out(Kind::kPairsAlpha, 6, 2);
     ASSERT_EQ(At(f.View(Rectangle(0, 0, 3, 2)), b.View(), out.View(), {0, 0, false}), 0);
     for (std::size_t x = 0; x < 6; ++x) {
+        EXPECT_EQ(out.Pixel(x, 1)[0], x < 2 ? 200 : 50) << x;
         EXPECT_EQ(out.Pixel(x, 1)[1], x < 2 ? 200 : 50) << x;
         EXPECT_EQ(out.alpha[6 + x], x < 2 ? 255 : 60) << x;
     }

@@ -90,6 +90,12 @@ TEST(MixupRefusals, AskForAnAlphaPlaneWithAPitch) {
     EXPECT_EQ(Center(line, lines), kNotFound);
     EXPECT_EQ(Center(lines, line), kNotFound);
     EXPECT_EQ(Do(lines, line, lines), kNotFound);
+    // A plane without memory.
+    Picture lacking(Kind::kPairsAlpha, 4, 2);
+    lacking.Get().GetImageDescriptor()->channels.at(3).memory = {};
+    EXPECT_EQ(Center(lacking, lines), kNotFound);
+    EXPECT_EQ(Center(lines, lacking), kNotFound);
+    EXPECT_EQ(Do(lacking, lines, lines), kNotFound);
     // Before the field.
     EXPECT_EQ(DoViews(line.View(), lines.View(), lines.View(kFirstField)), kNotFound);
 }

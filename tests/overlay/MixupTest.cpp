@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "overlay/Overlaying.h"
@@ -60,6 +61,46 @@ TEST(Mixup, ShiftsNegativeSumsDown) {
     EXPECT_EQ(out.bytes, (Bytes{127, 0, 128, 15, 1, 2, 3, 3}));
 }
 
+TEST(Mixup, TakesPairsOfFullAlphaAndLeavesThoseOfNone) {
+    for (const Kind kind : {Kind::kPairs, Kind::kPairsAlpha}) {
+        const bool hasAlpha = kind == Kind::kPairsAlpha;
+        Picture full(Kind::kPairsAlpha, 128, 64), back(kind, 128, 64), out(kind, 128, 64);
+        std::fill(full.alpha.begin(), full.alpha.end(), std::uint8_t{255});
+        Picture none(Kind::kPairsAlpha, 128, 64, full.bytes, Bytes(full.alpha.size(), 0));
+        ASSERT_EQ(Do(full, back, out), 0);
+        EXPECT_EQ(out.bytes, full.bytes);
+        EXPECT_EQ(out.alpha, hasAlpha ? full.alpha : Bytes());
+        ASSERT_EQ(Do(none, back, out), 0);
+        EXPECT_EQ(out.bytes, back.bytes);
+        EXPECT_EQ(out.alpha, back.alpha);
+        // Multiplied by an alpha of 255 the foreground hides all below it, too.
+        full.Get().SetPixelShaping(kShaped);
+        ASSERT_EQ(Do(full, back, out), 0);
+        EXPECT_EQ(out.bytes, full.bytes);
+        EXPECT_EQ(out.alpha, hasAlpha ? full.alpha : Bytes());
+    }
+}
+
+TEST(Mixup, LeavesBlackOverBlackAsItIs) {
+    Bytes black;
+    for (int i = 0; i < 512; ++i) {
+        black.insert(black.end(), {128, 16});
+    }
+    Bytes alphas(512);
+    for (std::size_t i = 0; i < 512; ++i) {
+        alphas[i] = static_cast<std::uint8_t>(i / 2);
+    }
+    for (const ShapedEnum shaped : {kUnshaped, kShaped}) {
+        for (const Kind kind : {Kind::kPairs, Kind::kPairsAlpha}) {
+            Picture fore(Kind::kPairsAlpha, 256, 2, black, alphas, {shaped});
+            Picture back(kind, 256, 2, black, kind == Kind::kPairsAlpha ? Bytes(512, 90) : Bytes());
+            Picture out(kind, 256, 2);
+            ASSERT_EQ(Do(fore, back, out), 0);
+            EXPECT_EQ(out.bytes, black);
+        }
+    }
+}
+
 // ---- Places -----------------------------------------------------------------------------------------------
 
 TEST(Mixup, RoundsPlacesTowardZeroAndLowersThemToPairs) {
@@ -70,6 +111,11 @@ TEST(Mixup, RoundsPlacesTowardZeroAndLowersThemToPairs) {
     EXPECT_EQ(out.bytes, (Bytes{0,   0,   0,   0,   0, 0, 200, 200, 200, 200, 200, 200, 200, 200,
                                 200, 200, 200, 200, 0, 0, 0,   0,   0,   0,   0,   0,   0}));
     // 4 in 10 is 3 in RGB, and 2 in 4:2:2.
+    Picture tenRgb(Kind::kRgb24, 10, 1, Bytes(30, 0)), outRgb(Kind::kRgb24, 10, 1);
+    ASSERT_EQ(Do(small, tenRgb, outRgb), 0);
+    Bytes atThree(30, 0);
+    std::fill_n(atThree.begin() + 9, 12, std::uint8_t{200});
+    EXPECT_EQ(outRgb.bytes, atThree);
     Picture pairs(Kind::kPairs, 4, 1, Bytes(8, 200)), ten(Kind::kPairs, 10, 1, Bytes(20, 0));
     Picture other(Kind::kPairs, 10, 1);
     ASSERT_EQ(Do(pairs, ten, other), 0);
