@@ -330,6 +330,20 @@ TEST(CorrectionStages, LevelsMoveBothEnds) {
     EXPECT_EQ(table[219], 255);
 }
 
+// Such a triple reaches no stage; its tables would leave every sample as it is.
+TEST(CorrectionStages, LevelsOfZerosAreTheIdentity) {
+    ByteTable luma, halves;
+    MakeLumaLevels({0, 0, 0}, false, luma);
+    MakeColourLevels({0, 0, 0}, halves);
+    for (int i = 0; i < 256; ++i) {
+        EXPECT_EQ(luma[static_cast<std::size_t>(i)], i);
+        EXPECT_EQ(halves[static_cast<std::size_t>(i)], i);
+    }
+    for (int x = -510; x <= 510; ++x) {
+        EXPECT_EQ(Zan::LevelOf(halves.data(), x), x);
+    }
+}
+
 TEST(CorrectionStages, LevelsThenContrast) {
     LumaLevelsContrastStage both;
     both.Configure({{{51, 0, -51}, false}, {10, 0}}, true);

@@ -373,6 +373,31 @@ TEST(Histogram, ClearsOneTableOrAll) {
     EXPECT_EQ(histogram.Get(2, 255), 0U);
 }
 
+// With something in every entry: an index that is cut to a table that is there would show.
+TEST(Histogram, IndicesOfNothingReadZeroAndChangeNothing) {
+    Histogram histogram(3, 256);
+    const auto stored = [](ULong32 table, ULong32 entry) { return 1 + 1000 * table + entry; };
+    for (ULong32 table = 0; table < 3; ++table) {
+        for (ULong32 entry = 0; entry < 256; ++entry) {
+            histogram.Set(table, entry, stored(table, entry));
+        }
+    }
+    for (const ULong32 none : {3U, 4U, 5U, 259U, 0x80000000U, 0xFFFFFFFFU}) {
+        histogram.Clear(none);
+        histogram.Set(none, 0, 77);
+        EXPECT_EQ(histogram.Get(none, 0), 0U) << none;
+    }
+    for (const ULong32 none : {256U, 257U, 512U, 0x80000000U, 0xFFFFFFFFU}) {
+        histogram.Set(1, none, 77);
+        EXPECT_EQ(histogram.Get(1, none), 0U) << none;
+    }
+    for (ULong32 table = 0; table < 3; ++table) {
+        for (ULong32 entry = 0; entry < 256; ++entry) {
+            ASSERT_EQ(histogram.Get(table, entry), stored(table, entry)) << table << ", " << entry;
+        }
+    }
+}
+
 TEST(Histogram, CopiesShareTheirTables) {
     Histogram assigned(1, 4);
     {
