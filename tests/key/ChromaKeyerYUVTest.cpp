@@ -33,6 +33,31 @@ TEST(ChromaKeyerYUV, GreyShowsTheBackgroundAtFirst) {
     }
 }
 
+TEST(ChromaKeyerYUV, NewObjectsHaveTheDocumentedSettings) {
+    ChromaKeyerYUV told;
+    told.SetHueAngle(0);
+    told.SetAcceptanceAngle(20);
+    told.SetSaturationMinimum(0);
+    told.SetSpillSuppressionAngle(20);
+    told.SetSpillSuppressionGain(1);
+    told.SetKeyOffset(0);
+    told.SetKeyGain(1);
+    told.SetInvertKeyBeforePostProcessing(false);
+    told.SetInvertKeyAfterPostProcessing(false);
+    told.SetSplitScreenHeight(0xFFFFFFFF, true);
+    for (const ProcessingStyleEnum style : {kFlp, kFP}) {
+        EXPECT_EQ(AllChroma(ChromaKeyerYUV(), style), AllChroma(told, style)) << style;
+    }
+    // k = 127/128; cosine and sine of 20 degrees are 0.9397 and 0.3420: 255 - 119.34 up and 128 - 43.44 up.
+    // In fixed point k = 254, 60 and 22 of 64: 255 - (254 * 60 >> 7) and 128 - (254 * 22 >> 7).
+    for (const ProcessingStyleEnum style : {kFlp, kFlp_SIMD, kFP}) {
+        const AggregateChannelSamplingEnum sampling = style == kFlp_SIMD ? k422 : k4444;
+        EXPECT_EQ(MakeWord(ChromaKeyerYUV(), style, sampling, {255, 9, 128, 7}, nullptr).word,
+                  (Word{136, 9, 85, 7}))
+            << style;
+    }
+}
+
 TEST(ChromaKeyerYUV, KeyOnTheHue) {
     ChromaKeyerYUV keyer;
     // x = 127/128, z = 0: 253.008; in fixed point (16256 + 32) >> 6.
