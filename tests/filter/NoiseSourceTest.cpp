@@ -219,6 +219,8 @@ TEST(NoiseSource, RefusedCallsDrawNothing) {
     EXPECT_EQ(source.AddGaussian(nullptr, out.data(), 10, 1, 40, 40, 1, 0), -1);
     // Nor does a picture without rows, or without columns.
     EXPECT_EQ(source.AddUniform(picture.data(), out.data(), 10, 0, 40, 40, 0, 200), 0);
+    EXPECT_EQ(source.AddGaussian(picture.data(), out.data(), 10, 0, 40, 40, 100, 0), 0);
+    EXPECT_EQ(source.UniformBitErrors(picture.data(), out.data(), 10, 0, 40, 40, 0.5), 0);
     EXPECT_EQ(source.UniformBitErrors(picture.data(), out.data(), 0, 10, 40, 40, 0.5), 0);
     Add(source, Noise::kUniform, picture, out, 0, 200);
     EXPECT_TRUE(std::equal(out.begin(), out.end(), bothOut.begin() + 10));
@@ -267,6 +269,9 @@ TEST(NoiseSource, StatusesInTheirOrder) {
     };
     EXPECT_EQ(uniform(-255.5, -255.4), -2);
     EXPECT_EQ(uniform(0, 255.5), -2);
+    // Above the end by itself, whatever the span.
+    EXPECT_EQ(uniform(200, 255.5), -2);
+    EXPECT_EQ(uniform(255.5, 255.5), -2);
     EXPECT_EQ(uniform(1, 0), -2);
     EXPECT_EQ(uniform(-128, 128), -2);
     EXPECT_EQ(uniform(kNaN, 1), -2);
