@@ -156,6 +156,11 @@ TEST(NoiseReduction, LevelsFollowThePicturesByAMeanOfThree) {
         return 255 - made.Byte(3);
     };
     EXPECT_EQ(levelOf(filter), 6);
+    // A new object does not follow what it measures.
+    NoiseReduction still;
+    still.SetBaseNoiseLevel(base);
+    Filter(still, loud, out, call);
+    EXPECT_EQ(levelOf(still), 6);
     Filter(filter, loud, out, call);
     EXPECT_EQ(levelOf(filter), 17);  // 17.33
     Filter(filter, loud, out, call);
