@@ -272,6 +272,15 @@ TEST(GradientEntry, CellFractionIsLimited) {
     }
 }
 
+TEST(GradientEntry, LimitsHoldForEveryPattern) {
+    for (Zan::ULong32 n : AllPatterns()) {
+        EXPECT_EQ(Drawn(n, 0.0F, 0.25F), Drawn(n, 0.01F, 0.25F)) << n;
+        EXPECT_EQ(Drawn(n, 250.0F, 0.25F), Drawn(n, 100.0F, 0.25F)) << n;
+        EXPECT_EQ(Drawn(n, 1.0F, 2.0F), Drawn(n, 1.0F, 1.0F)) << n;
+        EXPECT_EQ(Drawn(n, 1.0F, 0.0F), Drawn(n, 1.0F, 0.001F)) << n;
+    }
+}
+
 TEST(GradientEntry, NotANumberDoesNoHarm) {
     for (Zan::ULong32 n : AllPatterns()) {
         for (auto [aspect, cell] : {std::pair{kNaN, 0.25F}, {1.0F, kNaN}, {kNaN, kNaN}}) {
