@@ -408,10 +408,13 @@ Floats Transformed(const Transform3D& transform, Floats points, int style = Zan:
 
 TEST_F(Transform3DModel, ANewObjectLeavesPointsAsTheyAre) {
     const Transform3D transform;
-    Floats points;
-    for (std::size_t i = 0; i < 30; ++i) {
+    // A translation that is added, even 0, would take the sign of nothing; here in a block and behind all
+    // blocks.
+    Floats points(3, -0.0F);
+    for (std::size_t i = 0; i < 24; ++i) {
         points.push_back(draw.WithExponent(static_cast<int>(draw.Below(200)) - 100));
     }
+    points.insert(points.end(), 3, -0.0F);
     for (const int style : {0, 3, 5}) {
         const Floats out = Transformed(transform, points, style);
         for (std::size_t i = 0; i < points.size(); ++i) {
