@@ -6,21 +6,13 @@
 #define HWY_TARGET_INCLUDE "composite/kernels/Over.cpp"
 #include "simd/Foreach.h"
 // After it: these are compiled once per target.
+#include "composite/kernels/AlphaProducts-inl.h"
 #include "composite/kernels/Blend-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace Zan {
 namespace HWY_NAMESPACE {
 namespace {
-
-#if HWY_TARGET != HWY_SCALAR
-
-/// Byte 3 of each pixel in all four.
-HWY_INLINE HWY_ATTR VU8 AlphasOfPixels(VU8 pixels) {
-    return Spread<3, 3, 3, 3, 7, 7, 7, 7, 11, 11, 11, 11, 15, 15, 15, 15>(pixels);
-}
-
-#endif
 
 // ---- Pairs of 4:2:2 pixels and a plane of alpha -----------------------------------------------------------
 
@@ -113,19 +105,6 @@ struct OverFaded {
         return Spread<2, 2, 2, 2, 6, 6, 6, 6, 10, 10, 10, 10, 14, 14, 14, 14>(hn::BitCast(DU8(), faded));
     }
 
-    /// Div255Round of every product.
-    static HWY_INLINE HWY_ATTR VU8 Multiply(VU8 a, VU8 b) {
-        const DU8 d;
-        const DU16 d16;
-        const VU8 none = hn::Zero(d);
-        const auto product = [&](VU8 x, VU8 y) HWY_ATTR {
-            const VU16 t = hn::Mul(hn::BitCast(d16, x), hn::BitCast(d16, y));
-            return hn::BitCast(DI16(), hn::MulHigh(hn::Add(t, hn::Set(d16, 128)), hn::Set(d16, 257)));
-        };
-        return PackToBytes(product(hn::InterleaveLower(d, a, none), hn::InterleaveLower(d, b, none)),
-                           product(hn::InterleaveUpper(d, a, none), hn::InterleaveUpper(d, b, none)));
-    }
-
     template <class Put>
     HWY_INLINE HWY_ATTR void Step(const Place& at, std::size_t x, Put put) const {
         const DU8 d;
@@ -136,7 +115,8 @@ struct OverFaded {
             const VU8 b = hn::LoadU(d, at.in[1][0] + 4 * x + i * kVectorBytes);
             const Weights weights = WeightsOf(Faded(a, minusWeight));
             if constexpr (shapes) {
-                return BlendBytes(Multiply(b, hn::Or(AlphasOfPixels(b), opaque)), hn::Or(a, opaque), weights);
+                // Alpha times 255 stays what it is.
+                return BlendBytes(TimesAlpha(hn::Or(b, opaque), b), hn::Or(a, opaque), weights);
             } else {
                 return BlendBytes(b, a, weights);
             }

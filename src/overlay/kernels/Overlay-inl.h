@@ -7,6 +7,7 @@
 #define TESSELU_SRC_OVERLAY_KERNELS_OVERLAY_INL_H
 #endif
 
+#include "composite/kernels/AlphaProducts-inl.h"
 #include "composite/kernels/Blend-inl.h"
 #include "convert/kernels/Packed-inl.h"
 #include "simd/Walk-inl.h"
@@ -59,20 +60,7 @@ HWY_INLINE HWY_ATTR VU8 LowBytesOf(VU32 pixels) {
 /// PremultipliedOver with the alphas of `f`: as 255 is odd, the part of `b` that stays and the one that goes
 /// are never both halfway, and (255 - a) * b / 255 rounded is b - (a * b / 255 rounded).
 HWY_INLINE HWY_ATTR VU8 OverPixels(VU8 b, VU8 f) {
-    const DU8 d;
-    const DU16 d16;
-    alignas(16) static constexpr std::uint8_t kLower[16] = {3, 0x80, 3, 0x80, 3, 0x80, 3, 0x80,
-                                                            7, 0x80, 7, 0x80, 7, 0x80, 7, 0x80};
-    alignas(16) static constexpr std::uint8_t kUpper[16] = {11, 0x80, 11, 0x80, 11, 0x80, 11, 0x80,
-                                                            15, 0x80, 15, 0x80, 15, 0x80, 15, 0x80};
-    const VU8 none = hn::Zero(d);
-    const auto product = [&](VU8 words, const std::uint8_t* alphas) HWY_ATTR {
-        const VU16 weights = hn::BitCast(d16, hn::TableLookupBytesOr0(f, InEveryBlock(alphas)));
-        const VU16 t = hn::Add(hn::Mul(hn::BitCast(d16, words), weights), hn::Set(d16, 128));
-        return hn::BitCast(DI16(), hn::MulHigh(t, hn::Set(d16, 257)));
-    };
-    return hn::Sub(hn::Add(b, f), PackToBytes(product(hn::InterleaveLower(d, b, none), kLower),
-                                              product(hn::InterleaveUpper(d, b, none), kUpper)));
+    return hn::Sub(hn::Add(b, f), TimesAlpha(b, f));
 }
 
 /// AlphaUnion::weight: a quotient of numbers with 16 and 8 bits, which single precision does not round up to
