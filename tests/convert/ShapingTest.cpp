@@ -203,6 +203,18 @@ TEST(ShapingMarks, TransparentColourIsShaped) {
     }
 }
 
+// Only alpha that is said to be opaque or transparent is not looked at.
+TEST(ShapingMarks, AlphaThatIsNotDescribedIsUsed) {
+    for (const ConverterFormat format : kKinds) {
+        for (const Operation operation : {Operation::kShape, Operation::kUnshape}) {
+            ConvertedPicture picture(format, 20, 4);
+            ASSERT_EQ(picture.GetImage().SetAlphaChannelDescription(kNoAlpha), 0);
+            picture.GetImage().SetPixelShaping(operation == Operation::kShape ? kUnshaped : kShaped);
+            ASSERT_NO_FATAL_FAILURE(ExpectInPlace(operation, picture, ImageView(picture), kFlp, kSSE2));
+        }
+    }
+}
+
 TEST(ShapingMarks, OtherFormatsAreRefused) {
     for (const FormatShape& shape : AllFormats()) {
         const bool rgb = shape.space == kRGB && shape.sampling == k4444;
@@ -251,6 +263,39 @@ TEST(ShapingMarks, MissingMemoryIsRefused) {
             EXPECT_EQ(picture.GetImage().GetPixelShaping(), kUnshaped);
             EXPECT_EQ(Change(converter, Operation::kUnshape, ImageView(picture), style), 1);
             EXPECT_EQ(before.FirstDifference(0, nullptr), "");
+        }
+    }
+}
+
+// Where samples stay as they are the mark is all that changes, and nobody asks for memory.
+TEST(ShapingMarks, SamplesThatStayNeedNoMemory) {
+    for (const ConverterFormat format : kKinds) {
+        for (const ProcessingStyleEnum style : {kFlp, kBestAvailable}) {
+            ConvertedPicture picture(format, 20, 4);
+            Image& image = picture.GetImage();
+            for (ChannelDescriptor& channel : image.GetImageDescriptor()->channels) {
+                channel.memory = Tuk::RCPtr<AlignedMemoryBuffer>();
+            }
+            ColorSpaceConverter converter;
+            const auto change = [&](Operation operation, AlphaDescriptionEnum alpha, ColorEnum color) {
+                EXPECT_EQ(image.SetAlphaChannelDescription(alpha), 0);
+                image.SetColor(color);
+                image.SetPixelShaping(operation == Operation::kShape ? kUnshaped : kShaped);
+                return Change(converter, operation, ImageView(picture), style);
+            };
+            for (const ColorEnum color : {kFullColor, kBlack}) {
+                EXPECT_EQ(change(Operation::kShape, kAlphaOpaque, color), 0);
+                EXPECT_EQ(image.GetPixelShaping(), kShaped);
+                for (const AlphaDescriptionEnum alpha : {kAlphaOpaque, kAlphaTransparent}) {
+                    EXPECT_EQ(change(Operation::kUnshape, alpha, color), 0);
+                    EXPECT_EQ(image.GetPixelShaping(), kUnshaped);
+                }
+            }
+            EXPECT_EQ(change(Operation::kShape, kAlphaTransparent, kBlack), 0);
+            EXPECT_EQ(image.GetPixelShaping(), kShaped);
+            // Transparent colour is to be multiplied.
+            EXPECT_EQ(change(Operation::kShape, kAlphaTransparent, kFullColor), 1);
+            EXPECT_EQ(image.GetPixelShaping(), kUnshaped);
         }
     }
 }

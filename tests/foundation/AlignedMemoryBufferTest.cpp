@@ -91,12 +91,14 @@ TEST(AlignedMemoryBufferTest, AlignmentOf0CountsAs1) {
 TEST(AlignedMemoryBufferTest, WithTheWorkAroundOffTheSizeIsPitchTimesLines) {
     ASSERT_FALSE(BufferSeam::IsWorkAroundEnabled()) << "off by default";
     EXPECT_EQ(BufferSeam::Reserve(), 0x10000U);
+    EXPECT_EQ(BufferSeam::NextStartOffset(), 0x400U) << "the first displacement, which nothing has used";
     for (const WorkAround64KaliasEnum ignored : {kNoAliasWorkAround, kAliasWorkAround}) {
         const AlignedMemoryBuffer buffer(101, 7, 64, 32, ignored);
         EXPECT_EQ(buffer.size(), buffer.GetPitch() * buffer.GetNumberOfLines());
         EXPECT_EQ(buffer.size(), 128U * 7U);
         EXPECT_EQ(buffer.GetPixelBytes(), buffer.size());
     }
+    EXPECT_EQ(BufferSeam::NextStartOffset(), 0x400U);
 }
 
 // --- lines

@@ -31,6 +31,8 @@ inline void ExpectEmpty(const AlignedMemoryBuffer& buffer) {
     EXPECT_EQ(buffer.GetPitch(), 0U);
     EXPECT_EQ(buffer.GetNumberOfLines(), 0U);
     EXPECT_FALSE(BufferSeam::OwnsMemory(buffer));
+    EXPECT_EQ(BufferSeam::AllocatorContext(buffer), nullptr);
+    EXPECT_EQ(BufferSeam::FreeCallback(buffer), nullptr);
     EXPECT_EQ(buffer.GetBufferAlignment(), 1U);
     EXPECT_EQ(buffer.GetLineAlignment(), 1U);
 }

@@ -345,6 +345,17 @@ TEST(CPUcapabilitiesTest, State1DividesAsIntegers) {
     ExpectCount(probe, {1, 3, 2, 6});
 }
 
+TEST(CPUcapabilitiesTest, State1DividesTheWholeSystemCount) {
+    // 258 of which the low byte is 2: it is 258 that is divided.
+    std::vector<unsigned> ids(258);
+    for (unsigned i = 0; i < ids.size(); ++i) {
+        ids[i] = i % 256;
+    }
+    FakeProbe probe;
+    probe.MakeHyperThreaded(2, ids);
+    ExpectCount(probe, {1, 129, 2, 258});
+}
+
 TEST(CPUcapabilitiesTest, State2IsASingleLogicalProcessor) {
     FakeProbe probe;
     probe.MakeHyperThreaded(1, {0, 1});

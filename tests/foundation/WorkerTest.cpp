@@ -92,6 +92,17 @@ TEST(StripWorkers, KeepTheirThreads) {
     EXPECT_EQ(threads.count(std::this_thread::get_id()), 0U);
 }
 
+TEST(StripWorkers, OneHasAThreadOfItsOwn) {
+    StripWorkers<Witness> workers(1, [] { return Witness(); });
+    workers.RunAll();
+    const std::thread::id first = workers[0].thread;
+    EXPECT_NE(first, std::thread::id());
+    EXPECT_NE(first, std::this_thread::get_id());
+    workers.RunAll();
+    EXPECT_EQ(workers[0].thread, first);
+    EXPECT_EQ(workers[0].runs, 2);
+}
+
 TEST(StripWorkers, RunSideBySide) {
     std::barrier<> together(8);
     StripWorkers<Witness> workers(8, [&] { return Witness{&together}; });

@@ -70,6 +70,19 @@ TEST(ImageChannels, AddedAlphaMakesFourTwoTwoFour) {
     EXPECT_EQ(image.GetBytesPerPixel(), 2.0F);
 }
 
+TEST(ImageChannels, AddedAlphaCountsForPlanesOfFourTwoTwoToo) {
+    for (const ComponentOrderEnum order : {kYCbCrPlanes, kYPlaneCbCrPlane}) {
+        Image image(Planar(64, 8, k422, order), 64);
+        EXPECT_EQ(image.AddChannel(AlphaRecord(64, 8), 64, 16), 3);
+        EXPECT_EQ(image.GetChannelSampling(), k4224) << order;
+        EXPECT_EQ(image.GetPixelPacking(), kPlanar);
+        EXPECT_EQ(image.GetBytesPerPixel(), 3.0F);
+        EXPECT_EQ(image.DeleteChannel(3), kStatusOk);
+        EXPECT_EQ(image.GetChannelSampling(), k422) << order;
+        EXPECT_EQ(image.GetBytesPerPixel(), 2.0F);
+    }
+}
+
 TEST(ImageChannels, AddedAlphaChangesNoOtherSampling) {
     const ImageDescriptor formats[] = {Rgb24(64, 8), Rgb32(64, 8), Planar(64, 8, k420), Planar(64, 8, k411),
                                        UyvyWithAlpha(64, 8)};
