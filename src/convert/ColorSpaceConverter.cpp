@@ -221,7 +221,10 @@ Long32 ColorSpaceConverter::MakePlan(ConversionRequest& request, const double* c
         std::memmove(offset, callOffset, sizeof offset);
         request.offset = &offset[0][0];
     }
-    if (const Long32 status = Prepare(request, CPUinstructionSet, plan); status != kStatusOk) {
+    const Long32 status = Prepare(request, CPUinstructionSet, plan);
+    // That there is no such function shows when the coefficients are made already.
+    const bool isFunctionUnknown = status == kStatusUnsupportedFunction && request.style != kFlp_SIMD;
+    if (status != kStatusOk && !isFunctionUnknown) {
         return status;
     }
     // The general path and the single-precision one keep theirs to themselves.
@@ -234,7 +237,7 @@ Long32 ColorSpaceConverter::MakePlan(ConversionRequest& request, const double* c
             std::memcpy(offset, used->offset, sizeof offset);
         }
     }
-    return kStatusOk;
+    return status;
 }
 
 void ColorSpaceConverter::RememberMatrix(const double (&used)[4][4], bool isTransposed) noexcept {

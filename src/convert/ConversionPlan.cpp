@@ -111,18 +111,10 @@ struct PathWork {
 
 Long32 PreparePair(const ConversionRequest& request, const PairRecord& pair, const PathWork& work,
                    ConversionPlan& plan) noexcept {
-    if (pair.Has(kPlusFunction) && request.plusFunction >= kPlusFunctions) {
-        return kStatusUnsupportedFunction;
-    }
     ConversionJob& job = plan.job;
-    const PitchUnit words = work.path == kOnInteger ? PitchUnit::kWords : PitchUnit::kWordsBelow;
-    if (const Long32 status = TakePlanes(request, &pair, words, job); status != kStatusOk) {
-        return status;
-    }
     plan.path = work.path;
     plan.kernel = work.kernel;
     plan.isTransposed = work.form.isTransposed;
-    job.planes.whole = work.group == 0 ? 0 : job.planes.width & ~(work.group - 1);
     job.inDoubles = work.inDoubles;
     if (work.path == kOnInteger && pair.source == pair.destination) {
         job.coefficients = nullptr;
@@ -130,6 +122,14 @@ Long32 PreparePair(const ConversionRequest& request, const PairRecord& pair, con
     } else {
         TakeCoefficients(request, work.kind, work.form, work.alphaTakesPart, plan);
     }
+    if (pair.Has(kPlusFunction) && request.plusFunction >= kPlusFunctions) {
+        return kStatusUnsupportedFunction;
+    }
+    const PitchUnit words = work.path == kOnInteger ? PitchUnit::kWords : PitchUnit::kWordsBelow;
+    if (const Long32 status = TakePlanes(request, &pair, words, job); status != kStatusOk) {
+        return status;
+    }
+    job.planes.whole = work.group == 0 ? 0 : job.planes.width & ~(work.group - 1);
     return kStatusOk;
 }
 

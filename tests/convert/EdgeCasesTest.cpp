@@ -48,6 +48,29 @@ TEST(EdgeCases, UnknownPlusFunctionWritesNothingAndConcernsNoOtherPair) {
     ExpectFilled(to, {128, 235, 128, 7});
 }
 
+// The coefficients come first: a call that is refused for its function leaves those of one that is not, and
+// no offsets on the integer path.
+TEST(EdgeCases, UnknownPlusFunctionLeavesTheCoefficients) {
+    for (const ConverterFormat source : {kFmtRGB32NarrowClamp, kFmtRGB32Studio}) {
+        for (const ProcessingStyleEnum style : {kFlp, kInt_MMXorSIMD, kBestAvailable}) {
+            ConvertedPicture from(source, 20, 2), to(kFmtCbYCrA, 20, 2);
+            ColorSpaceConverter known, unknown;
+            unknown.SetPlusFunction(7);
+            ASSERT_EQ(Convert(known, from, to, style), 0);
+            ASSERT_EQ(Convert(unknown, from, to, style), 5);
+            double matrix[2][16], offset[2][8];
+            known.GetMatrixCoef(matrix[0]);
+            unknown.GetMatrixCoef(matrix[1]);
+            known.GetOffset(offset[0]);
+            unknown.GetOffset(offset[1]);
+            EXPECT_NE(matrix[1][1], 0) << "the identity of a new converter";
+            EXPECT_TRUE(std::equal(matrix[0], matrix[0] + 16, matrix[1])) << source << ' ' << style;
+            EXPECT_TRUE(std::equal(offset[0], offset[0] + 8, offset[1])) << source << ' ' << style;
+            EXPECT_EQ(offset[1][5] != 0, style == kFlp) << source << ' ' << style;
+        }
+    }
+}
+
 TEST(EdgeCases, OpaquePairsAreNotDivided) {
     // The alpha of the plane, 128, says otherwise, and is copied.
     ConvertedPicture from(kFmtCbYCrY4Shaped, 20, 2), to(kFmtRGB32, 20, 2);

@@ -85,7 +85,8 @@ public:
     /// What becomes of alpha in `kFmtRGB32NarrowClamp` and `kFmtRGB32Studio` to `kFmtCbYCrA`; no other pair
     /// looks at it. With C the converted colour, a the alpha and t = (255 - a) / 255: 0: C, a. 1: C, 255 - a.
     /// 2: C * a / 255, a. 3: C * t, 255 - a. 4: C less the share of black in t (128, 16, 128), a. 5: C less
-    /// the share of white in t (128, 235, 128), a. 6: C, 255. Any other value makes `Do` return 5.
+    /// the share of white in t (128, 235, 128), a. 6: C, 255. Any other value makes `Do` return 5;
+    /// the coefficients of the pair are left as if it had not.
     void SetPlusFunction(ULong32 function) noexcept { plusFunction = function; }
 
     /// Keeps conversions away from the integer-SSE form of their kernels. An SSE2 kernel is not held back.
